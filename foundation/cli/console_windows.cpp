@@ -1,0 +1,121 @@
+#include <foundation/cli/console_p.h>
+
+#include <windows.h>
+
+namespace {
+
+constexpr DWORD ReadSize = 512; // UTF-16 units of one console read
+
+bool isConsole(HANDLE handle)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(handle, &mode) != 0;
+}
+
+bool writeAll(DWORD which, const char* data, std::size_t size)
+{
+    const HANDLE handle = GetStdHandle(which);
+    if (!isConsole(handle)) {
+        // Redirected to a file or a pipe: the bytes as they are.
+        while (size > 0) {
+            DWORD written = 0;
+            const DWORD part = size < 0x10000 ? DWORD(size) : 0x10000;
+            if (!WriteFile(handle, data, part, &written, nullptr) || written == 0)
+                return false;
+            data += written;
+            size -= written;
+        }
+        return true;
+    }
+    const int length = MultiByteToWideChar(CP_UTF8, 0, data, int(size), nullptr, 0);
+    std::wstring text(std::size_t(length), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, data, int(size), &text[0], length);
+    // One call takes a limited amount (64 KiB in older consoles).
+    for (std::size_t done = 0; done < text.size();) {
+        const std::size_t left = text.size() - done;
+        DWORD written = 0;
+        if (!WriteConsoleW(handle, text.data() + done, left < 8192 ? DWORD(left) : 8192, &written, nullptr)
+            || written == 0)
+            return false;
+        done += written;
+    }
+    return true;
+}
+
+std::string toUtf8(const std::wstring& text)
+{
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), nullptr, 0, nullptr, nullptr);
+    std::string bytes(std::size_t(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), int(text.size()), &bytes[0], size, nullptr, nullptr);
+    return bytes;
+}
+
+} // namespace
+
+CConsole::CConsole() = default;
+
+CConsole::~CConsole()
+{
+    if (m_reader)
+        CloseHandle(m_reader);
+}
+
+void CConsole::interrupt()
+{
+    m_interrupted = true;
+    // The reader may stand just before its call, where there is nothing to cancel yet: ask until it has noticed.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        if (!m_reading)
+            return;
+        CancelSynchronousIo(m_reader);
+        Sleep(5);
+    }
+}
+
+CConsole::Fill CConsole::fill()
+{
+    if (!m_reader
+        && !DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &m_reader, THREAD_TERMINATE,
+                            FALSE, 0))
+        m_reader = nullptr;
+    m_reading = m_reader != nullptr;
+    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    Fill result = Fill::End;
+    if (m_interrupted) {
+        result = Fill::Interrupted;
+    } else if (isConsole(input)) {
+        // Up to the line feed, so that no character is cut in two between reads.
+        std::wstring text;
+        wchar_t part[ReadSize];
+        DWORD count = 0;
+        do {
+            count = 0;
+            if (!ReadConsoleW(input, part, ReadSize, &count, nullptr))
+                break;
+            text.append(part, count);
+        } while (count > 0 && text.back() != L'\n' && !m_interrupted);
+        m_buffer += toUtf8(text);
+        // Ctrl+Z at the start of a line is the end of the input.
+        if (!text.empty() && text.front() != L'\x1a')
+            result = Fill::Data;
+    } else {
+        char part[4096];
+        DWORD count = 0;
+        if (ReadFile(input, part, sizeof part, &count, nullptr) && count > 0) {
+            m_buffer.append(part, count);
+            result = Fill::Data;
+        }
+    }
+    m_reading = false;
+    return m_interrupted ? Fill::Interrupted : result;
+}
+
+bool CConsole::writeOutput(const char* data, std::size_t size)
+{
+    return writeAll(STD_OUTPUT_HANDLE, data, size);
+}
+
+bool CConsole::writeError(const char* data, std::size_t size)
+{
+    return writeAll(STD_ERROR_HANDLE, data, size);
+}
