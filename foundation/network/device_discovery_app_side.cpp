@@ -1,0 +1,96 @@
+#include <foundation/network/device_discovery_app_side.h>
+
+#include <QtNetwork/QTcpSocket>
+
+namespace {
+
+// What the query asks for: network gateways.
+constexpr int queriedDeviceType = 41;
+
+struct DeviceInfo
+{
+    CDeviceId deviceId;
+    CSystemId systemId;
+    int deviceType;
+};
+
+// The content of a result that came from `sender`.
+DeviceInfo receivedDeviceInfo(const QMap<CDeviceDiscoveryBase::Header, QVariant>& headers, const QHostAddress& sender,
+                              quint16 senderPort)
+{
+    qInfo("CDeviceDiscovery: Received device info from %s:%u", qPrintable(sender.toString()), senderPort);
+    return {CDeviceId(headers.value(CDeviceDiscoveryBase::DeviceId).toUInt()),
+            CSystemId(headers.value(CDeviceDiscoveryBase::SystemId).toUInt()),
+            headers.value(CDeviceDiscoveryBase::DeviceType).toInt()};
+}
+
+} // namespace
+
+CDeviceDiscoveryAppSide::CDeviceDiscoveryAppSide(quint16 port, QObject* parent)
+    : CDeviceDiscoveryBase(port, parent)
+{
+    setObjectName(QStringLiteral("CDeviceDiscoveryAppSide"));
+}
+
+QByteArray CDeviceDiscoveryAppSide::renderGetDeviceInfo() const
+{
+    return renderHeaders({{DeviceType, queriedDeviceType}, {SystemId, systemId()}}, GetDeviceInfo);
+}
+
+void CDeviceDiscoveryAppSide::sendGetDeviceInfoUdp(const QHostAddress& address, quint16 port)
+{
+    const quint16 usedPort = port != 0 ? port : defaultPort();
+    qInfo("CDeviceDiscovery: Send UDP query for device info to %s:%u", qPrintable(address.toString()), usedPort);
+    sendDatagram(renderGetDeviceInfo(), address, usedPort);
+}
+
+void CDeviceDiscoveryAppSide::sendGetDeviceInfoTcp(QTcpSocket* socket)
+{
+    if (!socket)
+        return;
+    if (socket->state() != QAbstractSocket::ConnectedState) {
+        Q_EMIT tcpQueryFailed(socket);
+        return;
+    }
+    connect(socket, &QTcpSocket::readyRead, this, &CDeviceDiscoveryAppSide::onTcpReadyRead, Qt::UniqueConnection);
+    socket->write(renderGetDeviceInfo());
+}
+
+void CDeviceDiscoveryAppSide::onTcpReadyRead()
+{
+    auto* socket = qobject_cast<QTcpSocket*>(sender());
+    if (!socket)
+        return;
+    disconnect(socket, &QTcpSocket::readyRead, this, &CDeviceDiscoveryAppSide::onTcpReadyRead);
+    DatagramType type = NoDatagram;
+    const auto headers = parseHeaders(socket->readAll(), type);
+    if (type != NoDatagram)
+        receiveMessage(type, headers, socket->peerAddress(), socket->peerPort());
+    else
+        Q_EMIT tcpQueryFailed(socket);
+}
+
+bool CDeviceDiscoveryAppSide::parseDeviceInfoResult(QTcpSocket* socket, CDeviceId& deviceId, CSystemId& systemId,
+                                                    int& deviceType)
+{
+    if (!socket)
+        return false;
+    DatagramType type = NoDatagram;
+    const auto headers = parseHeaders(socket->readAll(), type);
+    if (type != DeviceInfoResult)
+        return false;
+    const DeviceInfo info = receivedDeviceInfo(headers, socket->peerAddress(), socket->peerPort());
+    deviceId = info.deviceId;
+    systemId = info.systemId;
+    deviceType = info.deviceType;
+    return true;
+}
+
+void CDeviceDiscoveryAppSide::receiveMessage(DatagramType type, const QMap<Header, QVariant>& headers,
+                                             const QHostAddress& sender, quint16 senderPort)
+{
+    if (type != DeviceInfoResult)
+        return;
+    const DeviceInfo info = receivedDeviceInfo(headers, sender, senderPort);
+    Q_EMIT deviceInfoReceived(sender, senderPort, info.deviceId, info.systemId, info.deviceType);
+}

@@ -1,0 +1,169 @@
+#include <foundation/network/device_discovery_base.h>
+
+#include <foundation/core/system_id.h>
+
+#include <QtCore/QPointer>
+#include <QtNetwork/QUdpSocket>
+
+#include <array>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+using Bytes = std::string_view;
+
+constexpr Bytes startWord = "DISCOVERY ";
+// What follows the start word, by message type.
+constexpr std::array<Bytes, 3> messageNames = {"", "GET DeviceInfo", "RESULT DeviceInfo"};
+// The name on the wire, by header.
+constexpr std::array<Bytes, 4> headerNames = {"", "DeviceType", "DeviceId", "SystemId"};
+
+bool startsWith(Bytes text, Bytes prefix)
+{
+    return text.substr(0, prefix.size()) == prefix;
+}
+
+bool isSpace(char character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+Bytes trimmed(Bytes text)
+{
+    while (!text.empty() && isSpace(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+void append(QByteArray& message, Bytes text)
+{
+    message.append(text.data(), static_cast<int>(text.size()));
+}
+
+// The line at the front of `rest`, without its line feed, taken off `rest`.
+Bytes takeLine(Bytes& rest)
+{
+    const size_t end = rest.find('\n');
+    const Bytes line = rest.substr(0, end);
+    rest.remove_prefix(end == Bytes::npos ? rest.size() : end + 1);
+    return line;
+}
+
+CDeviceDiscoveryBase::DatagramType datagramType(Bytes firstLine)
+{
+    if (startsWith(firstLine, startWord)) {
+        firstLine.remove_prefix(startWord.size());
+        for (size_t type = 1; type < messageNames.size(); ++type) {
+            if (startsWith(firstLine, messageNames[type]))
+                return static_cast<CDeviceDiscoveryBase::DatagramType>(type);
+        }
+    }
+    return CDeviceDiscoveryBase::NoDatagram;
+}
+
+QVariant headerValue(size_t header, Bytes text)
+{
+    const QByteArray number(text.data(), static_cast<int>(text.size()));
+    return header == CDeviceDiscoveryBase::DeviceType ? QVariant(number.toInt()) : QVariant(number.toUInt());
+}
+
+} // namespace
+
+CDeviceDiscoveryBase::CDeviceDiscoveryBase(quint16 port, QObject* parent)
+    : QObject(parent)
+    , m_socket(new QUdpSocket(this))
+    , m_defaultPort(port)
+    , m_boundPort(port)
+{
+    m_socket->bind(port, QAbstractSocket::ShareAddress);
+    connect(m_socket, &QUdpSocket::readyRead, this, &CDeviceDiscoveryBase::receiveDatagram);
+}
+
+void CDeviceDiscoveryBase::setSystemId(quint32 systemId)
+{
+    m_systemId = CSystemId(systemId).value();
+}
+
+void CDeviceDiscoveryBase::bindOnUdpPort(quint16 port)
+{
+    if (port == m_boundPort)
+        return;
+    m_socket->close();
+    m_socket->bind(port, QAbstractSocket::ShareAddress);
+    m_boundPort = port;
+}
+
+QByteArray CDeviceDiscoveryBase::renderHeaders(const QMap<Header, QVariant>& headers, DatagramType type)
+{
+    QByteArray message;
+    append(message, startWord);
+    if (type > NoDatagram && static_cast<size_t>(type) < messageNames.size())
+        append(message, messageNames[static_cast<size_t>(type)]);
+    message.append("\r\n");
+    for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
+        if (header.key() < DeviceType || header.key() > SystemId)
+            continue;
+        append(message, headerNames[static_cast<size_t>(header.key())]);
+        message.append(": ");
+        message.append(header.key() == DeviceType ? QByteArray::number(header.value().toInt())
+                                                  : QByteArray::number(header.value().toUInt()));
+        message.append("\r\n");
+    }
+    return message;
+}
+
+QMap<CDeviceDiscoveryBase::Header, QVariant> CDeviceDiscoveryBase::parseHeaders(const QByteArray& data,
+                                                                                DatagramType& type)
+{
+    Bytes rest(data.constData(), static_cast<size_t>(data.size()));
+    type = datagramType(takeLine(rest));
+
+    // Only where the last value of each header stands is kept: whoever sends a million lines causes no allocation.
+    std::array<Bytes, headerNames.size()> values;
+    while (!rest.empty()) {
+        const Bytes line = takeLine(rest);
+        const size_t colon = line.find(':');
+        if (colon == Bytes::npos)
+            continue;
+        const Bytes name = trimmed(line.substr(0, colon));
+        for (size_t header = DeviceType; header < headerNames.size(); ++header) {
+            if (name == headerNames[header])
+                values[header] = line.substr(colon + 1);
+        }
+    }
+
+    QMap<Header, QVariant> headers;
+    for (size_t header = DeviceType; header < values.size(); ++header) {
+        if (values[header].data())
+            headers.insert(static_cast<Header>(header), headerValue(header, trimmed(values[header])));
+    }
+    return headers;
+}
+
+void CDeviceDiscoveryBase::receiveDatagram()
+{
+    // A receiver may delete this object.
+    const QPointer<CDeviceDiscoveryBase> alive(this);
+    QByteArray data;
+    while (alive && m_socket->hasPendingDatagrams()) {
+        data.resize(static_cast<int>(qMax<qint64>(m_socket->pendingDatagramSize(), 0)));
+        QHostAddress sender;
+        quint16 senderPort = 0;
+        const qint64 size = m_socket->readDatagram(data.data(), data.size(), &sender, &senderPort);
+        if (size < 0)
+            return;
+        data.truncate(static_cast<int>(size));
+        DatagramType type = NoDatagram;
+        const auto headers = parseHeaders(data, type);
+        if (type != NoDatagram)
+            receiveMessage(type, headers, sender, senderPort);
+    }
+}
+
+void CDeviceDiscoveryBase::sendDatagram(const QByteArray& message, const QHostAddress& address, quint16 port)
+{
+    m_socket->writeDatagram(message, address, port);
+}

@@ -1,0 +1,62 @@
+#include <foundation/network/message_transfer.h>
+
+#include <QtCore/QPointer>
+
+CMessageTransfer::CMessageTransfer(QObject* parent)
+    : QObject(parent)
+    , m_lowerTransfer(qobject_cast<CMessageTransfer*>(parent))
+{
+}
+
+CMessageTransfer::~CMessageTransfer() = default;
+
+void CMessageTransfer::open()
+{
+    if (m_lowerTransfer)
+        m_lowerTransfer->open();
+}
+
+void CMessageTransfer::close()
+{
+    if (m_lowerTransfer)
+        m_lowerTransfer->close();
+}
+
+void CMessageTransfer::sendMessages(const QList<QByteArray>& messages)
+{
+    // Sending may run receivers, and a receiver may delete this or change the list.
+    const QPointer<CMessageTransfer> alive(this);
+    const QList<QByteArray> pending = messages;
+    for (const QByteArray& message : pending) {
+        if (!alive)
+            return;
+        sendData(message);
+    }
+}
+
+bool CMessageTransfer::getConnectionState() const
+{
+    return m_lowerTransfer && m_lowerTransfer->getConnectionState();
+}
+
+void CMessageTransfer::clearTransmitQueue()
+{
+    if (m_lowerTransfer)
+        m_lowerTransfer->clearTransmitQueue();
+}
+
+void CMessageTransfer::setDebugLevel(int level)
+{
+    m_debugLevel = level;
+    if (m_lowerTransfer)
+        m_lowerTransfer->setDebugLevel(level);
+}
+
+void CMessageTransfer::setKeepalive(int) {}
+
+void CMessageTransfer::updateConnectionState() {}
+
+QString CMessageTransfer::toHex(const QByteArray& data, const QString& prefix)
+{
+    return data.isEmpty() ? prefix : QString(prefix + QLatin1String(data.toHex(' ')) + QLatin1Char(' '));
+}
