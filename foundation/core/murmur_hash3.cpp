@@ -1,0 +1,43 @@
+#include <foundation/core/murmur_hash3.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QtEndian>
+
+namespace {
+constexpr quint32 rotateLeft(quint32 value, int bits)
+{
+    return value << bits | value >> (32 - bits);
+}
+
+constexpr quint32 scramble(quint32 block)
+{
+    return rotateLeft(block * 0xcc9e2d51u, 15) * 0x1b873593u;
+}
+} // namespace
+
+unsigned int murmurHash3_x86_32(const void* data, int length, unsigned int seed)
+{
+    const auto* bytes = static_cast<const uchar*>(data);
+    length = qMax(length, 0);
+    quint32 hash = seed;
+    int position = 0;
+    for (; length - position >= 4; position += 4)
+        hash = rotateLeft(hash ^ scramble(qFromLittleEndian<quint32>(bytes + position)), 13) * 5 + 0xe6546b64u;
+
+    quint32 rest = 0;
+    for (int i = length; i > position; --i)
+        rest = rest << 8 | bytes[i - 1];
+    hash ^= scramble(rest);
+
+    hash ^= static_cast<quint32>(length);
+    hash = (hash ^ hash >> 16) * 0x85ebca6bu;
+    hash = (hash ^ hash >> 13) * 0xc2b2ae35u;
+    return hash ^ hash >> 16;
+}
+
+unsigned int murmurHash3_x86_32(QByteArray& data, unsigned int seed)
+{
+    while (data.size() % 4 != 0)
+        data.append('\0');
+    return murmurHash3_x86_32(data.constData(), static_cast<int>(data.size()), seed);
+}
