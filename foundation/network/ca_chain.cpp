@@ -1,0 +1,181 @@
+#include <foundation/network/ca_chain_p.h>
+
+#include <QtCore/QDateTime>
+#include <QtNetwork/QSslCertificate>
+
+#include <openssl/err.h>
+#include <openssl/x509_vfy.h>
+
+#include <vector>
+
+namespace {
+
+struct OpenSslDeleter
+{
+    void operator()(X509* certificate) const { X509_free(certificate); }
+    void operator()(X509_STORE* store) const { X509_STORE_free(store); }
+    void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
+    void operator()(STACK_OF(X509) * stack) const { sk_X509_free(stack); }
+};
+using Certificate = std::unique_ptr<X509, OpenSslDeleter>;
+
+struct Anchor
+{
+    Certificate certificate;
+    QDateTime expiry;
+};
+
+Certificate toOpenSsl(const QSslCertificate& certificate)
+{
+    const QByteArray der = certificate.toDer();
+    const auto* bytes = reinterpret_cast<const unsigned char*>(der.constData());
+    return Certificate(d2i_X509(nullptr, &bytes, der.size()));
+}
+
+QSslError::SslError toSslError(int error)
+{
+    switch (error) {
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
+        return QSslError::UnableToGetIssuerCertificate;
+    case X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE:
+        return QSslError::UnableToDecryptCertificateSignature;
+    case X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY:
+        return QSslError::UnableToDecodeIssuerPublicKey;
+    case X509_V_ERR_CERT_SIGNATURE_FAILURE:
+        return QSslError::CertificateSignatureFailed;
+    case X509_V_ERR_CERT_NOT_YET_VALID:
+        return QSslError::CertificateNotYetValid;
+    case X509_V_ERR_CERT_HAS_EXPIRED:
+        return QSslError::CertificateExpired;
+    case X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD:
+        return QSslError::InvalidNotBeforeField;
+    case X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD:
+        return QSslError::InvalidNotAfterField;
+    case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
+        return QSslError::SelfSignedCertificate;
+    case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+        return QSslError::SelfSignedCertificateInChain;
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
+        return QSslError::UnableToGetLocalIssuerCertificate;
+    case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
+        return QSslError::UnableToVerifyFirstCertificate;
+    case X509_V_ERR_CERT_REVOKED:
+        return QSslError::CertificateRevoked;
+    case X509_V_ERR_INVALID_CA:
+        return QSslError::InvalidCaCertificate;
+    case X509_V_ERR_PATH_LENGTH_EXCEEDED:
+        return QSslError::PathLengthExceeded;
+    case X509_V_ERR_INVALID_PURPOSE:
+        return QSslError::InvalidPurpose;
+    case X509_V_ERR_CERT_UNTRUSTED:
+        return QSslError::CertificateUntrusted;
+    case X509_V_ERR_CERT_REJECTED:
+        return QSslError::CertificateRejected;
+    default:
+        return QSslError::UnspecifiedError;
+    }
+}
+
+// Notes the error and lets the verification go on, so that all errors are found.
+int noteError(int ok, X509_STORE_CTX* context)
+{
+    if (!ok)
+        static_cast<std::vector<int>*>(X509_STORE_CTX_get_app_data(context))
+            ->push_back(X509_STORE_CTX_get_error(context));
+    return 1;
+}
+
+bool isNamed(const QSslCertificate& certificate, const QString& name)
+{
+    return certificate.subjectInfo(QSslCertificate::CommonName).contains(name)
+           || certificate.subjectAlternativeNames().contains(QSsl::DnsEntry, name);
+}
+
+} // namespace
+
+struct CaChain::Private
+{
+    std::vector<Anchor> anchors;
+    std::vector<Certificate> intermediates;
+
+    std::vector<int> verify(X509* certificate) const;
+};
+
+CaChain::CaChain(const QByteArray& pem)
+    : d(std::make_unique<Private>())
+{
+    ERR_set_mark();
+    const QList<QSslCertificate> certificates = QSslCertificate::fromData(pem, QSsl::Pem);
+    for (const QSslCertificate& certificate : certificates) {
+        Certificate parsed = toOpenSsl(certificate);
+        if (!parsed)
+            continue;
+        if (certificate.isSelfSigned())
+            d->anchors.push_back({std::move(parsed), certificate.expiryDate()});
+        else
+            d->intermediates.push_back(std::move(parsed));
+    }
+    ERR_pop_to_mark();
+}
+
+CaChain::~CaChain() = default;
+
+bool CaChain::hasTrustAnchor() const
+{
+    return !d->anchors.empty();
+}
+
+std::vector<int> CaChain::Private::verify(X509* certificate) const
+{
+    const std::unique_ptr<X509_STORE, OpenSslDeleter> store(X509_STORE_new());
+    const std::unique_ptr<X509_STORE_CTX, OpenSslDeleter> context(X509_STORE_CTX_new());
+    const std::unique_ptr<STACK_OF(X509), OpenSslDeleter> untrusted(sk_X509_new_null());
+    std::vector<int> errors;
+    if (!certificate || !store || !context || !untrusted)
+        return {X509_V_ERR_UNSPECIFIED};
+    // An expired root vouches for nobody; only the other certificates may be past their dates.
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (const Anchor& anchor : anchors) {
+        if (anchor.expiry >= now)
+            X509_STORE_add_cert(store.get(), anchor.certificate.get());
+    }
+    for (const Certificate& intermediate : intermediates)
+        sk_X509_push(untrusted.get(), intermediate.get());
+    if (X509_STORE_CTX_init(context.get(), store.get(), certificate, untrusted.get()) != 1)
+        return {X509_V_ERR_UNSPECIFIED};
+    X509_STORE_CTX_set_app_data(context.get(), &errors);
+    X509_STORE_CTX_set_verify_cb(context.get(), noteError);
+    if (X509_verify_cert(context.get()) != 1)
+        errors.push_back(X509_V_ERR_UNSPECIFIED);
+    return errors;
+}
+
+QList<QSslError> CaChain::errors(const QSslCertificate& certificate, const QString& name) const
+{
+    ERR_set_mark();
+    QList<QSslError> result;
+    if (!isNamed(certificate, name))
+        result.append(QSslError(QSslError::HostNameMismatch, certificate));
+    const Certificate parsed = toOpenSsl(certificate);
+    for (const int error : d->verify(parsed.get()))
+        result.append(QSslError(toSslError(error), certificate));
+    ERR_pop_to_mark();
+    return result;
+}
+
+bool CaChain::accepts(const QSslCertificate& certificate, const QString& name) const
+{
+    bool accepted = true;
+    const QList<QSslError> found = errors(certificate, name);
+    for (const QSslError& error : found) {
+        if (error.error() == QSslError::CertificateExpired) {
+            qDebug("CSslConnection: tolerated device certificate error '%s' (%u)", qPrintable(error.errorString()),
+                   static_cast<unsigned int>(error.error()));
+        } else {
+            qWarning("DeviceCertificate: device certificate error '%s' (%u)", qPrintable(error.errorString()),
+                     static_cast<unsigned int>(error.error()));
+            accepted = false;
+        }
+    }
+    return accepted;
+}

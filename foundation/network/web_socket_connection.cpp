@@ -1,0 +1,186 @@
+#include <foundation/network/web_socket_connection.h>
+
+#include <foundation/network/pending_data_p.h>
+#include <foundation/network/socket_options_p.h>
+#include <foundation/network/socket_owner_p.h>
+
+#include <QtCore/QMetaMethod>
+#include <QtCore/QTimer>
+#include <QtWebSockets/QWebSocket>
+
+#include <limits>
+
+namespace {
+
+constexpr int pongTimeoutMilliseconds = 30000;
+constexpr int longestKeepaliveSeconds = std::numeric_limits<int>::max() / 1000;
+// Data that a WebSocket without a connection refuses stands in the queue until the next state; this bounds it.
+constexpr qint64 mostRefusedBytes = 1024 * 1024;
+
+} // namespace
+
+struct CWebSocketConnection::Private
+{
+    PendingData pendingData;
+    QPointer<QWebSocket> webSocket;
+    bool connectionState = false;
+    QTimer* keepaliveTimer = nullptr;
+    int signalDepth = 0;
+};
+
+CWebSocketConnection::CWebSocketConnection(QWebSocket* webSocket, QObject* parent)
+    : CMessageTransfer(parent)
+    , d(std::make_unique<Private>())
+{
+    d->webSocket = webSocket;
+    init();
+}
+
+CWebSocketConnection::~CWebSocketConnection()
+{
+    releaseSocket(d->webSocket, this, d->signalDepth > 0);
+}
+
+QWebSocket* CWebSocketConnection::webSocket() const
+{
+    return d->webSocket;
+}
+
+void CWebSocketConnection::init()
+{
+    QWebSocket* const webSocket = d->webSocket;
+    if (!webSocket)
+        return;
+    setLowDelay(webSocket);
+    connect(webSocket, &QWebSocket::connected, this, &CWebSocketConnection::updateConnectionState);
+    connect(webSocket, &QWebSocket::disconnected, this, &CWebSocketConnection::updateConnectionState);
+    connect(webSocket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
+            &CWebSocketConnection::onError);
+    connect(webSocket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& data) {
+        const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+        Q_EMIT dataReceived(data);
+    });
+    connect(webSocket, &QWebSocket::bytesWritten, this, &CWebSocketConnection::onBytesWritten);
+}
+
+void CWebSocketConnection::close()
+{
+    if (d->webSocket)
+        d->webSocket->close(QWebSocketProtocol::CloseCodeNormal, QString());
+}
+
+qint64 CWebSocketConnection::sendData(const QByteArray& data)
+{
+    if (!d->webSocket)
+        return -1;
+    d->pendingData.append(data);
+    if (isConnectionUsable())
+        return d->webSocket->sendBinaryMessage(data);
+    if (d->pendingData.size() > mostRefusedBytes)
+        d->pendingData.clear();
+    return -1;
+}
+
+bool CWebSocketConnection::getConnectionState() const
+{
+    return d->connectionState;
+}
+
+int CWebSocketConnection::getError() const
+{
+    return d->webSocket ? d->webSocket->error() : -1;
+}
+
+QString CWebSocketConnection::getErrorString() const
+{
+    return d->webSocket ? d->webSocket->errorString() : QStringLiteral("No webSocket");
+}
+
+void CWebSocketConnection::setKeepalive(int seconds)
+{
+    if (seconds >= 1) {
+        if (!d->keepaliveTimer) {
+            d->keepaliveTimer = new QTimer(this);
+            connect(d->keepaliveTimer, &QTimer::timeout, this, &CWebSocketConnection::sendPing);
+        }
+        d->keepaliveTimer->stop();
+        d->keepaliveTimer->setInterval(qMin(seconds, longestKeepaliveSeconds) * 1000);
+        if (isConnectionUsable())
+            d->keepaliveTimer->start();
+    } else if (d->keepaliveTimer) {
+        d->keepaliveTimer->stop();
+        d->keepaliveTimer->disconnect();
+        d->keepaliveTimer->deleteLater();
+        d->keepaliveTimer = nullptr;
+    }
+}
+
+void CWebSocketConnection::setConnectionState(bool state)
+{
+    if (state == d->connectionState)
+        return;
+    const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+    d->pendingData.clear();
+    d->connectionState = state;
+    if (d->keepaliveTimer) {
+        if (state)
+            d->keepaliveTimer->start();
+        else
+            d->keepaliveTimer->stop();
+    }
+    Q_EMIT connectionStateChanged(state);
+}
+
+void CWebSocketConnection::updateConnectionState()
+{
+    setConnectionState(isConnectionUsable());
+}
+
+bool CWebSocketConnection::isConnectionUsable() const
+{
+    return d->webSocket && d->webSocket->state() == QAbstractSocket::ConnectedState;
+}
+
+void CWebSocketConnection::sendPing()
+{
+    if (!isConnectionUsable())
+        return;
+    QWebSocket* const webSocket = d->webSocket;
+    auto* watchdog = new QTimer(this);
+    watchdog->setSingleShot(true);
+    // Whoever goes first, the pong, the link or the WebSocket, takes the watchdog along; a WebSocket that was opened
+    // again meanwhile must not pay for a ping of its former life.
+    const auto retire = [watchdog] { delete watchdog; };
+    connect(webSocket, &QWebSocket::pong, watchdog, retire);
+    connect(webSocket, &QWebSocket::disconnected, watchdog, retire);
+    connect(webSocket, &QObject::destroyed, watchdog, retire);
+    connect(watchdog, &QTimer::timeout, webSocket, [webSocket, watchdog] {
+        QObject::disconnect(webSocket, nullptr, watchdog, nullptr);
+        watchdog->setParent(nullptr);
+        watchdog->deleteLater();
+        webSocket->abort();
+    });
+    watchdog->start(pongTimeoutMilliseconds);
+    webSocket->ping();
+}
+
+void CWebSocketConnection::onError(QAbstractSocket::SocketError socketError)
+{
+    const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+    d->pendingData.clear();
+    Q_EMIT error(socketError);
+}
+
+void CWebSocketConnection::onBytesWritten(qint64 bytes)
+{
+    const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+    static const QMetaMethod signal = QMetaMethod::fromSignal(&CMessageTransfer::dataTransmitted);
+    if (!isSignalConnected(signal)) {
+        d->pendingData.drop(bytes);
+        return;
+    }
+    // Frame headers and control frames are counted in `bytes`, so there may be less data, or none.
+    const QByteArray data = d->pendingData.take(bytes);
+    if (!data.isEmpty())
+        Q_EMIT dataTransmitted(data);
+}
