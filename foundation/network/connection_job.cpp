@@ -1,0 +1,402 @@
+#include <foundation/network/candidate_address_p.h>
+#include <foundation/network/candidate_list_p.h>
+#include <foundation/network/connection_job.h>
+#include <foundation/network/connection_limits_p.h>
+#include <foundation/network/low_delay_p.h>
+
+#include <QtCore/QPointer>
+#include <QtCore/QTimer>
+#include <QtCore/QTimerEvent>
+#include <QtCore/QUrl>
+#include <QtNetwork/QHostInfo>
+#include <QtNetwork/QNetworkAccessManager>
+#include <QtNetwork/QNetworkReply>
+#include <QtNetwork/QSslError>
+#include <QtNetwork/QSslSocket>
+#include <QtWebSockets/QWebSocket>
+
+// A job's life:
+//
+//     resume -> tryCandidate -+-> (label, empty)                         -> resume
+//                             +-> lookUpHostName -> onHostInfoReceived   -> resume
+//                             +-> connectTcp     -> onTcpConnected       -> the receiver decides
+//                             |                  -> onConnectionError    -> resume
+//                             +-> queryUdp       -> the receiver decides
+//                             +-> askWebService  -> onProbeFinished -> openWebSocket
+//                                                -> onWebSocketDataReceived -> the receiver decides
+//                                                -> onConnectionError    -> resume
+//     the receiver decides: complete -> resume -> jobFinished(true)
+//     5 s without any of it: timerEvent -> resume with the next kind of attempt or the next candidate
+//     no candidate left: resume -> jobFinished(false)
+//
+// Everything that a socket, reply or look-up reports arrives by a queued call, after it has left its own code.
+
+namespace {
+
+constexpr char discoverAddressProperty[] = "discoverAddress";
+
+QString discoverAddressOf(const QObject* object)
+{
+    return object->property(discoverAddressProperty).toString();
+}
+
+// Ends a socket or WebSocket of a job for good; it may have more signals to tell, which nobody shall hear.
+template<typename Socket>
+void discard(Socket* socket)
+{
+    socket->disconnect();
+    socket->abort();
+    socket->deleteLater();
+}
+
+constexpr auto queuedOnce = Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection);
+
+} // namespace
+
+struct ConnectionJob::Private
+{
+    CandidateList candidates;
+    QSet<QString> triedByTcp;
+    QSet<QString> triedByUdp;
+    quint16 port;
+    bool tcpDiscovery;
+    bool useSsl;
+    QPointer<QNetworkAccessManager> networkAccessManager;
+    QString path;
+    int stepTimer = 0;
+    int lookUp = -1;
+    bool success = false;
+    bool stepping = false; // inside resume: a further call takes effect when the step returns
+    bool stepAgain = false;
+    bool over = false; // finished or disposed of
+};
+
+ConnectionJob::ConnectionJob(const QStringList& candidates, quint16 port, bool tcpDiscovery, bool useSsl,
+                             QNetworkAccessManager* networkAccessManager, const QString& path, QObject* parent)
+    : QObject(parent)
+    , d(new Private{CandidateList(candidates), {}, {}, port, tcpDiscovery, useSsl, networkAccessManager, path})
+{
+}
+
+ConnectionJob::~ConnectionJob()
+{
+    abortLookUp();
+}
+
+bool ConnectionJob::hasCandidates() const
+{
+    return !d->candidates.isEmpty();
+}
+
+QString ConnectionJob::currentCandidate() const
+{
+    return hasCandidates() ? d->candidates.first() : QString();
+}
+
+bool ConnectionJob::isAnsweredBy(const QHostAddress& address, const CDeviceId& deviceId,
+                                 const QString& discoverAddress) const
+{
+    if (!hasCandidates())
+        return false;
+    const CandidateAddress candidate = CandidateAddress::parse(d->candidates.first(), d->port);
+    if (candidate.kind == CandidateAddress::Kind::Url)
+        return discoverAddress == d->candidates.first();
+    if (candidate.kind == CandidateAddress::Kind::Address && !candidate.isBroadcast()
+        && !CandidateAddress::isSame(candidate.address, address))
+        return false;
+    const CDeviceId wanted = d->candidates.firstLabel();
+    return !wanted.isValid() || wanted == deviceId;
+}
+
+void ConnectionJob::complete()
+{
+    d->candidates.clear();
+    d->success = true;
+    resume();
+}
+
+// A loop, so that any number of candidates that lead nowhere needs neither stack nor event loop.
+void ConnectionJob::resume()
+{
+    if (d->over)
+        return;
+    d->stepAgain = true;
+    if (d->stepping)
+        return;
+    const QPointer<ConnectionJob> alive(this);
+    d->stepping = true;
+    while (d->stepAgain) {
+        stopStepTimer();
+        if (d->candidates.isEmpty()) {
+            d->over = true;
+            Q_EMIT jobFinished(d->success); // the receiver may delete the job: nothing follows
+            return;
+        }
+        d->stepAgain = false;
+        const Step step = tryCandidate();
+        if (!alive || d->over)
+            return;
+        if (step == Step::GoesOn)
+            d->stepAgain = true;
+    }
+    d->stepping = false;
+    d->stepTimer = startTimer(ConnectionTiming::current().step, Qt::CoarseTimer);
+}
+
+void ConnectionJob::dispose()
+{
+    d->over = true;
+    stopStepTimer();
+    abortLookUp();
+    disconnect();
+    deleteLater();
+}
+
+void ConnectionJob::timerEvent(QTimerEvent* event)
+{
+    if (event->timerId() != d->stepTimer)
+        return;
+    if (hasCandidates()) {
+        const QString candidate = d->candidates.first();
+        const auto kind = CandidateAddress::parse(candidate, d->port).kind;
+        abortLookUp(); // a host name gets its time once, and a late answer changes nothing
+        if (kind == CandidateAddress::Kind::Url)
+            d->candidates.removeFirst();
+        else if (kind != CandidateAddress::Kind::Address || d->triedByUdp.contains(candidate))
+            d->candidates.removeFirst();
+    }
+    resume();
+}
+
+ConnectionJob::Step ConnectionJob::tryCandidate()
+{
+    const QString text = d->candidates.first();
+    const CandidateAddress candidate = CandidateAddress::parse(text, d->port);
+    switch (candidate.kind) {
+    case CandidateAddress::Kind::Url:
+        return askWebService(text);
+    case CandidateAddress::Kind::HostName:
+        return lookUpHostName(candidate.host);
+    case CandidateAddress::Kind::Address:
+        if (!candidate.isBroadcast() && !d->triedByTcp.contains(text))
+            return connectTcp(text, candidate.address, candidate.port);
+        return queryUdp(text, candidate.address, candidate.port);
+    case CandidateAddress::Kind::Label:
+    case CandidateAddress::Kind::Nothing:
+        break;
+    }
+    d->candidates.removeFirst();
+    return Step::GoesOn;
+}
+
+ConnectionJob::Step ConnectionJob::connectTcp(const QString& candidate, const QHostAddress& address, quint16 port)
+{
+    d->triedByTcp.insert(candidate);
+    if (!d->tcpDiscovery || port == 0)
+        return Step::GoesOn;
+    QTcpSocket* socket = d->useSsl ? new QSslSocket(this) : new QTcpSocket(this);
+    socket->setProperty(discoverAddressProperty, candidate);
+    setLowDelay(socket);
+    connect(socket, &QTcpSocket::connected, this, &ConnectionJob::onTcpConnected, queuedOnce);
+    connect(socket, &QTcpSocket::errorOccurred, this, &ConnectionJob::onConnectionError, queuedOnce);
+    connect(socket, &QTcpSocket::disconnected, this, &ConnectionJob::onConnectionError, queuedOnce);
+    qInfo("CDeviceConnector: Start TCP connection for device info to %s:%u", qUtf8Printable(address.toString()), port);
+    // In plain text also with TLS: the ends tell each other who they are before it starts.
+    socket->connectToHost(address, port);
+    return Step::Waits;
+}
+
+void ConnectionJob::onTcpConnected()
+{
+    auto* socket = qobject_cast<QTcpSocket*>(sender());
+    if (!d->over && socket && socket->state() == QAbstractSocket::ConnectedState)
+        Q_EMIT tcpConnectionEstablished(socket);
+}
+
+ConnectionJob::Step ConnectionJob::queryUdp(const QString& candidate, const QHostAddress& address, quint16 port)
+{
+    if (!d->triedByUdp.contains(candidate)) {
+        d->triedByUdp.insert(candidate);
+        bool dataSent = false;
+        const QPointer<ConnectionJob> alive(this);
+        Q_EMIT sendDataUsingUdp(address, port, dataSent);
+        if (!alive || d->over || dataSent)
+            return Step::Waits;
+    }
+    d->candidates.removeAll(candidate);
+    return Step::GoesOn;
+}
+
+// A socket may report an error and a disconnect; after the first of them nothing connects it with the job any more.
+void ConnectionJob::onConnectionError()
+{
+    QObject* socket = sender();
+    // A socket with another parent was taken over: its errors are no business of the job.
+    if (d->over || !socket || socket->parent() != this)
+        return;
+    const QString candidate = discoverAddressOf(socket);
+    const bool isCurrent = hasCandidates() && d->candidates.first() == candidate;
+    if (auto* tcpSocket = qobject_cast<QTcpSocket*>(socket)) {
+        if (d->triedByUdp.contains(candidate))
+            d->candidates.removeAll(candidate);
+        discard(tcpSocket);
+    } else if (auto* webSocket = qobject_cast<QWebSocket*>(socket)) {
+        d->candidates.removeAll(candidate);
+        discard(webSocket);
+    }
+    // A straggler of an earlier candidate takes no time from the current one.
+    if (isCurrent)
+        resume();
+}
+
+ConnectionJob::Step ConnectionJob::lookUpHostName(const QString& host)
+{
+    abortLookUp();
+    qInfo("ConnectionJob: Look up IP address for hostname %s", qUtf8Printable(host));
+    d->lookUp = QHostInfo::lookupHost(host, this, &ConnectionJob::onHostInfoReceived);
+    return Step::Waits;
+}
+
+void ConnectionJob::abortLookUp()
+{
+    if (d->lookUp >= 0)
+        QHostInfo::abortHostLookup(d->lookUp);
+    d->lookUp = -1;
+}
+
+void ConnectionJob::onHostInfoReceived(QHostInfo info)
+{
+    if (d->over || d->lookUp < 0 || info.lookupId() != d->lookUp || !hasCandidates())
+        return;
+    d->lookUp = -1;
+    const CandidateAddress candidate = CandidateAddress::parse(d->candidates.first(), d->port);
+    d->candidates.removeFirst();
+    const QPointer<ConnectionJob> alive(this);
+    if (info.error() != QHostInfo::NoError) {
+        qWarning("ConnectionJob: Error for %s: %s", qUtf8Printable(candidate.host), qUtf8Printable(info.errorString()));
+        Q_EMIT updateResolvedHostname(candidate.host, QHostAddress());
+    } else {
+        QStringList resolved;
+        const auto addresses = info.addresses();
+        for (const QHostAddress& address : addresses) {
+            resolved += candidate.hasPort ? CandidateAddress::toText(address, candidate.port)
+                                          : CandidateAddress::toText(address);
+        }
+        d->candidates.prepend(resolved);
+        qInfo("ConnectionJob: Resolved IP address %s", qUtf8Printable(resolved.join(QLatin1String(", "))));
+        for (const QHostAddress& address : addresses) {
+            if (alive && !d->over)
+                Q_EMIT updateResolvedHostname(candidate.host, address);
+        }
+    }
+    if (alive)
+        resume();
+}
+
+ConnectionJob::Step ConnectionJob::askWebService(const QString& url)
+{
+    if (!d->networkAccessManager || d->path.isEmpty()) {
+        d->candidates.removeFirst();
+        return Step::GoesOn;
+    }
+    QNetworkRequest request{QUrl(url)};
+    // Qt 6 follows redirects unless told otherwise; here the target is all that is wanted.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    QNetworkReply* reply = d->networkAccessManager->get(request);
+    reply->setParent(this);
+    reply->setProperty(discoverAddressProperty, url);
+    reply->setReadBufferSize(ConnectionLimits::readBuffer); // nobody reads the body
+    reply->ignoreSslErrors();
+    connect(reply, &QNetworkReply::finished, this, &ConnectionJob::onProbeFinished, queuedOnce);
+    QTimer::singleShot(ConnectionTiming::current().probe, reply, &QNetworkReply::abort);
+    return Step::Waits;
+}
+
+void ConnectionJob::onProbeFinished()
+{
+    auto* reply = qobject_cast<QNetworkReply*>(sender());
+    if (!reply)
+        return;
+    reply->disconnect(this);
+    reply->deleteLater();
+    const QString candidate = discoverAddressOf(reply);
+    if (d->over || !hasCandidates() || d->candidates.first() != candidate)
+        return;
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    QString location;
+    if (status >= 300 && status <= 399) {
+        location = QString::fromUtf8(reply->rawHeader(QByteArrayLiteral("Location")));
+        qInfo("ConnectionJob: redirect to %s", qUtf8Printable(location));
+    }
+    openWebSocket(candidate, location);
+}
+
+void ConnectionJob::openWebSocket(const QString& candidate, const QString& location)
+{
+    QUrl url(location.startsWith(QLatin1String("http")) ? location : candidate);
+    const bool secure = d->useSsl || url.scheme() == QLatin1String("https");
+    url.setScheme(secure ? QStringLiteral("wss") : QStringLiteral("ws"));
+    QString path = url.path(QUrl::FullyEncoded);
+    while (path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    url.setPath(path + d->path, QUrl::TolerantMode);
+
+    auto* socket = new QWebSocket(QString(), QWebSocketProtocol::Version13, this);
+    socket->setProperty(discoverAddressProperty, candidate);
+    socket->setMaxAllowedIncomingFrameSize(ConnectionLimits::message);
+    socket->setMaxAllowedIncomingMessageSize(ConnectionLimits::message);
+    connect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived, queuedOnce);
+    connect(socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
+            &ConnectionJob::onConnectionError, queuedOnce);
+    connect(socket, &QWebSocket::disconnected, this, &ConnectionJob::onConnectionError, queuedOnce);
+    connect(socket, &QWebSocket::sslErrors, this, [](const QList<QSslError>& errors) {
+        qWarning("ConnectionJob: SSL errors");
+        for (const QSslError& error : errors)
+            qWarning("%s [%i]", qUtf8Printable(error.errorString()), static_cast<int>(error.error()));
+    });
+    socket->open(url);
+    setLowDelay(socket->findChild<QTcpSocket*>());
+}
+
+void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)
+{
+    auto* socket = qobject_cast<QWebSocket*>(sender());
+    if (d->over || !socket)
+        return;
+    // Only the first message; this also drops further ones that are already queued.
+    disconnect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived);
+    Q_EMIT webSocketInitialDataReceived(socket, data, discoverAddressOf(socket));
+}
+
+void ConnectionJob::onIpAddressReceived()
+{
+    auto* reply = qobject_cast<QNetworkReply*>(sender());
+    if (!reply)
+        return;
+    reply->disconnect(this);
+    reply->deleteLater();
+    if (d->over)
+        return;
+    abortLookUp();
+    if (hasCandidates())
+        d->candidates.removeFirst();
+    if (reply->error() != QNetworkReply::NoError) {
+        qWarning("ConnectionJob: Error for %s: %s", qUtf8Printable(reply->url().toString()),
+                 qUtf8Printable(reply->errorString()));
+    } else {
+        const QString body = QString::fromUtf8(reply->readAll()).trimmed();
+        qInfo("ConnectionJob: Received IP address: %s", qUtf8Printable(body));
+        QStringList addresses = body.split(QLatin1Char(','), Qt::SkipEmptyParts);
+        for (QString& address : addresses)
+            address = address.trimmed();
+        d->candidates.prepend(addresses);
+    }
+    resume();
+}
+
+void ConnectionJob::stopStepTimer()
+{
+    if (d->stepTimer != 0)
+        killTimer(d->stepTimer);
+    d->stepTimer = 0;
+}

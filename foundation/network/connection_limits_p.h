@@ -1,0 +1,49 @@
+#pragma once
+
+#include <foundation/core/export.h>
+
+#include <QtCore/QtGlobal>
+
+/// What a peer may hold before it has proved who it is. Whoever exceeds a limit loses the connection, with a warning.
+namespace ConnectionLimits {
+
+/// Bytes of the request line within which its CR must stand. A real one has about 50: "GET /gw/label/type/label".
+constexpr int requestLine = 100;
+/// Bytes of a WebSocket message. A device's answer has about 4 KiB: a certificate, a signature and a small challenge.
+constexpr quint64 message = 64 * 1024;
+/// Hand-shakes that wait for their device. One is answered in milliseconds, so this many at a time let some thousands
+/// in a second, and cost less than 32 MiB.
+constexpr int pendingHandshakes = 256;
+/// Requests that wait for one of these places. A whole installation returns in one instant after a power failure, and
+/// none of it shall be turned away.
+constexpr int waitingRequests = 1024;
+/// Accepted connections that have said nothing yet, or whose TLS is not up. The oldest goes first.
+constexpr int silentConnections = 512;
+/// Refused connections that a device holds. The oldest goes first.
+constexpr int refusedConnections = 256;
+/// Bytes buffered of a connection that nobody reads yet. A discovery message has about 80.
+constexpr qint64 readBuffer = 16 * 1024;
+
+} // namespace ConnectionLimits
+
+/// How long the stages of a connection may take, in milliseconds. Tests shorten them; everyone else leaves them alone.
+struct ConnectionTiming
+{
+    /// One kind of attempt with one candidate of a job.
+    int step = 5000;
+    /// The probe of a URL for a redirect.
+    int probe = 2500;
+    /// A device's request until its WebSocket stands, and again from the challenge until the answer is there.
+    int handshake = 5000;
+    /// A hand-shake place has to become free within this time, or those that wait for one are turned away.
+    int admission = 1000;
+    /// From accept until the peer has said something.
+    int silence = 5000;
+    /// From accept until TLS is up, on a device: its processor may be slow and the line too.
+    int tls = 10000;
+    /// How long a device holds a connection that it refused.
+    int refused = 60000;
+
+    /// The values in force.
+    KYR_FOUNDATION_TEST_EXPORT static ConnectionTiming& current();
+};
