@@ -76,6 +76,7 @@ ConnectionJob::ConnectionJob(const QStringList& candidates, quint16 port, bool t
     : QObject(parent)
     , d(new Private{CandidateList(candidates), {}, {}, port, tcpDiscovery, useSsl, networkAccessManager, path})
 {
+    qRegisterMetaType<QAbstractSocket::SocketError>(); // travels in queued calls
 }
 
 ConnectionJob::~ConnectionJob()

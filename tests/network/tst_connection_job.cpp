@@ -1,0 +1,502 @@
+#include <foundation/network/candidate_address_p.h>
+#include <foundation/network/connection_job.h>
+#include <foundation/network/connection_limits_p.h>
+#include <foundation/network/device_connector_base.h>
+
+#include <support/raw_web_socket.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QPointer>
+#include <QtCore/QRegularExpression>
+#include <QtNetwork/QNetworkAccessManager>
+#include <QtNetwork/QNetworkReply>
+#include <QtNetwork/QSslSocket>
+#include <QtNetwork/QTcpSocket>
+#include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
+#include <QtWebSockets/QWebSocket>
+
+#include <functional>
+
+namespace {
+
+CDeviceId device(quint32 number)
+{
+    return CDeviceId(number);
+}
+
+// A connector that writes down what its jobs bring, and does then what the test asks for.
+class Connector : public CDeviceConnectorBase
+{
+public:
+    explicit Connector(bool useSsl = false, QNetworkAccessManager* manager = nullptr)
+        : CDeviceConnectorBase(useSsl, manager)
+    {
+    }
+
+    void onSendDataUsingUdp(const QHostAddress& address, quint16 port, bool& dataSent) override
+    {
+        note(QStringLiteral("udp %1").arg(CandidateAddress::toText(address, port)));
+        dataSent = sendsUdp;
+        run(nullptr);
+    }
+    void onNewOutgoingConnection(QTcpSocket* socket) override
+    {
+        note(QStringLiteral("%1 %2").arg(qobject_cast<QSslSocket*>(socket) ? QStringLiteral("ssl")
+                                                                           : QStringLiteral("tcp"),
+                                         CandidateAddress::toText(socket->peerAddress(), socket->peerPort())));
+        lowDelay = socket->socketOption(QAbstractSocket::LowDelayOption).toInt() != 0;
+        run(socket);
+    }
+    void onNewOutgoingWebSocketConnection(QWebSocket* socket, const QByteArray& data, const QString& url) override
+    {
+        note(QStringLiteral("web %1 %2").arg(url, QString::fromUtf8(data)));
+        lowDelay = socket->findChild<QTcpSocket*>()->socketOption(QAbstractSocket::LowDelayOption).toInt() != 0;
+        run(socket);
+    }
+
+    void note(const QString& event) { events += event; }
+    void run(QObject* socket)
+    {
+        if (action)
+            action(socket);
+    }
+
+    QStringList events;
+    bool sendsUdp = false;
+    bool lowDelay = false;
+    std::function<void(QObject* socket)> action;
+};
+
+// A web server that answers each request as told: with an upgrade, a fixed text, or not at all.
+class WebServer : public QTcpServer
+{
+public:
+    explicit WebServer(const QByteArray& answer)
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, [this, answer] {
+            QTcpSocket* socket = nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket, answer] {
+                const QByteArray request = socket->readAll();
+                if (!request.startsWith("GET "))
+                    return; // a close frame
+                requests += request.left(request.indexOf(" HTTP"));
+                if (!request.contains("Upgrade: websocket"))
+                    socket->write(QByteArray(answer).replace("PORT", QByteArray::number(serverPort())));
+                else
+                    socket->write(RawWebSocket::upgradeResponse(request)
+                                  + RawWebSocket::frame(RawWebSocket::Binary, "hello", false)
+                                  + RawWebSocket::frame(RawWebSocket::Binary, "more", false));
+            });
+        });
+    }
+
+    QByteArrayList requests;
+};
+
+} // namespace
+
+class TestConnectionJob : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { ConnectionTiming::current() = ConnectionTiming(); }
+
+    void candidateTexts_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<int>("port");
+        using Kind = CandidateAddress::Kind;
+        const auto row = [](const char* text, Kind kind, const char* target, int port = 7) {
+            QTest::newRow(text) << int(kind) << QString::fromLatin1(target) << port;
+        };
+        row("", Kind::Nothing, "");
+        row("192.168.1.20", Kind::Address, "192.168.1.20");
+        row("192.168.1.20:4000", Kind::Address, "192.168.1.20", 4000);
+        row("::1", Kind::Address, "::1");
+        row("[::1]", Kind::Address, "::1");
+        row("[2001:db8::5]:5000", Kind::Address, "2001:db8::5", 5000);
+        row("broadcast", Kind::Address, "255.255.255.255");
+        row("255.255.255.255:9", Kind::Address, "255.255.255.255", 9);
+        row("Broadcast", Kind::HostName, "Broadcast");
+        row("000.123.457", Kind::Label, "000.123.457");
+        row("000.123.458", Kind::HostName, "000.123.458");
+        row("1", Kind::HostName, "1");
+        row("1.2.3", Kind::HostName, "1.2.3");
+        row("010.0.0.1", Kind::HostName, "010.0.0.1");
+        row("1.2.3.256", Kind::HostName, "1.2.3.256");
+        row("door.example", Kind::HostName, "door.example");
+        row("door.example:80", Kind::HostName, "door.example", 80);
+        row("door.example:http", Kind::HostName, "door.example:http");
+        row("1.2.3.4:65536", Kind::HostName, "1.2.3.4:65536");
+        row("[::1]:x", Kind::HostName, "[::1]:x");
+        row("http://door.example/", Kind::Url, "");
+        row("https://", Kind::Url, "");
+        row("ftp://door.example/", Kind::HostName, "ftp://door.example/");
+    }
+    void candidateTexts()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, target);
+        QFETCH(int, port);
+        const auto candidate = CandidateAddress::parse(QString::fromLatin1(QTest::currentDataTag()), 7);
+        QCOMPARE(int(candidate.kind), kind);
+        QCOMPARE(int(candidate.port), port);
+        if (candidate.kind == CandidateAddress::Kind::Address)
+            QCOMPARE(candidate.address.toString(), target);
+        else if (candidate.kind == CandidateAddress::Kind::Label)
+            QCOMPARE(candidate.deviceId.toLabel(), target);
+        else
+            QCOMPARE(candidate.host, target);
+    }
+
+    void filtersGroups()
+    {
+        const QString label = device(12345).toLabel();
+        const auto list = [](const char* text) { return QString::fromLatin1(text).split(QLatin1Char(' ')); };
+        const QVector<QStringList> groups{
+            list("192.168.1.2") << label, list("8.8.8.8") << label, QStringList(label) + list("8.8.4.4"),
+            list("10.1.1.1 172.16.0.1 172.31.9.9:80 broadcast 255.255.255.255:9") << QString(),
+            list("172.32.0.1 11.0.0.1 127.0.0.1 ::ffff:10.0.0.1 host 1.2.3 http://10.0.0.1/")};
+        const QVector<QStringList> expected{groups[1], list("8.8.4.4"), groups[4]};
+        QCOMPARE(CDeviceConnectorBase::filterPrivateIpsAndBroadcast(groups), expected);
+    }
+
+    void listens()
+    {
+        QTcpServer probe;
+        QVERIFY(probe.listen(QHostAddress::Any));
+        Connector connector;
+        connector.enableTcpListening();
+        QVERIFY(!connector.isListening());
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            qPrintable(QStringLiteral("CDeviceConnector: TCP listening failed on port %1").arg(probe.serverPort())));
+        connector.setTcpListeningPort(probe.serverPort());
+        const quint16 port = probe.serverPort();
+        probe.close();
+        QVERIFY(connector.getTcpListeningAddrs().isEmpty());
+        connector.setTcpListeningPort(port);
+        QVERIFY(connector.isListening());
+        const qintptr descriptor = connector.socketDescriptor();
+        connector.setTcpListeningPort(port);
+        QCOMPARE(connector.socketDescriptor(), descriptor);
+        const auto addresses = connector.getTcpListeningAddrs();
+        for (const QString& address : addresses) {
+            const auto candidate = CandidateAddress::parse(address, 0);
+            QVERIFY2(candidate.kind == CandidateAddress::Kind::Address && candidate.port == port, qPrintable(address));
+        }
+        connector.setTcpListeningPort(0);
+        QVERIFY(!connector.isListening());
+    }
+
+    // What a group of candidates leads to. PORT is a listening port, DEAD one that refuses. The run ends by itself
+    // unless the row's peer completes it.
+    void attempts_data()
+    {
+        QTest::addColumn<QString>("candidates");
+        QTest::addColumn<bool>("useSsl");
+        QTest::addColumn<quint32>("peer"); // the id with which the connected peer completes the job; 0: nobody does
+        QTest::addColumn<QString>("events");
+        QTest::addColumn<bool>("success");
+        const auto row = [](const char* name, const char* candidates, bool useSsl, quint32 peer, const char* events,
+                            bool success) {
+            QTest::newRow(name) << QString::fromLatin1(candidates) << useSsl << peer << QString::fromLatin1(events)
+                                << success;
+        };
+        row("TCP", "127.0.0.1:PORT", false, 12345, "tcp 127.0.0.1:PORT", true);
+        row("TLS", "127.0.0.1:PORT", true, 12345, "ssl 127.0.0.1:PORT", true);
+        row("IPv6", "[::1]:PORT", false, 12345, "tcp [::1]:PORT", true);
+        row("the next candidate", "127.0.0.1:DEAD,127.0.0.1:PORT,8.8.8.8", false, 12345,
+            "udp 127.0.0.1:DEAD,tcp 127.0.0.1:PORT", true);
+        row("refused", "127.0.0.1:DEAD,127.0.0.1:DEAD", false, 0, "udp 127.0.0.1:DEAD", false);
+        row("job's port is 0", "127.0.0.1,[::1]", false, 0, "udp 127.0.0.1:0,udp [::1]:0", false);
+        row("broadcast", "broadcast,255.255.255.255:7", false, 0, "udp 255.255.255.255:0,udp 255.255.255.255:7", false);
+        row("wanted device", "127.0.0.1:PORT,000.123.457", false, 12345, "tcp 127.0.0.1:PORT", true);
+        row("another device", "127.0.0.1:PORT,000.123.457", false, 54321, "tcp 127.0.0.1:PORT,udp 127.0.0.1:PORT",
+            false);
+        row("only a label", "000.123.457", false, 0, "", false);
+        row("nothing of use", ",http://127.0.0.1:PORT/,", false, 0, "", false);
+        row("no candidates", "", false, 0, "", false);
+    }
+    void attempts()
+    {
+        QFETCH(QString, candidates);
+        QFETCH(bool, useSsl);
+        QFETCH(quint32, peer);
+        QFETCH(QString, events);
+        QFETCH(bool, success);
+        ConnectionTiming::current().step = 200;
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::Any));
+        QTcpServer dead;
+        QVERIFY(dead.listen(QHostAddress::LocalHost));
+        const auto withPorts = [&](QString text) {
+            return text.replace(QLatin1String("PORT"), QString::number(server.serverPort()))
+                .replace(QLatin1String("DEAD"), QString::number(dead.serverPort()));
+        };
+        candidates = withPorts(candidates);
+        events = withPorts(events);
+        dead.close();
+
+        Connector connector(useSsl);
+        connector.action = [&](QObject* socket) {
+            if (auto* tcp = qobject_cast<QTcpSocket*>(socket); tcp && peer)
+                connector.connectionJobCompleted(tcp->peerAddress(), device(peer), QString());
+        };
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        connector.connectToAddresses({candidates.split(QLatin1Char(','))}, 0, true, QString());
+        QTRY_COMPARE(finished.count(), 1);
+        QCOMPARE(finished[0][0].toBool(), success);
+        QCOMPARE(connector.events.join(QLatin1Char(',')), events);
+        if (success)
+            QVERIFY(connector.lowDelay);
+        QTest::qWait(0);
+        QVERIFY(connector.findChildren<QObject*>().isEmpty());
+    }
+
+    // Each kind of attempt has the step's time, which is 5 s.
+    void silentPeer()
+    {
+        QCOMPARE(ConnectionTiming::current().step, 5000);
+        QCOMPARE(ConnectionTiming::current().probe, 2500);
+        ConnectionTiming::current().step = 100;
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        Connector connector;
+        connector.sendsUdp = true;
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        QElapsedTimer time;
+        time.start();
+        connector.connectToAddresses({{QStringLiteral("127.0.0.1:%1").arg(server.serverPort())}}, 0, true, QString());
+        QTRY_COMPARE(connector.events.size(), 2);
+        QVERIFY(time.elapsed() >= 90);
+        QVERIFY(finished.isEmpty());
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(time.elapsed() >= 180);
+        QVERIFY(!finished[0][0].toBool());
+    }
+
+    void hostNames()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::Any));
+        const QString port = QString::number(server.serverPort());
+        Connector connector;
+        connector.action = [&](QObject* socket) {
+            if (auto* tcp = qobject_cast<QTcpSocket*>(socket))
+                connector.connectionJobCompleted(tcp->peerAddress(), device(1), QString());
+        };
+        QList<QPair<QString, QHostAddress>> resolved;
+        connect(&connector, &CDeviceConnectorBase::updateResolvedHostname, this,
+                [&](const QString& host, const QHostAddress& address) {
+                    resolved.append({host, address});
+                });
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("^ConnectionJob: Error for no.such.host.invalid: ")));
+        connector.connectToAddresses({{QStringLiteral("no.such.host.invalid"), QStringLiteral("localhost:") + port}}, 0,
+                                     true, QString());
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        QCOMPARE(resolved[0].first, QStringLiteral("no.such.host.invalid"));
+        QVERIFY(resolved[0].second.isNull());
+        QCOMPARE(resolved[1].first, QStringLiteral("localhost"));
+        QVERIFY(resolved[1].second.isLoopback());
+        QVERIFY(connector.events.last().endsWith(QLatin1Char(':') + port));
+    }
+
+    void urls_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QByteArray>("upgrade"); // the request line of the WebSocket
+        QTest::newRow("web page") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok")
+                                  << QByteArray("GET /a/gw/x");
+        QTest::newRow("error") << QByteArray("HTTP/1.1 404 No\r\nContent-Length: 0\r\n\r\n")
+                               << QByteArray("GET /a/gw/x");
+        QTest::newRow("redirect") << QByteArray(
+            "HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:PORT/b%20c/d///\r\nContent-Length: 0\r\n\r\n")
+                                  << QByteArray("GET /b%20c/d/gw/x");
+        QTest::newRow("relative") << QByteArray(
+            "HTTP/1.1 302 Found\r\nLocation: /elsewhere\r\nContent-Length: 0\r\n\r\n")
+                                  << QByteArray("GET /a/gw/x");
+        QTest::newRow("silent") << QByteArray() << QByteArray("GET /a/gw/x");
+        QTest::newRow("garbage") << QByteArray("\0\1\2\r\n\r\n", 7) << QByteArray("GET /a/gw/x");
+        QTest::newRow("endless") << QByteArray("HTTP/1.1 200 OK\r\n\r\n") + QByteArray(300000, 'x')
+                                 << QByteArray("GET /a/gw/x");
+    }
+    void urls()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(QByteArray, upgrade);
+        ConnectionTiming::current().probe = 150;
+        WebServer server(answer);
+        const QString url = QStringLiteral("http://127.0.0.1:%1/a/").arg(server.serverPort());
+        QNetworkAccessManager manager;
+        Connector connector(false, &manager);
+        connector.action = [&](QObject*) { connector.connectionJobCompleted(QHostAddress(), CDeviceId(), url); };
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        connector.connectToAddresses({{url}}, 0, true, QStringLiteral("/gw/x"));
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        QCOMPARE(connector.events, QStringList(QStringLiteral("web %1 hello").arg(url)));
+        QCOMPARE(server.requests.first(), QByteArrayLiteral("GET /a/"));
+        QCOMPARE(server.requests.last(), upgrade);
+        QVERIFY(connector.lowDelay);
+    }
+
+    void urlThatRefuses()
+    {
+        QTcpServer dead;
+        QVERIFY(dead.listen(QHostAddress::LocalHost));
+        const QString url = QStringLiteral("http://127.0.0.1:%1").arg(dead.serverPort());
+        dead.close();
+        QNetworkAccessManager manager;
+        Connector connector(false, &manager);
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        connector.connectToAddresses({{url, QStringLiteral("http://"), url}}, 0, true, QStringLiteral("/gw/x"));
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(!finished[0][0].toBool());
+        QVERIFY(connector.events.isEmpty());
+    }
+
+    void addressesFromWebService()
+    {
+        WebServer server("HTTP/1.1 200 OK\r\nContent-Length: 18\r\n\r\n 127.0.0.1:9,,::1\r\n");
+        QNetworkAccessManager manager;
+        Connector connector;
+        ConnectionJob job({QStringLiteral("service"), QStringLiteral("127.0.0.9")}, 5, false, false, nullptr,
+                          QString());
+        connect(&job, &ConnectionJob::sendDataUsingUdp, &connector, &Connector::onSendDataUsingUdp);
+        QSignalSpy finished(&job, &ConnectionJob::jobFinished);
+        QPointer<QNetworkReply> reply =
+            manager.get(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/ip").arg(server.serverPort()))));
+        connect(reply, &QNetworkReply::finished, &job, &ConnectionJob::onIpAddressReceived);
+        QTRY_COMPARE(finished.count(), 1);
+        QCOMPARE(connector.events.join(QLatin1Char(' ')),
+                 QStringLiteral("udp 127.0.0.1:9 udp [::1]:5 udp 127.0.0.9:5"));
+        QTRY_VERIFY(reply.isNull());
+    }
+
+    void groupsRunTogether()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        const QString address = QStringLiteral("127.0.0.1:%1").arg(server.serverPort());
+        ConnectionTiming::current().step = 300;
+        Connector connector;
+        connector.sendsUdp = true;
+        connector.action = [&](QObject* socket) {
+            if (socket)
+                connector.connectionJobCompleted(QHostAddress(QStringLiteral("::ffff:127.0.0.1")), device(12345),
+                                                 QString());
+        };
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        connector.connectToAddresses({}, 0, true, QString());
+        QVERIFY(finished.isEmpty());
+        connector.connectToAddresses(
+            {{device(5).toLabel()}, {address, device(12345).toLabel()}, {}, {QStringLiteral("127.0.0.2")}}, 0, true,
+            QString());
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        // A new run starts afresh.
+        connector.connectToAddresses({{device(5).toLabel()}}, 0, true, QString());
+        QCOMPARE(finished.count(), 2);
+        QVERIFY(!finished[1][0].toBool());
+        connector.connectToAddresses({{QStringLiteral("127.0.0.2")}}, 0, true, QString());
+        connector.abortConnectToAddresses();
+        QTest::qWait(0);
+        QVERIFY(connector.findChildren<ConnectionJob*>().isEmpty());
+        QCOMPARE(finished.count(), 2);
+    }
+
+    void longLists_data()
+    {
+        QTest::addColumn<QStringList>("candidates");
+        QStringList labels, nothing, twice, addresses, names;
+        for (int i = 1; i <= 100000; ++i) {
+            labels += device(quint32(i)).toLabel();
+            nothing += QString();
+            twice += QStringLiteral("10.0.0.1");
+            addresses += QHostAddress(0x0A000000u + quint32(i)).toString();
+            names += QStringLiteral("http://a/%1").arg(i % 7);
+        }
+        QTest::newRow("labels") << labels;
+        QTest::newRow("empty") << nothing;
+        QTest::newRow("one address") << twice;
+        QTest::newRow("addresses") << addresses;
+        QTest::newRow("URLs") << names;
+    }
+    void longLists()
+    {
+        QFETCH(QStringList, candidates);
+        Connector connector;
+        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
+        QElapsedTimer time;
+        time.start();
+        connector.connectToAddresses({candidates}, 0, true, QString());
+        QCOMPARE(finished.count(), 1);
+        QVERIFY2(time.elapsed() < 4000, qPrintable(QString::number(time.elapsed())));
+    }
+
+    // Within each signal a receiver aborts the run, deletes the socket, or deletes the connector.
+    void receiversAct_data()
+    {
+        QTest::addColumn<QString>("candidate");
+        QTest::addColumn<QString>("deed");
+        for (const char* candidate : {"127.0.0.1:PORT", "localhost:PORT", "http://127.0.0.1:WEB/", "10.0.0.1"}) {
+            for (const char* deed : {"abort", "delete socket", "delete connector"})
+                QTest::addRow("%s: %s", candidate, deed) << QString::fromLatin1(candidate) << QString::fromLatin1(deed);
+        }
+    }
+    void receiversAct()
+    {
+        QFETCH(QString, candidate);
+        QFETCH(QString, deed);
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::Any));
+        WebServer web("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+        candidate.replace(QLatin1String("PORT"), QString::number(server.serverPort()))
+            .replace(QLatin1String("WEB"), QString::number(web.serverPort()));
+        ConnectionTiming::current().step = 100;
+        QNetworkAccessManager manager;
+        QPointer<Connector> connector = new Connector(false, &manager);
+        connector->sendsUdp = true;
+        int deeds = 0;
+        int finished = 0;
+        const auto act = [&](QObject* socket) {
+            ++deeds;
+            if (deed == QLatin1String("abort"))
+                connector->abortConnectToAddresses();
+            else if (deed == QLatin1String("delete socket"))
+                delete socket;
+            else
+                delete connector;
+        };
+        connector->action = [act](QObject* socket) {
+            auto copy = act;
+            copy(socket);
+        };
+        connect(connector, &CDeviceConnectorBase::updateResolvedHostname, this, [&] {
+            if (deed != QLatin1String("delete socket"))
+                act(nullptr);
+        });
+        connect(connector, &CDeviceConnectorBase::connectToAddressesFinished, this, [&] {
+            ++finished;
+            delete connector;
+        });
+        connector->connectToAddresses({{candidate}, {candidate}}, 0, true, QStringLiteral("/gw/x"));
+        QTRY_VERIFY(deeds > 0);
+        if (deed == QLatin1String("delete socket"))
+            QTRY_COMPARE(finished, 1); // the step's time ends the attempt
+        QTest::qWait(50);
+        QCOMPARE(finished, deed == QLatin1String("delete socket") ? 1 : 0);
+        delete connector;
+    }
+};
+
+QTEST_GUILESS_MAIN(TestConnectionJob)
+#include "tst_connection_job.moc"
