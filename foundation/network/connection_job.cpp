@@ -2,7 +2,7 @@
 #include <foundation/network/candidate_list_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
-#include <foundation/network/low_delay_p.h>
+#include <foundation/network/socket_options_p.h>
 
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
@@ -356,7 +356,7 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
             qWarning("%s [%i]", qUtf8Printable(error.errorString()), static_cast<int>(error.error()));
     });
     socket->open(url);
-    setLowDelay(socket->findChild<QTcpSocket*>());
+    setLowDelay(socket);
 }
 
 void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)

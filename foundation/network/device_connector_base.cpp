@@ -1,7 +1,7 @@
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/device_connector_base.h>
-#include <foundation/network/low_delay_p.h>
+#include <foundation/network/socket_options_p.h>
 
 #include <QtCore/QPointer>
 #include <QtNetwork/QNetworkInterface>
