@@ -1,0 +1,160 @@
+#include <foundation/core/debug.h>
+
+#include <foundation/core/circular_log_buffer.h>
+#include <foundation/core/wall_clock_p.h>
+
+#include <QtCore/QVarLengthArray>
+#include <QtCore/QtGlobal>
+
+#include <atomic>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+struct Level
+{
+    char tag[4];
+    int threshold;
+};
+
+constexpr Level levelOf(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+        return {"DBG", 5};
+    case QtInfoMsg:
+        return {"INF", 4};
+    case QtWarningMsg:
+        return {"WRN", 3};
+    case QtCriticalMsg:
+        return {"CRT", INT_MIN};
+    case QtFatalMsg:
+        return {"FTL", INT_MIN};
+    }
+    return {"UNK", INT_MIN};
+}
+
+constexpr int circularBufferSize = 0x100000;
+
+// Set at start-up and read by every thread that logs: atomic so that late changes are no data race, relaxed because
+// nothing else depends on them.
+std::atomic<int> logLevel{4};
+std::atomic<FILE*> stream{stderr};
+// Not owned by a smart pointer: messages come until the very end of the process.
+std::atomic<CCircularLogBuffer*> circularBuffer{nullptr};
+
+using Line = QVarLengthArray<char, 512>;
+
+char* writeNumber(char* to, int number, int digits)
+{
+    for (int i = digits; i-- > 0; number /= 10)
+        to[i] = static_cast<char>('0' + number % 10);
+    return to + digits;
+}
+
+/// "12:34:56.789 INF text" and a NUL.
+void formatLine(Line& line, const Level& level, const QString& message)
+{
+    constexpr int prefixLength = 17;
+    line.resize(prefixLength + static_cast<int>(message.size()) + 1);
+    const WallClock time = WallClock::now();
+    char* to = writeNumber(line.data(), time.hour, 2);
+    *to++ = ':';
+    to = writeNumber(to, time.minute, 2);
+    *to++ = ':';
+    to = writeNumber(to, time.second, 2);
+    *to++ = '.';
+    to = writeNumber(to, time.millisecond, 3);
+    *to++ = ' ';
+    to = std::copy(level.tag, level.tag + 3, to);
+    *to++ = ' ';
+
+    // Most messages are plain ASCII, which needs no codec.
+    const QChar* from = message.constData();
+    const QChar* const end = from + message.size();
+    while (from != end && from->unicode() < 0x80)
+        *to++ = static_cast<char>((from++)->unicode());
+    if (from != end) {
+        const QByteArray utf8 = message.toUtf8();
+        line.resize(prefixLength + static_cast<int>(utf8.size()) + 1);
+        std::memcpy(line.data() + prefixLength, utf8.constData(), static_cast<size_t>(utf8.size()));
+    }
+    line.last() = '\0';
+}
+} // namespace
+
+void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    const Level level = levelOf(type);
+    if (logLevel.load(std::memory_order_relaxed) < level.threshold)
+        return;
+
+    Line line;
+    formatLine(line, level, message);
+    if (CCircularLogBuffer* buffer = circularBuffer.load(std::memory_order_relaxed))
+        buffer->append(QByteArray::fromRawData(line.constData(), static_cast<int>(line.size())));
+    if (FILE* output = stream.load(std::memory_order_relaxed)) {
+        std::fputs(line.constData(), output);
+        std::fputc('\n', output);
+        std::fflush(output);
+    }
+}
+
+void CDebug::setLogLevel(int level)
+{
+    logLevel.store(level, std::memory_order_relaxed);
+}
+
+int CDebug::logLevelStringToInt(const QString& text, bool* ok)
+{
+    static constexpr const char* tags[] = {"FTL", "CRT", "WRN", "INF", "DBG"};
+    for (int i = 0; i < 5; ++i) {
+        if (text == QLatin1String(tags[i])) {
+            if (ok)
+                *ok = true;
+            return i + 1;
+        }
+    }
+    return text.toInt(ok, 10);
+}
+
+bool CDebug::setMessageOutputFile(const QString& name)
+{
+    const bool append = name.startsWith(QLatin1String(">>"));
+    const QString target = append ? name.mid(2) : name;
+
+    FILE* const current = stream.exchange(nullptr);
+    if (current && current != stdout && current != stderr)
+        std::fclose(current);
+
+    FILE* chosen = nullptr;
+    bool ok = true;
+    if (target == QLatin1String("stderr")) {
+        chosen = stderr;
+    } else if (target == QLatin1String("stdout") || target == QLatin1String("-")) {
+        chosen = stdout;
+    } else if (target != QLatin1String("none")) {
+        chosen = std::fopen(target.toLocal8Bit().constData(), append ? "a" : "w");
+        ok = chosen != nullptr;
+        if (!ok)
+            chosen = stderr;
+    }
+    stream = chosen;
+    if (!ok)
+        qWarning("Debug: Could not open message output file %s", qUtf8Printable(target));
+    return ok;
+}
+
+void CDebug::enableCircularBuffer(bool enable)
+{
+    if (enable == (circularBuffer.load() != nullptr))
+        return;
+    if (enable) {
+        circularBuffer = new CCircularLogBuffer(circularBufferSize);
+        CCircularLogBuffer::setInstanceUsedAsMessageHandler(circularBuffer);
+    } else {
+        CCircularLogBuffer::setInstanceUsedAsMessageHandler(nullptr);
+        delete circularBuffer.exchange(nullptr);
+    }
+}
