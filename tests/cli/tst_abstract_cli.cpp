@@ -67,9 +67,10 @@ int runTool(int argc, char** argv)
     const QStringList arguments = app.arguments();
     std::signal(SIGHUP, SIG_IGN); // a closed terminal shows as the end of the input
     CAbstractCliIO* io = nullptr;
-    if (arguments.contains(QStringLiteral("--socket")))
+    if (arguments.contains(QStringLiteral("--socket"))) {
         io = new CLocalSocketCliIO(arguments.last());
-    else
+        io->setParent(&app);
+    } else // deletes itself
         io = new CStandardIOHandler(arguments.contains(QStringLiteral("--prompt")) ? "> " : nullptr);
     Tool tool(io);
     tool.execute();

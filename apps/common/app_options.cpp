@@ -1,0 +1,102 @@
+#include "app_options.h"
+
+#include <foundation/core/environment_variable.h>
+
+AppOptions::AppOptions(const QString& description, const QByteArray& variablePrefix)
+    : m_prefix(variablePrefix)
+{
+    m_parser.setApplicationDescription(description);
+    m_parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    addSwitch(QStringLiteral("help"), QStringLiteral("this text"));
+}
+
+void AppOptions::addSwitch(const QString& name, const QString& description)
+{
+    m_parser.addOption(QCommandLineOption(name, description));
+    m_optionHelp.append(QStringLiteral("  --%1%2").arg(name.leftJustified(24), description));
+}
+
+void AppOptions::addValue(const QString& name, const QString& valueName, const QString& description,
+                          const QString& defaultValue)
+{
+    m_parser.addOption(QCommandLineOption(name, description, valueName, defaultValue));
+    const QString syntax = name + QLatin1Char(' ') + valueName;
+    QString text = QStringLiteral("  --%1%2").arg(syntax.leftJustified(24), description);
+    if (!defaultValue.isEmpty())
+        text += QStringLiteral(" (%1)").arg(defaultValue);
+    m_optionHelp.append(text);
+}
+
+void AppOptions::addPositional(const QString& name, const QString& description, const QString& syntax)
+{
+    m_parser.addPositionalArgument(name, description);
+    m_usage.append(syntax.isEmpty() ? name : syntax);
+}
+
+void AppOptions::stopAtPositional()
+{
+    m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+}
+
+bool AppOptions::parse(const QStringList& arguments)
+{
+    // The parser takes the program's name first.
+    if (!m_parser.parse(QStringList(QString()) + arguments))
+        setError(m_parser.errorText());
+    return m_error.isEmpty();
+}
+
+QByteArray AppOptions::variable(const QString& name) const
+{
+    return m_prefix + '_' + name.toUpper().replace(QLatin1Char('-'), QLatin1Char('_')).toLatin1();
+}
+
+bool AppOptions::isSet(const QString& name) const
+{
+    if (CEnvironmentVariable::isSet(variable(name).constData()))
+        return CEnvironmentVariable::hasArg({}, "", variable(name).constData());
+    return m_parser.isSet(name);
+}
+
+QString AppOptions::value(const QString& name) const
+{
+    if (CEnvironmentVariable::isSet(variable(name).constData()))
+        return CEnvironmentVariable::valueTrimmed(variable(name).constData());
+    return m_parser.value(name);
+}
+
+QStringList AppOptions::values(const QString& name) const
+{
+    if (CEnvironmentVariable::isSet(variable(name).constData()))
+        return value(name).split(QLatin1Char(','));
+    return m_parser.values(name);
+}
+
+int AppOptions::number(const QString& name, int minimum, int maximum)
+{
+    bool ok = false;
+    const QString text = value(name);
+    const int number = text.toInt(&ok);
+    if (ok && number >= minimum && number <= maximum)
+        return number;
+    setError(
+        QStringLiteral("--%1 takes a number from %2 to %3, not \"%4\"").arg(name).arg(minimum).arg(maximum).arg(text));
+    return minimum;
+}
+
+void AppOptions::setError(const QString& text)
+{
+    if (m_error.isEmpty())
+        m_error = text;
+}
+
+QString AppOptions::help(const QString& command) const
+{
+    QString text = QStringLiteral("Usage: ") + command + QStringLiteral(" [options] ") + m_usage.join(QLatin1Char(' '));
+    text = text.trimmed() + QLatin1String("\n\n") + m_parser.applicationDescription() + QLatin1String("\n\nOptions:\n")
+           + m_optionHelp.join(QLatin1Char('\n'));
+    return text
+           + QStringLiteral(
+                 "\n\nAn option may also be given by an environment variable, which takes precedence: %1_...")
+                 .arg(QString::fromLatin1(m_prefix));
+}

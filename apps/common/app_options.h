@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QStringList>
+
+/// The options of a tool or of one of its commands. Each may be given as an argument ("--udp-port 4000",
+/// "--udp-port=4000") or by an environment variable ("KYR_SIMULATOR_UDP_PORT=4000"), which takes precedence.
+///
+/// Mistakes are collected: after the values were read, error() is the first of them, one line for the user.
+class AppOptions
+{
+public:
+    /// `variablePrefix` is what the names of the environment variables begin with, such as "KYR_SIMULATOR".
+    AppOptions(const QString& description, const QByteArray& variablePrefix);
+
+    void addSwitch(const QString& name, const QString& description);
+    void addValue(const QString& name, const QString& valueName, const QString& description,
+                  const QString& defaultValue = {});
+    void addPositional(const QString& name, const QString& description, const QString& syntax = {});
+    /// Options end at the first positional argument; the rest is the positional ones'.
+    void stopAtPositional();
+
+    /// Reads the arguments (without the program's name); false when one of them is unknown or lacks its value.
+    bool parse(const QStringList& arguments);
+
+    bool isSet(const QString& name) const;
+    QString value(const QString& name) const;
+    /// Of an option that may be repeated; a variable holds them separated by commas.
+    QStringList values(const QString& name) const;
+    /// A number within the bounds; anything else is an error and gives `minimum`.
+    int number(const QString& name, int minimum, int maximum);
+    QStringList positional() const { return m_parser.positionalArguments(); }
+
+    /// Empty without a mistake. The first one counts.
+    QString error() const { return m_error; }
+    void setError(const QString& text);
+
+    /// Usage, options and what they mean, with `command` as the program's part of the usage line.
+    QString help(const QString& command) const;
+
+private:
+    QByteArray variable(const QString& name) const;
+
+    QCommandLineParser m_parser;
+    QByteArray m_prefix;
+    QString m_error;
+    QStringList m_usage;
+    QStringList m_optionHelp;
+};

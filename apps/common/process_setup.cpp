@@ -1,0 +1,88 @@
+#include "process_setup.h"
+
+#include <foundation/core/debug.h>
+
+#include <QtCore/QSocketNotifier>
+
+#ifndef Q_OS_WIN
+#    include <csignal>
+#    include <fcntl.h>
+#    include <unistd.h>
+#endif
+
+void addLogOptions(AppOptions& options, const QString& defaultLevel, const QString& defaultFile)
+{
+    options.addValue(QStringLiteral("log-level"), QStringLiteral("LEVEL"),
+                     QStringLiteral("DBG, INF, WRN, CRT, FTL or a number from 0 to 5"), defaultLevel);
+    options.addValue(QStringLiteral("log-file"), QStringLiteral("FILE"),
+                     QStringLiteral("a file, \">>\" and a file to append, stderr, stdout or none"), defaultFile);
+}
+
+bool applyLogOptions(AppOptions& options)
+{
+    bool ok = false;
+    const QString level = options.value(QStringLiteral("log-level"));
+    const int number = CDebug::logLevelStringToInt(level, &ok);
+    if (!ok) {
+        options.setError(
+            QStringLiteral("--log-level takes DBG, INF, WRN, CRT, FTL or a number, not \"%1\"").arg(level));
+        return false;
+    }
+    qInstallMessageHandler(&CDebug::messageOutput);
+    CDebug::setLogLevel(number);
+    const QString file = options.value(QStringLiteral("log-file"));
+    if (!CDebug::setMessageOutputFile(file)) {
+        options.setError(QStringLiteral("cannot write the log file \"%1\"").arg(file));
+        return false;
+    }
+    return true;
+}
+
+#ifdef Q_OS_WIN
+
+void onTerminationRequest(QObject*, const std::function<void()>&) {}
+
+void openStandardDescriptors() {}
+
+#else
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int number)
+{
+    const char byte = 0;
+    // Who has been asked twice does not listen.
+    std::signal(number, SIG_DFL);
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
+}
+
+} // namespace
+
+void onTerminationRequest(QObject* context, const std::function<void()>& handler)
+{
+    if (::pipe(signalPipe) != 0)
+        return;
+    for (int descriptor : signalPipe)
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, context);
+    QObject::connect(notifier, &QSocketNotifier::activated, context, [notifier, handler] {
+        notifier->setEnabled(false);
+        handler();
+    });
+    for (int number : {SIGINT, SIGTERM, SIGHUP}) {
+        if (std::signal(number, onSignal) == SIG_IGN)
+            std::signal(number, SIG_IGN); // started in the background or with nohup
+    }
+}
+
+void openStandardDescriptors()
+{
+    for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) < 0)
+            ::open("/dev/null", descriptor == 0 ? O_RDONLY : O_WRONLY);
+    }
+}
+
+#endif

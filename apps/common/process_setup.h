@@ -1,0 +1,19 @@
+#pragma once
+
+#include "app_options.h"
+
+#include <QtCore/QObject>
+
+#include <functional>
+
+/// The logging options that every tool has: --log-level and --log-file.
+void addLogOptions(AppOptions& options, const QString& defaultLevel, const QString& defaultFile);
+/// Installs the message handler as the options say. False with an error in `options`.
+bool applyLogOptions(AppOptions& options);
+
+/// Calls `handler` from the event loop when the user or the system asks the process to end (Ctrl+C, kill); asked for
+/// the second time the process ends at once. One for each process; does nothing on systems without such signals.
+void onTerminationRequest(QObject* context, const std::function<void()>& handler);
+
+/// Makes sure that descriptors 0 to 2 are open, or sockets of the program would take their places. To be called first.
+void openStandardDescriptors();

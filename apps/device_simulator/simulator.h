@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QVector>
+
+class AppOptions;
+class CDeviceDiscoveryBase;
+class SimulatedDevice;
+
+/// Plays several devices in one process.
+///
+/// All of them stand behind one UDP port: what arrives there, by broadcast or addressed to this machine, is given to
+/// each device, and each answers from a port of its own. So one query finds them all, as on a real network.
+class Simulator : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Simulator(QObject* parent = nullptr);
+
+    /// The options of the command line.
+    static void addOptions(AppOptions& options);
+    /// Makes the devices as the options say; false with an error in `options`.
+    bool setUp(AppOptions& options);
+    /// Opens the ports; false with a reason.
+    bool start(QString& error);
+
+    /// For programs that started this one: a JSON object a line, one for each device and one for the whole.
+    QByteArray describe() const;
+
+private:
+    QVector<SimulatedDevice*> m_devices;
+    CDeviceDiscoveryBase* m_hub = nullptr;
+    quint16 m_udpPort = 0;
+    quint16 m_tcpPort = 0;
+};
