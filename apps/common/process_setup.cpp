@@ -49,13 +49,23 @@ void openStandardDescriptors() {}
 namespace {
 
 int signalPipe[2] = {-1, -1};
+constexpr int TerminationSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 void onSignal(int number)
 {
     const char byte = 0;
-    // Who has been asked twice does not listen.
+    // Asked again before the event loop has taken notice, the process ends at once.
     std::signal(number, SIG_DFL);
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
+}
+
+void catchSignals()
+{
+    for (int number : TerminationSignals) {
+        // Ignored from the start: begun in the background, or with nohup.
+        if (std::signal(number, onSignal) == SIG_IGN)
+            std::signal(number, SIG_IGN);
+    }
 }
 
 } // namespace
@@ -67,14 +77,14 @@ void onTerminationRequest(QObject* context, const std::function<void()>& handler
     for (int descriptor : signalPipe)
         ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, context);
-    QObject::connect(notifier, &QSocketNotifier::activated, context, [notifier, handler] {
-        notifier->setEnabled(false);
-        handler();
+    QObject::connect(notifier, &QSocketNotifier::activated, context, [handler] {
+        char byte = 0;
+        if (::read(signalPipe[0], &byte, 1) == 1) {
+            handler();
+            catchSignals();
+        }
     });
-    for (int number : {SIGINT, SIGTERM, SIGHUP}) {
-        if (std::signal(number, onSignal) == SIG_IGN)
-            std::signal(number, SIG_IGN); // started in the background or with nohup
-    }
+    catchSignals();
 }
 
 void openStandardDescriptors()

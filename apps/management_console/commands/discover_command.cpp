@@ -1,0 +1,261 @@
+#include "command.h"
+#include "commands.h"
+#include "common/default_ports.h"
+
+#include <foundation/network/device_discovery_app_side.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QTimer>
+#include <QtCore/QUrl>
+#include <QtNetwork/QHostInfo>
+#include <QtNetwork/QNetworkInterface>
+#include <QtNetwork/QTcpSocket>
+
+namespace {
+
+constexpr int Rounds = 3; // a datagram may get lost, so all are asked again
+
+struct Target
+{
+    QString name; // what the user sees
+    QHostAddress address;
+    quint16 udpPort = 0;
+    quint16 tcpPort = 0; // 0: not asked by TCP
+};
+
+struct Found
+{
+    CDeviceId id;
+    CSystemId system;
+    int type = 0;
+    QHostAddress address;
+    quint16 port = 0;
+    QStringList how;
+    double milliseconds = 0;
+};
+
+QHostAddress plainAddress(const QHostAddress& address)
+{
+    bool mapped = false;
+    const quint32 ip4 = address.toIPv4Address(&mapped);
+    return mapped ? QHostAddress(ip4) : address;
+}
+
+// The broadcast address of each network this machine is in. The general one leaves by one interface only; loopback has
+// one too, though the system does not list it.
+QVector<Target> broadcastTargets(quint16 port)
+{
+    QVector<Target> targets;
+    const auto interfaces = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface& interface : interfaces) {
+        if (!interface.flags().testFlag(QNetworkInterface::IsRunning))
+            continue;
+        const auto entries = interface.addressEntries();
+        for (const QNetworkAddressEntry& entry : entries) {
+            QHostAddress address = entry.broadcast();
+            if (interface.flags().testFlag(QNetworkInterface::IsLoopBack) && entry.ip() == QHostAddress::LocalHost)
+                address = QHostAddress(QStringLiteral("127.255.255.255"));
+            if (!address.isNull())
+                targets.append({interface.name() + QLatin1Char(' ') + address.toString(), address, port, 0});
+        }
+    }
+    targets.append({QStringLiteral("255.255.255.255"), QHostAddress(QHostAddress::Broadcast), port, 0});
+    return targets;
+}
+
+class DiscoverCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addValue(QStringLiteral("address"), QStringLiteral("A[:PORT]"),
+                         QStringLiteral("ask this address or host by UDP and TCP; may be repeated"));
+        options.addSwitch(QStringLiteral("broadcast"),
+                          QStringLiteral("ask all networks of this machine (the default without --address)"));
+        options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for answers"),
+                         QStringLiteral("1500"));
+        options.addValue(QStringLiteral("expect"), QStringLiteral("N"),
+                         QStringLiteral("stop waiting when N devices were found"), QStringLiteral("0"));
+        options.addValue(QStringLiteral("port"), QStringLiteral("PORT"), QStringLiteral("UDP port of the devices"),
+                         QString::number(DefaultPorts::Discovery));
+        options.addValue(QStringLiteral("tcp-port"), QStringLiteral("PORT"),
+                         QStringLiteral("TCP port of addresses without one, 0 for no TCP"),
+                         QString::number(DefaultPorts::Device));
+        options.addValue(QStringLiteral("system"), QStringLiteral("LABEL"),
+                         QStringLiteral("only devices of this installation"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        const quint16 port = quint16(options.number(QStringLiteral("port"), 1, 0xFFFF));
+        const quint16 tcpPort = quint16(options.number(QStringLiteral("tcp-port"), 0, 0xFFFF));
+        m_expected = options.number(QStringLiteral("expect"), 0, 1000000);
+        m_waitMs = options.number(QStringLiteral("wait"), 1, 3600000);
+        const QStringList addresses = options.values(QStringLiteral("address"));
+        CSystemId system;
+        bool ok = true;
+        if (options.isSet(QStringLiteral("system")))
+            system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
+        if (!ok)
+            options.setError(QStringLiteral("--system takes the label of an installation, such as 0012.3457"));
+        if (!options.positional().isEmpty())
+            options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
+        if (!options.error().isEmpty())
+            return;
+
+        m_udp.setSystemId(system.value());
+        m_tcp.setSystemId(system.value());
+        connect(&m_udp, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
+                [this](const QHostAddress& address, quint16 from, CDeviceId id, CSystemId of, int type) {
+                    onFound({id, of, type, plainAddress(address), from, {}, 0}, QString());
+                });
+        connect(&m_tcp, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
+                [this](const QHostAddress& address, quint16 from, CDeviceId id, CSystemId of, int type) {
+                    onFound({id, of, type, plainAddress(address), from, {}, 0}, QStringLiteral("TCP"));
+                });
+        connect(&m_tcp, &CDeviceDiscoveryAppSide::tcpQueryFailed, this, [](QTcpSocket* socket) { socket->abort(); });
+
+        m_clock.start();
+        if (addresses.isEmpty() || options.isSet(QStringLiteral("broadcast"))) {
+            for (const Target& target : broadcastTargets(port))
+                addTarget(target);
+        }
+        for (const QString& address : addresses)
+            resolve(address, port, tcpPort);
+
+        auto* ticks = new QTimer(this);
+        connect(ticks, &QTimer::timeout, this, &DiscoverCommand::onTick);
+        ticks->start(qBound(5, m_waitMs / (Rounds * 4), 250));
+    }
+
+    void cancel() override { conclude(); }
+
+private:
+    // "A", "A:PORT", "[A6]:PORT" or a host name with or without a port.
+    void resolve(const QString& text, quint16 port, quint16 tcpPort)
+    {
+        QUrl url;
+        const bool bareIp6 = text.contains(QLatin1Char(':')) && !QHostAddress(text).isNull();
+        url.setAuthority(bareIp6 ? QString(QLatin1Char('[') + text + QLatin1Char(']')) : text);
+        if (url.host().isEmpty()) {
+            m_failures.append(QStringLiteral("\"%1\" is no address").arg(text));
+            return;
+        }
+        Target target{text, QHostAddress(url.host()), port, tcpPort};
+        if (url.port() > 0)
+            target.udpPort = target.tcpPort = quint16(url.port());
+        if (!target.address.isNull())
+            return addTarget(target);
+        QHostInfo::lookupHost(url.host(), this, [this, target](const QHostInfo& info) mutable {
+            if (info.addresses().isEmpty())
+                m_failures.append(QStringLiteral("\"%1\": %2").arg(target.name, info.errorString()));
+            for (const QHostAddress& address : info.addresses()) {
+                target.address = address;
+                addTarget(target);
+            }
+        });
+    }
+
+    void addTarget(const Target& target)
+    {
+        m_targets.append(target);
+        m_udp.sendGetDeviceInfoUdp(target.address, target.udpPort);
+        if (target.tcpPort == 0)
+            return;
+        auto* socket = new QTcpSocket(this);
+        connect(socket, &QTcpSocket::connected, this, [this, socket] { m_tcp.sendGetDeviceInfoTcp(socket); });
+        socket->connectToHost(target.address, target.tcpPort);
+    }
+
+    void onFound(Found found, QString how)
+    {
+        if (how.isEmpty()) {
+            how = QStringLiteral("broadcast");
+            for (const Target& target : qAsConst(m_targets)) {
+                if (target.tcpPort != 0 && plainAddress(target.address) == found.address)
+                    how = QStringLiteral("UDP");
+            }
+        }
+        // A device without an id is known by its address only.
+        QString key = found.id.toLabel();
+        if (!found.id.isValid())
+            key += found.address.toString() + QLatin1Char(':') + QString::number(found.port);
+        auto known = m_found.find(key);
+        if (known == m_found.end()) {
+            found.milliseconds = double((m_clock.nsecsElapsed() - m_roundStart) / 1000) / 1000;
+            known = m_found.insert(key, found);
+        }
+        if (!known->how.contains(how))
+            known->how.append(how);
+        if (m_expected > 0 && m_found.size() >= m_expected)
+            conclude();
+    }
+
+    void onTick()
+    {
+        const qint64 elapsed = m_clock.elapsed();
+        if (elapsed >= m_waitMs)
+            return conclude();
+        if (elapsed * Rounds >= qint64(m_waitMs) * m_round) {
+            ++m_round;
+            m_roundStart = m_clock.nsecsElapsed();
+            for (const Target& target : qAsConst(m_targets))
+                m_udp.sendGetDeviceInfoUdp(target.address, target.udpPort);
+        }
+        session().progress(QStringLiteral("%1 found, %2 s left")
+                               .arg(m_found.size())
+                               .arg(double(m_waitMs - elapsed) / 1000, 0, 'f', 1));
+    }
+
+    void conclude()
+    {
+        if (m_concluded)
+            return;
+        m_concluded = true;
+        Table table({{QStringLiteral("label"), QStringLiteral("Label")},
+                     {QStringLiteral("type"), QStringLiteral("Type")},
+                     {QStringLiteral("system"), QStringLiteral("System")},
+                     {QStringLiteral("address"), QStringLiteral("Address")},
+                     {QStringLiteral("port"), QStringLiteral("Port")},
+                     {QStringLiteral("found"), QStringLiteral("Found by")},
+                     {QStringLiteral("milliseconds"), QStringLiteral("ms")}});
+        for (Found& found : m_found) {
+            found.how.sort();
+            table.addRow({found.id.toLabel(), found.type, found.system.toLabel(), found.address.toString(),
+                          int(found.port), found.how, found.milliseconds});
+        }
+        if (!m_found.isEmpty() || isJson())
+            print(table);
+        if (!m_found.isEmpty())
+            return done();
+        QStringList asked;
+        for (const Target& target : qAsConst(m_targets))
+            asked.append(QStringLiteral("%1 port %2").arg(target.name).arg(target.udpPort));
+        asked += m_failures;
+        fail(QStringLiteral("nothing answered within %1 ms; asked: %2; a firewall here or in between may be in the way")
+                 .arg(m_waitMs)
+                 .arg(asked.join(QLatin1String(", "))));
+    }
+
+    // Two, so that it is known which way an answer came. Both use ports that the system chooses.
+    CDeviceDiscoveryAppSide m_udp{0, nullptr};
+    CDeviceDiscoveryAppSide m_tcp{0, nullptr};
+    QVector<Target> m_targets;
+    QStringList m_failures;
+    QMap<QString, Found> m_found;
+    QElapsedTimer m_clock;
+    qint64 m_roundStart = 0;
+    int m_round = 1;
+    int m_expected = 0;
+    int m_waitMs = 0;
+    bool m_concluded = false;
+};
+
+} // namespace
+
+Command* createDiscoverCommand(Session& session)
+{
+    return new DiscoverCommand(session);
+}

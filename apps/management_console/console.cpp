@@ -1,0 +1,132 @@
+#include "console.h"
+
+#include "command.h"
+#include "terminal.h"
+
+#include <foundation/core/string_utils.h>
+
+Console::Console(CAbstractCliIO* io, Input input, QObject* parent)
+    : CAbstractCli(io, parent)
+    , m_session(new Session(this))
+    , m_input(input)
+    , m_colour(input != Input::Socket && Terminal::wantsColour())
+{
+}
+
+Console::~Console() = default;
+
+void Console::begin(const QStringList& arguments)
+{
+    if (!arguments.isEmpty())
+        runCommand(arguments);
+    else
+        commandDone(0);
+}
+
+void Console::readLine(const QString& line)
+{
+    m_waiting = false;
+    // A client of the socket may send several at once.
+    const QStringList lines = line.split(QLatin1Char('\n'));
+    for (const QString& text : lines) {
+        if (lines.size() == 1 || !text.trimmed().isEmpty())
+            m_lines.append(text.trimmed());
+    }
+    if (!m_command)
+        runNext();
+}
+
+void Console::runNext()
+{
+    while (!m_command && !m_lines.isEmpty()) {
+        QStringList words = CStringUtils::splitQuotes(m_lines.takeFirst(), ' ');
+        words.removeAll(QString());
+        if (words.isEmpty() || words.constFirst().startsWith(QLatin1Char('#')))
+            commandDone(0);
+        else
+            runCommand(words);
+    }
+}
+
+void Console::runCommand(const QStringList& words)
+{
+    const QString name = words.constFirst();
+    const CommandEntry* entry = findCommand(name);
+    if (!entry) {
+        writeErrorLine(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));
+        commandDone(2);
+        return;
+    }
+    m_command = entry->create(*m_session);
+    m_command->setParent(this);
+    connect(m_command.data(), &Command::finished, this, &Console::onCommandFinished);
+    m_command->run(name, QString::fromUtf8(entry->summary), words.mid(1));
+}
+
+void Console::onCommandFinished(int code)
+{
+    m_command->deleteLater();
+    m_command.clear();
+    showProgress(QString());
+    commandDone(code);
+    runNext();
+}
+
+void Console::commandDone(int code)
+{
+    // At a prompt the user sees what failed, so leaving it is no failure.
+    if (code != 0 && m_input != Input::Terminal)
+        setReturnCode(code);
+    if (!m_started && code != 0) {
+        // The command that the console was started with.
+        setReturnCode(code);
+        return terminate();
+    }
+    if (m_input == Input::Arguments) {
+        if (!m_session->isServing())
+            terminate();
+        return;
+    }
+    if (!m_started) {
+        m_started = true;
+        m_waiting = true;
+        execute();
+        return;
+    }
+    if (m_input == Input::Socket)
+        writeLine(QStringLiteral("= %1").arg(code));
+    if (m_lines.isEmpty()) {
+        m_waiting = true;
+        promptNextLine();
+    }
+}
+
+void Console::interrupt()
+{
+    if (m_command)
+        m_command->cancel();
+    else
+        terminate();
+}
+
+void Console::writeEvent(const QString& text)
+{
+    if (m_input != Input::Terminal) {
+        writeLine(text);
+        return;
+    }
+    Terminal::clearLine();
+    m_progress = false;
+    writeLine(text);
+    if (m_waiting)
+        Terminal::show(QString::fromLatin1(Prompt));
+}
+
+void Console::showProgress(const QString& text)
+{
+    if (m_input == Input::Socket || !Terminal::isInteractive() || (text.isEmpty() && !m_progress))
+        return;
+    Terminal::clearLine();
+    Terminal::show(text);
+    m_progress = !text.isEmpty();
+}

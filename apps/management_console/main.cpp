@@ -1,0 +1,86 @@
+// kyr_console: finds, serves and manages the devices of an installation.
+#include "attach.h"
+#include "common/app_options.h"
+#include "common/process_setup.h"
+#include "console.h"
+#include "terminal.h"
+
+#include <foundation/cli/local_socket_cli_io.h>
+#include <foundation/cli/standard_io_handler.h>
+#include <foundation/core/debug.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+int failed(const QString& text)
+{
+    std::fprintf(stderr, "kyr_console: %s\n", qUtf8Printable(text));
+    return 2;
+}
+
+void addGlobalOptions(AppOptions& options)
+{
+    options.addValue(QStringLiteral("socket"), QStringLiteral("NAME"),
+                     QStringLiteral("take commands from a local socket instead of the terminal"));
+    options.addValue(QStringLiteral("attach"), QStringLiteral("NAME"),
+                     QStringLiteral("talk to a console that was started with --socket"));
+    addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
+    options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
+    options.addPositional(QStringLiteral("command"), QString(),
+                          QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
+    options.stopAtPositional();
+}
+
+// Runs until the console ends; the channel is deleted here unless its own thread does it.
+int runConsole(QCoreApplication& app, CAbstractCliIO* io, Console::Input input, const QStringList& arguments)
+{
+    Console console(io, input);
+    onTerminationRequest(&app, [&console] { console.interrupt(); });
+    console.begin(arguments);
+    return app.exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    openStandardDescriptors();
+    QCoreApplication app(argc, argv);
+    AppOptions options(QStringLiteral("Finds, serves and manages the devices of an installation."), "KYR_CONSOLE");
+    addGlobalOptions(options);
+    if (!options.parse(app.arguments().mid(1)))
+        return failed(options.error());
+    const QStringList command = options.positional();
+    if (options.isSet(QStringLiteral("help"))) {
+        std::printf("%s\n", qUtf8Printable(options.help(QStringLiteral("kyr_console"))));
+        return 0;
+    }
+    if (options.isSet(QStringLiteral("version"))) {
+        std::puts(KYR_VERSION);
+        return 0;
+    }
+    // The command "log" shows what was logged, whether it goes to a file or not.
+    CDebug::enableCircularBuffer(true);
+    if (!applyLogOptions(options))
+        return failed(options.error());
+
+    const QString attachName = options.value(QStringLiteral("attach"));
+    const QString socketName = options.value(QStringLiteral("socket"));
+    if (!attachName.isEmpty())
+        return runAttached(app, attachName, command);
+    if (!socketName.isEmpty()) {
+        CLocalSocketCliIO io(socketName);
+        return runConsole(app, &io, Console::Input::Socket, command);
+    }
+    if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
+        const bool terminal = Terminal::isInteractive();
+        return runConsole(app, new CStandardIOHandler(terminal ? Console::Prompt : nullptr),
+                          terminal ? Console::Input::Terminal : Console::Input::Pipe, command);
+    }
+    CStandardIOHandler io(nullptr); // for its output only
+    return runConsole(app, &io, Console::Input::Arguments, command);
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+#include <QtCore/QVector>
+
+/// Rows under named columns, shown as aligned text or as a JSON array with an object for each row.
+class Table
+{
+public:
+    struct Column
+    {
+        QString key;   ///< in JSON
+        QString title; ///< in text
+    };
+
+    explicit Table(const QVector<Column>& columns)
+        : m_columns(columns)
+    {
+    }
+
+    /// A value for each column; lists of texts are joined in text form.
+    void addRow(const QVariantList& values) { m_rows.append(values); }
+    bool isEmpty() const { return m_rows.isEmpty(); }
+
+    QStringList toText(bool colour) const;
+    QString toJson() const;
+
+private:
+    QVector<Column> m_columns;
+    QVector<QVariantList> m_rows;
+};

@@ -1,0 +1,38 @@
+#include "terminal.h"
+
+#include <foundation/core/environment_variable.h>
+
+#include <cstdio>
+
+#ifdef Q_OS_WIN
+#    include <io.h>
+#    define isatty _isatty
+#else
+#    include <unistd.h>
+#endif
+
+bool Terminal::inputIsTerminal()
+{
+    return isatty(0) != 0;
+}
+
+bool Terminal::isInteractive()
+{
+    return isatty(0) != 0 && isatty(1) != 0;
+}
+
+bool Terminal::wantsColour()
+{
+    return isInteractive() && !CEnvironmentVariable::isSet("NO_COLOR");
+}
+
+void Terminal::show(const QString& text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+    std::fflush(stdout);
+}
+
+void Terminal::clearLine()
+{
+    show(QStringLiteral("\r\033[K"));
+}

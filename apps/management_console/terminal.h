@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QtCore/QString>
+
+/// The terminal that the console was started from, if any.
+namespace Terminal {
+
+/// Standard input is a terminal: somebody types.
+bool inputIsTerminal();
+/// Somebody types and reads: prompt and progress make sense.
+bool isInteractive();
+/// The same, and the user has not forbidden it (NO_COLOR).
+bool wantsColour();
+
+/// Writes without a line feed, at once.
+void show(const QString& text);
+/// The current line is empty afterwards.
+void clearLine();
+
+} // namespace Terminal
