@@ -74,8 +74,8 @@ void Console::onCommandFinished(int code)
 
 void Console::commandDone(int code)
 {
-    // At a prompt the user sees what failed, so leaving it is no failure.
-    if (code != 0 && m_input != Input::Terminal)
+    // At a prompt the user sees what failed, and each client of a socket is told its own code: leaving is no failure.
+    if (code != 0 && m_input == Input::Pipe)
         setReturnCode(code);
     if (!m_started && code != 0) {
         // The command that the console was started with.

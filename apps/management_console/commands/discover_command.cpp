@@ -21,6 +21,7 @@ struct Target
     QHostAddress address;
     quint16 udpPort = 0;
     quint16 tcpPort = 0; // 0: not asked by TCP
+    bool broadcast = false;
 };
 
 struct Found
@@ -56,10 +57,10 @@ QVector<Target> broadcastTargets(quint16 port)
             if (interface.flags().testFlag(QNetworkInterface::IsLoopBack) && entry.ip() == QHostAddress::LocalHost)
                 address = QHostAddress(QStringLiteral("127.255.255.255"));
             if (!address.isNull())
-                targets.append({interface.name() + QLatin1Char(' ') + address.toString(), address, port, 0});
+                targets.append({interface.name() + QLatin1Char(' ') + address.toString(), address, port, 0, true});
         }
     }
-    targets.append({QStringLiteral("255.255.255.255"), QHostAddress(QHostAddress::Broadcast), port, 0});
+    targets.append({QStringLiteral("255.255.255.255"), QHostAddress(QHostAddress::Broadcast), port, 0, true});
     return targets;
 }
 
@@ -174,7 +175,7 @@ private:
         if (how.isEmpty()) {
             how = QStringLiteral("broadcast");
             for (const Target& target : qAsConst(m_targets)) {
-                if (target.tcpPort != 0 && plainAddress(target.address) == found.address)
+                if (!target.broadcast && plainAddress(target.address) == found.address)
                     how = QStringLiteral("UDP");
             }
         }

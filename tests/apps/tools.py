@@ -1,0 +1,87 @@
+"""Starts the tools as processes for the tests beside this file."""
+
+import json
+import os
+import subprocess
+import threading
+import unittest
+
+BIN = os.environ["KYR_BIN_DIR"]
+WAIT = 6
+
+
+def console(*arguments, stdin="", env=None):
+    """Runs the console to its end: (exit code, standard output, standard error)."""
+    result = subprocess.run([f"{BIN}/kyr_console", *arguments], input=stdin, capture_output=True, text=True,
+                            timeout=4 * WAIT, env={**os.environ, **(env or {})})
+    return result.returncode, result.stdout, result.stderr
+
+
+class Running:
+    """A tool that runs beside the test; `until` waits for a line, leaving the block ends it."""
+
+    def __init__(self, program, *arguments, **options):
+        self.process = subprocess.Popen([f"{BIN}/{program}", *map(str, arguments)], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options)
+        self.lines = []
+        self.changed = threading.Condition()
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            with self.changed:
+                self.lines.append(line.rstrip("\n"))
+                self.changed.notify_all()
+        with self.changed:
+            self.lines.append(None)
+            self.changed.notify_all()
+
+    def until(self, text, wait=WAIT):
+        """The first line not seen yet that contains the text; those before it are taken as seen."""
+        with self.changed:
+            seen = []
+            while True:
+                while self.lines:
+                    line = self.lines.pop(0)
+                    if line is None:
+                        raise AssertionError(f"ended before it said {text!r}: {seen}")
+                    seen.append(line)
+                    if text in line:
+                        return line
+                if not self.changed.wait(wait):
+                    raise AssertionError(f"did not say {text!r}: {seen}")
+
+    def type(self, line):
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
+
+    def end(self):
+        self.process.stdin.close()
+        return self.process.wait(WAIT)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self.process.terminate()
+        try:
+            code = self.process.wait(WAIT)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            raise AssertionError("does not end when asked to")
+        # Asked to end, each tool does so in good order; a sanitizer's finding shows here.
+        assert code == 0, f"ended with {code}: {self.lines}"
+
+
+def simulator(*arguments):
+    """A simulator on ports that the system chose: (running tool, what it said of each device and of all)."""
+    tool = Running("kyr_device_simulator", "--udp-port", 0, "--tcp-port", 0, "--log-file", "none", *arguments)
+    devices = []
+    while True:
+        object_ = json.loads(tool.until("{"))
+        if "ready" in object_:
+            return tool, devices, object_
+        devices.append(object_)
+
+
+main = unittest.main
