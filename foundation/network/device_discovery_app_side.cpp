@@ -65,7 +65,7 @@ void CDeviceDiscoveryAppSide::onTcpReadyRead()
     DatagramType type = NoDatagram;
     const auto headers = parseHeaders(socket->readAll(), type);
     if (type != NoDatagram)
-        receiveMessage(type, headers, socket->peerAddress(), socket->peerPort());
+        receiveMessage(type, headers, plainAddress(socket->peerAddress()), socket->peerPort());
     else
         Q_EMIT tcpQueryFailed(socket);
 }
@@ -79,7 +79,7 @@ bool CDeviceDiscoveryAppSide::parseDeviceInfoResult(QTcpSocket* socket, CDeviceI
     const auto headers = parseHeaders(socket->readAll(), type);
     if (type != DeviceInfoResult)
         return false;
-    const DeviceInfo info = receivedDeviceInfo(headers, socket->peerAddress(), socket->peerPort());
+    const DeviceInfo info = receivedDeviceInfo(headers, plainAddress(socket->peerAddress()), socket->peerPort());
     deviceId = info.deviceId;
     systemId = info.systemId;
     deviceType = info.deviceType;

@@ -4,7 +4,7 @@
 #include <foundation/core/system_id.h>
 #include <foundation/network/device_discovery_base.h>
 
-class QTcpSocket;
+#include <QtNetwork/QTcpSocket>
 
 /// The asking end of device discovery: sends queries and reports the devices that answer.
 ///

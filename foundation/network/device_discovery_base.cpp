@@ -1,8 +1,8 @@
 #include <foundation/network/device_discovery_base.h>
 
 #include <foundation/core/system_id.h>
+#include <foundation/network/socket_owner_p.h>
 
-#include <QtCore/QPointer>
 #include <QtNetwork/QUdpSocket>
 
 #include <array>
@@ -82,6 +82,11 @@ CDeviceDiscoveryBase::CDeviceDiscoveryBase(quint16 port, QObject* parent)
     connect(m_socket, &QUdpSocket::readyRead, this, &CDeviceDiscoveryBase::receiveDatagram);
 }
 
+CDeviceDiscoveryBase::~CDeviceDiscoveryBase()
+{
+    releaseSocket(m_socket, this, m_signalDepth > 0);
+}
+
 void CDeviceDiscoveryBase::setSystemId(quint32 systemId)
 {
     m_systemId = CSystemId(systemId).value();
@@ -147,6 +152,7 @@ void CDeviceDiscoveryBase::receiveDatagram()
 {
     // A receiver may delete this object.
     const QPointer<CDeviceDiscoveryBase> alive(this);
+    const SocketSignal<CDeviceDiscoveryBase> inside(this, m_signalDepth);
     QByteArray data;
     while (alive && m_socket->hasPendingDatagrams()) {
         data.resize(static_cast<int>(qMax<qint64>(m_socket->pendingDatagramSize(), 0)));
@@ -159,8 +165,15 @@ void CDeviceDiscoveryBase::receiveDatagram()
         DatagramType type = NoDatagram;
         const auto headers = parseHeaders(data, type);
         if (type != NoDatagram)
-            receiveMessage(type, headers, sender, senderPort);
+            receiveMessage(type, headers, plainAddress(sender), senderPort);
     }
+}
+
+QHostAddress CDeviceDiscoveryBase::plainAddress(const QHostAddress& address)
+{
+    bool isIPv4 = false;
+    const quint32 ipv4 = address.toIPv4Address(&isIPv4);
+    return isIPv4 ? QHostAddress(ipv4) : address;
 }
 
 void CDeviceDiscoveryBase::sendDatagram(const QByteArray& message, const QHostAddress& address, quint16 port)

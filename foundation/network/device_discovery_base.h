@@ -44,6 +44,7 @@ public:
 
     /// Binds to `port` on all addresses, shared with other programs that do the same.
     CDeviceDiscoveryBase(quint16 port, QObject* parent);
+    ~CDeviceDiscoveryBase() override;
 
     /// The own installation; 0 means none. Values of 0x800000 or more are stored as 0.
     void setSystemId(quint32 systemId);
@@ -74,6 +75,8 @@ public Q_SLOTS:
     void receiveDatagram();
 
 protected:
+    /// The address as people know it: an IPv4 peer of a socket that serves both protocols has a mapped IPv6 one.
+    static QHostAddress plainAddress(const QHostAddress& address);
     void sendDatagram(const QByteArray& message, const QHostAddress& address, quint16 port);
 
 private:
@@ -81,4 +84,5 @@ private:
     QUdpSocket* m_socket;
     quint16 m_defaultPort;
     quint16 m_boundPort;
+    int m_signalDepth = 0;
 };

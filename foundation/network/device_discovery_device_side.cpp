@@ -54,7 +54,7 @@ void CDeviceDiscoveryDeviceSide::checkMessageAndSendDeviceInforResult(QTcpSocket
         return;
     quint32 querySystemId = 0;
     const bool valid = isValidDeviceInfoQuery(headers, &querySystemId);
-    const QString peer = socket->peerAddress().toString();
+    const QString peer = plainAddress(socket->peerAddress()).toString();
     qInfo("CDeviceDiscovery: Received TCP device info query from %s, system %u", qPrintable(peer), querySystemId);
     if (!valid)
         return;

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QtNetwork/QTcpServer>
+#include <QtNetwork/QTcpSocket>
+#include <QtTest/QTest>
+
+/// Two plain TCP sockets that are connected to each other over loopback.
+struct TcpPair
+{
+    QTcpServer server;
+    QTcpSocket client;
+    QTcpSocket* accepted = nullptr; ///< a child of the server
+
+    TcpPair()
+    {
+        server.listen(QHostAddress::LocalHost);
+        client.connectToHost(QHostAddress(QHostAddress::LocalHost), server.serverPort());
+        if (client.waitForConnected(5000) && server.waitForNewConnection(5000))
+            accepted = server.nextPendingConnection();
+    }
+
+    /// What `socket` has received once it is at least `size` bytes, or after 5 s.
+    static QByteArray read(QTcpSocket& socket, int size)
+    {
+        QByteArray data;
+        static_cast<void>(QTest::qWaitFor([&] { return (data += socket.readAll()).size() >= size; }));
+        return data;
+    }
+};
