@@ -1,0 +1,130 @@
+#include <foundation/datatypes/data_type.h>
+#include <foundation/datatypes/enumeration_table_p.h>
+
+namespace {
+
+constexpr Entry<CBackupInterval> backupIntervalTable[] = {
+    {BackupIntervalNever, QT_TRANSLATE_NOOP("@default", "Never")},
+    {BackupIntervalDaily, QT_TRANSLATE_NOOP("@default", "Daily")},
+    {BackupIntervalWeekly, QT_TRANSLATE_NOOP("@default", "Weekly")},
+    {BackupIntervalBiweekly, QT_TRANSLATE_NOOP("@default", "Biweekly")},
+    {BackupIntervalMonthly, QT_TRANSLATE_NOOP("@default", "Monthly")},
+};
+using BackupIntervalFamily = Enumeration<backupIntervalTable>;
+
+constexpr Entry<CDataRetainPeriod> dataRetainPeriodTable[] = {
+    {DataRetainPeriod7Days, QT_TRANSLATE_NOOP("@default", "7 days")},
+    {DataRetainPeriod30Days, QT_TRANSLATE_NOOP("@default", "30 days")},
+    {DataRetainPeriod2Months, QT_TRANSLATE_NOOP("@default", "2 months")},
+    {DataRetainPeriod6Months, QT_TRANSLATE_NOOP("@default", "6 months")},
+    {DataRetainPeriod1Year, QT_TRANSLATE_NOOP("@default", "1 year")},
+    {DataRetainPeriod2Years, QT_TRANSLATE_NOOP("@default", "2 years")},
+    {DataRetainPeriod5Years, QT_TRANSLATE_NOOP("@default", "5 years")},
+    {DataRetainPeriod10Years, QT_TRANSLATE_NOOP("@default", "10 years")},
+    {DataRetainPeriod15Years, QT_TRANSLATE_NOOP("@default", "15 years")},
+    {DataRetainPeriod30Years, QT_TRANSLATE_NOOP("@default", "30 years")},
+};
+using DataRetainPeriodFamily = Enumeration<dataRetainPeriodTable, DataRetainPeriod2Years>;
+
+constexpr Entry<CDataType::DeviceCalibrationParameter> deviceCalibrationParameterTable[] = {
+    {CDataType::DeviceCalibrationParameterUnknown, QT_TRANSLATE_NOOP("@default", "Unknown")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut0, QT_TRANSLATE_NOOP("@default", "RF Power LUT 0")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut1, QT_TRANSLATE_NOOP("@default", "RF Power LUT 1")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut2, QT_TRANSLATE_NOOP("@default", "RF Power LUT 2")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut3, QT_TRANSLATE_NOOP("@default", "RF Power LUT 3")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut4, QT_TRANSLATE_NOOP("@default", "RF Power LUT 4")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut5, QT_TRANSLATE_NOOP("@default", "RF Power LUT 5")},
+    {CDataType::DeviceCalibrationParameterRfPowerLut6, QT_TRANSLATE_NOOP("@default", "RF Power LUT 6")},
+};
+using DeviceCalibrationParameterFamily = Enumeration<deviceCalibrationParameterTable>;
+
+constexpr Entry<CDataType::DeviceConfigurationParameter> deviceConfigurationParameterTable[] = {
+    {CDataType::DeviceConfigurationParameterOpeningTime, QT_TRANSLATE_NOOP("@default", "Opening Time")},
+    {CDataType::DeviceConfigurationParameterExtendedOpeningTime,
+     QT_TRANSLATE_NOOP("@default", "Extended Opening Time")},
+    {CDataType::DeviceConfigurationParameterDoorHeldOpenTime, QT_TRANSLATE_NOOP("@default", "Door Held Open Time")},
+    {CDataType::DeviceConfigurationParameterSignalVolume, QT_TRANSLATE_NOOP("@default", "Signal Volume")},
+    {CDataType::DeviceConfigurationParameterSignalBrightness, QT_TRANSLATE_NOOP("@default", "Signal Brightness")},
+    {CDataType::DeviceConfigurationParameterKeypadTimeout, QT_TRANSLATE_NOOP("@default", "Keypad Timeout")},
+    {CDataType::DeviceConfigurationParameterRadioPower, QT_TRANSLATE_NOOP("@default", "Radio Power")},
+    {CDataType::DeviceConfigurationParameterRadioWakeInterval, QT_TRANSLATE_NOOP("@default", "Radio Wake Interval")},
+    {CDataType::DeviceConfigurationParameterBusAddress, QT_TRANSLATE_NOOP("@default", "Bus Address")},
+};
+using DeviceConfigurationParameterFamily = Enumeration<deviceConfigurationParameterTable>;
+
+constexpr Entry<CDataType::DeviceEventParameter> deviceEventParameterTable[] = {
+    {CDataType::DeviceEventParameterMedium, QT_TRANSLATE_NOOP("@default", "Medium")},
+    {CDataType::DeviceEventParameterCode, QT_TRANSLATE_NOOP("@default", "Code")},
+    {CDataType::DeviceEventParameterInput, QT_TRANSLATE_NOOP("@default", "Input")},
+    {CDataType::DeviceEventParameterOutput, QT_TRANSLATE_NOOP("@default", "Output")},
+    {CDataType::DeviceEventParameterAuthPoint, QT_TRANSLATE_NOOP("@default", "Authorization Point")},
+    {CDataType::DeviceEventParameterTimeProfile, QT_TRANSLATE_NOOP("@default", "Time Profile")},
+    {CDataType::DeviceEventParameterBatteryLevel, QT_TRANSLATE_NOOP("@default", "Battery Level")},
+    {CDataType::DeviceEventParameterReason, QT_TRANSLATE_NOOP("@default", "Reason")},
+};
+using DeviceEventParameterFamily = Enumeration<deviceEventParameterTable>;
+
+constexpr Entry<CDataType::DeviceInformationParameter> deviceInformationParameterTable[] = {
+    {CDataType::DeviceInformationParameterOrderNumber, QT_TRANSLATE_NOOP("@default", "Order Number")},
+};
+using DeviceInformationParameterFamily = Enumeration<deviceInformationParameterTable>;
+
+constexpr Entry<CDataType::SoftwareSettingParameter> softwareSettingParameterTable[] = {
+    {CDataType::SoftwareSettingParameterDeviceUpdateMode, QT_TRANSLATE_NOOP("@default", "Device Update Mode")},
+    {CDataType::SoftwareSettingParameterNetworkSearchMode, QT_TRANSLATE_NOOP("@default", "Network Search Mode")},
+    {CDataType::SoftwareSettingParameterDataRetainPeriod, QT_TRANSLATE_NOOP("@default", "Data Retain Period")},
+    {CDataType::SoftwareSettingParameterBackupInterval, QT_TRANSLATE_NOOP("@default", "Backup Interval")},
+    {CDataType::SoftwareSettingParameterRoutingStrategy, QT_TRANSLATE_NOOP("@default", "Routing Strategy")},
+    {CDataType::SoftwareSettingParameterTcpKeepalive, QT_TRANSLATE_NOOP("@default", "TCP Keepalive")},
+};
+using SoftwareSettingParameterFamily = Enumeration<softwareSettingParameterTable>;
+
+} // namespace
+
+// One line a function.
+// clang-format off
+const char* CDataType::backupIntervalToString(CBackupInterval value) { return BackupIntervalFamily::text(value); }
+CBackupInterval CDataType::backupIntervalCast(int value) { return BackupIntervalFamily::cast(value); }
+QList<CBackupInterval> CDataType::backupIntervalValues() { return BackupIntervalFamily::values(); }
+CBackupInterval CDataType::backupIntervalFromString(const QByteArray& text) { return BackupIntervalFamily::fromText(text); }
+
+const char* CDataType::dataRetainPeriodToString(CDataRetainPeriod value) { return DataRetainPeriodFamily::text(value); }
+CDataRetainPeriod CDataType::dataRetainPeriodCast(int value) { return DataRetainPeriodFamily::cast(value); }
+QList<CDataRetainPeriod> CDataType::dataRetainPeriodValues() { return DataRetainPeriodFamily::values(); }
+CDataRetainPeriod CDataType::dataRetainPeriodFromString(const QByteArray& text) { return DataRetainPeriodFamily::fromText(text); }
+
+const char* CDataType::deviceCalibrationParameterToString(DeviceCalibrationParameter value) { return DeviceCalibrationParameterFamily::text(value); }
+CDataType::DeviceCalibrationParameter CDataType::deviceCalibrationParameterCast(int value) { return DeviceCalibrationParameterFamily::cast(value); }
+QList<CDataType::DeviceCalibrationParameter> CDataType::deviceCalibrationParameterValues() { return DeviceCalibrationParameterFamily::values(); }
+CDataType::DeviceCalibrationParameter CDataType::deviceCalibrationParameterFromString(const QByteArray& text) { return DeviceCalibrationParameterFamily::fromText(text); }
+
+const char* CDataType::deviceConfigurationParameterToString(DeviceConfigurationParameter value) { return DeviceConfigurationParameterFamily::text(value); }
+CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterCast(int value) { return DeviceConfigurationParameterFamily::cast(value); }
+QList<CDataType::DeviceConfigurationParameter> CDataType::deviceConfigurationParameterValues() { return DeviceConfigurationParameterFamily::values(); }
+CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterFromString(const QByteArray& text) { return DeviceConfigurationParameterFamily::fromText(text); }
+
+const char* CDataType::deviceEventParameterToString(DeviceEventParameter value) { return DeviceEventParameterFamily::text(value); }
+CDataType::DeviceEventParameter CDataType::deviceEventParameterCast(int value) { return DeviceEventParameterFamily::cast(value); }
+QList<CDataType::DeviceEventParameter> CDataType::deviceEventParameterValues() { return DeviceEventParameterFamily::values(); }
+CDataType::DeviceEventParameter CDataType::deviceEventParameterFromString(const QByteArray& text) { return DeviceEventParameterFamily::fromText(text); }
+
+const char* CDataType::deviceInformationParameterToString(DeviceInformationParameter value) { return DeviceInformationParameterFamily::text(value); }
+CDataType::DeviceInformationParameter CDataType::deviceInformationParameterCast(int value) { return DeviceInformationParameterFamily::cast(value); }
+QList<CDataType::DeviceInformationParameter> CDataType::deviceInformationParameterValues() { return DeviceInformationParameterFamily::values(); }
+CDataType::DeviceInformationParameter CDataType::deviceInformationParameterFromString(const QByteArray& text) { return DeviceInformationParameterFamily::fromText(text); }
+
+const char* CDataType::softwareSettingParameterToString(SoftwareSettingParameter value) { return SoftwareSettingParameterFamily::text(value); }
+CDataType::SoftwareSettingParameter CDataType::softwareSettingParameterCast(int value) { return SoftwareSettingParameterFamily::cast(value); }
+QList<CDataType::SoftwareSettingParameter> CDataType::softwareSettingParameterValues() { return SoftwareSettingParameterFamily::values(); }
+CDataType::SoftwareSettingParameter CDataType::softwareSettingParameterFromString(const QByteArray& text) { return SoftwareSettingParameterFamily::fromText(text); }
+// clang-format on
+
+CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterFromName(const QByteArray& name)
+{
+    return deviceConfigurationParameterFromString(name);
+}
+
+CDataType::SoftwareSettingParameter CDataType::softwareSettingParameterFromName(const QByteArray& name)
+{
+    return softwareSettingParameterFromString(name);
+}
