@@ -73,6 +73,7 @@ enum CUserClass : int
     UserClassGroup = 2,
     UserClassMediaPool = 3,
 };
+
 /// The closed vocabularies of the system, each an enumeration with the same family of functions:
 ///
 ///     xxxToString        the English text, "Unknown" for a value without one; it is also the translation key in the

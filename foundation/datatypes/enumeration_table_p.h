@@ -133,16 +133,17 @@ public:
     }
 
     /// 0 for a text of no value; of several values with one text the last.
-    static Enum fromText(const QByteArray& text) { return find(text, ~0u); }
+    static Enum fromText(const QByteArray& text) { return find<~0u>(text); }
 
 protected:
-    // Values with bits outside the mask have no text here.
-    static Enum find(const QByteArray& text, quint32 mask)
+    // Values with bits outside the mask are not found.
+    template<quint32 Mask>
+    static Enum find(const QByteArray& text)
     {
-        static const QHash<QByteArray, Enum> byText = [mask] {
+        static const QHash<QByteArray, Enum> byText = [] {
             QHash<QByteArray, Enum> result;
             for (const auto& row : Rows) {
-                if ((Lookup<Rows>::number(row.value) & ~mask) == 0)
+                if ((Lookup<Rows>::number(row.value) & ~Mask) == 0)
                     result.insert(row.text, row.value);
             }
             return result;
@@ -187,7 +188,7 @@ public:
         return result;
     }
 
-    static Enum fromText(const QByteArray& text) { return Enumeration<Rows>::find(text, Mask); }
+    static Enum fromText(const QByteArray& text) { return Enumeration<Rows>::template find<Mask>(text); }
 
     static QVariant toVariant(Set set)
     {
