@@ -1,0 +1,329 @@
+#include <foundation/core/circular_log_buffer.h>
+#include <foundation/core/debug.h>
+
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QStringListModel>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QThread>
+#include <QtTest/QtTest>
+
+namespace {
+/// The rules for the buffer, byte by byte, without any thought of speed.
+struct ModelBuffer
+{
+    QByteArray bytes;
+    int head = 0;
+    int tail = 0;
+    bool overwritten = false;
+
+    explicit ModelBuffer(int size)
+        : bytes(size, '\0')
+    {
+    }
+
+    void append(QByteArray line)
+    {
+        const int size = bytes.size();
+        line = line.right(size - 1).replace('\n', '\0');
+        const int before = head > tail ? head - size : head;
+        for (const char byte : qAsConst(line)) {
+            bytes[head] = byte;
+            head = (head + 1) % size;
+        }
+        if (before < tail && tail <= before + line.size()) {
+            overwritten = true;
+            tail = (head + 1) % size;
+        }
+    }
+
+    QByteArray readAll()
+    {
+        const auto stored = [this] {
+            QByteArray result;
+            for (int i = tail; i != head; i = (i + 1) % bytes.size())
+                result += bytes[i];
+            return result;
+        };
+        const int end = overwritten ? stored().indexOf('\0') : -1;
+        if (end >= 0) {
+            tail = (tail + end + 1) % bytes.size();
+            overwritten = false;
+        }
+        return stored().replace('\0', '\n');
+    }
+};
+} // namespace
+
+class tst_Debug : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        QVERIFY(m_folder.isValid());
+        m_file = m_folder.filePath(QStringLiteral("log"));
+        QVERIFY(CDebug::setMessageOutputFile(m_file));
+        CDebug::setLogLevel(4);
+        qInstallMessageHandler(CDebug::messageOutput);
+    }
+
+    void cleanup()
+    {
+        qInstallMessageHandler(nullptr);
+        CDebug::enableCircularBuffer(false);
+        CDebug::setMessageOutputFile(QStringLiteral("stderr"));
+    }
+
+    void levels_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QString>("tags");
+        QTest::newRow("5") << 5 << QStringLiteral("DBG INF WRN CRT FTL UNK");
+        QTest::newRow("4") << 4 << QStringLiteral("INF WRN CRT FTL UNK");
+        QTest::newRow("3") << 3 << QStringLiteral("WRN CRT FTL UNK");
+        QTest::newRow("0") << 0 << QStringLiteral("CRT FTL UNK");
+        QTest::newRow("lowest") << std::numeric_limits<int>::min() << QStringLiteral("CRT FTL UNK");
+    }
+
+    void levels()
+    {
+        QFETCH(int, level);
+        CDebug::setLogLevel(level);
+        for (const int type :
+             {int(QtDebugMsg), int(QtInfoMsg), int(QtWarningMsg), int(QtCriticalMsg), int(QtFatalMsg), 77})
+            CDebug::messageOutput(static_cast<QtMsgType>(type), QMessageLogContext(), QStringLiteral("text"));
+        QStringList tags;
+        for (const QByteArray& line : written().split('\n')) {
+            if (!line.isEmpty())
+                tags += QString::fromUtf8(line.mid(13, 3));
+        }
+        QTEST(tags.join(QLatin1Char(' ')), "tags");
+    }
+
+    void linesAsTheyAreWritten()
+    {
+        CDebug::enableCircularBuffer(true);
+        const QTime before = QTime::currentTime();
+        const QString longText = QString(3000, QLatin1Char('x')) + QStringLiteral("\u00e4\U0001F511");
+        qWarning("one\ntwo");
+        qInfo("%s", qUtf8Printable(longText));
+        CDebug::messageOutput(QtInfoMsg, QMessageLogContext(), QString::fromUtf8("cut\0off", 7));
+        const QTime after = QTime::currentTime();
+
+        const QByteArray lines = written();
+        const QTime time = QTime::fromString(QString::fromUtf8(lines.left(12)), QStringLiteral("HH:mm:ss.zzz"));
+        QVERIFY(time.isValid());
+        if (before <= after) // not around midnight
+            QVERIFY2(before <= time && time <= after, lines.left(12).constData());
+        QCOMPARE(lines.mid(12, 13), QByteArray(" WRN one\ntwo\n"));
+        QCOMPARE(lines.mid(25 + 12, 5 + longText.toUtf8().size() + 1), " INF " + longText.toUtf8() + '\n');
+        QCOMPARE(lines.right(9), QByteArray(" INF cut\n"));
+
+        // The ring buffer has the same lines, and what followed the NUL.
+        const auto* buffer = CCircularLogBuffer::getInstanceUsedAsMessageHandler();
+        QVERIFY(buffer);
+        QCOMPARE(const_cast<CCircularLogBuffer*>(buffer)->readAll(), lines + "off\n");
+    }
+
+    void followsTheZone()
+    {
+        const QByteArray zone = qgetenv("TZ");
+        qputenv("TZ", "XXX-05:30");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (qInfo(" "),
+             writtenNow().startsWith(
+                 QDateTime::currentDateTimeUtc().addSecs(19800).toString(QStringLiteral("HH:mm")).toUtf8())),
+            3000);
+        zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
+    }
+
+    void choosesTheOutput()
+    {
+        qInfo("first");
+        QVERIFY(CDebug::setMessageOutputFile(QStringLiteral(">>") + m_file));
+        qInfo("second");
+        QCOMPARE(written().count('\n'), 2);
+        QVERIFY(CDebug::setMessageOutputFile(m_file));
+        QVERIFY(written().isEmpty());
+
+        CDebug::enableCircularBuffer(true);
+        QVERIFY(CDebug::setMessageOutputFile(QStringLiteral("none")));
+        qInfo("nowhere");
+        CDebug::enableCircularBuffer(true); // keeps what is there
+        QVERIFY(CCircularLogBuffer::getInstanceUsedAsMessageHandler()->readAll().endsWith(" INF nowhere\n"));
+        QVERIFY(written().isEmpty());
+
+        for (const char* name : {"stdout", "-", ">>stderr", "stderr"})
+            QVERIFY(CDebug::setMessageOutputFile(QString::fromLatin1(name)));
+        CDebug::setLogLevel(2); // keeps the test's own output clean
+        QVERIFY(!CDebug::setMessageOutputFile(m_folder.filePath(QStringLiteral("no/such/folder"))));
+        QVERIFY(!CDebug::setMessageOutputFile(QStringLiteral(">>")));
+        QVERIFY(std::fputs("", stdout) >= 0 && std::fputs("", stderr) >= 0);
+        CDebug::setLogLevel(4);
+        CDebug::setMessageOutputFile(QStringLiteral("none"));
+        CDebug::setMessageOutputFile(m_folder.path());
+        CDebug::setMessageOutputFile(QStringLiteral("none"));
+        QVERIFY(CCircularLogBuffer::getInstanceUsedAsMessageHandler()->readAll().endsWith(
+            " WRN Debug: Could not open message output file " + m_folder.path().toUtf8() + '\n'));
+    }
+
+    void levelTexts()
+    {
+        const QVector<std::tuple<const char*, int, bool>> rows{
+            {"DBG", 5, true}, {"INF", 4, true},  {"WRN", 3, true},  {"CRT", 2, true}, {"FTL", 1, true}, {"3", 3, true},
+            {"-1", -1, true}, {"wrn", 0, false}, {"UNK", 0, false}, {"", 0, false},   {"0x3", 0, false}};
+        for (const auto& [text, level, good] : rows) {
+            bool ok = !good;
+            QCOMPARE(CDebug::logLevelStringToInt(QString::fromLatin1(text), &ok), level);
+            QCOMPARE(ok, good);
+            QCOMPARE(CDebug::logLevelStringToInt(QString::fromLatin1(text)), level);
+        }
+    }
+
+    void manyThreadsLoseNoLine()
+    {
+        constexpr int threads = 8;
+        constexpr int lines = 500;
+        QVector<QThread*> running;
+        for (int i = 0; i < threads; ++i) {
+            running += QThread::create([i] {
+                for (int line = 0; line < lines; ++line) {
+                    qInfo("<%d/%d/\u00e4>", i, line);
+                    qDebug("suppressed");
+                }
+            });
+            running.last()->start();
+        }
+        CDebug::setLogLevel(3);
+        CDebug::setLogLevel(4);
+        for (QThread* thread : qAsConst(running)) {
+            QVERIFY(thread->wait(6000));
+            delete thread;
+        }
+        // Lines of two threads may share a line feed's place, but each is there in one piece.
+        const QByteArray text = written();
+        int found = 0;
+        for (int i = 0; i < threads; ++i) {
+            for (int line = 0; line < lines; ++line)
+                found += text.contains(" INF <" + QByteArray::number(i) + '/' + QByteArray::number(line) + "/\u00e4>");
+        }
+        QCOMPARE(found, threads * lines);
+        QCOMPARE(text.count('\n'), threads * lines);
+        QVERIFY(!text.contains("suppressed"));
+    }
+
+    void ringBufferAgainstModel()
+    {
+        QRandomGenerator random(42);
+        for (int size = 1; size < 40; ++size) {
+            CCircularLogBuffer buffer(size);
+            ModelBuffer model(size);
+            for (int i = 0; i < 300; ++i) {
+                QByteArray line(random.bounded(size + 3), Qt::Uninitialized);
+                for (char& byte : line)
+                    byte = "ab\n"[random.bounded(3)];
+                if (random.bounded(10) > 0)
+                    line.append('\0');
+                buffer.append(line);
+                model.append(line);
+                if (random.bounded(4) == 0) {
+                    const QByteArray expected = model.readAll();
+                    QVERIFY2(buffer.readAll() == expected,
+                             qPrintable(QStringLiteral("size %1, step %2").arg(size).arg(i)));
+                    QCOMPARE(buffer.readAll(), expected);
+                }
+            }
+        }
+    }
+
+    void ringBufferRules()
+    {
+        CCircularLogBuffer buffer(16);
+        QVERIFY(buffer.readAll().isEmpty());
+        buffer.append("one");
+        buffer.append("12345678901234567890", 16); // too long as it is
+        buffer.append("x\n", 3);                   // stored unchanged
+        QCOMPARE(buffer.readAll(), QByteArray("one\nx\n\n"));
+        buffer.append("three");
+        buffer.append("four");
+        QCOMPARE(buffer.readAll(), QByteArray("x\n\nthree\nfour\n"));
+        buffer.append(QByteArray("0123456789abcdefg\0", 18));
+        QCOMPARE(buffer.readAll(), QByteArray());
+        buffer.append("z");
+        QCOMPARE(buffer.readAll(), QByteArray("z\n"));
+
+        // Cleared after an overrun, nothing old comes back.
+        buffer.append("0123456789");
+        buffer.append("0123");
+        buffer.append("45");
+        buffer.clear();
+        QVERIFY(buffer.readAll().isEmpty());
+
+        CCircularLogBuffer none(0);
+        none.append("a");
+        none.append(QByteArray("a"));
+        QVERIFY(none.readAll().isEmpty());
+        auto* registered = new CCircularLogBuffer(8);
+        CCircularLogBuffer::setInstanceUsedAsMessageHandler(registered);
+        delete registered;
+        QVERIFY(!CCircularLogBuffer::getInstanceUsedAsMessageHandler());
+    }
+
+    void namesAndTexts()
+    {
+        QObject top;
+        top.setObjectName(QStringLiteral("top"));
+        QTimer middle(&top);
+        QObject child(&middle);
+        child.setObjectName(QStringLiteral("child"));
+        QCOMPARE(CDebug::objectNameWithParents(&child, 0), QStringLiteral("child"));
+        QCOMPARE(CDebug::objectNameWithParents(&child, 9), QStringLiteral("child<-QTimer<-top"));
+        QCOMPARE(CDebug::objectNameWithParents(&child, -1) + CDebug::objectNameWithParents(nullptr, 3), QString());
+
+        const QVariantMap inner{{QStringLiteral("x"), QVariant()}, {QStringLiteral("y"), 2.5}};
+        const QVariantMap map{{QStringLiteral("list"), QVariantList{1, inner, QVariant(), QStringLiteral("end\n")}},
+                              {QStringLiteral("names"), QStringList{QStringLiteral("a"), QStringLiteral("b")}}};
+        QCOMPARE(CDebug::toString(map, QStringLiteral(" ")), QStringLiteral(" [list] (QVariantList)[4]\n"
+                                                                            "   - '1' (int)\n"
+                                                                            "   - (QVariantMap)[2]\n"
+                                                                            "     'x' (invalid)\n"
+                                                                            "     'y' '2.5' (double)\n"
+                                                                            "   - (invalid)\n"
+                                                                            "   - 'end\n' (QString)\n"
+                                                                            " 'names' 'a', 'b' (QStringList)[2]"));
+        QCOMPARE(CDebug::toString(QVariantList()), QString());
+    }
+
+    void watchesSignalsAndModels()
+    {
+        CDebug::setLogLevel(5);
+        CDebug::SignalEmissionDumper dumper(nullptr);
+        QTimer timer;
+        dumper.connectObject(&timer);
+        timer.setObjectName(QStringLiteral("clock"));
+        QStringListModel model({QStringLiteral("a"), QStringLiteral("b")});
+        CDebug::dumpModel(model);
+        const QList<QByteArray> lines = written().split('\n');
+        QCOMPARE(lines.size(), 5);
+        QCOMPARE(lines.at(0).mid(13), QByteArray("DBG SIGNAL OUT QTimer::clock objectNameChanged(QString)"));
+        QCOMPARE(lines.at(1).mid(17), QByteArray("Model for QStringListModel"));
+        QCOMPARE(lines.at(3).mid(17), QByteArray("1:0:b"));
+    }
+
+private:
+    /// What the file holds, with the output still open on it.
+    QByteArray written() const
+    {
+        QFile file(m_file);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QByteArray writtenNow() const { return written().split('\n').value(written().count('\n') - 1); }
+
+    QTemporaryDir m_folder;
+    QString m_file;
+};
+
+QTEST_GUILESS_MAIN(tst_Debug)
+#include "tst_debug.moc"

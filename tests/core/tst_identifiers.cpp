@@ -1,0 +1,192 @@
+#include <foundation/core/check_digit.h>
+#include <foundation/core/device_id.h>
+#include <foundation/core/device_time_zone_settings.h>
+#include <foundation/core/mira_revision.h>
+#include <foundation/core/system_id.h>
+
+#include <QtCore/QDataStream>
+#include <QtCore/QDebug>
+#include <QtCore/QSet>
+#include <QtTest/QtTest>
+
+namespace {
+// The usual expressions compile, and a number out of range is caught on each way into an id.
+static_assert(std::is_trivially_copyable<CItemId>::value, "ids travel by value");
+static_assert(CDeviceId(CItemId(5)) == CDeviceId(5) && CItemId(CDeviceId(5)) == CItemId(5), "there and back");
+static_assert(CDeviceId(CItemId(0x3FFFFFF)).value() == 0x3FFFFFF && CDeviceId(CItemId(0x4000000)).value() == 0,
+              "range");
+static_assert(CDeviceId(CItemId(-1)) == CDeviceId() && CDeviceId(-1) == CDeviceId(), "negative");
+static_assert(CDeviceId(qint64(0x100000005)) == CDeviceId() && CDeviceId(CItemId(0x100000005)) == CDeviceId(),
+              "64 bits");
+static_assert(CSystemId(0x7FFFFF).value() == 0x7FFFFF && CSystemId(0x800000) == CSystemId(), "range");
+static_assert(CDeviceId(5) == CItemId(5) && CDeviceId() != CItemId(-1),
+              "an id out of range is no device, but not equal");
+static_assert(static_cast<quint32>(CDeviceId(7)) == 7 && static_cast<qint64>(CItemId(-7)) == -7, "to numbers");
+static_assert(CItemId(5) == 5 && 4 < CItemId(5) && CDeviceId(4) < CDeviceId(5), "comparisons");
+static_assert(modulo10Checksum(0) == 0 && modulo10Checksum(1) == 1 && modulo10Checksum(2) == 6, "check digit");
+static_assert(modulo10Checksum(12345) == 7 && modulo10Checksum(1234567) == 6, "check digit");
+
+template<typename T>
+QByteArray streamed(const T& value)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << value;
+    return bytes;
+}
+
+template<typename T>
+T unstreamed(const QByteArray& bytes)
+{
+    QDataStream stream(bytes);
+    T value;
+    stream >> value;
+    return value;
+}
+} // namespace
+
+class tst_Identifiers : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void writesLabels()
+    {
+        QCOMPARE(CDeviceId(0).toLabel(), QStringLiteral("000.000.000"));
+        QCOMPARE(CDeviceId(12345).toLabel(), QStringLiteral("000.123.457"));
+        QCOMPARE(CDeviceId(67108863).toLabel(), QStringLiteral("671.088.637"));
+        QCOMPARE(CSystemId(1).toLabel(), QStringLiteral("0000.0011"));
+        QCOMPARE(CSystemId(12345).toLabel(), QStringLiteral("0012.3457"));
+        for (quint32 id = 1; id < 0x3FFFFFF; id = id * 3 + 1) {
+            bool ok = false;
+            QCOMPARE(CDeviceId::fromLabel(CDeviceId(id).toLabel(), &ok), CDeviceId(id));
+            QVERIFY(ok);
+            QCOMPARE(CSystemId::fromLabel(CSystemId(id % 0x7FFFFF + 1).toLabel()), CSystemId(id % 0x7FFFFF + 1));
+        }
+    }
+
+    void readsLabels_data()
+    {
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<quint32>("device");
+        QTest::addColumn<quint32>("system");
+        const auto row = [](const char* label, quint32 device, quint32 system) {
+            QTest::newRow(label) << QString::fromUtf8(label) << device << system;
+        };
+        row("000.000.011", 1, 0);
+        row("671.088.637", 67108863, 0);
+        row("000.000.012", 0, 0); // check digit
+        row("671.088.639", 0, 0); // check digit of the greatest id
+        row("671.088.645", 0, 0); // right check digit, one id too many
+        row("999.999.999", 0, 0);
+        row("000.000.005", 0, 0);
+        row("000.000.000", 0, 0);
+        row("0.000.011", 0, 0);
+        row("000.000.011.0", 0, 0);
+        row("000.000011.", 0, 0);
+        row("000.00a.011", 0, 0);
+        row("", 0, 0);
+        row("..", 0, 0);
+        row("000.000.\u0661\u0661\u0661", 0, 0);
+        // Numbers are read as QString::toInt reads them: with a sign or blanks in a group of the right length.
+        row("000.+00. 11", 1, 0);
+        row("-01.000.011", 0, 0);
+        row("0000.0011", 0, 1);
+        row("8388.6077", 0, 8388607);
+        row("8388.6085", 0, 0);
+        row("0000.0005", 0, 0);
+        row("0000.0012", 0, 0);
+        row("0000.0000.0011", 0, 0);
+    }
+
+    void readsLabels()
+    {
+        QFETCH(QString, label);
+        bool ok = true;
+        QTEST(CDeviceId::fromLabel(label, &ok).value(), "device");
+        QCOMPARE(ok, CDeviceId::fromLabel(label).isValid());
+        QTEST(CSystemId::fromLabel(label, &ok).value(), "system");
+        QCOMPARE(ok, CSystemId::fromLabel(label).isValid());
+    }
+
+    void streams()
+    {
+        QCOMPARE(streamed(CDeviceId(0x1020304)), QByteArray::fromHex("01020304"));
+        QCOMPARE(unstreamed<CDeviceId>(QByteArray::fromHex("03ffffff")), CDeviceId(0x3FFFFFF));
+        QCOMPARE(unstreamed<CDeviceId>(QByteArray::fromHex("04000000")), CDeviceId());
+        QCOMPARE(unstreamed<CDeviceId>(QByteArray::fromHex("ffffffff")), CDeviceId());
+        QCOMPARE(unstreamed<CDeviceId>(QByteArray::fromHex("0102")), CDeviceId());
+        QCOMPARE(unstreamed<CSystemId>(QByteArray::fromHex("007fffff")), CSystemId(0x7FFFFF));
+        QCOMPARE(unstreamed<CSystemId>(QByteArray::fromHex("00800000")), CSystemId());
+        const CMiraRevision revision(0xFF000001u, 2u, true);
+        QCOMPARE(streamed(revision), QByteArray::fromHex("ff0000010000000201"));
+        QCOMPARE(unstreamed<CMiraRevision>(streamed(revision)), revision);
+    }
+
+    void itemIdsInQtTypes()
+    {
+        // Known by name before any list was put into a variant.
+        QVERIFY(QMetaType::type("CItemIdList") != QMetaType::UnknownType);
+        QCOMPARE(QMetaType::type("CItemIdList"), QMetaType::type("QList<CItemId>"));
+        QCOMPARE(QVariant::fromValue(QList<CItemId>{1, -2}).value<QList<CItemId>>(), (QList<CItemId>{1, -2}));
+        QCOMPARE(QVariant::fromValue(CItemId(-2)).toString(), QStringLiteral("-2"));
+        QCOMPARE((QSet<CDeviceId>{CDeviceId(1), CDeviceId(1), CDeviceId(2)}).size(), 2);
+        QCOMPARE(qHash(CDeviceId(77)), qHash(77u));
+
+        QString text;
+        QDebug debug(&text);
+        debug << CItemId(-5) << CDeviceId(6);
+        debug.nospace() << CItemId(std::numeric_limits<qint64>::max());
+        QDebug(&text) << CItemId(7);
+        QCOMPARE(text, QStringLiteral("-5 6 92233720368547758077 "));
+    }
+
+    void boardRevisions()
+    {
+        CMiraRevision revision(qint64(0x1234567), qint64(0xABCDEF12), true);
+        QCOMPARE(revision.getVersion(), 0x234567u);
+        QCOMPARE(revision.getHash(), 0xCDEF12u);
+        QVERIFY(revision.matchesVersion(0x7234567) && revision.matchesHash(-0x3210EE) && !revision.matchesHash(0));
+        revision.setVersion(0x1234567);
+        QVERIFY(!revision.matchesVersion(0x1234567));
+        QVERIFY(!(revision == CMiraRevision(0x1234567u, 0xCDEF12u, false)));
+    }
+
+    void daylightSaving()
+    {
+        const CDeviceDstInfo info{QDateTime::fromSecsSinceEpoch(0x100000003), QDateTime::fromSecsSinceEpoch(0x20), -8};
+        QCOMPARE(qHash(info), 0x23u ^ 0xFFFFFFF8u);
+        QCOMPARE(unstreamed<CDeviceDstInfo>(streamed(info)), info);
+
+        // Two winters, two summers and a quarter hour of its own, in no order.
+        const auto start = [](int month, int offset) {
+            QTimeZone::OffsetData data;
+            data.atUtc = QDateTime(QDate(2024, month, 1), QTime(1, 0), Qt::UTC);
+            data.offsetFromUtc = offset;
+            data.standardTimeOffset = 3600;
+            data.daylightTimeOffset = offset - 3600;
+            return data;
+        };
+        const QTimeZone::OffsetDataList periods{start(9, 7200), start(1, 3600), start(3, 7200), start(11, 20700),
+                                                start(6, 3600)};
+        const CDeviceTimeZoneSettings settings(2, periods);
+        QCOMPARE(settings.getBaseOffset(), qint8(4));
+        QCOMPARE(settings.dstPeriods, (QList<CDeviceDstInfo>{{start(3, 0).atUtc, start(6, 0).atUtc, 8},
+                                                             {start(9, 0).atUtc, start(11, 0).atUtc, 8}}));
+        const CDeviceTimeZoneSettings all(100, periods);
+        QCOMPARE(all.dstPeriods.size(), 3);
+        QVERIFY(all.dstPeriods.last().offset == 23 && !all.dstPeriods.last().to.isValid());
+        QVERIFY(CDeviceTimeZoneSettings(-1, periods).dstPeriods.isEmpty());
+        QCOMPARE(CDeviceTimeZoneSettings(5, {}), CDeviceTimeZoneSettings(qint8(0)));
+
+        const QByteArray bytes = streamed(settings);
+        QCOMPARE(bytes.left(5), QByteArray::fromHex("0400000002"));
+        QCOMPARE(unstreamed<CDeviceTimeZoneSettings>(bytes), settings);
+        // A count that nothing follows costs neither memory nor time.
+        QVERIFY(unstreamed<CDeviceTimeZoneSettings>(QByteArray::fromHex("047fffffff")).dstPeriods.isEmpty());
+        QVERIFY(unstreamed<CDeviceTimeZoneSettings>(bytes.chopped(1)).dstPeriods.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Identifiers)
+#include "tst_identifiers.moc"
