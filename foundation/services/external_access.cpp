@@ -1,0 +1,3 @@
+#include <foundation/services/external_access.h>
+
+IExternalAccess::~IExternalAccess() = default;
