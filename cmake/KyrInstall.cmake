@@ -17,6 +17,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KyrFoundationConfigVersio
 install(FILES ${PROJECT_BINARY_DIR}/KyrFoundationConfig.cmake ${PROJECT_BINARY_DIR}/KyrFoundationConfigVersion.cmake
     DESTINATION ${kyr_package_dir} COMPONENT development)
 
+# The prefix as seen from the pkg-config file, so that an installed tree may be moved.
+file(RELATIVE_PATH kyr_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kyr_foundation.pc.in ${PROJECT_BINARY_DIR}/kyr_foundation.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kyr_foundation.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
