@@ -1009,6 +1009,9 @@ public:
     static DeviceConfigurationParameter deviceConfigurationParameterFromString(const QByteArray& text);
     /// The parameter with this text, 0 if there is none.
     static DeviceConfigurationParameter deviceConfigurationParameterFromName(const QByteArray& name);
+    /// What the value of a setting may be: "type" (a PropertyType), "minimum", "maximum", "default" and, where it has
+    /// one, "unit". Empty for a value that is not defined.
+    static QVariantMap getDeviceConfigurationValueSpecs(DeviceConfigurationParameter parameter);
 
     /// Details that a device records with an event.
     enum DeviceEventParameter : int
@@ -1027,6 +1030,8 @@ public:
     static DeviceEventParameter deviceEventParameterCast(int value);
     static QList<DeviceEventParameter> deviceEventParameterValues();
     static DeviceEventParameter deviceEventParameterFromString(const QByteArray& text);
+    /// The translated texts, joined with ", ".
+    static QString deviceEventListToString(const QList<DeviceEventParameter>& parameters);
 
     /// What can be read from a device about itself.
     enum DeviceInformationParameter : int
@@ -1056,6 +1061,8 @@ public:
     static SoftwareSettingParameter softwareSettingParameterFromString(const QByteArray& text);
     /// The parameter with this text, 0 if there is none.
     static SoftwareSettingParameter softwareSettingParameterFromName(const QByteArray& name);
+    /// The same as getDeviceConfigurationValueSpecs() for settings of the software.
+    static QVariantMap getSoftwareSettingValueSpecs(SoftwareSettingParameter parameter);
 
     // ---- Ids
 

@@ -79,6 +79,56 @@ constexpr Entry<CDataType::SoftwareSettingParameter> softwareSettingParameterTab
 };
 using SoftwareSettingParameterFamily = Enumeration<softwareSettingParameterTable>;
 
+// What a setting's value may be.
+template<typename Parameter>
+struct ValueSpec
+{
+    Parameter value;
+    CDataType::PropertyType type;
+    int minimum;
+    int maximum;
+    int initial;
+    const char* unit;
+};
+
+constexpr ValueSpec<CDataType::DeviceConfigurationParameter> deviceConfigurationSpecs[] = {
+    {CDataType::DeviceConfigurationParameterOpeningTime, CDataType::PropertyTypeNumber, 1, 255, 3, "s"},
+    {CDataType::DeviceConfigurationParameterExtendedOpeningTime, CDataType::PropertyTypeNumber, 1, 255, 10, "s"},
+    {CDataType::DeviceConfigurationParameterDoorHeldOpenTime, CDataType::PropertyTypeNumber, 0, 3600, 60, "s"},
+    {CDataType::DeviceConfigurationParameterSignalVolume, CDataType::PropertyTypeNumber, 0, 100, 50, "%"},
+    {CDataType::DeviceConfigurationParameterSignalBrightness, CDataType::PropertyTypeNumber, 0, 100, 50, "%"},
+    {CDataType::DeviceConfigurationParameterKeypadTimeout, CDataType::PropertyTypeNumber, 1, 60, 10, "s"},
+    {CDataType::DeviceConfigurationParameterRadioPower, CDataType::PropertyTypeNumber, 0, 6, 6, nullptr},
+    {CDataType::DeviceConfigurationParameterRadioWakeInterval, CDataType::PropertyTypeNumber, 100, 5000, 500, "ms"},
+    {CDataType::DeviceConfigurationParameterBusAddress, CDataType::PropertyTypeNumber, 1, 31, 1, nullptr},
+};
+
+constexpr ValueSpec<CDataType::SoftwareSettingParameter> softwareSettingSpecs[] = {
+    {CDataType::SoftwareSettingParameterDeviceUpdateMode, CDataType::PropertyTypeNumber, 0, 2, 0, nullptr},
+    {CDataType::SoftwareSettingParameterNetworkSearchMode, CDataType::PropertyTypeNumber, 0, 2, 0, nullptr},
+    {CDataType::SoftwareSettingParameterDataRetainPeriod, CDataType::PropertyTypeNumber, DataRetainPeriod7Days,
+     DataRetainPeriod30Years, DataRetainPeriod2Years, "d"},
+    {CDataType::SoftwareSettingParameterBackupInterval, CDataType::PropertyTypeNumber, BackupIntervalNever,
+     BackupIntervalMonthly, BackupIntervalDaily, "d"},
+    {CDataType::SoftwareSettingParameterRoutingStrategy, CDataType::PropertyTypeNumber, 0, 2, 0, nullptr},
+    {CDataType::SoftwareSettingParameterTcpKeepalive, CDataType::PropertyTypeOnOff, 0, 1, 1, nullptr},
+};
+
+template<const auto& Specs, typename Parameter>
+QVariantMap valueSpec(Parameter parameter)
+{
+    const auto* spec = Lookup<Specs>::find(parameter);
+    if (!spec)
+        return {};
+    QVariantMap map{{QStringLiteral("type"), int(spec->type)},
+                    {QStringLiteral("minimum"), spec->minimum},
+                    {QStringLiteral("maximum"), spec->maximum},
+                    {QStringLiteral("default"), spec->initial}};
+    if (spec->unit)
+        map.insert(QStringLiteral("unit"), QString::fromLatin1(spec->unit));
+    return map;
+}
+
 } // namespace
 
 // One line a function.
@@ -127,4 +177,22 @@ CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterF
 CDataType::SoftwareSettingParameter CDataType::softwareSettingParameterFromName(const QByteArray& name)
 {
     return softwareSettingParameterFromString(name);
+}
+
+QVariantMap CDataType::getDeviceConfigurationValueSpecs(DeviceConfigurationParameter parameter)
+{
+    return valueSpec<deviceConfigurationSpecs>(parameter);
+}
+
+QVariantMap CDataType::getSoftwareSettingValueSpecs(SoftwareSettingParameter parameter)
+{
+    return valueSpec<softwareSettingSpecs>(parameter);
+}
+
+QString CDataType::deviceEventListToString(const QList<DeviceEventParameter>& parameters)
+{
+    QStringList texts;
+    for (const DeviceEventParameter parameter : parameters)
+        texts.append(DeviceEventParameterFamily::translated(parameter));
+    return texts.join(QLatin1String(", "));
 }

@@ -109,7 +109,7 @@ public:
 
     static const char* text(Enum value, const char* unknown = "Unknown")
     {
-        const auto* row = Lookup<Rows>::find(value);
+        const auto* row = Enumeration::find(value);
         return row ? row->text : unknown;
     }
 
@@ -118,7 +118,7 @@ public:
 
     static Enum cast(int value)
     {
-        return Lookup<Rows>::find(static_cast<Enum>(value)) ? static_cast<Enum>(value) : static_cast<Enum>(Fallback);
+        return Enumeration::find(static_cast<Enum>(value)) ? static_cast<Enum>(value) : static_cast<Enum>(Fallback);
     }
 
     static QList<Enum> values()
@@ -133,12 +133,12 @@ public:
     }
 
     /// 0 for a text of no value; of several values with one text the last.
-    static Enum fromText(const QByteArray& text) { return find<~0u>(text); }
+    static Enum fromText(const QByteArray& text) { return findText<~0u>(text); }
 
 protected:
     // Values with bits outside the mask are not found.
     template<quint32 Mask>
-    static Enum find(const QByteArray& text)
+    static Enum findText(const QByteArray& text)
     {
         static const QHash<QByteArray, Enum> byText = [] {
             QHash<QByteArray, Enum> result;
@@ -188,7 +188,7 @@ public:
         return result;
     }
 
-    static Enum fromText(const QByteArray& text) { return Enumeration<Rows>::template find<Mask>(text); }
+    static Enum fromText(const QByteArray& text) { return Enumeration<Rows>::template findText<Mask>(text); }
 
     static QVariant toVariant(Set set)
     {
