@@ -17,7 +17,15 @@ void setLowDelay(QWebSocket* webSocket)
 {
     if (!webSocket)
         return;
-    const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
-    for (QTcpSocket* socket : sockets)
-        setLowDelay(socket);
+    // Each time it is opened a WebSocket gets another TCP socket as its child; one that a server accepted has none.
+    const auto apply = [webSocket] {
+        const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
+        if (!sockets.isEmpty())
+            setLowDelay(sockets.last());
+    };
+    apply();
+    QObject::connect(webSocket, &QWebSocket::stateChanged, webSocket, [apply](QAbstractSocket::SocketState state) {
+        if (state == QAbstractSocket::ConnectingState)
+            apply();
+    });
 }
