@@ -37,7 +37,7 @@ const unsigned char* bytes(const QByteArray& array)
 Key acceptedRsaKey(Key key, const unsigned char* end, const QByteArray& der)
 {
     const bool wholeInput = end == bytes(der) + der.size();
-    return key && wholeInput && EVP_PKEY_get_base_id(key.get()) == EVP_PKEY_RSA ? std::move(key) : Key();
+    return key && wholeInput && EVP_PKEY_base_id(key.get()) == EVP_PKEY_RSA ? std::move(key) : Key();
 }
 
 Key readPrivateKey(const QByteArray& der)
