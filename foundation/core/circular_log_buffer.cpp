@@ -6,6 +6,13 @@
 
 namespace {
 std::atomic<CCircularLogBuffer*> messageHandlerInstance{nullptr};
+
+void endLinesAtLineFeeds(char* begin, int length)
+{
+    const char* const end = begin + length;
+    while ((begin = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(end - begin)))))
+        *begin++ = '\0';
+}
 } // namespace
 
 CCircularLogBuffer::CCircularLogBuffer(int size)
@@ -59,8 +66,8 @@ void CCircularLogBuffer::append(const QByteArray& line)
     append(line.constData() + (line.size() - length), length);
 
     const int beforeEnd = std::min(length, m_size - head);
-    std::replace(m_buffer.get() + head, m_buffer.get() + head + beforeEnd, '\n', '\0');
-    std::replace(m_buffer.get(), m_buffer.get() + (length - beforeEnd), '\n', '\0');
+    endLinesAtLineFeeds(m_buffer.get() + head, beforeEnd);
+    endLinesAtLineFeeds(m_buffer.get(), length - beforeEnd);
 }
 
 QByteArray CCircularLogBuffer::readAll()

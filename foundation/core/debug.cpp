@@ -12,27 +12,27 @@
 #include <cstring>
 
 namespace {
-struct Level
+/// The lowest level at which messages of a type are written.
+constexpr int thresholdOf(QtMsgType type)
 {
-    char tag[4];
-    int threshold;
-};
+    return type == QtDebugMsg ? 5 : type == QtInfoMsg ? 4 : type == QtWarningMsg ? 3 : INT_MIN;
+}
 
-constexpr Level levelOf(QtMsgType type)
+constexpr const char* tagOf(QtMsgType type)
 {
     switch (type) {
     case QtDebugMsg:
-        return {"DBG", 5};
+        return "DBG";
     case QtInfoMsg:
-        return {"INF", 4};
+        return "INF";
     case QtWarningMsg:
-        return {"WRN", 3};
+        return "WRN";
     case QtCriticalMsg:
-        return {"CRT", INT_MIN};
+        return "CRT";
     case QtFatalMsg:
-        return {"FTL", INT_MIN};
+        return "FTL";
     }
-    return {"UNK", INT_MIN};
+    return "UNK";
 }
 
 constexpr int circularBufferSize = 0x100000;
@@ -54,7 +54,7 @@ char* writeNumber(char* to, int number, int digits)
 }
 
 /// "12:34:56.789 INF text" and a NUL.
-void formatLine(Line& line, const Level& level, const QString& message)
+void formatLine(Line& line, const char* tag, const QString& message)
 {
     constexpr int prefixLength = 17;
     line.resize(prefixLength + static_cast<int>(message.size()) + 1);
@@ -67,7 +67,7 @@ void formatLine(Line& line, const Level& level, const QString& message)
     *to++ = '.';
     to = writeNumber(to, time.millisecond, 3);
     *to++ = ' ';
-    to = std::copy(level.tag, level.tag + 3, to);
+    to = std::copy(tag, tag + 3, to);
     *to++ = ' ';
 
     // Most messages are plain ASCII, which needs no codec.
@@ -82,16 +82,12 @@ void formatLine(Line& line, const Level& level, const QString& message)
     }
     line.last() = '\0';
 }
-} // namespace
 
-void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QString& message)
+/// Kept apart from the test of the level, so that a suppressed message does not even set up the line's memory.
+Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
 {
-    const Level level = levelOf(type);
-    if (logLevel.load(std::memory_order_relaxed) < level.threshold)
-        return;
-
     Line line;
-    formatLine(line, level, message);
+    formatLine(line, tagOf(type), message);
     if (CCircularLogBuffer* buffer = circularBuffer.load(std::memory_order_relaxed))
         buffer->append(QByteArray::fromRawData(line.constData(), static_cast<int>(line.size())));
     if (FILE* output = stream.load(std::memory_order_relaxed)) {
@@ -99,6 +95,13 @@ void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QStr
         std::fputc('\n', output);
         std::fflush(output);
     }
+}
+} // namespace
+
+void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (logLevel.load(std::memory_order_relaxed) >= thresholdOf(type))
+        writeMessage(type, message);
 }
 
 void CDebug::setLogLevel(int level)
@@ -108,9 +111,9 @@ void CDebug::setLogLevel(int level)
 
 int CDebug::logLevelStringToInt(const QString& text, bool* ok)
 {
-    static constexpr const char* tags[] = {"FTL", "CRT", "WRN", "INF", "DBG"};
+    static constexpr QtMsgType types[] = {QtFatalMsg, QtCriticalMsg, QtWarningMsg, QtInfoMsg, QtDebugMsg};
     for (int i = 0; i < 5; ++i) {
-        if (text == QLatin1String(tags[i])) {
+        if (text == QLatin1String(tagOf(types[i]))) {
             if (ok)
                 *ok = true;
             return i + 1;

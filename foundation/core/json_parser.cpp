@@ -58,7 +58,7 @@ int escapedCode(Position digits)
 /// Replaces each \uXXXX that is followed by at least one more character.
 void replaceEscapes(QString& text)
 {
-    const auto first = text.indexOf(QLatin1String("\\u"));
+    const auto first = text.indexOf(QLatin1Char('\\'));
     if (first < 0)
         return;
     QChar* const begin = text.data();
@@ -132,6 +132,51 @@ QVariant quotedValue(Position begin, Position end)
     return QString(begin, static_cast<int>(size));
 }
 
+QVariant integer(qint64 number)
+{
+    if (number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max())
+        return static_cast<int>(number);
+    return number;
+}
+
+/// Digits, with a minus before them and one point between them at most, few enough for exact arithmetic; or nothing.
+QVariant shortNumber(Position begin, Position end)
+{
+    constexpr double powersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+    const bool negative = *begin == QLatin1Char('-');
+    begin += negative;
+    // Fifteen digits fit into a double, and a division by a power of ten that fits, too, is rounded as it should be.
+    if (begin == end || end - begin > 16)
+        return QVariant();
+    Position point = nullptr;
+    qint64 number = 0;
+    for (Position position = begin; position != end; ++position) {
+        const uint digit = position->unicode() - static_cast<uint>('0');
+        if (digit < 10)
+            number = number * 10 + digit;
+        else if (*position == QLatin1Char('.') && !point && position != begin && position + 1 != end)
+            point = position;
+        else
+            return QVariant();
+    }
+    if (!point)
+        return integer(negative ? -number : number);
+    const double real = static_cast<double>(number) / powersOfTen[end - point - 1];
+    return negative ? -real : real;
+}
+
+/// A number in any form that Qt reads, with blanks, signs or an exponent; otherwise a string.
+QVariant unusualNumber(Position begin, Position end)
+{
+    const QString text(begin, static_cast<int>(end - begin));
+    bool ok = false;
+    const qint64 number = text.toLongLong(&ok, 10);
+    if (ok)
+        return integer(number);
+    const double real = text.toDouble(&ok);
+    return ok ? QVariant(real) : QVariant(text);
+}
+
 /// A token without quotes as a value.
 QVariant plainValue(Position begin, Position end)
 {
@@ -146,27 +191,8 @@ QVariant plainValue(Position begin, Position end)
         if (equals(begin, end, QLatin1String("null")))
             return QVariant();
 
-        // Short numbers are the rule; Qt's reader, with its blanks and signs, knows the rest.
-        const bool negative = first == QLatin1Char('-');
-        Position position = begin + negative;
-        qint64 number = 0;
-        bool ok = end - position > 0 && end - position <= 18;
-        for (; ok && position != end; ++position) {
-            const uint digit = position->unicode() - static_cast<uint>('0');
-            ok = digit < 10;
-            number = number * 10 + digit;
-        }
-        if (ok)
-            number = negative ? -number : number;
-        else
-            number = borrowed(begin, end).toLongLong(&ok, 10);
-        if (ok && number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max())
-            return static_cast<int>(number);
-        if (ok)
-            return number;
-        const double real = borrowed(begin, end).toDouble(&ok);
-        if (ok)
-            return real;
+        QVariant number = shortNumber(begin, end);
+        return number.isValid() ? number : unusualNumber(begin, end);
     }
     return QString(begin, static_cast<int>(end - begin));
 }
@@ -200,8 +226,8 @@ public:
             if (!readToken() || !expect(',', object ? '}' : ']'))
                 return false;
             // Texts are mostly sorted, as they are written: then each entry goes to the end without a search.
-            result.insert(result.cend(), key,
-                          m_tokenQuoted ? quotedValue(m_tokenBegin, m_tokenEnd) : plainValue(m_tokenBegin, m_tokenEnd));
+            QVariant& value = *result.insert(result.cend(), key, QVariant());
+            value = m_tokenQuoted ? quotedValue(m_tokenBegin, m_tokenEnd) : plainValue(m_tokenBegin, m_tokenEnd);
         }
         return true;
     }

@@ -17,17 +17,24 @@ constexpr quint32 scramble(quint32 block)
 
 unsigned int murmurHash3_x86_32(const void* data, int length, unsigned int seed)
 {
-    const auto* bytes = static_cast<const uchar*>(data);
     length = qMax(length, 0);
+    const auto* bytes = static_cast<const uchar*>(data);
+    const uchar* const blocksEnd = bytes + (length & ~3);
     quint32 hash = seed;
-    int position = 0;
-    for (; length - position >= 4; position += 4)
-        hash = rotateLeft(hash ^ scramble(qFromLittleEndian<quint32>(bytes + position)), 13) * 5 + 0xe6546b64u;
+    for (; bytes != blocksEnd; bytes += 4)
+        hash = rotateLeft(hash ^ scramble(qFromLittleEndian<quint32>(bytes)), 13) * 5 + 0xe6546b64u;
 
     quint32 rest = 0;
-    for (int i = length; i > position; --i)
-        rest = rest << 8 | bytes[i - 1];
-    hash ^= scramble(rest);
+    switch (length & 3) {
+    case 3:
+        rest = static_cast<quint32>(bytes[2]) << 16;
+        Q_FALLTHROUGH();
+    case 2:
+        rest |= static_cast<quint32>(bytes[1]) << 8;
+        Q_FALLTHROUGH();
+    case 1:
+        hash ^= scramble(rest | bytes[0]);
+    }
 
     hash ^= static_cast<quint32>(length);
     hash = (hash ^ hash >> 16) * 0x85ebca6bu;
