@@ -43,7 +43,7 @@ public:
     static const Row* find(Enum value)
     {
         // An empty slot leads to the first row, whose value is then another one.
-        const Row& row = Rows[slots[number(value) % slots.size()]];
+        const Row& row = Rows[slotRows[number(value) % slotRows.size()]];
         return row.value == value ? &row : nullptr;
     }
 
@@ -97,7 +97,7 @@ private:
             result[number(Rows[i].value) % result.size()] = static_cast<quint8>(i);
         return result;
     }
-    static constexpr std::array<quint8, slotCount()> slots = makeSlots();
+    static constexpr std::array<quint8, slotCount()> slotRows = makeSlots();
 };
 
 /// The family of a plain enumeration; Fallback is what undefined values are cast to.

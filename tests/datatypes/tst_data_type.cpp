@@ -1,4 +1,5 @@
 #include <foundation/core/device_id.h>
+#include <foundation/core/foundation_translator.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/datatypes/hardware_architecture.h>
 
@@ -191,11 +192,13 @@ private Q_SLOTS:
         const Family& family = families()[index];
         const QList<qint64> values = family.values();
         QVERIFY(!values.isEmpty());
+        CFoundationTranslator translator;
+        QVERIFY(translator.setLanguage(QStringLiteral("en")));
         QVERIFY(std::is_sorted(values.begin(), values.end(), std::less_equal<qint64>()) || values.size() == 1);
         for (const qint64 value : values) {
             QCOMPARE(family.cast(int(value)), value);
             const QByteArray text = family.text(value);
-            QVERIFY(!text.isEmpty());
+            QCOMPARE(translator.translate("@default", text.constData()), QString::fromLatin1(text));
             const qint64 found = family.fromText(text);
             QCOMPARE(family.text(found), text);
             QVERIFY(found == value || (qstrcmp(family.name, "deviceType") == 0 && found > value));
