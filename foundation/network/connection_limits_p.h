@@ -17,8 +17,10 @@ constexpr int pendingHandshakes = 256;
 /// Requests that wait for one of these places. A whole installation returns in one instant after a power failure, and
 /// none of it shall be turned away.
 constexpr int waitingRequests = 1024;
-/// Accepted connections that have said nothing yet, or whose TLS is not up. The oldest goes first.
+/// Accepted connections that have said nothing yet. The oldest goes first.
 constexpr int silentConnections = 512;
+/// Accepted connections whose TLS is not up on a device, which serves a handful of applications and has little memory.
+constexpr int startingConnections = 64;
 /// Refused connections that a device holds. The oldest goes first.
 constexpr int refusedConnections = 256;
 /// Bytes buffered of a connection that nobody reads yet. A discovery message has about 80.

@@ -1,0 +1,306 @@
+#include <foundation/core/json_parser.h>
+#include <foundation/core/system_id.h>
+#include <foundation/network/connection_job.h>
+#include <foundation/network/connection_limits_p.h>
+#include <foundation/network/device_connector_device_side.h>
+#include <foundation/network/device_discovery_device_side.h>
+#include <foundation/network/held_sockets_p.h>
+#include <foundation/network/socket_options_p.h>
+
+#include <kyr_crypto/crypto_service.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QPointer>
+#include <QtNetwork/QSslCertificate>
+#include <QtNetwork/QSslConfiguration>
+#include <QtNetwork/QSslKey>
+#include <QtNetwork/QSslSocket>
+#include <QtWebSockets/QWebSocket>
+
+#include <functional>
+
+namespace {
+
+constexpr char discoveryPrefix[] = "DISCOVERY";
+constexpr int discoveryPrefixLength = sizeof discoveryPrefix - 1;
+constexpr int shortestRandom = 8;
+
+// The application's acceptance has arrived on a WebSocket, and what follows it in the same instant belongs to the new
+// owner, who does not listen yet: it is kept and announced once he does.
+class Acceptance : public QObject
+{
+public:
+    Acceptance(QWebSocket* socket, std::function<void()> conclude)
+        : QObject(socket)
+        , m_socket(socket)
+        , m_conclude(std::move(conclude))
+    {
+        connect(socket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& message) {
+            if (m_accepted)
+                m_kept.append([this, message] { Q_EMIT m_socket->binaryMessageReceived(message); });
+            else
+                accept();
+        });
+        connect(socket, &QWebSocket::textMessageReceived, this, [this](const QString& message) {
+            if (m_accepted)
+                m_kept.append([this, message] { Q_EMIT m_socket->textMessageReceived(message); });
+        });
+    }
+
+private:
+    void accept()
+    {
+        m_accepted = true;
+        m_socket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());
+        m_socket->setMaxAllowedIncomingMessageSize(QWebSocket::maxIncomingMessageSize());
+        QMetaObject::invokeMethod(this, &Acceptance::handOver, Qt::QueuedConnection);
+    }
+
+    void handOver()
+    {
+        const QPointer<Acceptance> alive(this); // dies with the socket
+        disconnect(m_socket, nullptr, this, nullptr);
+        m_conclude();
+        for (int i = 0; alive && i < m_kept.size(); ++i) {
+            const auto announce = m_kept[i];
+            announce();
+        }
+        if (alive)
+            deleteLater();
+    }
+
+    QWebSocket* m_socket;
+    std::function<void()> m_conclude;
+    bool m_accepted = false;
+    QList<std::function<void()>> m_kept;
+};
+
+} // namespace
+
+CDeviceConnectorDeviceSide::CDeviceConnectorDeviceSide(quint16 udpPort, bool useSsl,
+                                                       QNetworkAccessManager* networkAccessManager, QObject* parent)
+    : CDeviceConnectorBase(useSsl, networkAccessManager, parent)
+    , m_discovery(new CDeviceDiscoveryDeviceSide(udpPort, this))
+    , m_startingSockets(new HeldSockets(ConnectionLimits::startingConnections, this))
+    , m_refusedSockets(new HeldSockets(ConnectionLimits::refusedConnections, this))
+{
+    connect(this, &QTcpServer::newConnection, this, &CDeviceConnectorDeviceSide::onNewIncomingConnection);
+    connect(m_startingSockets, &HeldSockets::dropping, this, [](QTcpSocket* socket, bool crowded) {
+        qWarning("CDeviceConnectorDeviceSide: Dropped connection of %s:%u due to %s.",
+                 qUtf8Printable(socket->peerAddress().toString()), socket->peerPort(),
+                 crowded ? "too many connections without TLS" : "TLS handshake timeout");
+    });
+    enableTcpListening();
+}
+
+CDeviceConnectorDeviceSide::~CDeviceConnectorDeviceSide() = default;
+
+void CDeviceConnectorDeviceSide::setDeviceId(quint32 deviceId)
+{
+    m_discovery->setDeviceId(deviceId);
+}
+
+void CDeviceConnectorDeviceSide::setDeviceType(int deviceType)
+{
+    m_discovery->setDeviceType(deviceType);
+}
+
+void CDeviceConnectorDeviceSide::setSystemId(quint32 systemId)
+{
+    m_discovery->setSystemId(systemId);
+}
+
+void CDeviceConnectorDeviceSide::setUdpDiscoveryPort(quint16 port)
+{
+    m_discovery->bindOnUdpPort(port);
+}
+
+void CDeviceConnectorDeviceSide::connectToApplication(const QStringList& addresses)
+{
+    abortConnectToAddresses();
+    QString path =
+        QStringLiteral("/gw/%1/%2").arg(CDeviceId(m_discovery->deviceId()).toLabel()).arg(m_discovery->deviceType());
+    if (m_discovery->systemId() != 0)
+        path += QLatin1Char('/') + CSystemId(m_discovery->systemId()).toLabel();
+    connectToAddresses({addresses}, 0, true, path);
+}
+
+void CDeviceConnectorDeviceSide::startTls(QSslSocket* socket)
+{
+    connect(socket, QOverload<const QList<QSslError>&>::of(&QSslSocket::sslErrors), this,
+            &CDeviceConnectorDeviceSide::printSslErrors);
+    socket->flush();
+    socket->startServerEncryption();
+}
+
+void CDeviceConnectorDeviceSide::printSslErrors(const QList<QSslError>& errors)
+{
+    qWarning("CDeviceConnectorDeviceSide: SSL errors");
+    for (const QSslError& error : errors)
+        qWarning("%s", qUtf8Printable(error.errorString()));
+}
+
+void CDeviceConnectorDeviceSide::handOver(QTcpSocket* socket, bool outgoing)
+{
+    const QPointer<QTcpSocket> guard(socket);
+    const QPointer<CDeviceConnectorDeviceSide> alive(this);
+    QObject* const parent = socket->parent();
+    const QHostAddress peer = socket->peerAddress();
+    Q_EMIT newTcpConnectionToApplication(socket, outgoing);
+    if (!guard || !alive)
+        return;
+    if (guard->parent() == parent) {
+        guard->abort();
+        return;
+    }
+    if (outgoing) {
+        if (auto* job = qobject_cast<ConnectionJob*>(parent))
+            disconnect(guard, nullptr, job, nullptr);
+        connectionJobCompleted(peer, CDeviceId(), QString());
+    }
+    // What came in before the receiver listened is announced again.
+    if (guard && guard->bytesAvailable() > 0)
+        Q_EMIT guard->readyRead();
+}
+
+// --- Applications that are called ------------------------------------------------------------------------------------
+
+void CDeviceConnectorDeviceSide::onNewOutgoingConnection(QTcpSocket* socket)
+{
+    m_discovery->sendDeviceInfoResult(socket);
+    if (auto* sslSocket = qobject_cast<QSslSocket*>(socket)) {
+        connect(sslSocket, &QSslSocket::encrypted, this, &CDeviceConnectorDeviceSide::onOutgoingConnectionEncrypted,
+                Qt::QueuedConnection);
+        startTls(sslSocket);
+    } else {
+        concludeOutgoingConnection(socket);
+    }
+}
+
+void CDeviceConnectorDeviceSide::onOutgoingConnectionEncrypted()
+{
+    if (auto* socket = qobject_cast<QSslSocket*>(sender()))
+        concludeOutgoingConnection(socket);
+}
+
+void CDeviceConnectorDeviceSide::concludeOutgoingConnection(QTcpSocket* socket)
+{
+    if (socket && socket->state() == QAbstractSocket::ConnectedState)
+        handOver(socket, true);
+}
+
+QByteArray CDeviceConnectorDeviceSide::answerTo(const QByteArray& initialRequest, const QHostAddress& server) const
+{
+    QVariantMap challenge = CJsonParser::deserialize(QString::fromUtf8(initialRequest), nullptr, false);
+    if (challenge.value(QStringLiteral("random")).toString().size() < shortestRandom)
+        return QByteArray();
+    challenge[QStringLiteral("time")] = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
+    challenge[QStringLiteral("deviceid")] = CDeviceId(m_discovery->deviceId()).toLabel();
+    challenge[QStringLiteral("serverip")] = server.toString();
+    const QString challengeText = CJsonParser::serialize(challenge);
+
+    QVariantMap answer{{QStringLiteral("challenge"), challengeText}};
+    const QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    const QSslCertificate certificate = configuration.localCertificate();
+    const QSslKey key = configuration.privateKey();
+    if (!certificate.isNull() && !key.isNull()) {
+        answer[QStringLiteral("certificate")] = QString::fromLatin1(certificate.toPem());
+        answer[QStringLiteral("signature")] =
+            QString::fromLatin1(CCryptoService::getRsaSign(challengeText.toUtf8(), key.toDer()).toBase64());
+    }
+    return CJsonParser::serialize(answer).toUtf8();
+}
+
+void CDeviceConnectorDeviceSide::onNewOutgoingWebSocketConnection(QWebSocket* socket, const QByteArray& initialRequest,
+                                                                  const QString& discoverAddress)
+{
+    if (!socket)
+        return;
+    const QByteArray answer = answerTo(initialRequest, socket->peerAddress());
+    if (answer.isEmpty())
+        return; // not an application's request; its own time-out ends the connection, or the job's does
+    disconnect(socket, &QWebSocket::binaryMessageReceived, nullptr, nullptr);
+    new Acceptance(socket, [this, guard = QPointer<CDeviceConnectorDeviceSide>(this), socket, discoverAddress] {
+        if (guard)
+            concludeOutgoingWebSocketConnection(socket, discoverAddress);
+    });
+    socket->sendBinaryMessage(answer);
+}
+
+void CDeviceConnectorDeviceSide::concludeOutgoingWebSocketConnection(QWebSocket* socket, const QString& discoverAddress)
+{
+    if (socket->state() != QAbstractSocket::ConnectedState)
+        return; // the job goes on by itself
+    const QPointer<QWebSocket> guard(socket);
+    const QPointer<CDeviceConnectorDeviceSide> alive(this);
+    QObject* const parent = socket->parent();
+    const QHostAddress peer = socket->peerAddress();
+    Q_EMIT newWebSocketConnectionToApplication(socket, discoverAddress);
+    if (!guard || !alive)
+        return;
+    if (guard->parent() == parent) {
+        guard->abort();
+        return;
+    }
+    if (auto* job = qobject_cast<ConnectionJob*>(parent))
+        disconnect(guard, nullptr, job, nullptr);
+    connectionJobCompleted(peer, CDeviceId(), discoverAddress);
+}
+
+// --- Applications that call ------------------------------------------------------------------------------------------
+
+void CDeviceConnectorDeviceSide::incomingConnection(qintptr descriptor)
+{
+    bool accepted = false;
+    Q_EMIT isIncomingConnectionAccepted(accepted);
+    if (accepted) {
+        addIncomingConnection(descriptor);
+        return;
+    }
+    // Neither answered nor closed for a while, so that whoever knocks at random has no reason to knock again at once.
+    qInfo("Refuse connection");
+    auto* socket = new QTcpSocket(this);
+    socket->setReadBufferSize(1);
+    connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    if (socket->setSocketDescriptor(descriptor))
+        m_refusedSockets->add(socket, ConnectionTiming::current().refused);
+    else
+        delete socket;
+}
+
+void CDeviceConnectorDeviceSide::onNewIncomingConnection()
+{
+    const QPointer<CDeviceConnectorDeviceSide> alive(this);
+    while (QTcpSocket* socket = alive ? nextPendingConnection() : nullptr) {
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        if (auto* sslSocket = qobject_cast<QSslSocket*>(socket)) {
+            connect(socket, &QTcpSocket::readyRead, this,
+                    &CDeviceConnectorDeviceSide::onIncomingConnectionDataReceived);
+            m_startingSockets->add(sslSocket, ConnectionTiming::current().tls);
+        } else {
+            handOver(socket, false);
+        }
+    }
+}
+
+void CDeviceConnectorDeviceSide::onIncomingConnectionDataReceived()
+{
+    auto* socket = qobject_cast<QSslSocket*>(sender());
+    if (!socket)
+        return;
+    disconnect(socket, &QTcpSocket::readyRead, this, &CDeviceConnectorDeviceSide::onIncomingConnectionDataReceived);
+    if (socket->peek(discoveryPrefixLength) == discoveryPrefix)
+        m_discovery->checkMessageAndSendDeviceInforResult(socket);
+    connect(socket, &QSslSocket::encrypted, this, &CDeviceConnectorDeviceSide::onIncomingConnectionEncrypted,
+            Qt::QueuedConnection);
+    startTls(socket);
+}
+
+void CDeviceConnectorDeviceSide::onIncomingConnectionEncrypted()
+{
+    auto* socket = qobject_cast<QSslSocket*>(sender());
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    m_startingSockets->release(socket);
+    handOver(socket, false);
+}
