@@ -22,8 +22,8 @@ public:
     static QList<QByteArray> encodeAndSplitLine(const QByteArray& line, int maxLength, bool headerMode,
                                                 bool dotStuffing);
 
-    /// Encodes a body whose lines end in LF; the result's lines end in CR LF and hold at most 76 characters. A CR passes
-    /// as it is, so text with CR LF must be brought to LF first.
+    /// Encodes a body whose lines end in LF; the result's lines end in CR LF and hold at most 76 characters. A CR
+    /// passes as it is, so text with CR LF must be brought to LF first.
     static QByteArray getEncodedText(const QByteArray& text, bool dotStuffing);
 
     /// The subject as it stands behind "Subject: ", folded, without a final line break. Plain ASCII stays readable;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <foundation/core/export.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+// The texts of a mail as they go to an SMTP server.
+namespace MailText {
+
+/// Why an address must not stand in a command or a header line; empty when it may.
+QString addressFault(const QString& address);
+
+/// The addresses of a list separated by commas, semicolons and blanks.
+QStringList splitAddresses(const QString& list);
+
+/// Brings line ends to CR LF, doubles the dots that lines begin with, and adds the terminating line.
+KYR_FOUNDATION_TEST_EXPORT QByteArray withDotsStuffed(const QByteArray& body);
+
+/// A complete mail of two alternatives, plain text and HTML, ready to be sent. Empty when the template is missing.
+QByteArray fromTemplate(const QString& account, const QList<QByteArray>& recipients, const QString& subject,
+                        const QString& preheader, const QString& message);
+
+} // namespace MailText

@@ -1,0 +1,57 @@
+#include <foundation/mail/smtp_reply_reader_p.h>
+
+#include <algorithm>
+
+namespace {
+
+bool isFinal(const QByteArray& line)
+{
+    if (line.size() > 3)
+        return line.at(3) == ' ';
+    return line.size() == 3 && std::all_of(line.begin(), line.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+} // namespace
+
+CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
+{
+    int begin = 0; // of the next line
+    Result result = Incomplete;
+    while (result == Incomplete) {
+        const int lineEnd = int(m_pending.indexOf('\n', qMax(begin, m_scanned)));
+        const int length = (lineEnd < 0 ? int(m_pending.size()) : lineEnd) - begin;
+        if (length > maxLineLength + 1) { // a CR is no part of it
+            result = TooLong;
+            break;
+        }
+        if (lineEnd < 0)
+            break;
+        QByteArray line = m_pending.mid(begin, length);
+        if (line.endsWith('\r'))
+            line.chop(1);
+        begin = lineEnd + 1;
+        if (line.isEmpty())
+            continue;
+        m_lines += QString::fromUtf8(line);
+        m_replyLength += length;
+        if (line.size() > maxLineLength || m_replyLength > maxReplyLength)
+            result = TooLong;
+        else if (isFinal(line))
+            result = Complete;
+    }
+    m_pending.remove(0, begin);
+    m_scanned = result == Incomplete ? int(m_pending.size()) : 0;
+    if (result == Complete) {
+        *lines = m_lines;
+        m_lines.clear();
+        m_replyLength = 0;
+    }
+    return result;
+}
+
+int CSmtpReplyReader::clear()
+{
+    const int left = m_replyLength + int(m_pending.size());
+    *this = CSmtpReplyReader();
+    return left;
+}
