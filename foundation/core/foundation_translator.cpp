@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr QLatin1String folder(":/translations");
-constexpr QLatin1String prefix("foundation_");
+const QLatin1String folder(":/translations");
+const QLatin1String prefix("foundation_");
 
 } // namespace
 
