@@ -33,6 +33,7 @@ struct CTcpConnection::Private
     int keepaliveSeconds = 0;
     QTimer* handshakeGrace = nullptr;
     int signalDepth = 0;
+    int writtenDepth = 0; // of those signals, the ones that report written bytes
 };
 
 CTcpConnection::CTcpConnection(QObject* parent)
@@ -142,8 +143,15 @@ void CTcpConnection::abortUnfinished()
 
 void CTcpConnection::close()
 {
-    if (d->socket)
-        d->socket->close();
+    QTcpSocket* const socket = d->socket;
+    if (!socket)
+        return;
+    // A TLS socket that is closed while it reports what it has encrypted goes on with a session that is gone.
+    if (d->writtenDepth > 0 && qobject_cast<QSslSocket*>(socket))
+        QMetaObject::invokeMethod(
+            socket, [socket] { socket->close(); }, Qt::QueuedConnection);
+    else
+        socket->close();
 }
 
 qint64 CTcpConnection::sendData(const QByteArray& data)
@@ -235,6 +243,7 @@ void CTcpConnection::onError(QAbstractSocket::SocketError socketError)
 void CTcpConnection::onBytesWritten(qint64 bytes)
 {
     const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
+    const SocketSignal<CTcpConnection> insideWritten(this, d->writtenDepth);
     // Nobody listening: the bytes need not be put together.
     static const QMetaMethod signal = QMetaMethod::fromSignal(&CMessageTransfer::dataTransmitted);
     if (!isSignalConnected(signal)) {

@@ -26,6 +26,7 @@ struct CWebSocketConnection::Private
     bool connectionState = false;
     QTimer* keepaliveTimer = nullptr;
     int signalDepth = 0;
+    int writtenDepth = 0; // of those signals, the ones that report written bytes
 };
 
 CWebSocketConnection::CWebSocketConnection(QWebSocket* webSocket, QObject* parent)
@@ -65,8 +66,15 @@ void CWebSocketConnection::init()
 
 void CWebSocketConnection::close()
 {
-    if (d->webSocket)
-        d->webSocket->close(QWebSocketProtocol::CloseCodeNormal, QString());
+    QWebSocket* const webSocket = d->webSocket;
+    if (!webSocket)
+        return;
+    const auto close = [webSocket] { webSocket->close(QWebSocketProtocol::CloseCodeNormal, QString()); };
+    // A TLS socket that is closed while it reports what it has encrypted goes on with a session that is gone.
+    if (d->writtenDepth > 0)
+        QMetaObject::invokeMethod(webSocket, close, Qt::QueuedConnection);
+    else
+        close();
 }
 
 qint64 CWebSocketConnection::sendData(const QByteArray& data)
@@ -174,6 +182,7 @@ void CWebSocketConnection::onError(QAbstractSocket::SocketError socketError)
 void CWebSocketConnection::onBytesWritten(qint64 bytes)
 {
     const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+    const SocketSignal<CWebSocketConnection> insideWritten(this, d->writtenDepth);
     static const QMetaMethod signal = QMetaMethod::fromSignal(&CMessageTransfer::dataTransmitted);
     if (!isSignalConnected(signal)) {
         d->pendingData.drop(bytes);

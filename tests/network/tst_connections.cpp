@@ -111,7 +111,8 @@ private Q_SLOTS:
 void ConnectionsTest::kinds_data()
 {
     QTest::addColumn<TransportLink::Kind>("kind");
-    for (const auto kind : {TransportLink::Tcp, TransportLink::Tls, TransportLink::WebSocket})
+    for (const auto kind :
+         {TransportLink::Tcp, TransportLink::Tls, TransportLink::WebSocket, TransportLink::SecureWebSocket})
         QTest::newRow(TransportLink::names[kind]) << kind;
 }
 
@@ -148,7 +149,7 @@ void ConnectionsTest::smallMessages()
     link.far->sendMessages(messages);
     QTRY_VERIFY_WITH_TIMEOUT(there.complete(size) && back.complete(size), 60000);
     QVERIFY(there.right() && back.right());
-    if (kind == TransportLink::WebSocket)
+    if (kind >= TransportLink::WebSocket)
         QCOMPARE(there.received.pieces, count);
 }
 
@@ -165,7 +166,7 @@ void ConnectionsTest::states()
 
     // Every socket sends small messages at once, those inside the WebSockets too.
     const QList<QTcpSocket*> sockets =
-        kind == TransportLink::WebSocket
+        kind >= TransportLink::WebSocket
             ? static_cast<CWebSocketConnection*>(link.near.data())->webSocket()->findChildren<QTcpSocket*>()
             : QList<QTcpSocket*>{socketOf(link.near), socketOf(link.far)};
     QVERIFY(!sockets.isEmpty());
@@ -180,7 +181,7 @@ void ConnectionsTest::states()
     QTRY_COMPARE(changes.size(), 2);
     QCOMPARE(changes[1][0].toBool(), false);
     QTRY_VERIFY(!link.far->getConnectionState());
-    if (kind == TransportLink::WebSocket) {
+    if (kind >= TransportLink::WebSocket) {
         const QWebSocket* socket = static_cast<CWebSocketConnection*>(link.near.data())->webSocket();
         QCOMPARE(int(socket->closeCode()), 1000);
         QCOMPARE(socket->closeReason(), QString());
@@ -201,12 +202,13 @@ void ConnectionsTest::receiverActsInsideSignals_data()
     QTest::addColumn<TransportLink::Kind>("kind");
     QTest::addColumn<QString>("inside");
     QTest::addColumn<QString>("action");
-    for (const auto kind : {TransportLink::Tcp, TransportLink::Tls, TransportLink::WebSocket}) {
+    for (const auto kind :
+         {TransportLink::Tcp, TransportLink::Tls, TransportLink::WebSocket, TransportLink::SecureWebSocket}) {
         for (const char* inside : {"connected", "disconnected", "received", "transmitted", "error"}) {
-            if (kind == TransportLink::WebSocket && qstrcmp(inside, "error") == 0)
+            if (kind >= TransportLink::WebSocket && qstrcmp(inside, "error") == 0)
                 continue; // closed in order it reports none
             for (const char* action : {"delete", "adopt and delete", "close", "send"}) {
-                if (kind != TransportLink::WebSocket && qstrncmp(action, "adopt", 5) == 0)
+                if (kind < TransportLink::WebSocket && qstrncmp(action, "adopt", 5) == 0)
                     continue; // the connection is the socket's parent anyway
                 QTest::addRow("%s %s %s", TransportLink::names[kind], inside, action)
                     << kind << QString::fromLatin1(inside) << QString::fromLatin1(action);
@@ -491,9 +493,9 @@ void ConnectionsTest::pings()
         webSocket.open(QUrl(QStringLiteral("ws://127.0.0.1:%1/").arg(server.serverPort())));
         QTRY_VERIFY(received.endsWith("\r\n\r\n"));
         const int key = received.indexOf("Sec-WebSocket-Key: ") + 19;
-        const QByteArray accept = QCryptographicHash::hash(received.mid(key, received.indexOf('\r', key) - key)
-                                                               + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11",
-                                                           QCryptographicHash::Sha1);
+        const QByteArray nonce = received.mid(key, received.indexOf('\r', key) - key);
+        const QByteArray answer = nonce + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
+        const QByteArray accept = QCryptographicHash::hash(answer, QCryptographicHash::Sha1);
         received.clear();
         peer->write("HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
                     "Sec-WebSocket-Accept: "

@@ -44,10 +44,11 @@ struct TransportLink
     {
         Tcp,
         Tls,
-        WebSocket
+        WebSocket,
+        SecureWebSocket
     };
 
-    static constexpr const char* names[] = {"TCP", "TLS", "WebSocket"};
+    static constexpr const char* names[] = {"TCP", "TLS", "WebSocket", "secure WebSocket"};
 
     std::unique_ptr<QTcpServer> server;
     std::unique_ptr<QWebSocketServer> webSocketServer;
@@ -56,10 +57,18 @@ struct TransportLink
 
     explicit TransportLink(Kind kind)
     {
-        if (kind == WebSocket) {
-            webSocketServer = std::make_unique<QWebSocketServer>(QString(), QWebSocketServer::NonSecureMode);
-            webSocketServer->listen(QHostAddress::LocalHost);
+        if (kind >= WebSocket) {
+            const bool secure = kind == SecureWebSocket;
+            webSocketServer = std::make_unique<QWebSocketServer>(QString(), secure ? QWebSocketServer::SecureMode
+                                                                                   : QWebSocketServer::NonSecureMode);
             auto* socket = new QWebSocket;
+            if (secure) {
+                webSocketServer->setSslConfiguration(localCertificate().configuration());
+                QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+                configuration.setCaCertificates(QSslCertificate::fromData(authority().chainPem(), QSsl::Pem));
+                socket->setSslConfiguration(configuration);
+            }
+            webSocketServer->listen(QHostAddress::LocalHost);
             near = new CWebSocketConnection(socket, nullptr);
             socket->open(webSocketServer->serverUrl());
             QObject::connect(webSocketServer.get(), &QWebSocketServer::newConnection, [this] {
@@ -68,9 +77,7 @@ struct TransportLink
             });
         } else {
             if (kind == Tls) {
-                static const DeviceCertificate certificate = authority().issue(
-                    QStringLiteral("000.123.457"), {QStringLiteral("--name"), QStringLiteral("IP:127.0.0.1")});
-                server = std::make_unique<TlsServer>(certificate);
+                server = std::make_unique<TlsServer>(localCertificate());
                 near = new CSslConnection(nullptr);
             } else {
                 server = std::make_unique<QTcpServer>();
@@ -109,5 +116,12 @@ struct TransportLink
     {
         static DeviceCertificates authority;
         return authority;
+    }
+    /// A device's that is valid for the loopback address as well.
+    static const DeviceCertificate& localCertificate()
+    {
+        static const DeviceCertificate certificate = authority().issue(
+            QStringLiteral("000.123.457"), {QStringLiteral("--name"), QStringLiteral("IP:127.0.0.1")});
+        return certificate;
     }
 };
