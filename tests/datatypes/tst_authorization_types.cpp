@@ -1,0 +1,167 @@
+#include <foundation/datatypes/authorization_types.h>
+#include <foundation/datatypes/data_type.h>
+
+#include <QtTest/QtTest>
+
+#include <memory>
+
+using Data = CAuthorizationTypeData;
+using DataPtr = std::unique_ptr<Data>;
+using SharedData = std::shared_ptr<const Data>;
+Q_DECLARE_METATYPE(SharedData)
+
+namespace {
+
+QStringList texts(const char* joined)
+{
+    return QString::fromLatin1(joined).split(QLatin1Char(','));
+}
+
+DataPtr parsed(const QStringList& list)
+{
+    return DataPtr(Data::fromStringList(list));
+}
+
+const QDateTime from(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+const QDateTime to(QDate(2024, 12, 31), QTime(23, 59, 59), Qt::UTC);
+const unsigned long long code = CDataType::pinCodeFromString(QStringLiteral("0012"));
+
+} // namespace
+
+class tst_AuthorizationTypes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lists_data();
+    void lists();
+    void creation();
+    void reading();
+    void equality();
+    void hostileLists();
+};
+
+void tst_AuthorizationTypes::lists_data()
+{
+    QTest::addColumn<SharedData>("data");
+    QTest::addColumn<QString>("list");
+    QTest::addColumn<int>("idType");
+
+    const auto row = [](auto data, const char* list, int idType) {
+        QTest::newRow(list) << SharedData(new auto(data))
+                            << QString::fromLatin1(list).replace(
+                                   QLatin1String("PERIOD"), QLatin1String("2024-01-01T00:00:00Z,2024-12-31T23:59:59Z"))
+                            << idType;
+    };
+    row(CAuthorizationType01(0xFFFFFFFF, ~0ull), "1,4294967295,18446744073709551615", 1);
+    row(CAuthorizationType02(0x04A122B3C4D5E6), "2,04:A1:22:B3:C4:D5:E6", 3);
+    row(CAuthorizationType03(0), "3,0", 1);
+    row(CAuthorizationType04(1234, 2, 7), "4,1234,2,7", 1);
+    row(CAuthorizationType05(1234, 2, 7, from, to), "5,1234,2,7,PERIOD", 1);
+    row(CAuthorizationType06(code, 255, 1, from, to), "6,0012,255,1,PERIOD", 4);
+    row(CAuthorizationType07(99), "7,99", 2);
+    row(CAuthorizationType08(67108863), "8,67108863", 5);
+    row(CAuthorizationType09(0x04A122B3, 1, 2, from, to), "9,04:A1:22:B3,1,2,PERIOD", 3);
+    row(CAuthorizationType10(7, 0xFFFFFFFF, 1, 2, 3, from, to), "10,7,4294967295,1,2,3,PERIOD", 6);
+    row(CAuthorizationType11(1, 2, 3, 4, 5, from, to), "11,1,2,3,4,5,PERIOD", 1);
+    row(CAuthorizationType12(0x04A122B3, 2, 3, 4, 5, from, to), "12,04:A1:22:B3,2,3,4,5,PERIOD", 3);
+    row(CAuthorizationType13(code, 1, 2, 3, 4, 5, 6, from, to), "13,0012,1,2,3,4,5,6,PERIOD", 4);
+}
+
+void tst_AuthorizationTypes::lists()
+{
+    QFETCH(SharedData, data);
+    QFETCH(QString, list);
+    QCOMPARE(data->toStringList().join(QLatin1Char(',')), list);
+    QTEST(static_cast<int>(data->getIdType()), "idType");
+
+    const DataPtr read = parsed(list.split(QLatin1Char(',')));
+    QVERIFY(read && *read == *data && *data == *read);
+    const DataPtr copy(read->clone());
+    QVERIFY(*copy == *data && typeid(*copy) == typeid(*data));
+    copy->setId(copy->getId() + 1);
+    QVERIFY(*copy != *data);
+
+    // Another last digit in any field makes another authorization.
+    const QStringList elements = list.split(QLatin1Char(','));
+    for (int i = 2; i < elements.size(); ++i) {
+        QStringList changed = elements;
+        const int last = changed[i].size() - (changed[i].endsWith(QLatin1Char('Z')) ? 2 : 1);
+        changed[i][last] = QLatin1Char('8');
+        QVERIFY2(*parsed(changed) != *data, qPrintable(changed.join(QLatin1Char(','))));
+    }
+}
+
+void tst_AuthorizationTypes::creation()
+{
+    for (const int none : {0, 14, -1, 256 + 1, INT_MIN})
+        QVERIFY(Data::createAuthorizationType(none) == nullptr);
+    const QList<Data::AuthType> types = Data::supportedTypes();
+    QCOMPARE(types.size(), 13);
+    for (int i = 0; i < types.size(); ++i) {
+        const DataPtr data(Data::createAuthorizationType(types.at(i)));
+        QCOMPARE(static_cast<int>(data->getType()), i + 1);
+        QCOMPARE(data->getId(), 0ull);
+        // With nothing set the list can be read again.
+        QVERIFY(*parsed(data->toStringList()) == *data);
+    }
+    QCOMPARE(Data::idTypeToString(Data::IdTypeUid), "UID");
+    QCOMPARE(Data::idTypeToString(static_cast<Data::IdType>(7)), "Unknown");
+}
+
+void tst_AuthorizationTypes::reading()
+{
+    for (const char* none : {"5", "", "0,1", "14,1", "x,1", "4294967297,1", "-1,1"})
+        QVERIFY2(!parsed(texts(none)), none);
+    QVERIFY(!parsed({}));
+
+    const DataPtr noDates = parsed(texts("5,1234,2,7"));
+    QVERIFY(*noDates == CAuthorizationType05(1234, 2, 7, QDateTime(), QDateTime()));
+    QVERIFY(*parsed(texts("5,1234,2,7,2024-01-01T00:00:00Z")) == *noDates); // half a period
+    QVERIFY(*parsed(texts("5,1234,2,7,2024-01-01T00:00:00Z,2024-12-31T23:59:59Z,1,2,3"))
+            == CAuthorizationType05(1234, 2, 7, from, to));
+    QVERIFY(*parsed(texts("5,1234")) == CAuthorizationType05(1234, 0, 0, QDateTime(), QDateTime()));
+    QVERIFY(*parsed(texts("4,x,-1,300")) == CAuthorizationType04(0, 255, 44));
+    QCOMPARE(parsed(texts("3,18446744073709551615"))->getId(), ~0ull);
+    QCOMPARE(parsed(texts("3,18446744073709551616"))->getId(), 0ull);
+    QCOMPARE(parsed(texts("2,nonsense"))->getId(), 0ull);
+    QCOMPARE(parsed(texts("6, 0012 "))->getId(), code);
+}
+
+void tst_AuthorizationTypes::equality()
+{
+    const CAuthorizationType02 two(5);
+    CAuthorizationType03 three(5);
+    const CAuthorizationType04 four(5, 0, 0);
+    const CAuthorizationType05 five(5, 0, 0, QDateTime(), QDateTime());
+    three.setIdType(Data::IdTypeUid);
+    QVERIFY(two != three && three != two);
+    QVERIFY(three != CAuthorizationType03(5));
+    QVERIFY(four != three && three != four && four != five && five != four);
+
+    // The same moment in another time zone; a millisecond apart.
+    QVERIFY(CAuthorizationType05(5, 0, 0, from.toOffsetFromUtc(3600), to) == CAuthorizationType05(5, 0, 0, from, to));
+    QVERIFY(CAuthorizationType05(5, 0, 0, from.addMSecs(1), to) != CAuthorizationType05(5, 0, 0, from, to));
+}
+
+void tst_AuthorizationTypes::hostileLists()
+{
+    QStringList many;
+    for (int i = 0; i < 1000000; ++i)
+        many.append(QStringLiteral("-7"));
+    for (int type = 1; type <= 13; ++type) {
+        many[0] = QString::number(type);
+        const DataPtr data = parsed(many);
+        QCOMPARE(static_cast<int>(data->getType()), type);
+        for (const QString& element :
+             {QString(1000000, QLatin1Char('9')), QString(1000000, QLatin1Char(':')), QString(QChar(0))}) {
+            QStringList list{many[0]};
+            while (list.size() < 12)
+                list.append(element);
+            QVERIFY(*parsed(parsed(list)->toStringList()) == *parsed(list));
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(tst_AuthorizationTypes)
+#include "tst_authorization_types.moc"
