@@ -209,7 +209,13 @@ void CDeviceConnectorAppSide::handleWebSocketRequest(QSslSocket* socket, const Q
     auto* handshake = new DeviceHandshake(socket, text, ownSystem, useSsl(), m_webSocketServer, this);
     m_handshakes.insert(handshake->key(), handshake);
     connect(handshake, &DeviceHandshake::ready, this, [this, handshake] { admit(handshake); });
-    connect(handshake, &DeviceHandshake::failed, this, [this, handshake] { forget(handshake); });
+    connect(handshake, &DeviceHandshake::failed, this, [this, handshake](const QString& reason) {
+        const auto report = [this, device = handshake->request().deviceId, origin = handshake->text(), reason] {
+            Q_EMIT webSocketConnectionRefused(device, origin, reason);
+        };
+        QMetaObject::invokeMethod(this, report, Qt::QueuedConnection); // a receiver may delete the connector
+        forget(handshake);
+    });
     connect(handshake, &DeviceHandshake::proved, this, [this, handshake] { establish(handshake); });
     handshake->start();
     if (handshake->stage() == DeviceHandshake::Stage::RequestLine

@@ -67,6 +67,9 @@ Q_SIGNALS:
     /// when none does, it is dropped. `text` is what came with handleWebSocketRequest.
     void webSocketConnectionEstablished(const CDeviceId& deviceId, int deviceType, const CSystemId& systemId,
                                         QWebSocket* webSocket, const QString& text);
+    /// A device that called in by WebSocket was turned away. `deviceId` is who it claimed to be, invalid when its
+    /// request line could not be read; `text` is what came with handleWebSocketRequest.
+    void webSocketConnectionRefused(const CDeviceId& deviceId, const QString& text, const QString& reason);
     void connectToDevicesFinished(bool success);
 
 protected:

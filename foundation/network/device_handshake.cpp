@@ -242,7 +242,7 @@ void DeviceHandshake::fail(const QString& reason)
             m_socket->deleteLater();
         }
     }
-    Q_EMIT failed();
+    Q_EMIT failed(reason);
 }
 
 void DeviceHandshake::drop(QWebSocket* webSocket, const QString& reason)

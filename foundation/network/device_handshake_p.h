@@ -78,7 +78,7 @@ public:
 Q_SIGNALS:
     void ready();
     void proved();
-    void failed();
+    void failed(const QString& reason);
 
 private:
     void readRequestLine();
