@@ -21,7 +21,10 @@ int main(int argc, char** argv)
 {
     openStandardDescriptors();
     QCoreApplication app(argc, argv);
-    AppOptions options(QStringLiteral("Plays devices: answers discovery queries over UDP and TCP."), "KYR_SIMULATOR");
+    AppOptions options(
+        QStringLiteral(
+            "Plays devices: answers discovery queries over UDP and TCP, calls applications and talks to them."),
+        "KYR_SIMULATOR");
     Simulator::addOptions(options);
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("stderr"));
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));

@@ -1,57 +1,185 @@
 #include "simulated_device.h"
 
+#include <foundation/network/device_connector_device_side.h>
 #include <foundation/network/device_discovery_device_side.h>
+#include <foundation/network/web_socket_connection.h>
 
-#include <QtCore/QTimer>
-#include <QtNetwork/QTcpServer>
-#include <QtNetwork/QTcpSocket>
+#include <QtCore/QRandomGenerator>
+#include <QtNetwork/QSslSocket>
 #include <QtNetwork/QUdpSocket>
+#include <QtWebSockets/QWebSocket>
 
 namespace {
 
-constexpr int SilentPeerMs = 30000; // a peer that asks nothing for so long is dropped
+constexpr int SilentPeerMs = 30000; // a TCP peer that asks nothing for so long is dropped
+constexpr int KeepaliveSeconds = 30;
+// Between calls that lead nowhere; each is twice the one before. A link that lasted is a new beginning.
+constexpr int FirstPauseMs = 500;
+constexpr int LongestPauseMs = 60000;
+constexpr int LastingLinkMs = 10000;
+// A request of long ago, whose answer somebody has recorded and plays again.
+const QByteArray OldRequest = R"({"random":"0123456789abcdef","time":"2020-01-01T00:00:00Z"})";
 
 } // namespace
 
-SimulatedDevice::SimulatedDevice(CDeviceId id, int type, CSystemId system, QObject* parent)
-    : QObject(parent)
-    , m_id(id)
-    , m_type(type)
-    , m_system(system)
-    , m_discovery(new CDeviceDiscoveryDeviceSide(0, this))
-    , m_server(new QTcpServer(this))
+// The connector takes certificate and key from the process-wide TLS configuration, but many devices share this process:
+// each puts its own there for the moment in which it is read.
+class SimulatedConnector : public CDeviceConnectorDeviceSide
 {
-    m_discovery->setDeviceId(id.value());
-    m_discovery->setDeviceType(type);
-    m_discovery->setSystemId(system.value());
-    connect(m_server, &QTcpServer::newConnection, this, &SimulatedDevice::onNewConnection);
+public:
+    SimulatedConnector(const SimulatedDevice::Settings& settings, QObject* parent)
+        : CDeviceConnectorDeviceSide(0, !settings.tls.isNull(), settings.accessManager, parent)
+        , m_tls(settings.tls)
+        , m_replay(settings.replay)
+    {
+    }
+
+    void useOwnIdentity()
+    {
+        if (!m_tls.isNull())
+            QSslConfiguration::setDefaultConfiguration(m_tls);
+    }
+
+    void onNewOutgoingConnection(QTcpSocket* socket) override
+    {
+        if (auto* sslSocket = qobject_cast<QSslSocket*>(socket))
+            sslSocket->setSslConfiguration(m_tls);
+        CDeviceConnectorDeviceSide::onNewOutgoingConnection(socket);
+    }
+
+    void onNewOutgoingWebSocketConnection(QWebSocket* socket, const QByteArray& initialRequest,
+                                          const QString& discoverAddress) override
+    {
+        useOwnIdentity();
+        CDeviceConnectorDeviceSide::onNewOutgoingWebSocketConnection(socket, m_replay ? OldRequest : initialRequest,
+                                                                     discoverAddress);
+    }
+
+protected:
+    void incomingConnection(qintptr descriptor) override
+    {
+        useOwnIdentity();
+        CDeviceConnectorDeviceSide::incomingConnection(descriptor);
+    }
+
+private:
+    QSslConfiguration m_tls;
+    bool m_replay;
+};
+
+SimulatedDevice::SimulatedDevice(const Settings& settings, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_connector(new SimulatedConnector(settings, this))
+    , m_pauseMs(FirstPauseMs)
+{
+    m_connector->setDeviceId(settings.id.value());
+    m_connector->setDeviceType(settings.type);
+    m_connector->setSystemId(settings.system.value());
+    connect(m_connector, &CDeviceConnectorDeviceSide::isIncomingConnectionAccepted, this,
+            [](bool& accepted) { accepted = true; });
+    connect(m_connector, &CDeviceConnectorDeviceSide::newTcpConnectionToApplication, this,
+            &SimulatedDevice::onTcpConnection);
+    connect(m_connector, &CDeviceConnectorDeviceSide::newWebSocketConnectionToApplication, this,
+            &SimulatedDevice::onLinked);
+    connect(m_connector, &CDeviceConnectorBase::connectToAddressesFinished, this, [this](bool success) {
+        if (!success)
+            callLater();
+    });
+    m_callTimer.setSingleShot(true);
+    connect(&m_callTimer, &QTimer::timeout, this, &SimulatedDevice::call);
 }
 
-bool SimulatedDevice::listen(quint16 tcpPort)
+SimulatedDevice::~SimulatedDevice()
 {
-    return m_server->listen(QHostAddress::Any, tcpPort);
+    if (m_link)
+        m_link->disconnect(this);
+}
+
+bool SimulatedDevice::start(quint16 tcpPort)
+{
+    if (!m_connector->listen(QHostAddress::Any, tcpPort))
+        return false;
+    if (!m_settings.urls.isEmpty())
+        m_callTimer.start(0);
+    return true;
 }
 
 quint16 SimulatedDevice::tcpPort() const
 {
-    return m_server->serverPort();
+    return m_connector->serverPort();
+}
+
+CDeviceDiscoveryDeviceSide* SimulatedDevice::discovery() const
+{
+    return m_connector->findChild<CDeviceDiscoveryDeviceSide*>();
 }
 
 quint16 SimulatedDevice::udpPort() const
 {
-    const auto* socket = m_discovery->findChild<QUdpSocket*>();
+    const auto* socket = discovery()->findChild<QUdpSocket*>();
     return socket ? socket->localPort() : 0;
 }
 
-void SimulatedDevice::onNewConnection()
+void SimulatedDevice::call()
 {
-    while (QTcpSocket* socket = m_server->nextPendingConnection()) {
-        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QTcpSocket::readyRead, this,
-                [this, socket] { m_discovery->checkMessageAndSendDeviceInforResult(socket); });
-        auto* timer = new QTimer(socket);
-        connect(timer, &QTimer::timeout, socket, &QTcpSocket::abort);
-        connect(socket, &QTcpSocket::readyRead, timer, QOverload<>::of(&QTimer::start));
+    // It also says which authorities of applications are trusted.
+    m_connector->useOwnIdentity();
+    m_connector->connectToApplication(m_settings.urls);
+}
+
+void SimulatedDevice::callLater()
+{
+    // Half of the pause is left to chance, or all devices would return in one instant.
+    m_callTimer.start(m_pauseMs / 2 + int(QRandomGenerator::global()->bounded(m_pauseMs / 2 + 1)));
+    qInfo("Simulator: %s calls again in %d ms", qUtf8Printable(m_settings.id.toLabel()), m_callTimer.interval());
+    m_pauseMs = qMin(m_pauseMs * 2, LongestPauseMs);
+}
+
+void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
+{
+    qInfo("Simulator: %s is linked to %s", qUtf8Printable(m_settings.id.toLabel()), qUtf8Printable(url));
+    if (m_link)
+        onLinkLost();
+    m_link = new CWebSocketConnection(socket, this);
+    socket->setParent(m_link);
+    m_linkedFor.start();
+    connect(m_link, &CMessageTransfer::dataReceived, this,
+            [this](const QByteArray& message) { m_link->sendData(m_dialogue.answer(message)); });
+    connect(m_link, &CMessageTransfer::connectionStateChanged, this, [this](bool connected) {
+        if (!connected) {
+            qInfo("Simulator: %s has lost its link", qUtf8Printable(m_settings.id.toLabel()));
+            onLinkLost();
+            callLater();
+        }
+    });
+    m_link->setKeepalive(KeepaliveSeconds);
+    m_link->updateConnectionState();
+}
+
+void SimulatedDevice::onLinkLost()
+{
+    m_link->disconnect(this);
+    m_link->deleteLater();
+    m_link = nullptr;
+    if (m_linkedFor.elapsed() >= LastingLinkMs)
+        m_pauseMs = FirstPauseMs;
+}
+
+// Applications look who is there and leave; nothing else is said on these connections.
+void SimulatedDevice::onTcpConnection(QTcpSocket* socket, bool outgoing)
+{
+    Q_UNUSED(outgoing)
+    socket->setParent(this);
+    connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    auto* timer = new QTimer(socket);
+    connect(timer, &QTimer::timeout, socket, &QTcpSocket::abort);
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket, timer] {
         timer->start(SilentPeerMs);
-    }
+        if (qobject_cast<QSslSocket*>(socket))
+            socket->readAll();
+        else
+            discovery()->checkMessageAndSendDeviceInforResult(socket);
+    });
+    timer->start(SilentPeerMs);
 }

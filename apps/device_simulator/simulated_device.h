@@ -1,40 +1,66 @@
 #pragma once
 
+#include "device_dialogue.h"
+
 #include <foundation/core/device_id.h>
 #include <foundation/core/system_id.h>
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
+#include <QtCore/QStringList>
+#include <QtCore/QTimer>
+#include <QtNetwork/QSslConfiguration>
 
-class CDeviceDiscoveryBase;
 class CDeviceDiscoveryDeviceSide;
-class QTcpServer;
+class CWebSocketConnection;
+class QNetworkAccessManager;
+class QTcpSocket;
+class QWebSocket;
+class SimulatedConnector;
 
-/// One device of the simulator: who it is, its discovery answers and its TCP port.
+/// One device of the simulator: who it is, its discovery answers, its TCP port, and its link to an application that it
+/// calls.
 class SimulatedDevice : public QObject
 {
     Q_OBJECT
 
 public:
-    SimulatedDevice(CDeviceId id, int type, CSystemId system, QObject* parent);
+    struct Settings
+    {
+        CDeviceId id;
+        int type = 0;
+        CSystemId system;
+        QStringList urls;                               ///< applications to call, in order of preference; may be empty
+        QSslConfiguration tls;                          ///< null: no TLS, and no proof of who the device is
+        bool replay = false;                            ///< answers another challenge than the one it was given
+        QNetworkAccessManager* accessManager = nullptr; ///< for URLs; not owned
+    };
 
-    /// Listens on a port, 0 for one that the system chooses. False when it is taken.
-    bool listen(quint16 tcpPort);
+    SimulatedDevice(const Settings& settings, QObject* parent);
+    ~SimulatedDevice() override;
 
-    CDeviceId id() const { return m_id; }
-    int type() const { return m_type; }
-    CSystemId system() const { return m_system; }
+    /// Listens on a port, 0 for one that the system chooses, and starts to call. False when the port is taken.
+    bool start(quint16 tcpPort);
+
+    const Settings& settings() const { return m_settings; }
     quint16 tcpPort() const;
     /// The port of its own, from which it answers UDP queries; 0 when it could not be opened.
     quint16 udpPort() const;
-    CDeviceDiscoveryDeviceSide* discovery() const { return m_discovery; }
-
-private Q_SLOTS:
-    void onNewConnection();
+    CDeviceDiscoveryDeviceSide* discovery() const;
+    bool isLinked() const { return m_link != nullptr; }
 
 private:
-    CDeviceId m_id;
-    int m_type;
-    CSystemId m_system;
-    CDeviceDiscoveryDeviceSide* m_discovery;
-    QTcpServer* m_server;
+    void call();
+    void callLater();
+    void onTcpConnection(QTcpSocket* socket, bool outgoing);
+    void onLinked(QWebSocket* socket, const QString& url);
+    void onLinkLost();
+
+    Settings m_settings;
+    SimulatedConnector* m_connector;
+    DeviceDialogue m_dialogue;
+    CWebSocketConnection* m_link = nullptr;
+    QTimer m_callTimer;
+    QElapsedTimer m_linkedFor;
+    int m_pauseMs;
 };

@@ -6,8 +6,11 @@
 
 #include <foundation/network/device_discovery_device_side.h>
 
+#include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtNetwork/QSslCertificate>
+#include <QtNetwork/QSslKey>
 #include <QtNetwork/QUdpSocket>
 
 namespace {
@@ -65,6 +68,45 @@ void Simulator::addOptions(AppOptions& options)
     options.addValue(QStringLiteral("tcp-port"), QStringLiteral("PORT"),
                      QStringLiteral("TCP port of the first device, the others follow; 0 for any"),
                      QString::number(DefaultPorts::Device));
+    options.addValue(QStringLiteral("call"), QStringLiteral("URL"),
+                     QStringLiteral("application to call, such as https://host:21719; may be repeated"));
+    options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
+                     QStringLiteral("PEM file of the device certificate; %1 stands for the device's label"));
+    options.addValue(QStringLiteral("key"), QStringLiteral("FILE"),
+                     QStringLiteral("PEM file of its private key; %1 stands for the device's label"));
+    options.addSwitch(QStringLiteral("replay"), QStringLiteral("answer every challenge with an old answer"));
+    options.addValue(QStringLiteral("ca"), QStringLiteral("FILE"),
+                     QStringLiteral("PEM file of the authorities of applications, instead of the system's own"));
+}
+
+// The TLS configuration of one device.
+bool Simulator::readIdentity(AppOptions& options, const QString& label, QSslConfiguration& tls) const
+{
+    const auto read = [&options](QString name) {
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly))
+            options.setError(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
+        return file.readAll();
+    };
+    QString certificateFile = options.value(QStringLiteral("certificate"));
+    QString keyFile = options.value(QStringLiteral("key"));
+    QString caFile = options.value(QStringLiteral("ca"));
+    if (caFile.isEmpty())
+        caFile = QStringLiteral(":/SSL/ca-chain.pem");
+    certificateFile.replace(QLatin1String("%1"), label);
+    keyFile.replace(QLatin1String("%1"), label);
+    const auto chain = QSslCertificate::fromData(read(certificateFile), QSsl::Pem);
+    const QSslKey key(read(keyFile), QSsl::Rsa);
+    const auto authorities = QSslCertificate::fromData(read(caFile), QSsl::Pem);
+    if (chain.isEmpty())
+        options.setError(QStringLiteral("\"%1\" holds no certificate").arg(certificateFile));
+    if (key.isNull())
+        options.setError(QStringLiteral("\"%1\" holds no RSA key").arg(keyFile));
+    tls = QSslConfiguration::defaultConfiguration();
+    tls.setLocalCertificateChain(chain);
+    tls.setPrivateKey(key);
+    tls.setCaCertificates(authorities);
+    return options.error().isEmpty();
 }
 
 bool Simulator::setUp(AppOptions& options)
@@ -100,8 +142,19 @@ bool Simulator::setUp(AppOptions& options)
         options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
     if (!options.error().isEmpty())
         return false;
-    for (int i = 0; i < count; ++i)
-        m_devices.append(new SimulatedDevice(CDeviceId(first.value() + quint32(i)), type, system, this));
+    const bool withTls = options.isSet(QStringLiteral("certificate")) || options.isSet(QStringLiteral("key"));
+    for (int i = 0; i < count; ++i) {
+        SimulatedDevice::Settings settings;
+        settings.id = CDeviceId(first.value() + quint32(i));
+        settings.type = type;
+        settings.system = system;
+        settings.urls = options.values(QStringLiteral("call"));
+        settings.replay = options.isSet(QStringLiteral("replay"));
+        settings.accessManager = &m_accessManager;
+        if (withTls && !readIdentity(options, settings.id.toLabel(), settings.tls))
+            return false;
+        m_devices.append(new SimulatedDevice(settings, this));
+    }
     return true;
 }
 
@@ -116,7 +169,7 @@ bool Simulator::start(QString& error)
     m_udpPort = socket->localPort();
     for (int i = 0; i < m_devices.size(); ++i) {
         const quint16 port = m_tcpPort == 0 ? quint16(0) : quint16(m_tcpPort + i);
-        if (!m_devices.at(i)->listen(port)) {
+        if (!m_devices.at(i)->start(port)) {
             error = QStringLiteral("cannot listen on TCP port %1").arg(port);
             return false;
         }
@@ -128,9 +181,9 @@ QByteArray Simulator::describe() const
 {
     QByteArray text;
     for (const SimulatedDevice* device : m_devices) {
-        text += jsonLine({{QStringLiteral("device"), device->id().toLabel()},
-                          {QStringLiteral("type"), device->type()},
-                          {QStringLiteral("system"), device->system().toLabel()},
+        text += jsonLine({{QStringLiteral("device"), device->settings().id.toLabel()},
+                          {QStringLiteral("type"), device->settings().type},
+                          {QStringLiteral("system"), device->settings().system.toLabel()},
                           {QStringLiteral("udpPort"), device->udpPort()},
                           {QStringLiteral("tcpPort"), device->tcpPort()}});
     }

@@ -2,6 +2,8 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QVector>
+#include <QtNetwork/QNetworkAccessManager>
+#include <QtNetwork/QSslConfiguration>
 
 class AppOptions;
 class CDeviceDiscoveryBase;
@@ -29,8 +31,11 @@ public:
     QByteArray describe() const;
 
 private:
+    bool readIdentity(AppOptions& options, const QString& label, QSslConfiguration& tls) const;
+
     QVector<SimulatedDevice*> m_devices;
     CDeviceDiscoveryBase* m_hub = nullptr;
+    QNetworkAccessManager m_accessManager; // one for all: each has a thread
     quint16 m_udpPort = 0;
     quint16 m_tcpPort = 0;
 };

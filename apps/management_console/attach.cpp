@@ -58,8 +58,12 @@ private:
         for (int end = m_received.indexOf('\n'); end >= 0; end = m_received.indexOf('\n', start)) {
             const QString line = QString::fromLocal8Bit(m_received.constData() + start, end - start);
             start = end + 1;
+            if (line.startsWith(Console::EventMark)) {
+                showEvent(line.mid(Console::EventMark.size()));
+                continue;
+            }
             bool isCode = false;
-            const int code = line.startsWith(QLatin1String("= ")) ? line.mid(2).toInt(&isCode) : 0;
+            const int code = line.startsWith(Console::CodeMark) ? line.mid(Console::CodeMark.size()).toInt(&isCode) : 0;
             if (!isCode) {
                 writeLine(line);
                 continue;
@@ -73,6 +77,17 @@ private:
                 promptNextLine();
         }
         m_received.remove(0, start);
+    }
+
+    // News are for people; a program that reads the answers would stumble over them.
+    void showEvent(const QString& text)
+    {
+        if (!Terminal::isInteractive() || m_once)
+            return;
+        Terminal::clearLine();
+        writeLine(text);
+        if (!m_pending)
+            Terminal::show(QString::fromLatin1(Console::Prompt));
     }
 
     QLocalSocket& m_socket;

@@ -53,7 +53,7 @@ void Console::runCommand(const QStringList& words)
     const QString name = words.constFirst();
     const CommandEntry* entry = findCommand(name);
     if (!entry) {
-        writeErrorLine(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));
+        writeErrorText(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));
         commandDone(2);
         return;
     }
@@ -83,7 +83,7 @@ void Console::commandDone(int code)
         return terminate();
     }
     if (m_input == Input::Arguments) {
-        if (!m_session->isServing())
+        if (!m_session->server())
             terminate();
         return;
     }
@@ -94,7 +94,7 @@ void Console::commandDone(int code)
         return;
     }
     if (m_input == Input::Socket)
-        writeLine(QStringLiteral("= %1").arg(code));
+        writeLine(CodeMark + QString::number(code));
     if (m_lines.isEmpty()) {
         m_waiting = true;
         promptNextLine();
@@ -109,17 +109,43 @@ void Console::interrupt()
         terminate();
 }
 
+void Console::writeText(const QString& text)
+{
+    // Of a service, what the command says that it was started with: nobody is there to ask for it.
+    if (m_input == Input::Socket && !m_started)
+        Terminal::show(text + QLatin1Char('\n'));
+    else
+        writeLine(text);
+}
+
+void Console::writeErrorText(const QString& text)
+{
+    if (m_input == Input::Socket && !m_started)
+        Terminal::showError(text + QLatin1Char('\n'));
+    else
+        writeErrorLine(text);
+}
+
 void Console::writeEvent(const QString& text)
 {
-    if (m_input != Input::Terminal) {
+    switch (m_input) {
+    case Input::Arguments:
+    case Input::Pipe:
         writeLine(text);
-        return;
+        break;
+    case Input::Terminal:
+        Terminal::clearLine();
+        m_progress = false;
+        writeLine(text);
+        if (m_waiting)
+            Terminal::show(QString::fromLatin1(Prompt));
+        break;
+    case Input::Socket:
+        Terminal::show(text + QLatin1Char('\n'));
+        if (m_started)
+            writeLine(EventMark + text);
+        break;
     }
-    Terminal::clearLine();
-    m_progress = false;
-    writeLine(text);
-    if (m_waiting)
-        Terminal::show(QString::fromLatin1(Prompt));
 }
 
 void Console::showProgress(const QString& text)

@@ -20,10 +20,13 @@ public:
         Arguments, ///< one command from the command line, no lines
         Terminal,
         Pipe,
-        Socket, ///< each answer ends with a line "= N", N being the command's exit code
+        Socket, ///< each answer ends with a line "= N", N being the command's exit code; "! " begins news
     };
 
     static constexpr const char* Prompt = "kyr> ";
+
+    static constexpr QLatin1String CodeMark{"= "};
+    static constexpr QLatin1String EventMark{"! "};
 
     Console(CAbstractCliIO* io, Input input, QObject* parent = nullptr);
     ~Console() override;
@@ -34,6 +37,8 @@ public:
     /// Ctrl+C or a request to end: ends the running command, or the console when there is none.
     void interrupt();
 
+    void writeText(const QString& text);
+    void writeErrorText(const QString& text);
     void writeEvent(const QString& text);
     void showProgress(const QString& text);
     bool colour() const { return m_colour; }

@@ -1,6 +1,10 @@
 #include "session.h"
 
 #include "console.h"
+#include "device_server.h"
+#include "terminal.h"
+
+#include <foundation/datatypes/data_type.h>
 
 Session::Session(Console* console)
     : QObject(console)
@@ -13,7 +17,7 @@ Session::~Session() = default;
 void Session::line(const QString& text)
 {
     progress(QString());
-    m_console->writeLine(text);
+    m_console->writeText(text);
 }
 
 void Session::lines(const QStringList& texts)
@@ -25,12 +29,12 @@ void Session::lines(const QStringList& texts)
 void Session::error(const QString& text)
 {
     progress(QString());
-    m_console->writeErrorLine(text);
+    m_console->writeErrorText(Terminal::printable(text));
 }
 
 void Session::event(const QString& text)
 {
-    m_console->writeEvent(text);
+    m_console->writeEvent(Terminal::printable(text));
 }
 
 void Session::progress(const QString& text)
@@ -46,4 +50,28 @@ bool Session::colour() const
 void Session::quit()
 {
     m_console->terminate();
+}
+
+void Session::setServer(std::unique_ptr<DeviceServer> server)
+{
+    m_server = std::move(server);
+    if (!m_server)
+        return;
+    connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
+        event(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
+                  .arg(deviceTypeName(device.type), device.id.toLabel(), device.peer)
+                  .arg(device.handshakeMs));
+    });
+    connect(m_server.get(), &DeviceServer::deviceLeft, this, [this](const DeviceLink::Identity& device) {
+        event(QStringLiteral("%1 %2 has gone").arg(deviceTypeName(device.type), device.id.toLabel()));
+    });
+    connect(m_server.get(), &DeviceServer::refused, this, [this](const DeviceServer::Refusal& refusal) {
+        const QString device = refusal.device.isEmpty() ? QString() : QString(refusal.device + QLatin1Char(' '));
+        event(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
+    });
+}
+
+QString deviceTypeName(int type)
+{
+    return QString::fromUtf8(CDataType::deviceTypeToString(CDataType::deviceTypeCast(type)));
 }

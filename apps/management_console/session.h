@@ -2,7 +2,10 @@
 
 #include <QtCore/QObject>
 
+#include <memory>
+
 class Console;
+class DeviceServer;
 
 /// What the commands of one console share: the way out for their text, and what lives longer than a command.
 class Session : public QObject
@@ -24,13 +27,17 @@ public:
     void progress(const QString& text);
     bool colour() const;
 
-    /// Something goes on in the background, so the program does not end with its only command.
-    bool isServing() const { return m_serving; }
-    void setServing(bool serving) { m_serving = serving; }
+    /// The server that goes on in the background, or null. While there is one the program does not end with its only
+    /// command, and who comes and goes is told.
+    DeviceServer* server() const { return m_server.get(); }
+    void setServer(std::unique_ptr<DeviceServer> server);
 
     void quit();
 
 private:
     Console* m_console;
-    bool m_serving = false;
+    std::unique_ptr<DeviceServer> m_server;
 };
+
+/// The name of a device type from the catalog.
+QString deviceTypeName(int type);

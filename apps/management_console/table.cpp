@@ -1,5 +1,7 @@
 #include "table.h"
 
+#include "terminal.h"
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -15,44 +17,41 @@ QString cellText(const QVariant& value)
         text = QString::number(value.toDouble(), 'f', 1);
     else
         text = value.toString();
-    // What devices and files say must not steer the terminal.
-    for (QChar& character : text) {
-        if (!character.isPrint() && !character.isSurrogate())
-            character = QLatin1Char('?');
-    }
-    return text;
+    // What devices and files say is not to be trusted.
+    return Terminal::printable(text);
 }
 
 } // namespace
 
 QStringList Table::toText(bool colour) const
 {
-    QVector<QStringList> cells;
-    QVector<int> widths(m_columns.size(), 0);
-    QVector<bool> numeric(m_columns.size(), true);
-    QStringList titles;
-    for (const Column& column : m_columns)
-        titles.append(column.title);
-    cells.append(titles);
-    for (const QVariantList& row : m_rows) {
-        QStringList texts;
-        for (int c = 0; c < m_columns.size(); ++c) {
-            const QVariant value = row.value(c);
-            texts.append(cellText(value));
-            numeric[c] = numeric[c] && (value.userType() == QMetaType::Int || value.userType() == QMetaType::Double);
-        }
-        cells.append(texts);
+    QVector<int> shown;
+    for (int c = 0; c < m_columns.size(); ++c) {
+        if (!m_columns.at(c).title.isEmpty())
+            shown.append(c);
     }
-    for (const QStringList& row : cells) {
-        for (int c = 0; c < row.size(); ++c)
-            widths[c] = qMax(widths[c], row.at(c).size());
+    QVector<QStringList> cells(m_rows.size() + 1);
+    QVector<int> widths;
+    QVector<bool> numeric;
+    for (int c : qAsConst(shown)) {
+        int width = m_columns.at(c).title.size();
+        bool numbers = !m_rows.isEmpty();
+        cells[0].append(m_columns.at(c).title);
+        for (int r = 0; r < m_rows.size(); ++r) {
+            const QVariant value = m_rows.at(r).value(c);
+            const QString text = cellText(value);
+            numbers = numbers && (value.userType() == QMetaType::Int || value.userType() == QMetaType::Double);
+            width = qMax(width, text.size());
+            cells[r + 1].append(text);
+        }
+        widths.append(width);
+        numeric.append(numbers);
     }
     QStringList lines;
-    for (const QStringList& row : cells) {
+    for (const QStringList& row : qAsConst(cells)) {
         QString line;
         for (int c = 0; c < row.size(); ++c) {
-            const bool right = numeric.at(c) && !m_rows.isEmpty();
-            line += right ? row.at(c).rightJustified(widths.at(c)) : row.at(c).leftJustified(widths.at(c));
+            line += numeric.at(c) ? row.at(c).rightJustified(widths.at(c)) : row.at(c).leftJustified(widths.at(c));
             line += QLatin1String("  ");
         }
         while (line.endsWith(QLatin1Char(' ')))

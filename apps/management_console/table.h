@@ -11,7 +11,7 @@ public:
     struct Column
     {
         QString key;   ///< in JSON
-        QString title; ///< in text
+        QString title; ///< in text; without one the column is in JSON only
     };
 
     explicit Table(const QVector<Column>& columns)

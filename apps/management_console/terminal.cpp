@@ -26,10 +26,24 @@ bool Terminal::wantsColour()
     return isInteractive() && !CEnvironmentVariable::isSet("NO_COLOR");
 }
 
+QString Terminal::printable(QString text)
+{
+    for (QChar& character : text) {
+        if (!character.isPrint() && !character.isSurrogate())
+            character = QLatin1Char('?');
+    }
+    return text;
+}
+
 void Terminal::show(const QString& text)
 {
     std::fputs(text.toLocal8Bit().constData(), stdout);
     std::fflush(stdout);
+}
+
+void Terminal::showError(const QString& text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stderr);
 }
 
 void Terminal::clearLine()

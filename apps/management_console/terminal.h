@@ -12,8 +12,12 @@ bool isInteractive();
 /// The same, and the user has not forbidden it (NO_COLOR).
 bool wantsColour();
 
+/// The text without what would steer the terminal.
+QString printable(QString text);
+
 /// Writes without a line feed, at once.
 void show(const QString& text);
+void showError(const QString& text);
 /// The current line is empty afterwards.
 void clearLine();
 

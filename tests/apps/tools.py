@@ -7,6 +7,8 @@ import threading
 import unittest
 
 BIN = os.environ["KYR_BIN_DIR"]
+BUILD = os.path.dirname(BIN)
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 WAIT = 6
 
 
@@ -69,6 +71,9 @@ class Running:
         except subprocess.TimeoutExpired:
             self.process.kill()
             raise AssertionError("does not end when asked to")
+        finally:
+            self.process.stdin.close()
+            self.process.stdout.close()
         # Asked to end, each tool does so in good order; a sanitizer's finding shows here.
         assert code == 0, f"ended with {code}: {self.lines}"
 

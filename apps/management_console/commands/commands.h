@@ -4,6 +4,11 @@ class Command;
 class Session;
 
 // One for each source in this folder.
+Command* createDevicesCommand(Session& session);
 Command* createDiscoverCommand(Session& session);
+Command* createFirmwareCommand(Session& session);
 Command* createHelpCommand(Session& session);
+Command* createLogCommand(Session& session);
 Command* createQuitCommand(Session& session);
+Command* createSendCommand(Session& session);
+Command* createServeCommand(Session& session);

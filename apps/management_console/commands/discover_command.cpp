@@ -216,7 +216,8 @@ private:
             return;
         m_concluded = true;
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
-                     {QStringLiteral("type"), QStringLiteral("Type")},
+                     {QStringLiteral("type"), {}},
+                     {QStringLiteral("typeName"), QStringLiteral("Type")},
                      {QStringLiteral("system"), QStringLiteral("System")},
                      {QStringLiteral("address"), QStringLiteral("Address")},
                      {QStringLiteral("port"), QStringLiteral("Port")},
@@ -224,8 +225,8 @@ private:
                      {QStringLiteral("milliseconds"), QStringLiteral("ms")}});
         for (Found& found : m_found) {
             found.how.sort();
-            table.addRow({found.id.toLabel(), found.type, found.system.toLabel(), found.address.toString(),
-                          int(found.port), found.how, found.milliseconds});
+            table.addRow({found.id.toLabel(), found.type, deviceTypeName(found.type), found.system.toLabel(),
+                          found.address.toString(), int(found.port), found.how, found.milliseconds});
         }
         if (!m_found.isEmpty() || isJson())
             print(table);

@@ -1,0 +1,149 @@
+#include "command.h"
+#include "commands.h"
+#include "device_server.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QPointer>
+#include <QtCore/QTimer>
+
+namespace {
+
+// Asks one device or all, and waits for the answers. With --count each device is asked again as soon as it has
+// answered.
+class SendCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addPositional(QStringLiteral("device"), QString(), QStringLiteral("LABEL|all MESSAGE"));
+        options.addPositional(QStringLiteral("message"),
+                              QStringLiteral("a command such as status, or a JSON object such as "
+                                             "{\"command\":\"echo\",\"data\":\"x\"}"),
+                              QString());
+        options.addValue(QStringLiteral("count"), QStringLiteral("N"),
+                         QStringLiteral("so many times, and tell how fast it went"), QStringLiteral("1"));
+        options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for answers"),
+                         QStringLiteral("5000"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        m_count = options.number(QStringLiteral("count"), 1, 10000000);
+        const int waitMs = options.number(QStringLiteral("wait"), 1, 3600000);
+        const QStringList words = options.positional();
+        if (words.size() != 2)
+            options.setError(QStringLiteral("takes a device and a message"));
+        else if (!readMessage(words.at(1)))
+            options.setError(QStringLiteral("\"%1\" is neither a command nor a JSON object").arg(words.at(1)));
+        if (!options.error().isEmpty())
+            return;
+
+        const DeviceServer* server = session().server();
+        if (!server)
+            return fail(QStringLiteral("not serving (see: help serve)"));
+        QList<DeviceLink*> links;
+        if (words.at(0) == QLatin1String("all"))
+            links = server->links();
+        else if (DeviceLink* link = server->link(CDeviceId::fromLabel(words.at(0))))
+            links.append(link);
+        if (links.isEmpty())
+            return fail(QStringLiteral("no device \"%1\" is linked").arg(words.at(0)));
+
+        QTimer::singleShot(waitMs, this, [this] { conclude(); });
+        m_clock.start();
+        for (DeviceLink* link : qAsConst(links)) {
+            m_asked.append({link->identity().id, link, 0, 0, 0, {}});
+            const int index = m_asked.size() - 1;
+            connect(link, &DeviceLink::answered, this,
+                    [this, index](int number, const QJsonObject& answer) { onAnswer(index, number, answer); });
+            connect(
+                link, &DeviceLink::ended, this, [this] { concludeIfDone(); }, Qt::QueuedConnection);
+            m_asked[index].number = link->ask(m_message);
+        }
+    }
+
+private:
+    struct Asked
+    {
+        CDeviceId device;
+        QPointer<DeviceLink> link;
+        int number;
+        int answers;
+        double milliseconds;
+        QJsonObject answer;
+    };
+
+    bool readMessage(const QString& text)
+    {
+        if (text.startsWith(QLatin1Char('{')))
+            m_message = QJsonDocument::fromJson(text.toUtf8()).object();
+        else if (!text.contains(QLatin1Char('"')))
+            m_message.insert(QStringLiteral("command"), text);
+        return !m_message.isEmpty();
+    }
+
+    void onAnswer(int index, int number, const QJsonObject& answer)
+    {
+        Asked& asked = m_asked[index];
+        if (number != asked.number)
+            return;
+        asked.answer = answer;
+        asked.milliseconds = double(m_clock.nsecsElapsed() / 1000) / 1000;
+        if (++asked.answers < m_count)
+            asked.number = asked.link->ask(m_message);
+        else
+            concludeIfDone();
+    }
+
+    void concludeIfDone()
+    {
+        for (const Asked& asked : qAsConst(m_asked)) {
+            if (asked.link && asked.answers < m_count)
+                return;
+        }
+        conclude();
+    }
+
+    void conclude()
+    {
+        if (m_concluded)
+            return;
+        m_concluded = true;
+        Table table({{QStringLiteral("label"), QStringLiteral("Label")},
+                     {QStringLiteral("answers"), QStringLiteral("Answers")},
+                     {QStringLiteral("milliseconds"), QStringLiteral("ms")},
+                     {QStringLiteral("perSecond"), QStringLiteral("Messages/s")},
+                     {QStringLiteral("answer"), QStringLiteral("Last answer")}});
+        QStringList silent;
+        for (const Asked& asked : qAsConst(m_asked)) {
+            const double perSecond = asked.milliseconds > 0 ? asked.answers * 1000.0 / asked.milliseconds : 0.0;
+            QJsonObject answer = asked.answer;
+            answer.remove(QStringLiteral("id"));
+            table.addRow({asked.device.toLabel(), asked.answers, asked.milliseconds, qRound(perSecond),
+                          QString::fromUtf8(QJsonDocument(answer).toJson(QJsonDocument::Compact))});
+            if (asked.answers < m_count)
+                silent.append(asked.device.toLabel());
+        }
+        if (silent.size() < m_asked.size() || isJson())
+            print(table);
+        if (silent.isEmpty())
+            return done();
+        fail(QStringLiteral("no answer in time from %1").arg(silent.join(QLatin1String(", "))));
+    }
+
+    QJsonObject m_message;
+    QVector<Asked> m_asked;
+    QElapsedTimer m_clock;
+    int m_count = 1;
+    bool m_concluded = false;
+};
+
+} // namespace
+
+Command* createSendCommand(Session& session)
+{
+    return new SendCommand(session);
+}

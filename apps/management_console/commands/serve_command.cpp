@@ -1,0 +1,134 @@
+#include "command.h"
+#include "commands.h"
+#include "common/default_ports.h"
+#include "device_server.h"
+
+namespace {
+
+class ServeCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addValue(QStringLiteral("port"), QStringLiteral("PORT"),
+                         QStringLiteral("TLS port on which devices call in, 0 for any"),
+                         QString::number(DefaultPorts::Server));
+        options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
+                         QStringLiteral("certificate of this server with its issuers, PEM"));
+        options.addValue(QStringLiteral("key"), QStringLiteral("FILE"), QStringLiteral("its private key, PEM"));
+        options.addValue(QStringLiteral("system"), QStringLiteral("LABEL"),
+                         QStringLiteral("installation whose devices are let in, beside those that have none"));
+        options.addValue(QStringLiteral("ping"), QStringLiteral("S"),
+                         QStringLiteral("seconds between signs of life of a device"), QStringLiteral("20"));
+        options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        if (options.isSet(QStringLiteral("stop"))) {
+            if (!session().server())
+                return fail(QStringLiteral("not serving"));
+            session().setServer(nullptr);
+            return done();
+        }
+        DeviceServer::Settings settings;
+        bool ok = true;
+        settings.port = quint16(options.number(QStringLiteral("port"), 0, 0xFFFF));
+        settings.pingSeconds = options.number(QStringLiteral("ping"), 1, 86400);
+        settings.certificateFile = options.value(QStringLiteral("certificate"));
+        settings.keyFile = options.value(QStringLiteral("key"));
+        if (options.isSet(QStringLiteral("system")))
+            settings.system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
+        if (!ok)
+            options.setError(QStringLiteral("--system takes the label of an installation, such as 0012.3457"));
+        if (settings.certificateFile.isEmpty() || settings.keyFile.isEmpty())
+            options.setError(QStringLiteral("--certificate and --key are needed"));
+        if (!options.error().isEmpty())
+            return;
+        if (session().server())
+            return fail(
+                QStringLiteral("already serving on port %1 (serve --stop ends that)").arg(session().server()->port()));
+
+        auto server = std::make_unique<DeviceServer>();
+        QString error;
+        if (!server->start(settings, error))
+            return fail(error);
+        const quint16 port = server->port();
+        session().setServer(std::move(server));
+        if (isJson())
+            session().line(QStringLiteral("{\"port\":%1}").arg(port));
+        else
+            session().line(QStringLiteral("Serving devices on port %1.").arg(port));
+        done();
+    }
+};
+
+class DevicesCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addSwitch(QStringLiteral("refused"), QStringLiteral("who was turned away, and why"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        const DeviceServer* server = session().server();
+        if (!server)
+            return fail(QStringLiteral("not serving (see: help serve)"));
+        if (options.isSet(QStringLiteral("refused")))
+            showRefusals(*server);
+        else
+            showLinks(*server);
+        done();
+    }
+
+private:
+    void showLinks(const DeviceServer& server)
+    {
+        Table table({{QStringLiteral("label"), QStringLiteral("Label")},
+                     {QStringLiteral("type"), {}},
+                     {QStringLiteral("typeName"), QStringLiteral("Type")},
+                     {QStringLiteral("system"), QStringLiteral("System")},
+                     {QStringLiteral("peer"), QStringLiteral("From")},
+                     {QStringLiteral("since"), QStringLiteral("Since")},
+                     {QStringLiteral("handshakeMs"), QStringLiteral("Handshake ms")},
+                     {QStringLiteral("sent"), QStringLiteral("Sent")},
+                     {QStringLiteral("received"), QStringLiteral("Received")}});
+        const QList<DeviceLink*> links = server.links();
+        for (const DeviceLink* link : links) {
+            const DeviceLink::Identity& device = link->identity();
+            table.addRow({device.id.toLabel(), device.type, deviceTypeName(device.type), device.system.toLabel(),
+                          device.peer, link->since().toString(Qt::ISODate), device.handshakeMs, link->sent(),
+                          link->received()});
+        }
+        print(table);
+    }
+
+    void showRefusals(const DeviceServer& server)
+    {
+        Table table({{QStringLiteral("time"), QStringLiteral("Time")},
+                     {QStringLiteral("peer"), QStringLiteral("From")},
+                     {QStringLiteral("device"), QStringLiteral("Claimed to be")},
+                     {QStringLiteral("reason"), QStringLiteral("Reason")}});
+        for (const DeviceServer::Refusal& refusal : server.refusals())
+            table.addRow({refusal.time.toString(Qt::ISODate), refusal.peer, refusal.device, refusal.reason});
+        print(table);
+    }
+};
+
+} // namespace
+
+Command* createServeCommand(Session& session)
+{
+    return new ServeCommand(session);
+}
+
+Command* createDevicesCommand(Session& session)
+{
+    return new DevicesCommand(session);
+}

@@ -1,0 +1,106 @@
+#include "device_server.h"
+
+#include "front_door.h"
+
+#include <foundation/network/device_connector_app_side.h>
+
+#include <QtNetwork/QSslSocket>
+#include <QtWebSockets/QWebSocket>
+
+namespace {
+
+constexpr int MostRefusals = 1000; // kept for the list
+
+} // namespace
+
+DeviceServer::DeviceServer(QObject* parent)
+    : QObject(parent)
+    , m_door(new FrontDoor(this))
+    , m_connector(new CDeviceConnectorAppSide(0, true, true, this))
+{
+    connect(m_door, &FrontDoor::webSocketRequested, this, &DeviceServer::onWebSocketRequested);
+    connect(m_door, &FrontDoor::dropped, this,
+            [this](const QString& peer, const QString& reason) { refuse(peer, QString(), reason); });
+    connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, this, &DeviceServer::onEstablished);
+    connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionRefused, this,
+            [this](const CDeviceId& id, const QString& origin, const QString& reason) {
+                refuse(origin.section(QLatin1Char(' '), 0, 0), id.isValid() ? id.toLabel() : QString(), reason);
+            });
+    m_door->setResponder([](const QByteArray& path) -> FrontDoor::Response {
+        if (path == "/")
+            return {"200 OK", "text/plain", "kyr_console\n"};
+        return {"404 Not Found", "text/plain", "nothing here\n"};
+    });
+}
+
+DeviceServer::~DeviceServer()
+{
+    for (DeviceLink* link : qAsConst(m_links))
+        link->disconnect(this);
+}
+
+bool DeviceServer::start(const Settings& settings, QString& error)
+{
+    m_pingSeconds = settings.pingSeconds;
+    if (!m_door->setCertificate(settings.certificateFile, settings.keyFile, error))
+        return false;
+    m_connector->setSystemId(settings.system.value());
+    if (!m_door->open(settings.port)) {
+        error = QStringLiteral("cannot listen on port %1: %2").arg(settings.port).arg(m_door->errorString());
+        return false;
+    }
+    return true;
+}
+
+quint16 DeviceServer::port() const
+{
+    return m_door->serverPort();
+}
+
+void DeviceServer::onWebSocketRequested(QSslSocket* socket, const QByteArray& path, qint64 acceptedMs)
+{
+    if (!path.startsWith("/gw/")) {
+        refuse(peerText(socket), QString(), QStringLiteral("no WebSocket at \"%1\"").arg(QString::fromUtf8(path)));
+        return;
+    }
+    socket->setParent(m_connector);
+    // What comes back with the link: where it is from and when it came.
+    m_connector->handleWebSocketRequest(socket, peerText(socket) + QLatin1Char(' ') + QString::number(acceptedMs));
+}
+
+void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& origin)
+{
+    const int blank = origin.lastIndexOf(QLatin1Char(' '));
+    const qint64 acceptedMs = origin.mid(blank + 1).toLongLong();
+    const DeviceLink::Identity device{id, type, system, origin.left(blank), int(m_door->elapsedMs() - acceptedMs)};
+    auto* link = new DeviceLink(device, socket, m_pingSeconds, this);
+    // A device that calls again has lost its old link, even if this end does not know it yet.
+    if (DeviceLink* stale = m_links.value(id.value())) {
+        stale->disconnect(this);
+        stale->close();
+        stale->deleteLater();
+    }
+    m_links.insert(id.value(), link);
+    connect(link, &DeviceLink::ended, this, [this, link] { onLinkEnded(link); });
+    Q_EMIT deviceCame(device);
+}
+
+void DeviceServer::onLinkEnded(DeviceLink* link)
+{
+    const DeviceLink::Identity device = link->identity();
+    if (m_links.value(device.id.value()) == link)
+        m_links.remove(device.id.value());
+    link->disconnect(this);
+    link->deleteLater();
+    Q_EMIT deviceLeft(device);
+}
+
+void DeviceServer::refuse(const QString& peer, const QString& device, const QString& reason)
+{
+    const Refusal refusal{QDateTime::currentDateTime(), peer, device, reason};
+    if (m_refusals.size() >= MostRefusals)
+        m_refusals.removeFirst();
+    m_refusals.append(refusal);
+    qInfo("Refused %s %s: %s", qUtf8Printable(peer), qUtf8Printable(device), qUtf8Printable(reason));
+    Q_EMIT refused(refusal);
+}

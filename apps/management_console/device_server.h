@@ -1,0 +1,65 @@
+#pragma once
+
+#include "device_link.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QVector>
+
+class CDeviceConnectorAppSide;
+class FrontDoor;
+class QSslSocket;
+class QWebSocket;
+
+/// Lets devices in: one TLS port for their WebSockets and for ordinary requests, the links of those that have proved
+/// who they are, and a list of those that were refused.
+class DeviceServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Settings
+    {
+        quint16 port = 0; ///< 0: the system chooses
+        QString certificateFile;
+        QString keyFile;
+        CSystemId system; ///< devices of another installation are refused, with 0 those of any
+        int pingSeconds = 20;
+    };
+
+    struct Refusal
+    {
+        QDateTime time;
+        QString peer;
+        QString device; ///< who it said it was; may be empty
+        QString reason;
+    };
+
+    explicit DeviceServer(QObject* parent = nullptr);
+    ~DeviceServer() override;
+
+    bool start(const Settings& settings, QString& error);
+    quint16 port() const;
+
+    /// In the order of their ids. The newest link of a device is the only one.
+    QList<DeviceLink*> links() const { return m_links.values(); }
+    DeviceLink* link(CDeviceId id) const { return m_links.value(id.value()); }
+    /// The last ones, oldest first.
+    const QVector<Refusal>& refusals() const { return m_refusals; }
+
+Q_SIGNALS:
+    void deviceCame(const DeviceLink::Identity& device);
+    void deviceLeft(const DeviceLink::Identity& device);
+    void refused(const DeviceServer::Refusal& refusal);
+
+private:
+    void onWebSocketRequested(QSslSocket* socket, const QByteArray& path, qint64 acceptedMs);
+    void onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& origin);
+    void onLinkEnded(DeviceLink* link);
+    void refuse(const QString& peer, const QString& device, const QString& reason);
+
+    FrontDoor* m_door;
+    CDeviceConnectorAppSide* m_connector;
+    QMap<quint32, DeviceLink*> m_links;
+    QVector<Refusal> m_refusals;
+    int m_pingSeconds = 0;
+};

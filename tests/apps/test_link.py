@@ -1,0 +1,179 @@
+"""Simulated devices call a console that serves: who gets in, who does not and why, and what becomes of the links."""
+
+import json
+import os
+import shutil
+import socket
+import ssl
+import subprocess
+import tempfile
+import time
+import unittest
+
+from tools import BUILD, ROOT, WAIT, Running, console, main, simulator
+
+SYSTEM = "0012.3457"
+LABELS = ["000.123.457", "000.123.465", "000.123.470"]  # of the ids 12345 and following
+
+
+def certificate(label, where, ca=f"{BUILD}/dev-ca", *options):
+    subprocess.run([f"{ROOT}/scripts/device-certificate", label, where, ca, *options], check=True)
+
+
+class Server(Running):
+    """A console that serves on a port that the system chose, and is asked through its socket."""
+
+    def __init__(self, where, *options, env=None):
+        self.socket = f"{where}/console.socket"
+        super().__init__("kyr_console", "--socket", self.socket, "--log-file", "none", "serve", "--port", 0, "--json",
+                         "--certificate", f"{where}/console.pem", "--key", f"{where}/console.key", "--system", SYSTEM, *options,
+                         env={**os.environ, **(env or {})})
+        self.port = json.loads(self.until('{"port"'))["port"]
+
+    def ask(self, *command):
+        return console("--attach", self.socket, *command)
+
+    def table(self, *command):
+        return json.loads(self.ask(*command, "--json")[1])
+
+    def links(self):
+        return [row["label"] for row in self.table("devices")]
+
+    def refusals(self):
+        return [(row["device"], row["reason"]) for row in self.table("devices", "--refused")]
+
+    def eventually(self, condition):
+        end = time.monotonic() + WAIT
+        while not condition():
+            assert time.monotonic() < end, (self.links(), self.refusals()[-5:])
+            time.sleep(0.05)
+
+    def connect(self):
+        context = ssl.create_default_context(cafile=f"{BUILD}/dev-ca/ca-chain.pem")
+        plain = socket.create_connection(("127.0.0.1", self.port), timeout=WAIT)
+        return context.wrap_socket(plain, server_hostname="127.0.0.1")
+
+
+class Link(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.dir = tempfile.mkdtemp(prefix="kyr-link-")
+        certificate("console", cls.dir, f"{BUILD}/dev-ca", "--name", "IP:127.0.0.1", "--name", "IP:::1")
+        for label in LABELS:
+            certificate(label, cls.dir)
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.dir)
+
+    def device(self, port, label, *options, certificate_of="%1", where=None, host="127.0.0.1"):
+        where = where or self.dir
+        return simulator("--label", label, "--system", SYSTEM, "--call", f"https://{host}:{port}", "--certificate",
+                         f"{where}/{certificate_of}.pem", "--key", f"{where}/{certificate_of}.key", *options)[0]
+
+    def test_the_right_ones_and_only_those(self):
+        subprocess.run([f"{ROOT}/scripts/development-ca", f"{self.dir}/foreign"], check=True)
+        certificate(LABELS[2], f"{self.dir}/stranger", f"{self.dir}/foreign")
+        with Server(self.dir, env={"QUINTOR_SERVER_IPS_REMOTE": "127.0.0.1,192.0.2.7"}) as server:
+            wanted = [(LABELS[2], reason) for reason in (
+                "invalid device certificate", "invalid random number", "invalid server IP (::1)",
+                f"invalid request line (GET /gw/{LABELS[2]}/41/0012.3465 HTTP/1.1)")]
+            with self.device(server.port, LABELS[0], "--count", 2), \
+                    self.device(server.port, LABELS[2], certificate_of=LABELS[0]):
+                server.eventually(lambda: server.links() == LABELS[:2] and wanted[0] in server.refusals())
+                before = len(server.refusals())
+                with self.device(server.port, LABELS[2], where=f"{self.dir}/stranger"), \
+                        self.device(server.port, LABELS[2], "--replay"), \
+                        self.device(server.port, LABELS[2], host="[::1]"), \
+                        self.device(server.port, LABELS[2], "--system", "0012.3465"):
+                    server.eventually(lambda: set(wanted) <= set(server.refusals()[before:]))
+                self.assertEqual(server.links(), LABELS[:2])
+
+                rows = server.table("send", "all", "--count", "20", '{"command":"echo","data":"\u00e4"}')
+                self.assertEqual([(row["label"], row["answers"]) for row in rows], [(label, 20) for label in LABELS[:2]])
+                self.assertEqual(json.loads(rows[0]["answer"]), {"status": "ok", "data": "\u00e4"})
+                self.assertIn('"door":"open"', server.ask("send", LABELS[0], "open")[1])
+                self.assertIn('"opened":1', server.ask("send", LABELS[0], "status")[1])
+                self.assertIn('unknown command', server.ask("send", LABELS[0], "fly")[1])
+                self.assertEqual(server.ask("send", LABELS[2], "status")[0], 1)
+            server.eventually(lambda: server.links() == [])
+
+    def test_the_newest_link_counts_and_lost_ones_return(self):
+        with Server(self.dir) as server:
+            with self.device(server.port, LABELS[0]):
+                server.until("came in")
+                first = server.table("devices")[0]["peer"]
+                with self.device(server.port, LABELS[0]):
+                    server.eventually(lambda: [row["peer"] for row in server.table("devices")] not in ([], [first]))
+            server.eventually(lambda: server.links() == [])
+            port = server.port
+        # The device is there before its application, and finds it after some tries.
+        with self.device(port, LABELS[0], "--log-file", "stderr") as device:
+            device.until("calls again")
+            with Server(self.dir, "--port", port) as server:
+                server.until("came in")
+            device.until("has lost its link")
+            device.until("calls again")
+
+    def test_ordinary_requests_and_rubbish(self):
+        with Server(self.dir) as server:
+            def say(data):
+                with server.connect() as link:
+                    link.sendall(data)
+                    return link.makefile("rb").read()
+
+            self.assertTrue(say(b"GET / HTTP/1.1\r\nHost: a\r\n\r\n").startswith(b"HTTP/1.1 200 OK\r\n"))
+            self.assertTrue(say(b"GET /x HTTP/1.1\r\n\r\n").startswith(b"HTTP/1.1 404 "))
+            self.assertTrue(say(b"POST / HTTP/1.1\r\n\r\n").startswith(b"HTTP/1.1 405 "))
+            for rubbish in (b"hello\r\n\r\n", b"GET / HTTP/1.1\r\n" + b"a: b\r\n" * 2000,
+                            b"GET /else HTTP/1.1\r\nUpgrade: websocket\r\n\r\n"):
+                try:
+                    self.assertEqual(say(rubbish), b"")
+                except ConnectionError:
+                    pass
+            with socket.create_connection(("127.0.0.1", server.port), timeout=WAIT) as plain:
+                plain.sendall(b"GET / HTTP/1.1\r\n\r\n")
+                while plain.recv(100):
+                    pass
+            server.eventually(lambda: len(server.refusals()) == 4)
+            reasons = " ".join(reason for _, reason in server.refusals())
+            for part in ("no HTTP request", "request too long", 'no WebSocket at "/else"', "TLS failed"):
+                self.assertIn(part, reasons)
+
+    def test_silent_visitors_do_not_block_the_door(self):
+        descriptors = lambda: len(os.listdir(f"/proc/{server.process.pid}/fd"))
+        with Server(self.dir) as server:
+            before = descriptors()
+            silent = [socket.create_connection(("127.0.0.1", server.port), timeout=WAIT) for _ in range(600)]
+            with server.connect() as link:
+                link.sendall(b"GET / HTTP/1.1\r\n\r\n")
+                self.assertIn(b"200 OK", link.makefile("rb").read())
+            # The oldest had to go, the others are still there; when they leave nothing stays.
+            self.assertEqual(silent[0].recv(1), b"")
+            self.assertLessEqual(descriptors(), before + 520)
+            for visitor in silent:
+                visitor.close()
+            server.eventually(lambda: descriptors() <= before)
+
+    def test_mistakes(self):
+        for options, text in ((["--port", "0"], "--certificate and --key are needed"),
+                              (["--certificate", "/nowhere", "--key", f"{self.dir}/console.key"], "cannot read"),
+                              (["--certificate", f"{self.dir}/console.key", "--key", f"{self.dir}/console.key"],
+                               "holds no certificate"),
+                              (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.pem"],
+                               "holds no key")):
+            code, out, error = console("serve", *options)
+            self.assertNotEqual(code, 0)
+            self.assertEqual(error.count("\n"), 1)
+            self.assertIn(text, error)
+        with Server(self.dir) as server:
+            pem = ["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.key"]
+            code, _, error = console("serve", "--port", str(server.port), *pem)
+            self.assertEqual((code, "cannot listen" in error), (1, True))
+            self.assertIn("already serving", server.ask("serve", *pem)[1])
+            self.assertEqual(server.ask("serve", "--stop")[0], 0)
+            self.assertEqual(server.ask("devices")[0], 1)
+
+
+if __name__ == "__main__":
+    main()
