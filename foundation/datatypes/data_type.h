@@ -13,6 +13,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
+class CAuthorizationTypeData;
+
 /// What an action profile reacts to.
 enum CActionProfileClass : int
 {
@@ -1126,6 +1128,8 @@ public:
     using TimeInterval = QPair<QDateTime, QDateTime>;
     /// The period from one moment to another; one that is not valid leaves its end open.
     static TimeInterval validityToTimeInterval(const QDateTime& from, const QDateTime& to);
+    /// The period of an authorization; of a type without one both ends are open.
+    static TimeInterval authToTimeInterval(const CAuthorizationTypeData& authorization);
 
 private:
     // Whatever bits there are: the functions that take this keep the defined ones.

@@ -1,4 +1,5 @@
 #include <foundation/core/check_digit.h>
+#include <foundation/datatypes/authorization_type_data.h>
 #include <foundation/datatypes/data_type.h>
 
 #include <QtCore/QCoreApplication>
@@ -233,4 +234,10 @@ QString CDataType::rssiToSignalStrength(signed char rssi)
 CDataType::TimeInterval CDataType::validityToTimeInterval(const QDateTime& from, const QDateTime& to)
 {
     return {wholeSecondsUtc(from), wholeSecondsUtc(to)};
+}
+
+CDataType::TimeInterval CDataType::authToTimeInterval(const CAuthorizationTypeData& authorization)
+{
+    const auto* limited = dynamic_cast<const CAuthorizationTimeLimited*>(&authorization);
+    return limited ? validityToTimeInterval(limited->from, limited->to) : TimeInterval();
 }

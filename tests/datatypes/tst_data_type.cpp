@@ -1,5 +1,6 @@
 #include <foundation/core/device_id.h>
 #include <foundation/core/foundation_translator.h>
+#include <foundation/datatypes/authorization_types.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/datatypes/hardware_architecture.h>
 
@@ -487,6 +488,19 @@ private Q_SLOTS:
                                        {0, QStringLiteral("Unknown")},     {127, QStringLiteral("Unknown")}};
         for (auto word = words.begin(); word != words.end(); ++word)
             QCOMPARE(CDataType::rssiToSignalStrength(static_cast<signed char>(word.key())), word.value());
+    }
+
+    void validity()
+    {
+        const QDateTime from(QDate(2024, 1, 1), QTime(0, 0, 0, 999), Qt::OffsetFromUTC, 3600);
+        const QDateTime to(QDate(2024, 12, 31), QTime(23, 59, 59), Qt::UTC);
+        const CDataType::TimeInterval period =
+            CDataType::authToTimeInterval(CAuthorizationType05(1234, 2, 7, from, to));
+        QCOMPARE(period.first, QDateTime(QDate(2023, 12, 31), QTime(23, 0), Qt::UTC));
+        QCOMPARE(period.second, to);
+        QCOMPARE(period.first.timeSpec(), Qt::UTC);
+        QCOMPARE(CDataType::validityToTimeInterval(QDateTime(), to), CDataType::TimeInterval(QDateTime(), to));
+        QCOMPARE(CDataType::authToTimeInterval(CAuthorizationType04(1234, 2, 7)), CDataType::TimeInterval());
     }
 
     void settings()

@@ -59,7 +59,7 @@ private Q_SLOTS:
             QTest::newRow(qPrintable(language)) << language;
     }
 
-    // Every text of the sources is in every catalogue, finished, with its place for a number and without stray blanks.
+    // Every text of the sources is in every catalogue, finished, with its place for a number or a text behind it.
     void catalogues()
     {
         QFETCH(QString, language);
@@ -74,7 +74,7 @@ private Q_SLOTS:
                 continue;
             const QString source = xml.readElementText();
             const QString text = translator.translate("@default", source.toUtf8().constData());
-            if (text.isEmpty() || text.trimmed() != text
+            if (text.isEmpty() || text.endsWith(QLatin1Char(' ')) != source.endsWith(QLatin1Char(' '))
                 || text.contains(QLatin1String("%1")) != source.contains(QLatin1String("%1")))
                 QFAIL(qPrintable(QString(source + QLatin1String(" -> ") + text)));
             ++texts;

@@ -1451,5 +1451,153 @@
         <source>Weak</source>
         <translation>Schwach</translation>
     </message>
+    <message>
+        <source>Technical Media ID</source>
+        <translation>Technische Medien-ID</translation>
+    </message>
+    <message>
+        <source>Public Media ID</source>
+        <translation>Öffentliche Medien-ID</translation>
+    </message>
+    <message>
+        <source>UID</source>
+        <translation>UID</translation>
+    </message>
+    <message>
+        <source>Device ID</source>
+        <translation>Geräte-ID</translation>
+    </message>
+    <message>
+        <source>Event Type</source>
+        <translation>Ereignistyp</translation>
+    </message>
+    <message>
+        <source>Login Write</source>
+        <translation>Anmeldung schreiben</translation>
+    </message>
+    <message>
+        <source>Users Write</source>
+        <translation>Benutzer schreiben</translation>
+    </message>
+    <message>
+        <source>User Groups Write</source>
+        <translation>Benutzergruppen schreiben</translation>
+    </message>
+    <message>
+        <source>Media Write</source>
+        <translation>Medien schreiben</translation>
+    </message>
+    <message>
+        <source>Codes Write</source>
+        <translation>Codes schreiben</translation>
+    </message>
+    <message>
+        <source>Access Rights Write</source>
+        <translation>Zutrittsrechte schreiben</translation>
+    </message>
+    <message>
+        <source>Time Profiles Write</source>
+        <translation>Zeitprofile schreiben</translation>
+    </message>
+    <message>
+        <source>Access Points Write</source>
+        <translation>Zutrittspunkte schreiben</translation>
+    </message>
+    <message>
+        <source>Remote Execution</source>
+        <translation>Fernausführung</translation>
+    </message>
+    <message>
+        <source>Devices Write</source>
+        <translation>Geräte schreiben</translation>
+    </message>
+    <message>
+        <source>Software Write</source>
+        <translation>Software schreiben</translation>
+    </message>
+    <message>
+        <source>Logs</source>
+        <translation>Protokolle</translation>
+    </message>
+    <message>
+        <source>Media Pools Write</source>
+        <translation>Medienpools schreiben</translation>
+    </message>
+    <message>
+        <source>User Group Relations</source>
+        <translation>Benutzergruppen-Beziehungen</translation>
+    </message>
+    <message>
+        <source>Read Passwords</source>
+        <translation>Passwörter lesen</translation>
+    </message>
+    <message>
+        <source>Login Read</source>
+        <translation>Anmeldung lesen</translation>
+    </message>
+    <message>
+        <source>Users Read</source>
+        <translation>Benutzer lesen</translation>
+    </message>
+    <message>
+        <source>User Groups Read</source>
+        <translation>Benutzergruppen lesen</translation>
+    </message>
+    <message>
+        <source>Media Read</source>
+        <translation>Medien lesen</translation>
+    </message>
+    <message>
+        <source>Codes Read</source>
+        <translation>Codes lesen</translation>
+    </message>
+    <message>
+        <source>Access Rights Read</source>
+        <translation>Zutrittsrechte lesen</translation>
+    </message>
+    <message>
+        <source>Time Profiles Read</source>
+        <translation>Zeitprofile lesen</translation>
+    </message>
+    <message>
+        <source>Access Points Read</source>
+        <translation>Zutrittspunkte lesen</translation>
+    </message>
+    <message>
+        <source>Devices Read</source>
+        <translation>Geräte lesen</translation>
+    </message>
+    <message>
+        <source>Software Read</source>
+        <translation>Software lesen</translation>
+    </message>
+    <message>
+        <source>Media Pools Read</source>
+        <translation>Medienpools lesen</translation>
+    </message>
+    <message>
+        <source>Administrator</source>
+        <translation>Administrator</translation>
+    </message>
+    <message>
+        <source>Server (%1)</source>
+        <translation>Server (%1)</translation>
+    </message>
+    <message>
+        <source>We do not want to authenticate on an unencrypted connection.</source>
+        <translation>Über eine unverschlüsselte Verbindung melden wir uns nicht an.</translation>
+    </message>
+    <message>
+        <source>Authorization protocols not yet supported: </source>
+        <translation>Noch nicht unterstützte Anmeldeverfahren: </translation>
+    </message>
+    <message>
+        <source>The remote host closed the connection.</source>
+        <translation>Die Gegenstelle hat die Verbindung geschlossen.</translation>
+    </message>
+    <message>
+        <source>The reply of the server is too long.</source>
+        <translation>Die Antwort des Servers ist zu lang.</translation>
+    </message>
 </context>
 </TS>

@@ -1451,5 +1451,153 @@
         <source>Weak</source>
         <translation>Weak</translation>
     </message>
+    <message>
+        <source>Technical Media ID</source>
+        <translation>Technical Media ID</translation>
+    </message>
+    <message>
+        <source>Public Media ID</source>
+        <translation>Public Media ID</translation>
+    </message>
+    <message>
+        <source>UID</source>
+        <translation>UID</translation>
+    </message>
+    <message>
+        <source>Device ID</source>
+        <translation>Device ID</translation>
+    </message>
+    <message>
+        <source>Event Type</source>
+        <translation>Event Type</translation>
+    </message>
+    <message>
+        <source>Login Write</source>
+        <translation>Login Write</translation>
+    </message>
+    <message>
+        <source>Users Write</source>
+        <translation>Users Write</translation>
+    </message>
+    <message>
+        <source>User Groups Write</source>
+        <translation>User Groups Write</translation>
+    </message>
+    <message>
+        <source>Media Write</source>
+        <translation>Media Write</translation>
+    </message>
+    <message>
+        <source>Codes Write</source>
+        <translation>Codes Write</translation>
+    </message>
+    <message>
+        <source>Access Rights Write</source>
+        <translation>Access Rights Write</translation>
+    </message>
+    <message>
+        <source>Time Profiles Write</source>
+        <translation>Time Profiles Write</translation>
+    </message>
+    <message>
+        <source>Access Points Write</source>
+        <translation>Access Points Write</translation>
+    </message>
+    <message>
+        <source>Remote Execution</source>
+        <translation>Remote Execution</translation>
+    </message>
+    <message>
+        <source>Devices Write</source>
+        <translation>Devices Write</translation>
+    </message>
+    <message>
+        <source>Software Write</source>
+        <translation>Software Write</translation>
+    </message>
+    <message>
+        <source>Logs</source>
+        <translation>Logs</translation>
+    </message>
+    <message>
+        <source>Media Pools Write</source>
+        <translation>Media Pools Write</translation>
+    </message>
+    <message>
+        <source>User Group Relations</source>
+        <translation>User Group Relations</translation>
+    </message>
+    <message>
+        <source>Read Passwords</source>
+        <translation>Read Passwords</translation>
+    </message>
+    <message>
+        <source>Login Read</source>
+        <translation>Login Read</translation>
+    </message>
+    <message>
+        <source>Users Read</source>
+        <translation>Users Read</translation>
+    </message>
+    <message>
+        <source>User Groups Read</source>
+        <translation>User Groups Read</translation>
+    </message>
+    <message>
+        <source>Media Read</source>
+        <translation>Media Read</translation>
+    </message>
+    <message>
+        <source>Codes Read</source>
+        <translation>Codes Read</translation>
+    </message>
+    <message>
+        <source>Access Rights Read</source>
+        <translation>Access Rights Read</translation>
+    </message>
+    <message>
+        <source>Time Profiles Read</source>
+        <translation>Time Profiles Read</translation>
+    </message>
+    <message>
+        <source>Access Points Read</source>
+        <translation>Access Points Read</translation>
+    </message>
+    <message>
+        <source>Devices Read</source>
+        <translation>Devices Read</translation>
+    </message>
+    <message>
+        <source>Software Read</source>
+        <translation>Software Read</translation>
+    </message>
+    <message>
+        <source>Media Pools Read</source>
+        <translation>Media Pools Read</translation>
+    </message>
+    <message>
+        <source>Administrator</source>
+        <translation>Administrator</translation>
+    </message>
+    <message>
+        <source>Server (%1)</source>
+        <translation>Server (%1)</translation>
+    </message>
+    <message>
+        <source>We do not want to authenticate on an unencrypted connection.</source>
+        <translation>We do not want to authenticate on an unencrypted connection.</translation>
+    </message>
+    <message>
+        <source>Authorization protocols not yet supported: </source>
+        <translation>Authorization protocols not yet supported: </translation>
+    </message>
+    <message>
+        <source>The remote host closed the connection.</source>
+        <translation>The remote host closed the connection.</translation>
+    </message>
+    <message>
+        <source>The reply of the server is too long.</source>
+        <translation>The reply of the server is too long.</translation>
+    </message>
 </context>
 </TS>

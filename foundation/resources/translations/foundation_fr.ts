@@ -1451,5 +1451,153 @@
         <source>Weak</source>
         <translation>Faible</translation>
     </message>
+    <message>
+        <source>Technical Media ID</source>
+        <translation>ID technique du média</translation>
+    </message>
+    <message>
+        <source>Public Media ID</source>
+        <translation>ID public du média</translation>
+    </message>
+    <message>
+        <source>UID</source>
+        <translation>UID</translation>
+    </message>
+    <message>
+        <source>Device ID</source>
+        <translation>ID de l&apos;appareil</translation>
+    </message>
+    <message>
+        <source>Event Type</source>
+        <translation>Type d&apos;événement</translation>
+    </message>
+    <message>
+        <source>Login Write</source>
+        <translation>Connexion : écriture</translation>
+    </message>
+    <message>
+        <source>Users Write</source>
+        <translation>Utilisateurs : écriture</translation>
+    </message>
+    <message>
+        <source>User Groups Write</source>
+        <translation>Groupes d&apos;utilisateurs : écriture</translation>
+    </message>
+    <message>
+        <source>Media Write</source>
+        <translation>Médias : écriture</translation>
+    </message>
+    <message>
+        <source>Codes Write</source>
+        <translation>Codes : écriture</translation>
+    </message>
+    <message>
+        <source>Access Rights Write</source>
+        <translation>Droits d&apos;accès : écriture</translation>
+    </message>
+    <message>
+        <source>Time Profiles Write</source>
+        <translation>Profils horaires : écriture</translation>
+    </message>
+    <message>
+        <source>Access Points Write</source>
+        <translation>Points d&apos;accès : écriture</translation>
+    </message>
+    <message>
+        <source>Remote Execution</source>
+        <translation>Exécution à distance</translation>
+    </message>
+    <message>
+        <source>Devices Write</source>
+        <translation>Appareils : écriture</translation>
+    </message>
+    <message>
+        <source>Software Write</source>
+        <translation>Logiciel : écriture</translation>
+    </message>
+    <message>
+        <source>Logs</source>
+        <translation>Journaux</translation>
+    </message>
+    <message>
+        <source>Media Pools Write</source>
+        <translation>Pools de médias : écriture</translation>
+    </message>
+    <message>
+        <source>User Group Relations</source>
+        <translation>Relations des groupes d&apos;utilisateurs</translation>
+    </message>
+    <message>
+        <source>Read Passwords</source>
+        <translation>Lire les mots de passe</translation>
+    </message>
+    <message>
+        <source>Login Read</source>
+        <translation>Connexion : lecture</translation>
+    </message>
+    <message>
+        <source>Users Read</source>
+        <translation>Utilisateurs : lecture</translation>
+    </message>
+    <message>
+        <source>User Groups Read</source>
+        <translation>Groupes d&apos;utilisateurs : lecture</translation>
+    </message>
+    <message>
+        <source>Media Read</source>
+        <translation>Médias : lecture</translation>
+    </message>
+    <message>
+        <source>Codes Read</source>
+        <translation>Codes : lecture</translation>
+    </message>
+    <message>
+        <source>Access Rights Read</source>
+        <translation>Droits d&apos;accès : lecture</translation>
+    </message>
+    <message>
+        <source>Time Profiles Read</source>
+        <translation>Profils horaires : lecture</translation>
+    </message>
+    <message>
+        <source>Access Points Read</source>
+        <translation>Points d&apos;accès : lecture</translation>
+    </message>
+    <message>
+        <source>Devices Read</source>
+        <translation>Appareils : lecture</translation>
+    </message>
+    <message>
+        <source>Software Read</source>
+        <translation>Logiciel : lecture</translation>
+    </message>
+    <message>
+        <source>Media Pools Read</source>
+        <translation>Pools de médias : lecture</translation>
+    </message>
+    <message>
+        <source>Administrator</source>
+        <translation>Administrateur</translation>
+    </message>
+    <message>
+        <source>Server (%1)</source>
+        <translation>Serveur (%1)</translation>
+    </message>
+    <message>
+        <source>We do not want to authenticate on an unencrypted connection.</source>
+        <translation>Nous ne voulons pas nous authentifier sur une connexion non chiffrée.</translation>
+    </message>
+    <message>
+        <source>Authorization protocols not yet supported: </source>
+        <translation>Protocoles d&apos;authentification pas encore pris en charge : </translation>
+    </message>
+    <message>
+        <source>The remote host closed the connection.</source>
+        <translation>L&apos;hôte distant a fermé la connexion.</translation>
+    </message>
+    <message>
+        <source>The reply of the server is too long.</source>
+        <translation>La réponse du serveur est trop longue.</translation>
+    </message>
 </context>
 </TS>

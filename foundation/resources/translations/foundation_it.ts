@@ -1451,5 +1451,153 @@
         <source>Weak</source>
         <translation>Debole</translation>
     </message>
+    <message>
+        <source>Technical Media ID</source>
+        <translation>ID tecnico del supporto</translation>
+    </message>
+    <message>
+        <source>Public Media ID</source>
+        <translation>ID pubblico del supporto</translation>
+    </message>
+    <message>
+        <source>UID</source>
+        <translation>UID</translation>
+    </message>
+    <message>
+        <source>Device ID</source>
+        <translation>ID del dispositivo</translation>
+    </message>
+    <message>
+        <source>Event Type</source>
+        <translation>Tipo di evento</translation>
+    </message>
+    <message>
+        <source>Login Write</source>
+        <translation>Accesso: scrittura</translation>
+    </message>
+    <message>
+        <source>Users Write</source>
+        <translation>Utenti: scrittura</translation>
+    </message>
+    <message>
+        <source>User Groups Write</source>
+        <translation>Gruppi di utenti: scrittura</translation>
+    </message>
+    <message>
+        <source>Media Write</source>
+        <translation>Supporti: scrittura</translation>
+    </message>
+    <message>
+        <source>Codes Write</source>
+        <translation>Codici: scrittura</translation>
+    </message>
+    <message>
+        <source>Access Rights Write</source>
+        <translation>Diritti di accesso: scrittura</translation>
+    </message>
+    <message>
+        <source>Time Profiles Write</source>
+        <translation>Profili orari: scrittura</translation>
+    </message>
+    <message>
+        <source>Access Points Write</source>
+        <translation>Punti di accesso: scrittura</translation>
+    </message>
+    <message>
+        <source>Remote Execution</source>
+        <translation>Esecuzione remota</translation>
+    </message>
+    <message>
+        <source>Devices Write</source>
+        <translation>Dispositivi: scrittura</translation>
+    </message>
+    <message>
+        <source>Software Write</source>
+        <translation>Software: scrittura</translation>
+    </message>
+    <message>
+        <source>Logs</source>
+        <translation>Registri</translation>
+    </message>
+    <message>
+        <source>Media Pools Write</source>
+        <translation>Pool di supporti: scrittura</translation>
+    </message>
+    <message>
+        <source>User Group Relations</source>
+        <translation>Relazioni dei gruppi di utenti</translation>
+    </message>
+    <message>
+        <source>Read Passwords</source>
+        <translation>Lettura delle password</translation>
+    </message>
+    <message>
+        <source>Login Read</source>
+        <translation>Accesso: lettura</translation>
+    </message>
+    <message>
+        <source>Users Read</source>
+        <translation>Utenti: lettura</translation>
+    </message>
+    <message>
+        <source>User Groups Read</source>
+        <translation>Gruppi di utenti: lettura</translation>
+    </message>
+    <message>
+        <source>Media Read</source>
+        <translation>Supporti: lettura</translation>
+    </message>
+    <message>
+        <source>Codes Read</source>
+        <translation>Codici: lettura</translation>
+    </message>
+    <message>
+        <source>Access Rights Read</source>
+        <translation>Diritti di accesso: lettura</translation>
+    </message>
+    <message>
+        <source>Time Profiles Read</source>
+        <translation>Profili orari: lettura</translation>
+    </message>
+    <message>
+        <source>Access Points Read</source>
+        <translation>Punti di accesso: lettura</translation>
+    </message>
+    <message>
+        <source>Devices Read</source>
+        <translation>Dispositivi: lettura</translation>
+    </message>
+    <message>
+        <source>Software Read</source>
+        <translation>Software: lettura</translation>
+    </message>
+    <message>
+        <source>Media Pools Read</source>
+        <translation>Pool di supporti: lettura</translation>
+    </message>
+    <message>
+        <source>Administrator</source>
+        <translation>Amministratore</translation>
+    </message>
+    <message>
+        <source>Server (%1)</source>
+        <translation>Server (%1)</translation>
+    </message>
+    <message>
+        <source>We do not want to authenticate on an unencrypted connection.</source>
+        <translation>Non ci autentichiamo su una connessione non cifrata.</translation>
+    </message>
+    <message>
+        <source>Authorization protocols not yet supported: </source>
+        <translation>Protocolli di autenticazione non ancora supportati: </translation>
+    </message>
+    <message>
+        <source>The remote host closed the connection.</source>
+        <translation>L&apos;host remoto ha chiuso la connessione.</translation>
+    </message>
+    <message>
+        <source>The reply of the server is too long.</source>
+        <translation>La risposta del server è troppo lunga.</translation>
+    </message>
 </context>
 </TS>

@@ -1451,5 +1451,153 @@
         <source>Weak</source>
         <translation>Zwak</translation>
     </message>
+    <message>
+        <source>Technical Media ID</source>
+        <translation>Technische media-ID</translation>
+    </message>
+    <message>
+        <source>Public Media ID</source>
+        <translation>Openbare media-ID</translation>
+    </message>
+    <message>
+        <source>UID</source>
+        <translation>UID</translation>
+    </message>
+    <message>
+        <source>Device ID</source>
+        <translation>Apparaat-ID</translation>
+    </message>
+    <message>
+        <source>Event Type</source>
+        <translation>Gebeurtenistype</translation>
+    </message>
+    <message>
+        <source>Login Write</source>
+        <translation>Aanmelding schrijven</translation>
+    </message>
+    <message>
+        <source>Users Write</source>
+        <translation>Gebruikers schrijven</translation>
+    </message>
+    <message>
+        <source>User Groups Write</source>
+        <translation>Gebruikersgroepen schrijven</translation>
+    </message>
+    <message>
+        <source>Media Write</source>
+        <translation>Media schrijven</translation>
+    </message>
+    <message>
+        <source>Codes Write</source>
+        <translation>Codes schrijven</translation>
+    </message>
+    <message>
+        <source>Access Rights Write</source>
+        <translation>Toegangsrechten schrijven</translation>
+    </message>
+    <message>
+        <source>Time Profiles Write</source>
+        <translation>Tijdprofielen schrijven</translation>
+    </message>
+    <message>
+        <source>Access Points Write</source>
+        <translation>Toegangspunten schrijven</translation>
+    </message>
+    <message>
+        <source>Remote Execution</source>
+        <translation>Uitvoering op afstand</translation>
+    </message>
+    <message>
+        <source>Devices Write</source>
+        <translation>Apparaten schrijven</translation>
+    </message>
+    <message>
+        <source>Software Write</source>
+        <translation>Software schrijven</translation>
+    </message>
+    <message>
+        <source>Logs</source>
+        <translation>Logboeken</translation>
+    </message>
+    <message>
+        <source>Media Pools Write</source>
+        <translation>Mediapools schrijven</translation>
+    </message>
+    <message>
+        <source>User Group Relations</source>
+        <translation>Relaties van gebruikersgroepen</translation>
+    </message>
+    <message>
+        <source>Read Passwords</source>
+        <translation>Wachtwoorden lezen</translation>
+    </message>
+    <message>
+        <source>Login Read</source>
+        <translation>Aanmelding lezen</translation>
+    </message>
+    <message>
+        <source>Users Read</source>
+        <translation>Gebruikers lezen</translation>
+    </message>
+    <message>
+        <source>User Groups Read</source>
+        <translation>Gebruikersgroepen lezen</translation>
+    </message>
+    <message>
+        <source>Media Read</source>
+        <translation>Media lezen</translation>
+    </message>
+    <message>
+        <source>Codes Read</source>
+        <translation>Codes lezen</translation>
+    </message>
+    <message>
+        <source>Access Rights Read</source>
+        <translation>Toegangsrechten lezen</translation>
+    </message>
+    <message>
+        <source>Time Profiles Read</source>
+        <translation>Tijdprofielen lezen</translation>
+    </message>
+    <message>
+        <source>Access Points Read</source>
+        <translation>Toegangspunten lezen</translation>
+    </message>
+    <message>
+        <source>Devices Read</source>
+        <translation>Apparaten lezen</translation>
+    </message>
+    <message>
+        <source>Software Read</source>
+        <translation>Software lezen</translation>
+    </message>
+    <message>
+        <source>Media Pools Read</source>
+        <translation>Mediapools lezen</translation>
+    </message>
+    <message>
+        <source>Administrator</source>
+        <translation>Beheerder</translation>
+    </message>
+    <message>
+        <source>Server (%1)</source>
+        <translation>Server (%1)</translation>
+    </message>
+    <message>
+        <source>We do not want to authenticate on an unencrypted connection.</source>
+        <translation>Wij melden ons niet aan via een onversleutelde verbinding.</translation>
+    </message>
+    <message>
+        <source>Authorization protocols not yet supported: </source>
+        <translation>Nog niet ondersteunde aanmeldprotocollen: </translation>
+    </message>
+    <message>
+        <source>The remote host closed the connection.</source>
+        <translation>De andere kant heeft de verbinding verbroken.</translation>
+    </message>
+    <message>
+        <source>The reply of the server is too long.</source>
+        <translation>Het antwoord van de server is te lang.</translation>
+    </message>
 </context>
 </TS>
