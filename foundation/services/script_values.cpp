@@ -1,0 +1,149 @@
+#include <foundation/services/script_values_p.h>
+
+#include <foundation/core/device_id.h>
+#include <foundation/core/system_id.h>
+#include <foundation/datatypes/data_type.h>
+
+namespace {
+
+template<typename Value>
+QVariantMap mappingOf(const QList<Value>& values, const char* (*toString)(Value))
+{
+    QVariantMap map;
+    for (const Value value : values)
+        map.insert(QString::number(static_cast<qint64>(value)), QString(QLatin1String(toString(value))));
+    return map;
+}
+
+} // namespace
+
+CItemId ScriptValues::itemId(const QString& text)
+{
+    return text.toLongLong(nullptr, 10);
+}
+
+QList<CItemId> ScriptValues::itemIds(const QStringList& texts)
+{
+    QList<CItemId> ids;
+    for (const QString& text : texts)
+        ids.append(itemId(text));
+    return ids;
+}
+
+bool ScriptValues::isIdName(const QString& name)
+{
+    return name == QLatin1String("id") || name.endsWith(QLatin1String("Id"));
+}
+
+QString ScriptValues::idText(const QVariant& id)
+{
+    return QString::number(id.userType() == qMetaTypeId<CItemId>() ? id.value<CItemId>().value() : id.toLongLong());
+}
+
+QVariant ScriptValues::fromModel(CItemId id)
+{
+    return idText(QVariant::fromValue(id));
+}
+
+QVariant ScriptValues::fromModel(const QVariant& value)
+{
+    if (value.userType() == qMetaTypeId<CItemId>())
+        return idText(value);
+    if (value.userType() == qMetaTypeId<CItemIdList>())
+        return fromModel(value.value<CItemIdList>());
+    if (value.userType() == QMetaType::QVariantList)
+        return fromModel(value.toList());
+    return value;
+}
+
+QVariantMap ScriptValues::fromModel(QVariantMap map)
+{
+    for (auto entry = map.begin(); entry != map.end(); ++entry) {
+        if (isIdName(entry.key()))
+            entry.value() = idText(entry.value());
+        else if (entry.key() == QLatin1String("nodes"))
+            entry.value() = fromModel(entry.value().toList());
+        else if (entry.value().userType() != QMetaType::QVariantList)
+            entry.value() = fromModel(entry.value());
+    }
+    return map;
+}
+
+QVariantList ScriptValues::fromModel(const QVariantList& list)
+{
+    QVariantList converted;
+    for (const QVariant& element : list) {
+        if (element.userType() == QMetaType::QVariantMap)
+            converted.append(fromModel(element.toMap()));
+        else
+            converted.append(element.userType() == qMetaTypeId<CItemId>() ? QVariant(idText(element)) : element);
+    }
+    return converted;
+}
+
+QVariantList ScriptValues::fromModel(const QList<CItemId>& ids)
+{
+    QVariantList texts;
+    for (const CItemId id : ids)
+        texts.append(fromModel(id));
+    return texts;
+}
+
+QVariantList ScriptValues::fromModel(const QStringList& texts)
+{
+    return QVariant(texts).toList();
+}
+
+void ScriptValues::addOperationEntries(QVariantMap* properties)
+{
+    const auto add = [&](const char* source, const char* target, auto convert) {
+        const QVariant value = properties->value(QLatin1String(source));
+        if (!value.isNull())
+            properties->insert(QLatin1String(target), convert(value));
+    };
+    add("deviceId", "deviceid", [](const QVariant& id) { return CDeviceId(id.toUInt()).toLabel(); });
+    add("systemId", "systemid", [](const QVariant& id) { return CSystemId(id.toUInt()).toLabel(); });
+    add("uid", "uid", [](const QVariant& uid) {
+        return CDataType::rfidUidExternalRepresentationFromLabel(CDataType::rfidUidToLabel(uid.toByteArray()));
+    });
+    add("architecture", "cardArchitecture", [](const QVariant& architecture) {
+        const auto value = CDataType::cardArchitectureCast(architecture.toInt());
+        return QString(QLatin1String(CDataType::cardArchitectureToString(value)));
+    });
+    add("publicMediaId", "publicMediaLabel",
+        [](const QVariant& id) { return CDataType::publicMediaIdToLabel(id.toULongLong()); });
+    add("results", "results", [](const QVariant& results) {
+        QVariantList texts;
+        const auto elements = results.value<QVariantList>();
+        for (const QVariant& element : elements)
+            texts.append(element.toString());
+        return texts;
+    });
+}
+
+QVariantMap ScriptValues::mapping(const QString& name)
+{
+    if (name == QLatin1String("DeviceType"))
+        return mappingOf(CDataType::deviceTypeValues(), CDataType::deviceTypeToString);
+    if (name == QLatin1String("UserClass"))
+        return mappingOf(CDataType::userClassValues(), CDataType::userClassToString);
+    if (name == QLatin1String("CardArchitecture"))
+        return mappingOf(CDataType::cardArchitectureValues(), CDataType::cardArchitectureToString);
+    if (name == QLatin1String("CardMediumType"))
+        return mappingOf(CDataType::cardMediumTypeValues(), CDataType::cardMediumTypeToString);
+    if (name == QLatin1String("DeviceRole"))
+        return mappingOf(CDataType::deviceRoleValues(CDataType::DeviceRoles(0x77)), CDataType::deviceRoleToString);
+    if (name == QLatin1String("AccessPointFunction"))
+        return mappingOf(CDataType::accessPointFunctionValues(), CDataType::accessPointFunctionToString);
+    if (name == QLatin1String("AuthPointClass"))
+        return mappingOf(CDataType::authPointClassValues(), CDataType::authPointClassToString);
+    if (name == QLatin1String("UserAction"))
+        return mappingOf(CDataType::userActionValues(CDataType::UserActions(0x17FF7)), CDataType::userActionToString);
+    if (name == QLatin1String("OutputType"))
+        return mappingOf(CDataType::outputTypeValues(), CDataType::outputTypeToString);
+    if (name == QLatin1String("ActionProfileClass"))
+        return mappingOf(CDataType::actionProfileClassValues(), CDataType::actionProfileClassToString);
+    if (name == QLatin1String("PositionClass"))
+        return mappingOf(CDataType::positionClassValues(), CDataType::positionClassToString);
+    return {};
+}
