@@ -169,6 +169,8 @@ CSignalEmissionDumper::CSignalEmissionDumper(QObject* parent)
 
 void CSignalEmissionDumper::connectObject(QObject* object)
 {
+    if (!object)
+        return;
     const QMetaObject* meta = object->metaObject();
     for (int i = 0; i < meta->methodCount(); ++i) {
         const QByteArray signature = meta->method(i).methodSignature();

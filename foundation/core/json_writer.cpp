@@ -247,7 +247,7 @@ QString CJsonParser::serialize(const QVariantMap& map)
     if (map.isEmpty())
         return QStringLiteral("[]");
 
-    Text out(32 * static_cast<int>(map.size()));
+    Text out(32 * qMin(static_cast<int>(map.size()), 0x10000));
     // Only a map with "0" can be an array; most have other keys, and are not looked through for nothing.
     const auto values = map.contains(QStringLiteral("0")) ? arrayValues(map) : QVector<const QVariant*>();
     if (!values.isEmpty()) {
@@ -280,7 +280,7 @@ QString CJsonParser::serialize(const QVariantMap& map)
 
 QString CJsonParser::serialize(const QVariantList& list)
 {
-    Text out(16 * static_cast<int>(list.size()) + 2);
+    Text out(16 * qMin(static_cast<int>(list.size()), 0x10000) + 2);
     writeList(out, list);
     return out.take();
 }
