@@ -50,6 +50,13 @@ Simulator::Simulator(QObject* parent)
 {
 }
 
+Simulator::~Simulator()
+{
+    // They use the access manager.
+    delete m_hub;
+    qDeleteAll(m_devices);
+}
+
 void Simulator::addOptions(AppOptions& options)
 {
     options.addValue(QStringLiteral("count"), QStringLiteral("N"), QStringLiteral("how many devices"),

@@ -19,6 +19,7 @@ class Simulator : public QObject
 
 public:
     explicit Simulator(QObject* parent = nullptr);
+    ~Simulator() override;
 
     /// The options of the command line.
     static void addOptions(AppOptions& options);

@@ -17,6 +17,9 @@ Console::~Console() = default;
 
 void Console::begin(const QStringList& arguments)
 {
+    // Who reads that a service is ready may call it at once.
+    if (m_input == Input::Socket)
+        execute();
     if (!arguments.isEmpty())
         runCommand(arguments);
     else
@@ -29,9 +32,11 @@ void Console::readLine(const QString& line)
     // A client of the socket may send several at once.
     const QStringList lines = line.split(QLatin1Char('\n'));
     for (const QString& text : lines) {
-        if (lines.size() == 1 || !text.trimmed().isEmpty())
+        if (!text.trimmed().isEmpty())
             m_lines.append(text.trimmed());
     }
+    if (m_lines.isEmpty())
+        m_lines.append(QString());
     if (!m_command)
         runNext();
 }
@@ -90,7 +95,8 @@ void Console::commandDone(int code)
     if (!m_started) {
         m_started = true;
         m_waiting = true;
-        execute();
+        if (m_input != Input::Socket)
+            execute();
         return;
     }
     if (m_input == Input::Socket)
