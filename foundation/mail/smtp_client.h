@@ -7,11 +7,11 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtNetwork/QSslError>
 
 #include <memory>
 
 class CSmtpReplyReader;
-class QSslError;
 class QSslSocket;
 
 /// Sends one e-mail at a time over SMTP with STARTTLS or implicit TLS, or only checks the settings of the mail server.

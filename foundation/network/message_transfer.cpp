@@ -1,7 +1,5 @@
 #include <foundation/network/message_transfer.h>
 
-#include <QtCore/QPointer>
-
 CMessageTransfer::CMessageTransfer(QObject* parent)
     : QObject(parent)
     , m_lowerTransfer(qobject_cast<CMessageTransfer*>(parent))
@@ -59,4 +57,13 @@ void CMessageTransfer::updateConnectionState() {}
 QString CMessageTransfer::toHex(const QByteArray& data, const QString& prefix)
 {
     return data.isEmpty() ? prefix : QString(prefix + QLatin1String(data.toHex(' ')) + QLatin1Char(' '));
+}
+
+bool CMessageTransfer::trace(const QByteArray& data, const char* prefix)
+{
+    if (m_debugLevel < 1)
+        return true;
+    const QPointer<CMessageTransfer> alive(this);
+    Q_EMIT debugMessage(toHex(data, QLatin1String(prefix)));
+    return alive;
 }

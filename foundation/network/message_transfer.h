@@ -5,6 +5,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QString>
 
 /// Carries byte messages over one connection: what everything above the network sees of TCP, TLS and WebSocket.
@@ -43,7 +44,7 @@ public:
     virtual QString getErrorString() const = 0;
 
     virtual void clearTransmitQueue();
-    /// How much the transport tells about its traffic; 0 is nothing.
+    /// What debugMessage tells: nothing at 0, the bytes sent and received (as toHex writes them) from 1 on.
     virtual void setDebugLevel(int level);
     /// Seconds without traffic until the peer is asked for a sign of life; 0 or less never asks.
     virtual void setKeepalive(int seconds);
@@ -68,8 +69,11 @@ Q_SIGNALS:
 protected:
     CMessageTransfer* lowerTransfer() const { return m_lowerTransfer; }
     int debugLevel() const { return m_debugLevel; }
+    /// Tells of bytes that pass, when the debug level asks for it; `prefix` says which way. False when a receiver has
+    /// deleted this.
+    bool trace(const QByteArray& data, const char* prefix);
 
 private:
-    CMessageTransfer* m_lowerTransfer; // the parent, so it lives as long as this
+    QPointer<CMessageTransfer> m_lowerTransfer;
     int m_debugLevel = 0;
 };

@@ -156,7 +156,7 @@ void CTcpConnection::close()
 
 qint64 CTcpConnection::sendData(const QByteArray& data)
 {
-    if (!d->socket)
+    if (!d->socket || !trace(data, "TX ") || !d->socket)
         return -1;
     d->pendingData.append(data);
     const qint64 taken =
@@ -259,6 +259,6 @@ void CTcpConnection::receiveData()
 {
     const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
     const QByteArray data = d->socket ? d->socket->readAll() : QByteArray();
-    if (!data.isEmpty())
+    if (!data.isEmpty() && trace(data, "RX "))
         Q_EMIT dataReceived(data);
 }

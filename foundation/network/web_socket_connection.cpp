@@ -59,7 +59,8 @@ void CWebSocketConnection::init()
             &CWebSocketConnection::onError);
     connect(webSocket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& data) {
         const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
-        Q_EMIT dataReceived(data);
+        if (trace(data, "RX "))
+            Q_EMIT dataReceived(data);
     });
     connect(webSocket, &QWebSocket::bytesWritten, this, &CWebSocketConnection::onBytesWritten);
 }
@@ -79,7 +80,7 @@ void CWebSocketConnection::close()
 
 qint64 CWebSocketConnection::sendData(const QByteArray& data)
 {
-    if (!d->webSocket)
+    if (!d->webSocket || !trace(data, "TX ") || !d->webSocket)
         return -1;
     d->pendingData.append(data);
     if (isConnectionUsable())
