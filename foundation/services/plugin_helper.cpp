@@ -1,0 +1,28 @@
+#include <foundation/services/plugin_helper.h>
+
+QList<QDir> CPluginHelper::findPluginsDirectories(const QString& basePath)
+{
+    QDir directory(basePath);
+    const QString folder = directory.dirName().toLower();
+    if (folder == QLatin1String("debug") || folder == QLatin1String("release"))
+        directory.cdUp();
+    directory.cd(QStringLiteral("plugins"));
+
+    QString libraries;
+    if (directory.dirName() == QLatin1String("Admora"))
+        libraries = QStringLiteral("../../Libraries");
+    else if (directory.dirName() == QLatin1String("Tests"))
+        libraries = QStringLiteral("../Libraries");
+    else if (directory.canonicalPath().endsWith(QLatin1String("Tests/kyr_test.app/Contents/MacOS")))
+        libraries = QStringLiteral("../../../../Libraries");
+    if (libraries.isEmpty() || !directory.cd(libraries))
+        return {directory};
+
+    QList<QDir> modules;
+    for (const char* name : {"kyr_rpc", "kyr_fias", "kyr_report"}) {
+        QDir module = directory;
+        if (module.cd(QLatin1String(name)))
+            modules.append(module);
+    }
+    return modules;
+}
