@@ -65,9 +65,10 @@ CSmtpClient::CSmtpClient(const QString& account, const QString& password, const 
         m_port = defaultPort;
     m_implicitTls = m_port != 25 && m_port != 587 && m_port != 2525;
     m_verifyNone = options.startsWith(QLatin1String("verify_none"), Qt::CaseInsensitive);
-    m_helloName = QUrl(clientUrl).host().toUtf8();
-    if (m_helloName.isEmpty())
-        m_helloName = "localhost";
+    // The zone of an IPv6 address may hold anything, line breaks included.
+    const QString clientHost = QUrl(clientUrl).host();
+    const bool usable = !clientHost.isEmpty() && MailText::addressFault(clientHost).isEmpty();
+    m_helloName = usable ? clientHost.toUtf8() : QByteArrayLiteral("localhost");
 }
 
 CSmtpClient::~CSmtpClient()
@@ -202,8 +203,8 @@ CSmtpClient::State CSmtpClient::negotiate()
         sendData("AUTH LOGIN\r\n");
         return AuthLogin;
     }
-    return fail(QCoreApplication::translate("@default", "Authorization protocols not yet supported: ")
-                + harmless(offered.trimmed()));
+    return fail(QCoreApplication::translate("@default", "Authorization protocols not yet supported: %1")
+                    .arg(harmless(offered.trimmed())));
 }
 
 CSmtpClient::State CSmtpClient::startEncryption()
@@ -353,13 +354,15 @@ QString CSmtpClient::getRxMsg(const QString& keyword) const
 // servers repeat.
 QString CSmtpClient::harmless(const QString& serverText) const
 {
+    const QString hidden = QStringLiteral("***");
     QString text = serverText;
     const QByteArray password = m_password.toUtf8();
-    if (password.size() >= leastSecretLength) {
-        const QByteArray plain = '\0' + m_account.toUtf8() + '\0' + password;
-        for (const QByteArray& secret : {plain.toBase64(), password.toBase64(), password})
-            text.replace(QString::fromUtf8(secret), QStringLiteral("***"));
-    }
+    const QByteArray plain = '\0' + m_account.toUtf8() + '\0' + password;
+    if (!password.isEmpty())
+        text.replace(QString::fromLatin1(plain.toBase64()), hidden)
+            .replace(QString::fromLatin1(password.toBase64()), hidden);
+    if (m_password.size() >= leastSecretLength)
+        text.replace(m_password, hidden);
     text.truncate(shownReplyLength);
     for (QChar& c : text) {
         if (c.category() == QChar::Other_Control)

@@ -20,12 +20,13 @@ class Capture:
         mail = email.message_from_bytes(envelope.content, policy=email.policy.default)
         login = session.auth_data
         print(json.dumps({
-            "user": login.login.decode() if login else "", "password": login.password.decode() if login else "",
-            "sender": envelope.mail_from, "recipients": envelope.rcpt_tos, "encrypted": server.transport.get_extra_info("ssl_object") is not None,
+            "user": login.login.decode() if login else "",
+            "sender": envelope.mail_from, "recipients": envelope.rcpt_tos,
+            "encrypted": server.transport.get_extra_info("ssl_object") is not None,
             "from": str(mail["From"]), "to": str(mail["To"]), "subject": mail["Subject"],
             "dated": mail["Date"].datetime is not None, "type": mail.get_content_type(),
-            "text": mail.get_body(("plain",)).get_content().replace("\r\n", "\n"),
-            "html": mail.get_body(("html",)).get_content().replace("\r\n", "\n"),
+            "text": mail.get_body(("plain",)).get_content().replace("\r\n", "\n").strip(),
+            "html": mail.get_body(("html",)).get_content().replace("\r\n", "\n").strip(),
             "defects": [str(d) for part in mail.walk() for d in part.defects],
         }), flush=True)
         return "250 kept"

@@ -42,7 +42,6 @@ private Q_SLOTS:
     void encodesBodies();
     void encodesSubjects_data();
     void encodesSubjects();
-    void wordsHoldWholeCharacters();
     void othersDecodeTheSameText();
 };
 
@@ -59,14 +58,12 @@ void TestQuotedPrintable::cutsLines_data()
         << QByteArray("a =?_\t\r\n\x7f\x00~\xff", 12) << 100 << false << false << Pieces{"a =3D?_\t\r\n=7F=00~=FF"};
     QTest::newRow("every byte of a header")
         << QByteArray("a =?_\t\x7f\x00~\xff", 10) << 100 << true << false << Pieces{"a_=3D=3F=5F=09=7F=00~=FF"};
-    QTest::newRow("plain, exactly full") << QByteArray("abcdef") << 3 << false << false << Pieces{"abc", "def"};
     QTest::newRow("escape fits exactly") << QByteArray("ab=") << 5 << false << false << Pieces{"ab=3D"};
     QTest::newRow("escape moves as a whole") << QByteArray("abc=d") << 5 << false << false << Pieces{"abc", "=3Dd"};
     QTest::newRow("escapes, least length") << (u + u) << 3 << true << false << Pieces{"=C3", "=BC", "=C3", "=BC"};
     QTest::newRow("below the least length: whole") << QByteArray("abc=d") << 2 << false << false << Pieces{"abc=3Dd"};
     QTest::newRow("a dot in each piece") << QByteArray("...a.") << 3 << false << true << Pieces{"...", "..a", ".."};
     QTest::newRow("dot behind an escape") << QByteArray("=.") << 0 << false << true << Pieces{"=3D."};
-    QTest::newRow("dots as they are") << QByteArray(".") << 75 << false << false << Pieces{"."};
 }
 
 void TestQuotedPrintable::cutsLines()
@@ -82,10 +79,8 @@ void TestQuotedPrintable::encodesBodies_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QByteArray>("encoded");
-    QTest::newRow("empty") << QByteArray() << QByteArray();
     QTest::newRow("line ends") << QByteArray("a\n\nb\n") << QByteArray("a\r\n\r\nb\r\n");
     QTest::newRow("80 characters") << QByteArray(80, 'x') << QByteArray(75, 'x') + "=\r\n" + QByteArray(5, 'x');
-    QTest::newRow("escape at the edge") << QByteArray(73, 'x') + "=" << QByteArray(73, 'x') + "=\r\n=3D";
     QTest::newRow("trailing blank") << QByteArray("a ") << QByteArray("a =");
     QTest::newRow("trailing tab, full line") << QByteArray(74, 'x') + "\t" << QByteArray(74, 'x') + "\t=";
     QTest::newRow("dots") << QByteArray(".\n" + QByteArray(75, 'x') + ".y\na.")
@@ -103,7 +98,6 @@ void TestQuotedPrintable::encodesSubjects_data()
     QTest::addColumn<QString>("subject");
     QTest::addColumn<QByteArray>("encoded");
     const auto word = [](int count) { return QString(count, QLatin1Char('w')); };
-    QTest::newRow("empty") << QString() << QByteArray();
     QTest::newRow("plain") << QStringLiteral("Door  1: open?") << QByteArray("Door  1: open?");
     QTest::newRow("one word") << QString::fromUtf8("T\u00FCr 1_?") << QByteArray("=?utf-8?Q?T=C3=BCr_1=5F=3F?=");
     QTest::newRow("folded") << word(40) + QStringLiteral("  ") + word(40)
@@ -123,27 +117,6 @@ void TestQuotedPrintable::encodesSubjects()
     QTEST(CQuotedPrintable::getUtf8EncodedSubject(subject), "encoded");
 }
 
-void TestQuotedPrintable::wordsHoldWholeCharacters()
-{
-    QRandomGenerator random(7);
-    for (int i = 0; i < 500; ++i) {
-        const QString subject = QString::fromUtf8("ü") + randomText(random, random.bounded(200), false);
-        const auto lines = QByteArray("Subject: " + CQuotedPrintable::getUtf8EncodedSubject(subject)).split('\n');
-        QByteArray all;
-        for (const QByteArray& line : lines) {
-            QVERIFY2(line.trimmed().size() <= 76, line.constData());
-            const int begin = line.indexOf("=?utf-8?Q?") + 10;
-            const int end = line.lastIndexOf("?=");
-            QVERIFY(begin >= 10 && end > begin);
-            QByteArray text = line.mid(begin, end - begin).replace('_', ' ');
-            text = QByteArray::fromPercentEncoding(text, '=');
-            QCOMPARE(QString::fromUtf8(text).toUtf8(), text); // a cut character would become U+FFFD
-            all += text;
-        }
-        QCOMPARE(QString::fromUtf8(all), subject);
-    }
-}
-
 void TestQuotedPrintable::othersDecodeTheSameText()
 {
     QRandomGenerator random(11);
@@ -154,8 +127,13 @@ void TestQuotedPrintable::othersDecodeTheSameText()
         const QByteArray text = randomText(random, random.bounded(body ? 2000 : 300), body).toUtf8();
         const QByteArray encoded = body ? CQuotedPrintable::getEncodedText(text, false)
                                         : CQuotedPrintable::getUtf8EncodedSubject(QString::fromUtf8(text));
-        for (const QByteArray& line : encoded.split('\n'))
-            QVERIFY(line.size() <= 77); // with its CR
+        for (const QByteArray& line : QByteArray((body ? "" : "Subject: ") + encoded).split('\n')) {
+            QVERIFY2(line.trimmed().size() <= 76, line.constData());
+            const int word = body ? -1 : line.indexOf("=?utf-8?Q?");
+            const QByteArray decoded = QByteArray::fromPercentEncoding(line.mid(word + 10), '=');
+            QVERIFY(word < 0
+                    || !QString::fromUtf8(decoded).contains(QChar::ReplacementCharacter)); // no character is cut
+        }
         input += (body ? "body " : "subject ") + encoded.toHex() + '\n';
         expected.append(text.toHex());
     }

@@ -1599,5 +1599,9 @@
         <source>The reply of the server is too long.</source>
         <translation>Die Antwort des Servers ist zu lang.</translation>
     </message>
+    <message>
+        <source>Authorization protocols not yet supported: %1</source>
+        <translation>Anmeldeverfahren noch nicht unterstützt: %1</translation>
+    </message>
 </context>
 </TS>

@@ -1599,5 +1599,9 @@
         <source>The reply of the server is too long.</source>
         <translation>The reply of the server is too long.</translation>
     </message>
+    <message>
+        <source>Authorization protocols not yet supported: %1</source>
+        <translation>Authorization protocols not yet supported: %1</translation>
+    </message>
 </context>
 </TS>

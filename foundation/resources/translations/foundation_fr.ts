@@ -1599,5 +1599,9 @@
         <source>The reply of the server is too long.</source>
         <translation>La réponse du serveur est trop longue.</translation>
     </message>
+    <message>
+        <source>Authorization protocols not yet supported: %1</source>
+        <translation>Méthodes d&apos;authentification non encore prises en charge : %1</translation>
+    </message>
 </context>
 </TS>

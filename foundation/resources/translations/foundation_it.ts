@@ -1599,5 +1599,9 @@
         <source>The reply of the server is too long.</source>
         <translation>La risposta del server è troppo lunga.</translation>
     </message>
+    <message>
+        <source>Authorization protocols not yet supported: %1</source>
+        <translation>Metodi di autenticazione non ancora supportati: %1</translation>
+    </message>
 </context>
 </TS>

@@ -1599,5 +1599,9 @@
         <source>The reply of the server is too long.</source>
         <translation>Het antwoord van de server is te lang.</translation>
     </message>
+    <message>
+        <source>Authorization protocols not yet supported: %1</source>
+        <translation>Aanmeldmethoden nog niet ondersteund: %1</translation>
+    </message>
 </context>
 </TS>
