@@ -5,6 +5,8 @@
 #include "terminal.h"
 
 #include <foundation/datatypes/data_type.h>
+#include <foundation/services/access_control_mock.h>
+#include <foundation/services/script_service.h>
 
 Session::Session(Console* console)
     : QObject(console)
@@ -45,6 +47,20 @@ void Session::progress(const QString& text)
 bool Session::colour() const
 {
     return m_console->colour();
+}
+
+CAccessControlMock& Session::model()
+{
+    if (!m_model)
+        m_model = std::make_unique<CAccessControlMock>();
+    return *m_model;
+}
+
+CScriptService& Session::scripts()
+{
+    if (!m_scripts)
+        m_scripts = std::make_unique<CScriptService>(&model(), nullptr);
+    return *m_scripts;
 }
 
 void Session::quit()

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+class CAccessControlMock;
+class CScriptService;
 class Console;
 class DeviceServer;
 
@@ -32,10 +34,17 @@ public:
     DeviceServer* server() const { return m_server.get(); }
     void setServer(std::unique_ptr<DeviceServer> server);
 
+    /// The installation in memory, made when it is first asked for.
+    CAccessControlMock& model();
+    /// The same as scripts see it.
+    CScriptService& scripts();
+
     void quit();
 
 private:
     Console* m_console;
+    std::unique_ptr<CAccessControlMock> m_model;
+    std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
 };
 

@@ -23,6 +23,11 @@ QString cellText(const QVariant& value)
 
 } // namespace
 
+QString Table::text(int row, int column) const
+{
+    return cellText(m_rows.at(row).value(column));
+}
+
 QStringList Table::toText(bool colour) const
 {
     QVector<int> shown;

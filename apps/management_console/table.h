@@ -23,6 +23,11 @@ public:
     void addRow(const QVariantList& values) { m_rows.append(values); }
     bool isEmpty() const { return m_rows.isEmpty(); }
 
+    int rowCount() const { return m_rows.size(); }
+    int columnCount() const { return m_columns.size(); }
+    QString title(int column) const { return m_columns.at(column).title; }
+    QString text(int row, int column) const;
+
     QStringList toText(bool colour) const;
     QString toJson() const;
 

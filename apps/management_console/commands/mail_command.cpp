@@ -1,0 +1,81 @@
+#include "command.h"
+#include "commands.h"
+
+#include <foundation/mail/smtp_client.h>
+
+#include <QtNetwork/QHostInfo>
+
+namespace {
+
+class MailCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addSwitch(QStringLiteral("check"), QStringLiteral("try the settings and send nothing"));
+        options.addValue(QStringLiteral("to"), QStringLiteral("ADDRESS"),
+                         QStringLiteral("recipient; may be repeated, or hold several separated by commas"));
+        options.addValue(QStringLiteral("subject"), QStringLiteral("TEXT"), QStringLiteral("subject"));
+        options.addValue(QStringLiteral("text"), QStringLiteral("TEXT"), QStringLiteral("what the mail says"));
+        options.addValue(QStringLiteral("preheader"), QStringLiteral("TEXT"),
+                         QStringLiteral("what mail programs show beside the subject"));
+        options.addValue(QStringLiteral("server"), QStringLiteral("HOST[:PORT]"),
+                         QStringLiteral("mail server; \"[verify_none]\" behind it accepts any certificate"));
+        options.addValue(QStringLiteral("account"), QStringLiteral("ADDRESS"), QStringLiteral("sender and user name"));
+        options.addValue(QStringLiteral("password"), QStringLiteral("TEXT"),
+                         QStringLiteral("without one there is no login; better given by KYR_CONSOLE_MAIL_PASSWORD, "
+                                        "which other users do not see"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        const bool check = options.isSet(QStringLiteral("check"));
+        const QString to = options.values(QStringLiteral("to")).join(QLatin1Char(','));
+        const QString subject = options.value(QStringLiteral("subject"));
+        const QString server = options.value(QStringLiteral("server"));
+        const QString account = options.value(QStringLiteral("account"));
+        if (server.isEmpty() || account.isEmpty())
+            options.setError(QStringLiteral("--server and --account are needed"));
+        if (!check && (to.isEmpty() || subject.isEmpty()))
+            options.setError(QStringLiteral("--check, or --to and --subject are needed"));
+        if (!options.positional().isEmpty())
+            options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
+        if (!options.error().isEmpty())
+            return;
+
+        m_client = new CSmtpClient(account, options.value(QStringLiteral("password")), server,
+                                   QHostInfo::localHostName(), this);
+        connect(m_client, &CSmtpClient::finished, this, [this, check](const QString& error) {
+            if (!error.isEmpty())
+                return fail(error);
+            session().line(check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
+            done();
+        });
+        session().progress(QStringLiteral("talking to %1").arg(server));
+        // The texts go into an HTML page.
+        const QString text = options.value(QStringLiteral("text")).toHtmlEscaped();
+        const QString preheader = options.value(QStringLiteral("preheader")).toHtmlEscaped();
+        const bool started =
+            check ? m_client->checkServerSettings() : m_client->sendDefaultTemplateMail(to, subject, preheader, text);
+        if (!started)
+            fail(QStringLiteral("not started: the server, the account or a recipient is no address"));
+    }
+
+    void cancel() override
+    {
+        delete m_client;
+        Command::cancel();
+    }
+
+private:
+    CSmtpClient* m_client = nullptr;
+};
+
+} // namespace
+
+Command* createMailCommand(Session& session)
+{
+    return new MailCommand(session);
+}
