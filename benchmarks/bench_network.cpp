@@ -36,7 +36,7 @@ void spinUntil(const std::function<bool()>& done)
 void discoveryOurs(benchmark::State& state)
 {
     QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
+    probe.bind(QHostAddress(QHostAddress::LocalHost), 0);
     const quint16 port = probe.localPort();
     probe.close();
     CDeviceDiscoveryDeviceSide device(port, nullptr);
@@ -56,8 +56,8 @@ void discoveryPeer(benchmark::State& state)
 {
     QUdpSocket device;
     QUdpSocket app;
-    device.bind(QHostAddress::LocalHost, 0);
-    app.bind(QHostAddress::LocalHost, 0);
+    device.bind(QHostAddress(QHostAddress::LocalHost), 0);
+    app.bind(QHostAddress(QHostAddress::LocalHost), 0);
     const QByteArray query = CDeviceDiscoveryAppSide(0, nullptr).renderGetDeviceInfo();
     const QByteArray answer = CDeviceDiscoveryDeviceSide(0, nullptr).renderDeviceInfoResult();
     int answers = 0;
@@ -100,7 +100,7 @@ protected:
         socket->setSocketDescriptor(descriptor);
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         if (auto* secure = qobject_cast<QSslSocket*>(socket)) {
-            secure->setLocalCertificate(benchIdentity().certificate);
+            secure->setLocalCertificateChain(benchIdentity().chain);
             secure->setPrivateKey(benchIdentity().key);
             secure->startServerEncryption();
         }

@@ -122,14 +122,21 @@ void templateOurs(benchmark::State& state)
         benchmark::DoNotOptimize(stringTemplate.substitute(values));
 }
 
+// What one writes without a class for it: find each placeholder and replace it in place.
 void templateReplace(benchmark::State& state)
 {
     const QString text = templateText(static_cast<int>(state.range(0)));
-    const QString name = QStringLiteral("$name");
-    const QString value = QStringLiteral("Main Entrance");
+    const QVariantMap values{{QStringLiteral("name"), QStringLiteral("Main Entrance")}};
     for (auto _ : state) {
         QString copy = text;
-        copy.replace(name, value);
+        for (auto from = copy.indexOf(QLatin1Char('$')); from >= 0; from = copy.indexOf(QLatin1Char('$'), from)) {
+            auto end = from + 1;
+            while (end < copy.size() && (copy[end].isLetterOrNumber() || copy[end] == QLatin1Char('_')))
+                ++end;
+            const QString value = values.value(copy.mid(from + 1, end - from - 1)).toString();
+            copy.replace(from, end - from, value);
+            from += value.size();
+        }
         benchmark::DoNotOptimize(copy);
     }
 }
