@@ -15,10 +15,18 @@ QVariantMap flatMap(int keys)
     for (int i = 0; i < keys; ++i) {
         const QString key = QStringLiteral("property_%1").arg(i);
         switch (i % 4) {
-        case 0: map.insert(key, i * 37); break;
-        case 1: map.insert(key, QStringLiteral("the value of property number %1").arg(i)); break;
-        case 2: map.insert(key, i % 8 == 2); break;
-        default: map.insert(key, i * 0.25); break;
+        case 0:
+            map.insert(key, i * 37);
+            break;
+        case 1:
+            map.insert(key, QStringLiteral("the value of property number %1").arg(i));
+            break;
+        case 2:
+            map.insert(key, i % 8 == 2);
+            break;
+        default:
+            map.insert(key, i * 0.25);
+            break;
         }
     }
     return map;

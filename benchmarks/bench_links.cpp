@@ -1,5 +1,5 @@
-// Authenticated device links, from connect to "OK", against bare TLS WebSocket connects with the low-delay option; and the
-// memory that the server's end of an idle link takes.
+// Authenticated device links, from connect to "OK", against bare TLS WebSocket connects with the low-delay option; and
+// the memory that the server's end of an idle link takes.
 #include <foundation/core/device_id.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/network/device_connector_device_side.h>

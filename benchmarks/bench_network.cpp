@@ -90,7 +90,11 @@ void discoveryPeer(benchmark::State& state)
 class Server : public QTcpServer
 {
 public:
-    explicit Server(bool tls) : tls(tls) { listen(QHostAddress::LocalHost, 0); }
+    explicit Server(bool tls)
+        : tls(tls)
+    {
+        listen(QHostAddress::LocalHost, 0);
+    }
     std::unique_ptr<QTcpSocket> accepted;
 
 protected:
@@ -113,7 +117,8 @@ private:
 
 struct StreamPair
 {
-    explicit StreamPair(bool tls) : server(tls)
+    explicit StreamPair(bool tls)
+        : server(tls)
     {
         if (tls) {
             auto* secure = new QSslSocket;
@@ -153,11 +158,11 @@ void streamOurs(benchmark::State& state)
             for (; sent < streamTotal && sent - transmitted < mostUnderWay; sent += chunkSize)
                 sender.sendData(chunk);
         };
-        const auto onTransmitted = QObject::connect(&sender, &CMessageTransfer::dataTransmitted, &sender,
-                                                    [&](const QByteArray& data) {
-                                                        transmitted += data.size();
-                                                        feed();
-                                                    });
+        const auto onTransmitted =
+            QObject::connect(&sender, &CMessageTransfer::dataTransmitted, &sender, [&](const QByteArray& data) {
+                transmitted += data.size();
+                feed();
+            });
         const auto onReceived = QObject::connect(&receiver, &CMessageTransfer::dataReceived, &receiver,
                                                  [&](const QByteArray& data) { received += data.size(); });
         feed();
@@ -200,7 +205,8 @@ void streamPeer(benchmark::State& state, bool tls)
 
 struct WebSocketPair
 {
-    WebSocketPair() : server(QString(), QWebSocketServer::NonSecureMode)
+    WebSocketPair()
+        : server(QString(), QWebSocketServer::NonSecureMode)
     {
         server.listen(QHostAddress::LocalHost, 0);
         client.open(QUrl(QStringLiteral("ws://127.0.0.1:%1").arg(server.serverPort())));
@@ -283,10 +289,22 @@ void ignoreMessages(QtMsgType, const QMessageLogContext&, const QString&) {}
 
 BENCHMARK(discoveryOurs)->Name("discovery/ours")->UseRealTime();
 BENCHMARK(discoveryPeer)->Name("discovery/QUdpSocket")->UseRealTime();
-BENCHMARK_TEMPLATE(streamOurs, CTcpConnection)->Name("tcp_throughput/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(streamPeer, tcp, false)->Name("tcp_throughput/QTcpSocket")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(streamOurs, CSslConnection)->Name("tls_throughput/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(streamPeer, tls, true)->Name("tls_throughput/QSslSocket")->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(streamOurs, CTcpConnection)
+    ->Name("tcp_throughput/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(streamPeer, tcp, false)
+    ->Name("tcp_throughput/QTcpSocket")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(streamOurs, CSslConnection)
+    ->Name("tls_throughput/ours")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(streamPeer, tls, true)
+    ->Name("tls_throughput/QSslSocket")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(oneWayOurs)->Name("websocket_one_way/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(oneWayPeer)->Name("websocket_one_way/QWebSocket")->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(roundTripOurs)->Name("websocket_round_trip/ours")->UseRealTime();

@@ -58,7 +58,8 @@ void registryWalk(benchmark::State& state)
     for (auto _ : state) {
         for (auto it = registry.cbegin(); it != registry.cend(); ++it) {
             if (it->sources.contains(source))
-                Q_EMIT emitter.messageTransmissionRequested(it.key(), method, QVariantList{source, QVariantMap(params)});
+                Q_EMIT emitter.messageTransmissionRequested(it.key(), method,
+                                                            QVariantList{source, QVariantMap(params)});
         }
     }
     benchmark::DoNotOptimize(sent);

@@ -16,10 +16,11 @@ namespace {
 
 QByteArray mixedText(int size)
 {
-    const QByteArray paragraph = QByteArrayLiteral(
-        "Sehr geehrte Damen und Herren, die T\xc3\xbcr im Geb\xc3\xa4ude 3 ist wieder ge\xc3\xb6"
-        "ffnet = erledigt.\nA line of plain text that is longer than the seventy-six characters that a line may have at "
-        "most.\n\xe2\x82\xac 12,50 f\xc3\xbcr den Schl\xc3\xbcssel \xf0\x9f\x94\x91\n");
+    const QByteArray paragraph =
+        QByteArrayLiteral("Sehr geehrte Damen und Herren, die T\xc3\xbcr im Geb\xc3\xa4ude 3 ist wieder ge\xc3\xb6"
+                          "ffnet = erledigt.\nA line of plain text that is longer than the seventy-six characters that "
+                          "a line may have at "
+                          "most.\n\xe2\x82\xac 12,50 f\xc3\xbcr den Schl\xc3\xbcssel \xf0\x9f\x94\x91\n");
     return paragraph.repeated(size / paragraph.size() + 1).left(size);
 }
 

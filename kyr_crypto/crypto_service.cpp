@@ -1,5 +1,6 @@
 #include <kyr_crypto/crypto_service.h>
 
+#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
@@ -58,12 +59,31 @@ Key readPublicKey(const QByteArray& der)
     return acceptedRsaKey(std::move(key), position, der);
 }
 
+// The thread's last private key. A device signs with one key all its life; reading it and preparing its blinding anew
+// costs as much as the signature.
+const Key& privateKey(const QByteArray& der)
+{
+    struct Kept
+    {
+        ~Kept() { OPENSSL_cleanse(der.data(), static_cast<size_t>(der.size())); }
+        QByteArray der;
+        Key key;
+    };
+    thread_local Kept kept;
+    if (!kept.key || kept.der != der) {
+        kept.key = readPrivateKey(der);
+        OPENSSL_cleanse(kept.der.data(), static_cast<size_t>(kept.der.size()));
+        kept.der = QByteArray(der.constData(), der.size());
+    }
+    return kept.key;
+}
+
 } // namespace
 
 QByteArray CCryptoService::getRsaSign(const QByteArray& data, const QByteArray& privateKeyDer)
 {
     const ErrorQueueGuard guard;
-    const Key key = readPrivateKey(privateKeyDer);
+    const Key& key = privateKey(privateKeyDer);
     const DigestContext context(EVP_MD_CTX_new());
     if (!key || !context || EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key.get()) != 1)
         return {};

@@ -13,7 +13,8 @@
 //     const QByteArray signature = CCryptoService::getRsaSign(challenge, privateKeyDer);
 //     const bool genuine = CCryptoService::verifyRsaSign(challenge, signature, publicKeyDer);
 //
-// Both functions are thread-safe, keep nothing, and leave OpenSSL's error queue as empty as they found it.
+// Both functions are thread-safe and leave OpenSSL's error queue as empty as they found it. Each thread keeps the private
+// key that it used last.
 class KYR_CRYPTO_EXPORT CCryptoService
 {
 public:
