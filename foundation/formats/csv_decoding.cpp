@@ -61,12 +61,13 @@ QString decodeUtf16(const QByteArray& bytes, Read read, bool* valid)
 {
     QString text(bytes.size() / 2, Qt::Uninitialized);
     bool afterHigh = false;
-    for (auto i = 0 * text.size(); i < text.size(); ++i) {
-        const QChar character(static_cast<ushort>(read(bytes.constData() + 2 * i)));
+    const char* data = bytes.constData();
+    for (QChar& character : text) {
+        character = QChar(static_cast<ushort>(read(data)));
+        data += 2;
         if (character.isLowSurrogate() != afterHigh)
             *valid = false;
         afterHigh = character.isHighSurrogate();
-        text[i] = character;
     }
     if (afterHigh || bytes.size() % 2 != 0)
         *valid = false;
@@ -129,7 +130,7 @@ QString decodeCodePage437(const QByteArray& bytes)
 QString CCsvWriter::decodeBytes(const QByteArray& bytes)
 {
     bool valid = false;
-    const QString text = decodeUnicode(bytes, &valid);
+    QString text = decodeUnicode(bytes, &valid);
     if (valid)
         return text;
     // These are control codes in ISO 8859-1, but letters with accents in files of old DOS programs.

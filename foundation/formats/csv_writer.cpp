@@ -16,8 +16,8 @@ namespace {
 constexpr QLatin1Char quote('"');
 constexpr QLatin1Char lineFeed('\n');
 // Lines are gathered up to about this size before they go to the stream, which is slow with small pieces.
-constexpr int gatheredCharacters = 8192;
-constexpr int lineCapacity = 256; // to start with
+constexpr qsizetype gatheredCharacters = 8192;
+constexpr qsizetype lineCapacity = 256; // to start with
 
 // Whether a text holds one of three characters, eight at a time where the compiler can: nearly all cells hold none, and
 // looking is most of what writing a cell costs.

@@ -26,7 +26,7 @@ public:
     const unsigned char* bytes() const { return m_bytes; }
 
 private:
-    unsigned char m_bytes[size];
+    unsigned char m_bytes[size] = {};
 };
 
 struct ContextDeleter

@@ -28,7 +28,7 @@ void CSignalingServerAppSide::setAuthorities(const QStringList& authorities)
 }
 
 bool CSignalingServerAppSide::getGatewaysInfo(const QNetworkReply* reply, const QByteArray& body,
-                                              QMap<CDeviceId, QString>& gateways)
+                                              QMap<CDeviceId, QString>& gateways) const
 {
     QJsonObject object;
     if (!checkReply(reply, body, object))

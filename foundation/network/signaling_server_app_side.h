@@ -23,5 +23,5 @@ public:
     /// Reads from an answer where each gateway can be reached; gateways that the service does not know are not in it. A
     /// name that is no device id counts as the invalid id. False, and the map left alone, for an answer that cannot be
     /// trusted or read.
-    bool getGatewaysInfo(const QNetworkReply* reply, const QByteArray& body, QMap<CDeviceId, QString>& gateways);
+    bool getGatewaysInfo(const QNetworkReply* reply, const QByteArray& body, QMap<CDeviceId, QString>& gateways) const;
 };

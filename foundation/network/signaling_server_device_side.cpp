@@ -29,7 +29,7 @@ QNetworkReply* CSignalingServerDeviceSide::sendData()
 }
 
 bool CSignalingServerDeviceSide::getSoftwareInfo(const QNetworkReply* reply, const QByteArray& body,
-                                                 QString& authorityList)
+                                                 QString& authorityList) const
 {
     QJsonObject object;
     if (!checkReply(reply, body, object))

@@ -21,7 +21,7 @@ public:
 
     /// Reads from an answer which authorities the device is to accept, separated by blanks; empty when it names none.
     /// False, and the list left alone, for an answer that cannot be trusted or read.
-    bool getSoftwareInfo(const QNetworkReply* reply, const QByteArray& body, QString& authorityList);
+    bool getSoftwareInfo(const QNetworkReply* reply, const QByteArray& body, QString& authorityList) const;
 
 private:
     QJsonArray m_interfaces;
