@@ -90,23 +90,365 @@ class TestSmtpClient : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
     void cleanupTestCase() { qInstallMessageHandler(nullptr); }
 
-    void readsReplies();
-    void readsSettings();
-    void sendsMail_data();
-    void sendsMail();
-    void failingSteps_data();
-    void failingSteps();
-    void encrypts_data();
-    void encrypts();
-    void refusesInjection();
-    void endsEarly();
-    void lifetimes();
-    void realServer_data();
-    void realServer();
+    void initTestCase()
+    {
+        auto& random = *QRandomGenerator::global();
+        QTcpServer probe;
+        do
+            m_address = QHostAddress(0x7F000001U + (random.generate() & 0xFFFFF0U)).toString();
+        while (!probe.listen(QHostAddress(m_address), 2525));
+
+        QProcess openssl;
+        openssl.setWorkingDirectory(m_dir.path());
+        const QString request =
+            QStringLiteral("req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem -days 2 "
+                           "-subj /CN=mail -addext subjectAltName=IP:");
+        openssl.start(QStringLiteral("openssl"), QString(request + m_address).split(QLatin1Char(' ')));
+        QVERIFY(openssl.waitForFinished() && openssl.exitCode() == 0);
+        QFile certificate(m_dir.filePath(QStringLiteral("cert.pem")));
+        QFile key(m_dir.filePath(QStringLiteral("key.pem")));
+        QVERIFY(certificate.open(QIODevice::ReadOnly) && key.open(QIODevice::ReadOnly));
+        m_certificate = QSslCertificate(&certificate);
+        m_key = QSslKey(&key, QSsl::Rsa);
+        QVERIFY(!m_certificate.isNull() && !m_key.isNull());
+        qInstallMessageHandler(keepLog);
+    }
+
+    void init()
+    {
+        m_server = std::make_unique<FarEnd>();
+        QVERIFY(m_server->listen(QHostAddress(m_address), 2525));
+        makeClient();
+        logged.clear();
+    }
+
+    void readsReplies()
+    {
+        const QByteArray stream = "220 hi\r\n\r\n250-a\r\n250-b c\r\n250 d\r\n354\r\nokay x\r\n250 \xC3\xBC\n";
+        const QString expected = QStringLiteral("220 hi|250-a,250-b c,250 d|354|okay x,250 \u00FC");
+        for (int first = 0; first < stream.size(); ++first) {
+            for (int second = first; second < stream.size(); ++second) {
+                CSmtpReplyReader reader;
+                QStringList replies;
+                QStringList lines;
+                for (const QByteArray& piece :
+                     {stream.left(first), stream.mid(first, second - first), stream.mid(second)}) {
+                    reader.feed(piece);
+                    while (reader.next(&lines) == CSmtpReplyReader::Complete)
+                        replies += lines.join(QLatin1Char(','));
+                }
+                QCOMPARE(replies.join(QLatin1Char('|')), expected);
+            }
+        }
+        const auto lastResult = [](const QByteArray& bytes) {
+            CSmtpReplyReader reader;
+            QStringList lines;
+            reader.feed(bytes);
+            return reader.next(&lines);
+        };
+        const QByteArray line = "250 " + QByteArray(CSmtpReplyReader::maxLineLength - 4, 'x');
+        QCOMPARE(lastResult(line + "\r\n"), CSmtpReplyReader::Complete);
+        QCOMPARE(lastResult(line + "x\r\n"), CSmtpReplyReader::TooLong);
+        QCOMPARE(lastResult(line + "xx"), CSmtpReplyReader::TooLong);
+        QCOMPARE(lastResult(QByteArray("250-x\r\n").repeated(60000)), CSmtpReplyReader::TooLong);
+    }
+
+    void readsSettings()
+    {
+        const QList<QPair<const char*, int>> settings{{" %1 ", 587},      {"%1:0", 587},
+                                                      {"%1:70000", 587},  {"%1 : 25 [x]", 25},
+                                                      {"%1:2525[", 2525}, {"%1:465 [ Verify_None ]", 465}};
+        for (const auto& [setting, port] : settings) {
+            m_server = std::make_unique<FarEnd>();
+            if (!m_server->listen(QHostAddress(m_address), quint16(port)))
+                continue; // takes more rights
+            CSmtpClient client(account, {}, QString::fromLatin1(setting).arg(m_address),
+                               QStringLiteral("http://[fe80::1%25a%0D%0ARSET]"));
+            QVERIFY(client.checkServerSettings());
+            QVERIFY(m_server->inject(port == 465 ? "" : "220 hi\r\n"));
+            QVERIFY2(m_server->expect(port == 465 ? "\x16\x03" : "EHLO localhost\r\n"), setting);
+        }
+    }
+
+    void sendsMail_data()
+    {
+        QTest::addColumn<int>("pieceSize");
+        for (const int size : {1, 2, 3, 5, 1000})
+            QTest::addRow("replies in pieces of %d", size) << size;
+    }
+
+    void sendsMail()
+    {
+        QFETCH(int, pieceSize);
+        m_server->pieceSize = pieceSize;
+        QVERIFY(m_smtp->sendMail(QStringLiteral(" ann@example.com;bob@example.com, "),
+                                 "Subject: x\n\n.\r\n..a\rb.\r\n.\n"));
+        QCOMPARE(QAbstractEventDispatcher::instance()
+                     ->registeredTimers(m_smtp.get())
+                     .value(0, {0, 0, Qt::CoarseTimer})
+                     .interval,
+                 10000);
+        QVERIFY(m_server->talk(Dialogue{"220-hi\r\n220 there\r\n", hello, "250-x\r\n250 8BITMIME\r\n"} + mailTo
+                               + Dialogue{"250 ok\r\n", "RCPT TO:<bob@example.com>\r\n", "250 ok\r\n", "DATA\r\n",
+                                          "354 go\r\n", "Subject: x\r\n\r\n..\r\n...a\r\nb.\r\n..\r\n.\r\n",
+                                          "250 ok\r\n", "Quit\r\n"}));
+        auto* socket = m_smtp->findChild<QSslSocket*>();
+        QVERIFY(socket && socket->socketOption(QAbstractSocket::LowDelayOption).toInt() == 1);
+        QVERIFY(m_finished->isEmpty() && m_server->inject("221 bye\r\n"));
+        QCOMPARE(error(), QString());
+        QVERIFY(
+            logged.endsWith("CSmtpClient: Send e-mail to 'ann@example.com, bob@example.com' finished successfully\n"));
+        QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(m_smtp.get()).isEmpty());
+
+        QTRY_VERIFY(!m_server->socket);
+        QVERIFY(m_smtp->checkServerSettings());
+        QVERIFY(
+            m_server->talk(greeted
+                           + Dialogue{"250 ok\r\n", mailTo.at(0), "250 ok\r\n", "RCPT TO:<postmaster@example.com>\r\n",
+                                      "250 ok\r\n", "Quit\r\n", "221 bye\r\n"}));
+        QCOMPARE(error(), QString());
+        QVERIFY(logged.endsWith("CSmtpClient: Verify e-mail settings finished successfully\n"));
+    }
+
+    void failingSteps_data()
+    {
+        QTest::addColumn<QList<QByteArray>>("dialogue");
+        QTest::addColumn<QString>("wanted");
+        QTest::addColumn<QString>("step");
+        const Dialogue accepted = greeted + Dialogue{"250 ok\r\n"} + mailTo;
+        const Dialogue sent = accepted + Dialogue{"250 ok\r\n", "DATA\r\n", "354 go\r\n", "x\r\n.\r\n"};
+        const auto row = [](const char* name, const Dialogue& dialogue, const QString& wanted, const char* step) {
+            QTest::newRow(name) << dialogue << wanted << step;
+        };
+        const auto server = [](const char* text) { return QStringLiteral("Server (%1)").arg(QLatin1String(text)); };
+        row("greeting", {"554-no\r\n554 go\x1b away\r\n"}, server("554 go  away"), "connection");
+        row("STARTTLS", beforeTls + Dialogue{"454 no\r\n"}, server("454 no"), "STARTTLS");
+        row("no TLS", beforeTls + Dialogue{"220 go\r\n250 x\r\nplain", "\x16", ""}, connectionLost, "TLS handshake");
+        row("recipient", accepted + Dialogue{"550 unknown\r\n"}, server("550 unknown"), "recipients");
+        row("early reply", accepted + Dialogue{"250 ok\r\n250 early\r\n"}, server("250 early"), "DATA");
+        row("message", sent + Dialogue{"552 full\r\n"}, server("552 full"), "message");
+        row("lost at the end", sent + Dialogue{"250 ok\r\n", "Quit\r\n", ""}, connectionLost, "leave-taking");
+        row("endless line", {"220 " + QByteArray(70000, 'x')}, QStringLiteral("The reply of the server is too long."),
+            "connection");
+    }
+
+    void failingSteps()
+    {
+        QFETCH(QList<QByteArray>, dialogue);
+        QFETCH(QString, wanted);
+        QFETCH(QString, step);
+        QVERIFY(m_smtp->sendMail(recipient, "x"));
+        QVERIFY(m_server->talk(dialogue));
+        if (dialogue.last().isEmpty())
+            m_server->socket->abort();
+        QCOMPARE(error(), wanted);
+        QVERIFY2(logged.contains("failed in step \"" + step.toUtf8() + '"'), logged.constData());
+        QVERIFY(logged.endsWith("CSmtpClient: Send e-mail to 'ann@example.com' failed: " + wanted.toUtf8() + '\n'));
+    }
+
+    void encrypts_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::addColumn<QList<QByteArray>>("dialogue"); // within TLS
+        QTest::addColumn<QString>("wanted");
+        const QString tolerant = QStringLiteral("[VERIFY_NONE]");
+        const QByteArray plain = QByteArray('\0' + account.toUtf8() + '\0' + password.toUtf8()).toBase64() + "\r\n";
+        const QByteArray name = account.toUtf8().toBase64() + "\r\n";
+        const QByteArray secret = password.toUtf8().toBase64() + "\r\n";
+        const Dialogue rest = Dialogue{"235 in\r\n"} + mailTo + Dialogue{"550 enough\r\n"};
+        const QString enough = QStringLiteral("Server (550 enough)");
+        QTest::newRow("PLAIN before LOGIN")
+            << tolerant
+            << Dialogue{hello, "250-AUTH LOGIN PLAIN\r\n250 x\r\n", "AUTH PLAIN\r\n", "334 \r\n", plain} + rest
+            << enough;
+        QTest::newRow("LOGIN")
+            << tolerant
+            << Dialogue{hello, "250 AUTH CRAM-MD5 LOGIN\r\n", "AUTH LOGIN\r\n", "334 user\r\n", name, "334 pass\r\n",
+                        secret}
+                   + rest
+            << enough;
+        QTest::newRow("repeated credentials")
+            << tolerant << Dialogue{hello, "250 AUTH PLAIN\r\n", "AUTH PLAIN\r\n", "334\r\n", plain, "535 no: " + plain}
+            << QStringLiteral("Server (535 no: ***)");
+        QTest::newRow("unknown methods") << tolerant << Dialogue{hello, "250 AUTH CRAM-MD5 GSSAPI\r\n"}
+                                         << QStringLiteral(
+                                                "Authorization protocols not yet supported: CRAM-MD5 GSSAPI");
+        QTest::newRow("unknown certificate")
+            << QString() << Dialogue() << QSslError(QSslError::SelfSignedCertificate).errorString();
+    }
+
+    void encrypts()
+    {
+        QFETCH(QString, options);
+        QFETCH(QList<QByteArray>, dialogue);
+        QFETCH(QString, wanted);
+        makeClient(password, options);
+        QVERIFY(m_smtp->sendMail(recipient, "x"));
+        // The bytes behind the answer were not sent by the one who owns the certificate.
+        QVERIFY(m_server->talk(beforeTls + Dialogue{"220 go\r\n250 AUTH LOGIN\r\n334 evil\r\n25"}));
+        m_server->socket->setLocalCertificate(m_certificate);
+        m_server->socket->setPrivateKey(m_key);
+        m_server->socket->startServerEncryption();
+        QVERIFY(m_server->talk(dialogue, true));
+        QCOMPARE(error(), wanted);
+        QVERIFY(m_server->received.isEmpty());
+        QVERIFY2(logged.contains("CSmtpClient: dropped 28 bytes"), logged.constData());
+        QVERIFY2(!logged.contains(password.toUtf8()) && !logged.contains(password.toUtf8().toBase64()),
+                 logged.constData());
+    }
+
+    void refusesInjection()
+    {
+        for (const QString& trick : {QStringLiteral("a@b\r\nRSET"), QStringLiteral("a@b\u0085"),
+                                     QStringLiteral("a@b\u2028c"), QStringLiteral("<a@b"), QStringLiteral("a b")}) {
+            CSmtpClient client(trick, {}, m_address + QStringLiteral(":2525"), {});
+            QVERIFY(!client.checkServerSettings() && !client.sendMail(recipient, "x"));
+            QVERIFY(trick.contains(QLatin1Char(' ')) || !m_smtp->sendMail(recipient + QLatin1Char(',') + trick, "x"));
+            QVERIFY(logged.contains("refused an account that holds a")
+                    && logged.contains("refused a recipient that holds a"));
+        }
+        QVERIFY(!m_smtp->sendMail(QStringLiteral(" ,; "), "x"));
+        QVERIFY(!m_smtp->sendDefaultTemplateMail(QString(), QStringLiteral("x"), {}, {}));
+        QVERIFY(!CSmtpClient(account, {}, QStringLiteral(" :25"), {}).checkServerSettings());
+    }
+
+    void endsEarly()
+    {
+        QVERIFY(m_smtp->sendMail(recipient, "x"));
+        QVERIFY(!m_smtp->sendMail(recipient, "y") && !m_smtp->checkServerSettings()); // and the first one goes on
+        QVERIFY(m_server->talk(greeted + Dialogue{"250 ok\r\n", mailTo.at(0)}));
+        QTimerEvent timeout(QAbstractEventDispatcher::instance()
+                                ->registeredTimers(m_smtp.get())
+                                .value(0, {0, 0, Qt::CoarseTimer})
+                                .timerId);
+        QCoreApplication::sendEvent(m_smtp.get(), &timeout);
+        QCOMPARE(error(), QStringLiteral("Timeout"));
+
+        QTRY_VERIFY(!m_server->socket);
+        makeClient(password);
+        QVERIFY(m_smtp->sendMail(recipient, "x"));
+        QVERIFY(m_server->talk(greeted + Dialogue{"250 AUTH PLAIN\r\n"}));
+        QCOMPARE(error(), QStringLiteral("We do not want to authenticate on an unencrypted connection."));
+
+        m_server->close();
+        QVERIFY(m_smtp->checkServerSettings());
+        QCOMPARE(error(), connectionLost);
+    }
+
+    void lifetimes()
+    {
+        // The next run starts in the slot; at its end the client deletes itself, while the far end is still sending.
+        QPointer<CSmtpClient> smtp = m_smtp.release();
+        int ends = 0;
+        connect(smtp.data(), &CSmtpClient::finished, this, [&] {
+            if (++ends == 1)
+                QVERIFY(smtp->checkServerSettings());
+            else
+                delete smtp;
+        });
+        QVERIFY(smtp->checkServerSettings());
+        QVERIFY(m_server->inject("554 no\r\n220 late\r\n"));
+        const QSslSocket* first = m_server->socket;
+        QTRY_VERIFY(ends == 1 && m_server->socket && m_server->socket != first);
+        QVERIFY(m_server->talk(greeted + Dialogue{"554 no\r\n250 late\r\n250 later\r\n"}));
+        QTRY_VERIFY(!smtp && !m_server->socket);
+        QCOMPARE(ends, 2);
+
+        makeClient();
+        QVERIFY(m_smtp->checkServerSettings());
+        QVERIFY(m_server->talk(greeted));
+        m_smtp.reset();
+        QTRY_VERIFY(!m_server->socket);
+        QVERIFY(m_finished->isEmpty());
+    }
+
+    void realServer_data()
+    {
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<QString>("mechanism");
+        QTest::newRow("STARTTLS, PLAIN") << "starttls"
+                                         << "PLAIN";
+        QTest::newRow("STARTTLS, LOGIN") << "starttls"
+                                         << "LOGIN";
+        QTest::newRow("implicit TLS, PLAIN") << "implicit"
+                                             << "PLAIN";
+        QTest::newRow("plain text, no password") << "plain"
+                                                 << "PLAIN";
+    }
+
+    void realServer()
+    {
+        QFETCH(QString, mode);
+        QFETCH(QString, mechanism);
+        m_server.reset();
+        QProcess server;
+        server.start(QStringLiteral("/usr/bin/python3"),
+                     {QStringLiteral(KYR_TEST_DIR "/smtp_server.py"), m_address,
+                      mode == QLatin1String("implicit") ? QStringLiteral("0") : QStringLiteral("2525"), mode, mechanism,
+                      m_dir.filePath(QStringLiteral("cert.pem")), m_dir.filePath(QStringLiteral("key.pem"))});
+        while (!server.canReadLine() && server.waitForReadyRead(6000)) {
+        }
+        const QString port = QString::fromLatin1(server.readLine().trimmed());
+        const QByteArray trouble = server.readAllStandardError();
+        if (port.isEmpty() && (server.error() == QProcess::FailedToStart || trouble.contains("named 'aiosmtpd'")))
+            QSKIP("python3-aiosmtpd is missing");
+        QVERIFY2(port.toInt() > 0, trouble.constData());
+
+        const QSslConfiguration before = QSslConfiguration::defaultConfiguration();
+        QSslConfiguration trusting = before;
+        trusting.setCaCertificates({m_certificate});
+        QSslConfiguration::setDefaultConfiguration(trusting);
+        const bool plain = mode == QLatin1String("plain");
+        m_smtp = std::make_unique<CSmtpClient>(account, plain ? QString() : password,
+                                               m_address + QLatin1Char(':') + port, QString());
+        m_finished = std::make_unique<QSignalSpy>(m_smtp.get(), &CSmtpClient::finished);
+        const QString subject =
+            QString::fromUtf8("Tür 3 geöffnet 🔑 <${MESSAGE}> — ein Betreff über mehrere Zeilen\nBcc: x");
+        const QString preheader = QString::fromUtf8("Vorschau 😀");
+        const QString message = QString::fromUtf8(".\r\n..Grüße an alle,\rdie Tür ist offen. \n.\nfrom: me\n")
+                                + QString(200, QLatin1Char('.'));
+        QVERIFY(m_smtp->sendDefaultTemplateMail(QStringLiteral("ann@example.com bob@example.com"), subject, preheader,
+                                                message));
+        const QString outcome = error();
+        QSslConfiguration::setDefaultConfiguration(before);
+        QCOMPARE(outcome, QString());
+
+        while (!server.canReadLine() && server.waitForReadyRead(6000)) {
+        }
+        const QJsonObject mail = QJsonDocument::fromJson(server.readLine()).object();
+        server.kill();
+        server.waitForFinished();
+        const auto lineEndsUnified = [](QString text) {
+            return text.replace(QLatin1String("\r\n"), QLatin1String("\n"))
+                .replace(QLatin1Char('\r'), QLatin1Char('\n'))
+                .trimmed();
+        };
+        QFile page(QStringLiteral(":/email_template_default.html"));
+        QVERIFY(page.open(QIODevice::ReadOnly));
+        QString html = QString::fromUtf8(page.readAll());
+        QVERIFY(html.contains(QLatin1String("${HEADER}")));
+        html.replace(QLatin1String("${MESSAGE}"), message).replace(QLatin1String("${PREHEADER}"), preheader);
+        html.replace(QLatin1String("${HEADER}"), subject);
+        const QJsonObject expected{
+            {QStringLiteral("user"), plain ? QString() : account},
+            {QStringLiteral("sender"), account},
+            {QStringLiteral("recipients"), QJsonArray({recipient, QStringLiteral("bob@example.com")})},
+            {QStringLiteral("encrypted"), !plain},
+            {QStringLiteral("from"), account},
+            {QStringLiteral("to"), QStringLiteral("ann@example.com, bob@example.com")},
+            {QStringLiteral("subject"), QString(subject).replace(QLatin1Char('\n'), QLatin1Char(' '))},
+            {QStringLiteral("dated"), true},
+            {QStringLiteral("type"), QStringLiteral("multipart/alternative")},
+            {QStringLiteral("text"), lineEndsUnified(QString(message + QStringLiteral("\n\n") + preheader))},
+            {QStringLiteral("html"), lineEndsUnified(html)},
+            {QStringLiteral("defects"), QJsonArray()},
+        };
+        for (auto it = expected.begin(); it != expected.end(); ++it)
+            QCOMPARE(mail.value(it.key()), it.value());
+        QVERIFY(!logged.contains(password.toUtf8()) && !logged.contains(password.toUtf8().toBase64()));
+    }
 
 private:
     void makeClient(const QString& secret = {}, const QString& options = {})
@@ -130,356 +472,6 @@ private:
     QSslCertificate m_certificate;
     QSslKey m_key;
 };
-
-void TestSmtpClient::initTestCase()
-{
-    auto& random = *QRandomGenerator::global();
-    QTcpServer probe;
-    do
-        m_address = QHostAddress(0x7F000001U + (random.generate() & 0xFFFFF0U)).toString();
-    while (!probe.listen(QHostAddress(m_address), 2525));
-
-    QProcess openssl;
-    openssl.setWorkingDirectory(m_dir.path());
-    const QString request = QStringLiteral("req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem -days 2 "
-                                           "-subj /CN=mail -addext subjectAltName=IP:");
-    openssl.start(QStringLiteral("openssl"), QString(request + m_address).split(QLatin1Char(' ')));
-    QVERIFY(openssl.waitForFinished() && openssl.exitCode() == 0);
-    QFile certificate(m_dir.filePath(QStringLiteral("cert.pem")));
-    QFile key(m_dir.filePath(QStringLiteral("key.pem")));
-    QVERIFY(certificate.open(QIODevice::ReadOnly) && key.open(QIODevice::ReadOnly));
-    m_certificate = QSslCertificate(&certificate);
-    m_key = QSslKey(&key, QSsl::Rsa);
-    QVERIFY(!m_certificate.isNull() && !m_key.isNull());
-    qInstallMessageHandler(keepLog);
-}
-
-void TestSmtpClient::init()
-{
-    m_server = std::make_unique<FarEnd>();
-    QVERIFY(m_server->listen(QHostAddress(m_address), 2525));
-    makeClient();
-    logged.clear();
-}
-
-void TestSmtpClient::readsReplies()
-{
-    const QByteArray stream = "220 hi\r\n\r\n250-a\r\n250-b c\r\n250 d\r\n354\r\nokay x\r\n250 \xC3\xBC\n";
-    const QString expected = QStringLiteral("220 hi|250-a,250-b c,250 d|354|okay x,250 \u00FC");
-    for (int first = 0; first < stream.size(); ++first) {
-        for (int second = first; second < stream.size(); ++second) {
-            CSmtpReplyReader reader;
-            QStringList replies;
-            QStringList lines;
-            for (const QByteArray& piece :
-                 {stream.left(first), stream.mid(first, second - first), stream.mid(second)}) {
-                reader.feed(piece);
-                while (reader.next(&lines) == CSmtpReplyReader::Complete)
-                    replies += lines.join(QLatin1Char(','));
-            }
-            QCOMPARE(replies.join(QLatin1Char('|')), expected);
-        }
-    }
-    const auto lastResult = [](const QByteArray& bytes) {
-        CSmtpReplyReader reader;
-        QStringList lines;
-        reader.feed(bytes);
-        return reader.next(&lines);
-    };
-    const QByteArray line = "250 " + QByteArray(CSmtpReplyReader::maxLineLength - 4, 'x');
-    QCOMPARE(lastResult(line + "\r\n"), CSmtpReplyReader::Complete);
-    QCOMPARE(lastResult(line + "x\r\n"), CSmtpReplyReader::TooLong);
-    QCOMPARE(lastResult(line + "xx"), CSmtpReplyReader::TooLong);
-    QCOMPARE(lastResult(QByteArray("250-x\r\n").repeated(60000)), CSmtpReplyReader::TooLong);
-}
-
-void TestSmtpClient::readsSettings()
-{
-    const QList<QPair<const char*, int>> settings{{" %1 ", 587},      {"%1:0", 587},
-                                                  {"%1:70000", 587},  {"%1 : 25 [x]", 25},
-                                                  {"%1:2525[", 2525}, {"%1:465 [ Verify_None ]", 465}};
-    for (const auto& [setting, port] : settings) {
-        m_server = std::make_unique<FarEnd>();
-        if (!m_server->listen(QHostAddress(m_address), quint16(port)))
-            continue; // takes more rights
-        CSmtpClient client(account, {}, QString::fromLatin1(setting).arg(m_address),
-                           QStringLiteral("http://[fe80::1%25a%0D%0ARSET]"));
-        QVERIFY(client.checkServerSettings());
-        QVERIFY(m_server->inject(port == 465 ? "" : "220 hi\r\n"));
-        QVERIFY2(m_server->expect(port == 465 ? "\x16\x03" : "EHLO localhost\r\n"), setting);
-    }
-}
-
-void TestSmtpClient::sendsMail_data()
-{
-    QTest::addColumn<int>("pieceSize");
-    for (const int size : {1, 2, 3, 5, 1000})
-        QTest::addRow("replies in pieces of %d", size) << size;
-}
-
-void TestSmtpClient::sendsMail()
-{
-    QFETCH(int, pieceSize);
-    m_server->pieceSize = pieceSize;
-    QVERIFY(
-        m_smtp->sendMail(QStringLiteral(" ann@example.com;bob@example.com, "), "Subject: x\n\n.\r\n..a\rb.\r\n.\n"));
-    QCOMPARE(
-        QAbstractEventDispatcher::instance()->registeredTimers(m_smtp.get()).value(0, {0, 0, Qt::CoarseTimer}).interval,
-        10000);
-    QVERIFY(
-        m_server->talk(Dialogue{"220-hi\r\n220 there\r\n", hello, "250-x\r\n250 8BITMIME\r\n"} + mailTo
-                       + Dialogue{"250 ok\r\n", "RCPT TO:<bob@example.com>\r\n", "250 ok\r\n", "DATA\r\n", "354 go\r\n",
-                                  "Subject: x\r\n\r\n..\r\n...a\r\nb.\r\n..\r\n.\r\n", "250 ok\r\n", "Quit\r\n"}));
-    auto* socket = m_smtp->findChild<QSslSocket*>();
-    QVERIFY(socket && socket->socketOption(QAbstractSocket::LowDelayOption).toInt() == 1);
-    QVERIFY(m_finished->isEmpty() && m_server->inject("221 bye\r\n"));
-    QCOMPARE(error(), QString());
-    QVERIFY(logged.endsWith("CSmtpClient: Send e-mail to 'ann@example.com, bob@example.com' finished successfully\n"));
-    QVERIFY(QAbstractEventDispatcher::instance()->registeredTimers(m_smtp.get()).isEmpty());
-
-    QTRY_VERIFY(!m_server->socket);
-    QVERIFY(m_smtp->checkServerSettings());
-    QVERIFY(m_server->talk(greeted
-                           + Dialogue{"250 ok\r\n", mailTo.at(0), "250 ok\r\n", "RCPT TO:<postmaster@example.com>\r\n",
-                                      "250 ok\r\n", "Quit\r\n", "221 bye\r\n"}));
-    QCOMPARE(error(), QString());
-    QVERIFY(logged.endsWith("CSmtpClient: Verify e-mail settings finished successfully\n"));
-}
-
-void TestSmtpClient::failingSteps_data()
-{
-    QTest::addColumn<QList<QByteArray>>("dialogue");
-    QTest::addColumn<QString>("wanted");
-    QTest::addColumn<QString>("step");
-    const Dialogue accepted = greeted + Dialogue{"250 ok\r\n"} + mailTo;
-    const Dialogue sent = accepted + Dialogue{"250 ok\r\n", "DATA\r\n", "354 go\r\n", "x\r\n.\r\n"};
-    const auto row = [](const char* name, const Dialogue& dialogue, const QString& wanted, const char* step) {
-        QTest::newRow(name) << dialogue << wanted << step;
-    };
-    const auto server = [](const char* text) { return QStringLiteral("Server (%1)").arg(QLatin1String(text)); };
-    row("greeting", {"554-no\r\n554 go\x1b away\r\n"}, server("554 go  away"), "connection");
-    row("STARTTLS", beforeTls + Dialogue{"454 no\r\n"}, server("454 no"), "STARTTLS");
-    row("no TLS", beforeTls + Dialogue{"220 go\r\n250 x\r\nplain", "\x16", ""}, connectionLost, "TLS handshake");
-    row("recipient", accepted + Dialogue{"550 unknown\r\n"}, server("550 unknown"), "recipients");
-    row("early reply", accepted + Dialogue{"250 ok\r\n250 early\r\n"}, server("250 early"), "DATA");
-    row("message", sent + Dialogue{"552 full\r\n"}, server("552 full"), "message");
-    row("lost at the end", sent + Dialogue{"250 ok\r\n", "Quit\r\n", ""}, connectionLost, "leave-taking");
-    row("endless line", {"220 " + QByteArray(70000, 'x')}, QStringLiteral("The reply of the server is too long."),
-        "connection");
-}
-
-void TestSmtpClient::failingSteps()
-{
-    QFETCH(QList<QByteArray>, dialogue);
-    QFETCH(QString, wanted);
-    QFETCH(QString, step);
-    QVERIFY(m_smtp->sendMail(recipient, "x"));
-    QVERIFY(m_server->talk(dialogue));
-    if (dialogue.last().isEmpty())
-        m_server->socket->abort();
-    QCOMPARE(error(), wanted);
-    QVERIFY2(logged.contains("failed in step \"" + step.toUtf8() + '"'), logged.constData());
-    QVERIFY(logged.endsWith("CSmtpClient: Send e-mail to 'ann@example.com' failed: " + wanted.toUtf8() + '\n'));
-}
-
-void TestSmtpClient::encrypts_data()
-{
-    QTest::addColumn<QString>("options");
-    QTest::addColumn<QList<QByteArray>>("dialogue"); // within TLS
-    QTest::addColumn<QString>("wanted");
-    const QString tolerant = QStringLiteral("[VERIFY_NONE]");
-    const QByteArray plain = QByteArray('\0' + account.toUtf8() + '\0' + password.toUtf8()).toBase64() + "\r\n";
-    const QByteArray name = account.toUtf8().toBase64() + "\r\n";
-    const QByteArray secret = password.toUtf8().toBase64() + "\r\n";
-    const Dialogue rest = Dialogue{"235 in\r\n"} + mailTo + Dialogue{"550 enough\r\n"};
-    const QString enough = QStringLiteral("Server (550 enough)");
-    QTest::newRow("PLAIN before LOGIN") << tolerant
-                                        << Dialogue{hello, "250-AUTH LOGIN PLAIN\r\n250 x\r\n", "AUTH PLAIN\r\n",
-                                                    "334 \r\n", plain}
-                                               + rest
-                                        << enough;
-    QTest::newRow("LOGIN")
-        << tolerant
-        << Dialogue{hello, "250 AUTH CRAM-MD5 LOGIN\r\n", "AUTH LOGIN\r\n", "334 user\r\n", name, "334 pass\r\n",
-                    secret}
-               + rest
-        << enough;
-    QTest::newRow("repeated credentials")
-        << tolerant << Dialogue{hello, "250 AUTH PLAIN\r\n", "AUTH PLAIN\r\n", "334\r\n", plain, "535 no: " + plain}
-        << QStringLiteral("Server (535 no: ***)");
-    QTest::newRow("unknown methods") << tolerant << Dialogue{hello, "250 AUTH CRAM-MD5 GSSAPI\r\n"}
-                                     << QStringLiteral("Authorization protocols not yet supported: CRAM-MD5 GSSAPI");
-    QTest::newRow("unknown certificate") << QString() << Dialogue()
-                                         << QSslError(QSslError::SelfSignedCertificate).errorString();
-}
-
-void TestSmtpClient::encrypts()
-{
-    QFETCH(QString, options);
-    QFETCH(QList<QByteArray>, dialogue);
-    QFETCH(QString, wanted);
-    makeClient(password, options);
-    QVERIFY(m_smtp->sendMail(recipient, "x"));
-    // The bytes behind the answer were not sent by the one who owns the certificate.
-    QVERIFY(m_server->talk(beforeTls + Dialogue{"220 go\r\n250 AUTH LOGIN\r\n334 evil\r\n25"}));
-    m_server->socket->setLocalCertificate(m_certificate);
-    m_server->socket->setPrivateKey(m_key);
-    m_server->socket->startServerEncryption();
-    QVERIFY(m_server->talk(dialogue, true));
-    QCOMPARE(error(), wanted);
-    QVERIFY(m_server->received.isEmpty());
-    QVERIFY2(logged.contains("CSmtpClient: dropped 28 bytes"), logged.constData());
-    QVERIFY2(!logged.contains(password.toUtf8()) && !logged.contains(password.toUtf8().toBase64()), logged.constData());
-}
-
-void TestSmtpClient::refusesInjection()
-{
-    for (const QString& trick : {QStringLiteral("a@b\r\nRSET"), QStringLiteral("a@b\u0085"),
-                                 QStringLiteral("a@b\u2028c"), QStringLiteral("<a@b"), QStringLiteral("a b")}) {
-        CSmtpClient client(trick, {}, m_address + QStringLiteral(":2525"), {});
-        QVERIFY(!client.checkServerSettings() && !client.sendMail(recipient, "x"));
-        QVERIFY(trick.contains(QLatin1Char(' ')) || !m_smtp->sendMail(recipient + QLatin1Char(',') + trick, "x"));
-        QVERIFY(logged.contains("refused an account that holds a")
-                && logged.contains("refused a recipient that holds a"));
-    }
-    QVERIFY(!m_smtp->sendMail(QStringLiteral(" ,; "), "x"));
-    QVERIFY(!m_smtp->sendDefaultTemplateMail(QString(), QStringLiteral("x"), {}, {}));
-    QVERIFY(!CSmtpClient(account, {}, QStringLiteral(" :25"), {}).checkServerSettings());
-}
-
-void TestSmtpClient::endsEarly()
-{
-    QVERIFY(m_smtp->sendMail(recipient, "x"));
-    QVERIFY(!m_smtp->sendMail(recipient, "y") && !m_smtp->checkServerSettings()); // and the first one goes on
-    QVERIFY(m_server->talk(greeted + Dialogue{"250 ok\r\n", mailTo.at(0)}));
-    QTimerEvent timeout(
-        QAbstractEventDispatcher::instance()->registeredTimers(m_smtp.get()).value(0, {0, 0, Qt::CoarseTimer}).timerId);
-    QCoreApplication::sendEvent(m_smtp.get(), &timeout);
-    QCOMPARE(error(), QStringLiteral("Timeout"));
-
-    QTRY_VERIFY(!m_server->socket);
-    makeClient(password);
-    QVERIFY(m_smtp->sendMail(recipient, "x"));
-    QVERIFY(m_server->talk(greeted + Dialogue{"250 AUTH PLAIN\r\n"}));
-    QCOMPARE(error(), QStringLiteral("We do not want to authenticate on an unencrypted connection."));
-
-    m_server->close();
-    QVERIFY(m_smtp->checkServerSettings());
-    QCOMPARE(error(), connectionLost);
-}
-
-void TestSmtpClient::lifetimes()
-{
-    // The next run starts in the slot; at its end the client deletes itself, while the far end is still sending.
-    QPointer<CSmtpClient> smtp = m_smtp.release();
-    int ends = 0;
-    connect(smtp.data(), &CSmtpClient::finished, this, [&] {
-        if (++ends == 1)
-            QVERIFY(smtp->checkServerSettings());
-        else
-            delete smtp;
-    });
-    QVERIFY(smtp->checkServerSettings());
-    QVERIFY(m_server->inject("554 no\r\n220 late\r\n"));
-    const QSslSocket* first = m_server->socket;
-    QTRY_VERIFY(ends == 1 && m_server->socket && m_server->socket != first);
-    QVERIFY(m_server->talk(greeted + Dialogue{"554 no\r\n250 late\r\n250 later\r\n"}));
-    QTRY_VERIFY(!smtp && !m_server->socket);
-    QCOMPARE(ends, 2);
-
-    makeClient();
-    QVERIFY(m_smtp->checkServerSettings());
-    QVERIFY(m_server->talk(greeted));
-    m_smtp.reset();
-    QTRY_VERIFY(!m_server->socket);
-    QVERIFY(m_finished->isEmpty());
-}
-
-void TestSmtpClient::realServer_data()
-{
-    QTest::addColumn<QString>("mode");
-    QTest::addColumn<QString>("mechanism");
-    QTest::newRow("STARTTLS, PLAIN") << "starttls"
-                                     << "PLAIN";
-    QTest::newRow("STARTTLS, LOGIN") << "starttls"
-                                     << "LOGIN";
-    QTest::newRow("implicit TLS, PLAIN") << "implicit"
-                                         << "PLAIN";
-    QTest::newRow("plain text, no password") << "plain"
-                                             << "PLAIN";
-}
-
-void TestSmtpClient::realServer()
-{
-    QFETCH(QString, mode);
-    QFETCH(QString, mechanism);
-    m_server.reset();
-    QProcess server;
-    server.start(QStringLiteral("/usr/bin/python3"),
-                 {QStringLiteral(KYR_TEST_DIR "/smtp_server.py"), m_address,
-                  mode == QLatin1String("implicit") ? QStringLiteral("0") : QStringLiteral("2525"), mode, mechanism,
-                  m_dir.filePath(QStringLiteral("cert.pem")), m_dir.filePath(QStringLiteral("key.pem"))});
-    while (!server.canReadLine() && server.waitForReadyRead(6000)) {
-    }
-    const QString port = QString::fromLatin1(server.readLine().trimmed());
-    const QByteArray trouble = server.readAllStandardError();
-    if (port.isEmpty() && (server.error() == QProcess::FailedToStart || trouble.contains("named 'aiosmtpd'")))
-        QSKIP("python3-aiosmtpd is missing");
-    QVERIFY2(port.toInt() > 0, trouble.constData());
-
-    const QSslConfiguration before = QSslConfiguration::defaultConfiguration();
-    QSslConfiguration trusting = before;
-    trusting.setCaCertificates({m_certificate});
-    QSslConfiguration::setDefaultConfiguration(trusting);
-    const bool plain = mode == QLatin1String("plain");
-    m_smtp = std::make_unique<CSmtpClient>(account, plain ? QString() : password, m_address + QLatin1Char(':') + port,
-                                           QString());
-    m_finished = std::make_unique<QSignalSpy>(m_smtp.get(), &CSmtpClient::finished);
-    const QString subject =
-        QString::fromUtf8("Tür 3 geöffnet 🔑 <${MESSAGE}> — ein Betreff über mehrere Zeilen\nBcc: x");
-    const QString preheader = QString::fromUtf8("Vorschau 😀");
-    const QString message =
-        QString::fromUtf8(".\r\n..Grüße an alle,\rdie Tür ist offen. \n.\nfrom: me\n") + QString(200, QLatin1Char('.'));
-    QVERIFY(m_smtp->sendDefaultTemplateMail(QStringLiteral("ann@example.com bob@example.com"), subject, preheader,
-                                            message));
-    const QString outcome = error();
-    QSslConfiguration::setDefaultConfiguration(before);
-    QCOMPARE(outcome, QString());
-
-    while (!server.canReadLine() && server.waitForReadyRead(6000)) {
-    }
-    const QJsonObject mail = QJsonDocument::fromJson(server.readLine()).object();
-    server.kill();
-    server.waitForFinished();
-    const auto lineEndsUnified = [](QString text) {
-        return text.replace(QLatin1String("\r\n"), QLatin1String("\n"))
-            .replace(QLatin1Char('\r'), QLatin1Char('\n'))
-            .trimmed();
-    };
-    QFile page(QStringLiteral(":/email_template_default.html"));
-    QVERIFY(page.open(QIODevice::ReadOnly));
-    QString html = QString::fromUtf8(page.readAll());
-    QVERIFY(html.contains(QLatin1String("${HEADER}")));
-    html.replace(QLatin1String("${MESSAGE}"), message).replace(QLatin1String("${PREHEADER}"), preheader);
-    html.replace(QLatin1String("${HEADER}"), subject);
-    const QJsonObject expected{
-        {QStringLiteral("user"), plain ? QString() : account},
-        {QStringLiteral("sender"), account},
-        {QStringLiteral("recipients"), QJsonArray({recipient, QStringLiteral("bob@example.com")})},
-        {QStringLiteral("encrypted"), !plain},
-        {QStringLiteral("from"), account},
-        {QStringLiteral("to"), QStringLiteral("ann@example.com, bob@example.com")},
-        {QStringLiteral("subject"), QString(subject).replace(QLatin1Char('\n'), QLatin1Char(' '))},
-        {QStringLiteral("dated"), true},
-        {QStringLiteral("type"), QStringLiteral("multipart/alternative")},
-        {QStringLiteral("text"), lineEndsUnified(QString(message + QStringLiteral("\n\n") + preheader))},
-        {QStringLiteral("html"), lineEndsUnified(html)},
-        {QStringLiteral("defects"), QJsonArray()},
-    };
-    for (auto it = expected.begin(); it != expected.end(); ++it)
-        QCOMPARE(mail.value(it.key()), it.value());
-    QVERIFY(!logged.contains(password.toUtf8()) && !logged.contains(password.toUtf8().toBase64()));
-}
 
 QTEST_GUILESS_MAIN(TestSmtpClient)
 #include "tst_smtp_client.moc"

@@ -1588,10 +1588,6 @@
         <translation>Über eine unverschlüsselte Verbindung melden wir uns nicht an.</translation>
     </message>
     <message>
-        <source>Authorization protocols not yet supported: </source>
-        <translation>Noch nicht unterstützte Anmeldeverfahren: </translation>
-    </message>
-    <message>
         <source>The remote host closed the connection.</source>
         <translation>Die Gegenstelle hat die Verbindung geschlossen.</translation>
     </message>

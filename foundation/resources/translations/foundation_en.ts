@@ -1588,10 +1588,6 @@
         <translation>We do not want to authenticate on an unencrypted connection.</translation>
     </message>
     <message>
-        <source>Authorization protocols not yet supported: </source>
-        <translation>Authorization protocols not yet supported: </translation>
-    </message>
-    <message>
         <source>The remote host closed the connection.</source>
         <translation>The remote host closed the connection.</translation>
     </message>

@@ -1588,10 +1588,6 @@
         <translation>Nous ne voulons pas nous authentifier sur une connexion non chiffrée.</translation>
     </message>
     <message>
-        <source>Authorization protocols not yet supported: </source>
-        <translation>Protocoles d&apos;authentification pas encore pris en charge : </translation>
-    </message>
-    <message>
         <source>The remote host closed the connection.</source>
         <translation>L&apos;hôte distant a fermé la connexion.</translation>
     </message>

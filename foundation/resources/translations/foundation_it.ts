@@ -1588,10 +1588,6 @@
         <translation>Non ci autentichiamo su una connessione non cifrata.</translation>
     </message>
     <message>
-        <source>Authorization protocols not yet supported: </source>
-        <translation>Protocolli di autenticazione non ancora supportati: </translation>
-    </message>
-    <message>
         <source>The remote host closed the connection.</source>
         <translation>L&apos;host remoto ha chiuso la connessione.</translation>
     </message>

@@ -1588,10 +1588,6 @@
         <translation>Wij melden ons niet aan via een onversleutelde verbinding.</translation>
     </message>
     <message>
-        <source>Authorization protocols not yet supported: </source>
-        <translation>Nog niet ondersteunde aanmeldprotocollen: </translation>
-    </message>
-    <message>
         <source>The remote host closed the connection.</source>
         <translation>De andere kant heeft de verbinding verbroken.</translation>
     </message>
