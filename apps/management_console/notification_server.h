@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QtCore/QHash>
+#include <QtCore/QJsonObject>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QVariant>
+#include <QtNetwork/QHostAddress>
+
+class CNotificationService;
+class NotificationClient;
+class QSslSocket;
+class QTcpSocket;
+class QWebSocketServer;
+
+/// Offers a notification service to WebSocket clients, in JSON-RPC 2.0 text frames.
+///
+///     NotificationServer server(service, token);
+///     connect(door, &FrontDoor::webSocketRequested, [&](QSslSocket* socket, const QByteArray& path) {
+///         if (path == NotificationServer::path())
+///             server.takeSocket(socket);
+///     });
+///     service.notifyObservers(QStringLiteral("Devices"), {{QStringLiteral("event"), QStringLiteral("came")}});
+///
+/// A client logs in first, then sends the service's methods. A request with an "id" is answered:
+///
+///     > {"jsonrpc":"2.0","id":1,"method":"login","params":["the token"]}
+///     < {"jsonrpc":"2.0","id":1,"result":true}
+///     > {"jsonrpc":"2.0","method":"registerObserver","params":[["Devices"]]}
+///     < {"jsonrpc":"2.0","method":"acknowledge","params":["registerObserver",[["Devices"]]],"seq":1}
+///     < {"jsonrpc":"2.0","method":"notify","params":["Devices",{"event":"came"}],"seq":2}
+///
+/// "seq" counts what the service had for this client since it logged in; a gap means that something was missed.
+///
+/// What a client has not read waits for it, up to MostQueued messages and MostQueuedCharacters. One that lags further
+/// is cut off at once, with a log line: it is forgotten, what waited is dropped, and the last it can read is "lagging"
+/// with the number of messages dropped, its "seq" behind theirs. If it does not even read that within PartingMs, the
+/// connection is aborted. Before log-in a client may send LongestLogin bytes and take LoginMs; at most MostStrangers
+/// wait for their log-in, the longest-waiting goes first. A wrong token ends the connection.
+class NotificationServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int MostStrangers = 64;
+    static constexpr int MostClients = 1000;
+    static constexpr int LoginMs = 5000;
+    static constexpr int LongestLogin = 4096;         ///< bytes
+    static constexpr int LongestMessage = 256 * 1024; ///< bytes, after log-in
+    static constexpr int MostQueued = 1000;
+    static constexpr int MostQueuedCharacters = 1024 * 1024;
+    static constexpr int PartingMs = 5000;
+
+    /// The request path of these WebSockets on a port that serves others, too.
+    static QByteArray path() { return QByteArrayLiteral("/notifications"); }
+
+    /// With an empty token nobody can log in. The service must outlive the server.
+    NotificationServer(CNotificationService& service, const QString& token, QObject* parent = nullptr);
+    ~NotificationServer() override;
+
+    /// Takes over a connection, TLS or not, whose WebSocket request has not been read.
+    void takeSocket(QTcpSocket* socket);
+    /// A port of its own, without TLS; for this machine only. 0 lets the system choose.
+    bool listen(quint16 port);
+    quint16 port() const;
+
+    /// Clients that are logged in, and connections that are not (yet, or no longer).
+    int clients() const { return m_clients.size(); }
+    int others() const;
+
+private:
+    void onConnection();
+    void onMessage(NotificationClient* client, const QString& text);
+    void onRequest(NotificationClient* client, const QJsonObject& request);
+    void login(NotificationClient* client, const QJsonObject& request);
+    void reply(NotificationClient* client, const QJsonValue& id, const QJsonObject& resultOrError);
+    void send(const QString& address, const QString& method, const QVariantList& params);
+    void cutOff(NotificationClient* client);
+    void forget(NotificationClient* client);
+
+    CNotificationService& m_service;
+    QByteArray m_tokenHash;
+    QWebSocketServer* m_server;
+    QHash<QString, NotificationClient*> m_clients;     // by address
+    QList<NotificationClient*> m_strangers;            // the longest-waiting first
+    QHash<QString, QPointer<QSslSocket>> m_tlsSockets; // taken over and not yet WebSockets, by peer
+    qint64 m_connections = 0;
+
+    // The text of the last message: many clients are sent the same one.
+    QString m_lastMethod;
+    QVariantList m_lastParams;
+    QString m_lastText;
+};
