@@ -15,6 +15,12 @@ namespace {
 constexpr TransportLink::Kind kinds[] = {TransportLink::Tcp, TransportLink::Tls, TransportLink::WebSocket,
                                          TransportLink::SecureWebSocket};
 
+#if defined(__SANITIZE_THREAD__)
+constexpr int bulkMessages = 160; // it watches each byte that is copied
+#else
+constexpr int bulkMessages = 1600;
+#endif
+
 // Bytes of a known stream: they follow from their position.
 constexpr int period = 65521;
 
@@ -41,8 +47,10 @@ struct StreamCheck
     {
         QObject::connect(transfer, signal, transfer, [this](const QByteArray& data) {
             ++pieces;
-            for (int at = 0; at < data.size(); at += period)
-                right = right && streamAt(position + at, qMin<int>(period, data.size() - at)) == data.mid(at, period);
+            for (int at = 0; at < data.size(); at += period) {
+                const int size = qMin<int>(period, data.size() - at);
+                right = right && streamAt(position + at, size) == QByteArray::fromRawData(data.constData() + at, size);
+            }
             position += data.size();
         });
     }
@@ -89,7 +97,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("messages");
         QTest::addColumn<int>("messageSize");
         for (const auto kind : kinds) {
-            QTest::addRow("%s, 100 MB", TransportLink::names[kind]) << kind << 1600 << 64 * 1024;
+            QTest::addRow("%s, bulk", TransportLink::names[kind]) << kind << bulkMessages << 64 * 1024;
             QTest::addRow("%s, small messages", TransportLink::names[kind]) << kind << 100000 << 10;
         }
     }
