@@ -1,0 +1,491 @@
+#include <foundation/core/json_parser.h>
+#include <foundation/network/connection_job.h>
+#include <foundation/network/connection_limits_p.h>
+#include <foundation/network/device_connector_app_side.h>
+#include <foundation/network/device_connector_device_side.h>
+
+#include <kyr_crypto/crypto_service.h>
+
+#include <support/device_certificates.h>
+#include <support/raw_web_socket.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QPointer>
+#include <QtCore/QRegularExpression>
+#include <QtNetwork/QNetworkAccessManager>
+#include <QtNetwork/QSslSocket>
+#include <QtNetwork/QTcpSocket>
+#include <QtNetwork/QUdpSocket>
+#include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
+#include <QtWebSockets/QWebSocket>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr char deviceInfo[] = "DISCOVERY RESULT DeviceInfo\r\nDeviceType: 41\r\nDeviceId: 12345\r\nSystemId: 1\r\n";
+constexpr char deviceQuery[] = "DISCOVERY GET DeviceInfo\r\nDeviceType: 41\r\nSystemId: 0\r\n";
+
+quint16 freePort()
+{
+    QTcpServer probe;
+    probe.listen();
+    return probe.serverPort();
+}
+
+// A device that takes over every socket it is offered, unless told to do something else with it.
+class Device : public CDeviceConnectorDeviceSide
+{
+public:
+    explicit Device(bool useSsl, QNetworkAccessManager* manager = nullptr)
+        : CDeviceConnectorDeviceSide(0, useSsl, manager)
+    {
+        setDeviceId(12345);
+        setDeviceType(41);
+        setSystemId(1);
+        connect(this, &CDeviceConnectorDeviceSide::isIncomingConnectionAccepted, this,
+                [this](bool& accepted) { accepted = welcome; });
+        connect(this, &CDeviceConnectorDeviceSide::newTcpConnectionToApplication, this,
+                [this](QTcpSocket* socket, bool outgoing) {
+                    sockets += outgoing ? "out" : "in";
+                    deed(socket);
+                });
+        connect(this, &CDeviceConnectorDeviceSide::newWebSocketConnectionToApplication, this,
+                [this](QWebSocket* socket, const QString& address) {
+                    sockets += address.toUtf8();
+                    deed(socket);
+                });
+    }
+
+    bool welcome = true;
+    QByteArrayList sockets;
+    QObject owner;
+    std::function<void(QObject*)> deed = [this](QObject* socket) { socket->setParent(&owner); };
+};
+
+// The application's end, byte for byte: plain TCP, and WebSocket on the same port.
+class RawApplication : public QTcpServer
+{
+public:
+    explicit RawApplication(const QByteArray& challenge = {})
+    {
+        listen(QHostAddress::Any);
+        connect(this, &QTcpServer::newConnection, this, [this, challenge] {
+            QTcpSocket* socket = nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket, challenge] { read(socket, challenge); });
+        });
+    }
+    QString url() const { return QStringLiteral("http://127.0.0.1:%1/").arg(serverPort()); }
+
+    QByteArrayList requestLines;
+    QByteArray received; // outside WebSockets
+    QByteArrayList answers;
+    QByteArray acceptance = RawWebSocket::frame(RawWebSocket::Binary, "OK", false);
+
+private:
+    void read(QTcpSocket* socket, const QByteArray& challenge)
+    {
+        QByteArray data = socket->readAll();
+        if (data.startsWith("GET ")) {
+            requestLines += data.left(data.indexOf('\r'));
+            const bool upgrade = data.contains("Upgrade: websocket");
+            socket->write(upgrade ? RawWebSocket::upgradeResponse(data)
+                                  : QByteArray("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"));
+            if (upgrade)
+                socket->write(RawWebSocket::frame(RawWebSocket::Binary, challenge, false));
+            socket->setProperty("web", upgrade);
+        } else if (socket->property("web").toBool()) {
+            const auto frames = RawWebSocket::takeFrames(data);
+            for (const auto& frame : frames) {
+                if (frame.first != RawWebSocket::Binary)
+                    continue;
+                answers += frame.second;
+                socket->write(acceptance);
+            }
+        } else {
+            received += data;
+        }
+    }
+};
+
+} // namespace
+
+class TestDeviceConnectorDeviceSide : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_own = m_authority.issue(QStringLiteral("000.123.457"));
+        QVERIFY(!m_own.chain.isEmpty());
+        m_plain = QSslConfiguration::defaultConfiguration();
+    }
+    void init()
+    {
+        ConnectionTiming::current() = ConnectionTiming();
+        QSslConfiguration::setDefaultConfiguration(m_own.configuration());
+    }
+    void cleanup() { QSslConfiguration::setDefaultConfiguration(m_plain); }
+
+    void answersAChallenge_data()
+    {
+        QTest::addColumn<quint32>("system");
+        QTest::addColumn<bool>("certificate");
+        QTest::addColumn<QByteArray>("requestLine");
+        QTest::newRow("signed") << 1u << true << QByteArray("GET /gw/000.123.457/41/0000.0011 HTTP/1.1");
+        QTest::newRow("no system, no certificate") << 0u << false << QByteArray("GET /gw/000.123.457/41 HTTP/1.1");
+    }
+    void answersAChallenge()
+    {
+        QFETCH(quint32, system);
+        QFETCH(bool, certificate);
+        QFETCH(QByteArray, requestLine);
+        if (!certificate)
+            QSslConfiguration::setDefaultConfiguration(m_plain);
+        QNetworkAccessManager manager;
+        Device device(false, &manager);
+        device.setSystemId(system);
+        RawApplication application(
+            "{\"random\": \"0123456789abcdef\", \"time\": \"2026-01-01T00:00:00Z\", \"more\": 7}");
+        // Large messages right behind the acceptance belong to the new owner, and reach it in their order.
+        const QByteArray large(100000, 'x');
+        application.acceptance += RawWebSocket::frame(RawWebSocket::Binary, large, false)
+                                  + RawWebSocket::frame(RawWebSocket::Text, "text", false)
+                                  + RawWebSocket::frame(RawWebSocket::Binary, "last", false);
+        QByteArrayList messages;
+        device.deed = [&](QObject* socket) {
+            socket->setParent(&device.owner);
+            connect(static_cast<QWebSocket*>(socket), &QWebSocket::binaryMessageReceived, this,
+                    [&](const QByteArray& message) { messages += message; });
+            connect(static_cast<QWebSocket*>(socket), &QWebSocket::textMessageReceived, this,
+                    [&](const QString& message) { messages += message.toUtf8(); });
+        };
+        QSignalSpy finished(&device, &CDeviceConnectorBase::connectToAddressesFinished);
+        device.connectToApplication({application.url()});
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        QCOMPARE(device.sockets, QByteArrayList{application.url().toUtf8()});
+        QCOMPARE(application.requestLines.last(), requestLine);
+        QTRY_COMPARE(messages, (QByteArrayList{large, "text", "last"}));
+        QTRY_VERIFY(device.findChildren<ConnectionJob*>().isEmpty());
+
+        QCOMPARE(application.answers.size(), 1);
+        const QVariantMap answer = CJsonParser::deserialize(QString::fromUtf8(application.answers[0]), nullptr, false);
+        const QString challengeText = answer[QStringLiteral("challenge")].toString();
+        const QVariantMap challenge = CJsonParser::deserialize(challengeText, nullptr, false);
+        QCOMPARE(challenge[QStringLiteral("random")].toString(), QStringLiteral("0123456789abcdef"));
+        QCOMPARE(challenge[QStringLiteral("deviceid")].toString(), QStringLiteral("000.123.457"));
+        QCOMPARE(challenge[QStringLiteral("serverip")].toString(), QStringLiteral("127.0.0.1"));
+        QCOMPARE(challenge[QStringLiteral("more")].toInt(), 7);
+        QVERIFY(qAbs(challenge[QStringLiteral("time")].toDateTime().secsTo(QDateTime::currentDateTimeUtc())) < 5);
+        QCOMPARE(answer.size(), certificate ? 3 : 1);
+        if (certificate) {
+            QCOMPARE(answer[QStringLiteral("certificate")].toByteArray(), m_own.certificate().toPem());
+            QVERIFY(CCryptoService::verifyRsaSign(
+                challengeText.toUtf8(), QByteArray::fromBase64(answer[QStringLiteral("signature")].toByteArray()),
+                m_own.certificate().publicKey().toDer()));
+        }
+    }
+
+    // What is no challenge gets no answer, and the job ends when its time is up.
+    void noChallenge_data()
+    {
+        QTest::addColumn<QByteArray>("challenge");
+        QTest::newRow("short random") << QByteArray("{\"random\": \"0123456\"}");
+        QTest::newRow("no random") << QByteArray("{\"time\": 5}");
+        QTest::newRow("no JSON") << QByteArray("hello");
+    }
+    void noChallenge()
+    {
+        QFETCH(QByteArray, challenge);
+        ConnectionTiming::current().step = 300;
+        QNetworkAccessManager manager;
+        Device device(false, &manager);
+        RawApplication application(challenge);
+        QSignalSpy finished(&device, &CDeviceConnectorBase::connectToAddressesFinished);
+        device.connectToApplication({application.url()});
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(!finished[0][0].toBool());
+        QVERIFY(application.answers.isEmpty() && device.sockets.isEmpty());
+    }
+
+    void callsByTcp()
+    {
+        Device device(false);
+        RawApplication application;
+        QSignalSpy finished(&device, &CDeviceConnectorBase::connectToAddressesFinished);
+        device.connectToApplication({QStringLiteral("127.0.0.1:%1").arg(application.serverPort())});
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        QCOMPARE(device.sockets, QByteArrayList{"out"});
+        QTRY_COMPARE(application.received, QByteArray(deviceInfo));
+        // An address without a port leads nowhere.
+        device.connectToApplication({QStringLiteral("127.0.0.1")});
+        QTRY_COMPARE(finished.count(), 2);
+        QVERIFY(!finished[1][0].toBool());
+    }
+
+    // The device says who it is in plain text and is the TLS server then, on connections that it opened itself, too.
+    void callsByTls()
+    {
+        Device device(true);
+        class : public QTcpServer
+        {
+        public:
+            void incomingConnection(qintptr descriptor) override
+            {
+                socket = new QSslSocket(this);
+                socket->setSocketDescriptor(descriptor);
+                connect(socket, &QSslSocket::readyRead, this, [this] {
+                    received += socket->readAll();
+                    if (socket->mode() == QSslSocket::UnencryptedMode) {
+                        socket->setPeerVerifyMode(QSslSocket::VerifyNone);
+                        socket->startClientEncryption();
+                        socket->write("hello");
+                    }
+                });
+            }
+            QSslSocket* socket = nullptr;
+            QByteArray received;
+        } application;
+        QVERIFY(application.listen(QHostAddress::LocalHost));
+        QByteArray read;
+        device.deed = [&](QObject* object) {
+            object->setParent(&device.owner);
+            auto* socket = static_cast<QSslSocket*>(object);
+            QVERIFY(socket->isEncrypted());
+            connect(socket, &QSslSocket::readyRead, this, [&read, socket] { read += socket->readAll(); });
+        };
+        QSignalSpy finished(&device, &CDeviceConnectorBase::connectToAddressesFinished);
+        device.connectToApplication({QStringLiteral("127.0.0.1:%1").arg(application.serverPort())});
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        QCOMPARE(device.sockets, QByteArrayList{"out"});
+        QCOMPARE(application.received, QByteArray(deviceInfo));
+        QCOMPARE(application.socket->peerCertificate(), m_own.certificate());
+        QTRY_COMPARE(read, QByteArray("hello"));
+    }
+
+    void calledByTcp()
+    {
+        Device device(false);
+        const quint16 port = freePort();
+        device.setTcpListeningPort(port);
+        QTcpSocket application;
+        application.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+        QTRY_COMPARE(device.sockets, QByteArrayList{"in"});
+        QVERIFY(device.owner.findChild<QTcpSocket*>()->socketOption(QAbstractSocket::LowDelayOption).toInt() != 0);
+        application.abort();
+        QTRY_VERIFY(!device.owner.findChild<QTcpSocket*>());
+        device.deed = [](QObject*) {}; // nobody takes it over
+        application.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+        QVERIFY(application.waitForConnected());
+        QTRY_COMPARE(application.state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(device.sockets.size(), 2);
+    }
+
+    void calledByTls_data()
+    {
+        QTest::addColumn<QByteArray>("first");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("query") << QByteArray(deviceQuery) << QByteArray(deviceInfo);
+        QTest::newRow("query of another system")
+            << QByteArray(deviceQuery).replace("SystemId: 0", "SystemId: 2") << QByteArray();
+        QTest::newRow("TLS at once") << QByteArray() << QByteArray();
+    }
+    void calledByTls()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, reply);
+        Device device(true);
+        const quint16 port = freePort();
+        device.setTcpListeningPort(port);
+        QSslSocket application;
+        application.setPeerVerifyMode(QSslSocket::VerifyNone);
+        application.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+        application.write(first);
+        QVERIFY(application.waitForConnected());
+        if (!first.isEmpty() && reply.isEmpty())
+            QTest::qWait(50);
+        QByteArray received;
+        QTRY_VERIFY((received += application.readAll()).size() >= reply.size());
+        QCOMPARE(received, reply);
+        QVERIFY(device.sockets.isEmpty());
+        application.startClientEncryption();
+        QTRY_COMPARE(device.sockets, QByteArrayList{"in"});
+        QCOMPARE(application.peerCertificate(), m_own.certificate());
+    }
+
+    // Callers that are not welcome, say nothing, or talk nonsense.
+    void strangers()
+    {
+        QCOMPARE(ConnectionTiming::current().refused, 60000);
+        QCOMPARE(ConnectionTiming::current().tls, 10000);
+        ConnectionTiming::current().refused = 150;
+        ConnectionTiming::current().tls = 150;
+        Device device(true);
+        const quint16 port = freePort();
+        device.setTcpListeningPort(port);
+        const int idle = device.findChildren<QObject*>().size();
+        QTcpSocket silent;
+        silent.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+        QTest::ignoreMessage(
+            QtWarningMsg, QRegularExpression(QStringLiteral("Dropped connection of .* due to TLS handshake timeout")));
+        QTRY_COMPARE(silent.state(), QAbstractSocket::ConnectedState);
+        QTRY_COMPARE(silent.state(), QAbstractSocket::UnconnectedState);
+
+        QTcpSocket garbage;
+        garbage.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+        garbage.write(QByteArray(5000, 'x'));
+        QVERIFY(garbage.waitForConnected());
+        QTRY_COMPARE(garbage.state(), QAbstractSocket::UnconnectedState);
+
+        // Whoever is refused is neither answered nor closed before his time.
+        device.welcome = false;
+        QTcpSocket refused;
+        refused.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+        const auto isClosed = [&] { return refused.state() == QAbstractSocket::UnconnectedState; };
+        QVERIFY(!QTest::qWaitFor(isClosed, 100));
+        QTRY_VERIFY(isClosed());
+
+        // The oldest go when there are too many of them.
+        ConnectionTiming::current().refused = 60000;
+        std::vector<std::unique_ptr<QTcpSocket>> many;
+        for (int i = 0; i < ConnectionLimits::refusedConnections + 10; ++i) {
+            many.push_back(std::make_unique<QTcpSocket>());
+            many.back()->connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+            QTest::qWait(0);
+        }
+        const auto left = [&] {
+            return std::count_if(many.begin(), many.end(),
+                                 [](const auto& socket) { return socket->state() == QAbstractSocket::ConnectedState; });
+        };
+        QTRY_COMPARE(int(left()), ConnectionLimits::refusedConnections);
+        QVERIFY(many.front()->state() != QAbstractSocket::ConnectedState);
+        many.clear();
+        QTRY_COMPARE(device.findChildren<QObject*>().size(), idle);
+        QVERIFY(device.sockets.isEmpty());
+    }
+
+    // A receiver deletes the socket or the connector, or ends the run, from within each signal that hands one out.
+    void receiversAct_data()
+    {
+        QTest::addColumn<QString>("way");
+        QTest::addColumn<QString>("deed");
+        for (const char* way : {"tcp out", "tls in", "tcp in", "web"}) {
+            for (const char* deed : {"delete socket", "delete device", "abort run", "nothing"})
+                QTest::addRow("%s: %s", way, deed) << QString::fromLatin1(way) << QString::fromLatin1(deed);
+        }
+    }
+    void receiversAct()
+    {
+        QFETCH(QString, way);
+        QFETCH(QString, deed);
+        ConnectionTiming::current().step = 200;
+        QNetworkAccessManager manager;
+        RawApplication application("{\"random\": \"0123456789abcdef\"}");
+        QPointer<Device> device = new Device(way.startsWith(QLatin1String("tls")), &manager);
+        int deeds = 0;
+        device->deed = [&, deed](QObject* socket) {
+            ++deeds;
+            const auto hold = deed; // the device takes this function with it
+            if (hold == QLatin1String("delete socket"))
+                delete socket;
+            else if (hold == QLatin1String("abort run"))
+                device->abortConnectToAddresses();
+            else if (hold == QLatin1String("delete device"))
+                QMetaObject::invokeMethod(
+                    socket, [&] { delete device; }, Qt::DirectConnection);
+        };
+        QSignalSpy finished(device.data(), &CDeviceConnectorBase::connectToAddressesFinished);
+        const quint16 port = freePort();
+        device->setTcpListeningPort(port);
+        QSslSocket caller;
+        caller.setPeerVerifyMode(QSslSocket::VerifyNone);
+        if (way == QLatin1String("tcp out"))
+            device->connectToApplication({QStringLiteral("127.0.0.1:%1").arg(application.serverPort())});
+        else if (way == QLatin1String("web"))
+            device->connectToApplication({application.url()});
+        else if (way == QLatin1String("tls in"))
+            caller.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
+        else
+            caller.connectToHost(QStringLiteral("127.0.0.1"), port);
+        QTRY_VERIFY(deeds > 0);
+        const bool runs = way == QLatin1String("tcp out") || way == QLatin1String("web");
+        if (runs && (deed == QLatin1String("nothing") || deed == QLatin1String("delete socket"))) {
+            QTRY_COMPARE(finished.count(), 1);
+            QVERIFY(!finished[0][0].toBool());
+        }
+        QTest::qWait(20);
+        delete device;
+    }
+
+    // Both ends of the library, over TLS: a device finds the console by a redirect and is let in.
+    void bothEnds()
+    {
+        QSslConfiguration configuration = m_own.configuration();
+        configuration.setPeerVerifyMode(QSslSocket::VerifyNone); // the console's certificate is not the matter here
+        QSslConfiguration::setDefaultConfiguration(configuration);
+        CDeviceConnectorAppSide console(0, true, true);
+        console.setSystemId(1);
+        class : public QTcpServer
+        {
+        public:
+            void incomingConnection(qintptr descriptor) override
+            {
+                auto* socket = new QSslSocket(this);
+                socket->setSocketDescriptor(descriptor);
+                connect(socket, &QSslSocket::readyRead, this, [this, socket] {
+                    const QByteArray head = socket->peek(2000);
+                    if (head.contains("Upgrade: websocket")) {
+                        disconnect(socket, nullptr, this, nullptr);
+                        console->handleWebSocketRequest(socket, QStringLiteral("hello"));
+                    } else {
+                        socket->readAll();
+                        socket->write(
+                            "HTTP/1.1 307 Temporary Redirect\r\nContent-Length: 0\r\nLocation: https://127.0.0.1:"
+                            + QByteArray::number(serverPort()) + "///\r\n\r\n");
+                    }
+                });
+                socket->startServerEncryption();
+            }
+            CDeviceConnectorAppSide* console = nullptr;
+        } door;
+        door.console = &console;
+        QVERIFY(door.listen(QHostAddress::LocalHost));
+        QObject owner;
+        QByteArrayList messages;
+        connect(&console, &CDeviceConnectorAppSide::webSocketConnectionEstablished, &owner,
+                [&](const CDeviceId&, int, const CSystemId&, QWebSocket* socket, const QString&) {
+                    socket->setParent(&owner);
+                    connect(socket, &QWebSocket::binaryMessageReceived, &owner,
+                            [&](const QByteArray& message) { messages += message; });
+                    socket->sendBinaryMessage("welcome");
+                });
+        QNetworkAccessManager manager;
+        Device device(true, &manager);
+        device.deed = [&](QObject* object) {
+            object->setParent(&device.owner);
+            auto* socket = static_cast<QWebSocket*>(object);
+            connect(socket, &QWebSocket::binaryMessageReceived, socket,
+                    [socket](const QByteArray& message) { socket->sendBinaryMessage("echo " + message); });
+        };
+        QSignalSpy finished(&device, &CDeviceConnectorBase::connectToAddressesFinished);
+        device.connectToApplication({QStringLiteral("https://127.0.0.1:%1/start").arg(door.serverPort())});
+        QTRY_COMPARE(finished.count(), 1);
+        QVERIFY(finished[0][0].toBool());
+        QTRY_COMPARE(messages, QByteArrayList{"echo welcome"});
+    }
+
+private:
+    DeviceCertificates m_authority;
+    DeviceCertificate m_own;
+    QSslConfiguration m_plain;
+};
+
+QTEST_GUILESS_MAIN(TestDeviceConnectorDeviceSide)
+#include "tst_device_connector_device_side.moc"
