@@ -11,11 +11,11 @@ namespace ConnectionLimits {
 constexpr int requestLine = 100;
 /// Bytes of a WebSocket message. A device's answer has about 4 KiB: a certificate, a signature and a small challenge.
 constexpr quint64 message = 64 * 1024;
-/// Hand-shakes that wait for their device. One is answered in milliseconds, so this many at a time let some thousands
-/// in a second, and cost less than 32 MiB.
+/// Hand-shakes that go on at a time. One takes some milliseconds, so this many let thousands in a second, and cost less
+/// than 32 MiB.
 constexpr int pendingHandshakes = 256;
-/// Requests that wait for one of these places. A whole installation returns in one instant after a power failure, and
-/// none of it shall be turned away.
+/// Requests that wait for one of these places: a whole installation returns in one instant after a power failure, and
+/// none of it shall be turned away. They wait only while places become free.
 constexpr int waitingRequests = 1024;
 /// Accepted connections that have said nothing yet. The oldest goes first.
 constexpr int silentConnections = 512;

@@ -217,38 +217,32 @@ void CDeviceConnectorAppSide::handleWebSocketRequest(QSslSocket* socket, const Q
         forget(handshake);
     });
     connect(handshake, &DeviceHandshake::proved, this, [this, handshake] { establish(handshake); });
-    handshake->start();
-    if (handshake->stage() == DeviceHandshake::Stage::RequestLine
-        && pendingHandshakes() > ConnectionLimits::pendingHandshakes)
-        handshake->fail(QStringLiteral("too many pending handshakes"));
-}
-
-// Those that have a place: the connector waits for them. Those that wait for one: it is the other way round.
-int CDeviceConnectorAppSide::pendingHandshakes() const
-{
-    return m_handshakes.size() - m_waiting.size();
-}
-
-// The request is in order. A burst of devices that return together waits for places a few at a time; when none becomes
-// free for a while, because those who have them are silent, the ones that wait are turned away.
-void CDeviceConnectorAppSide::admit(DeviceHandshake* handshake)
-{
-    if (pendingHandshakes() <= ConnectionLimits::pendingHandshakes) {
-        handshake->upgrade();
-    } else if (m_waiting.size() < ConnectionLimits::waitingRequests) {
+    if (m_handshakes.size() - m_waiting.size() > ConnectionLimits::pendingHandshakes) {
+        if (m_waiting.size() >= ConnectionLimits::waitingRequests) {
+            handshake->fail(QStringLiteral("too many pending handshakes"));
+            return;
+        }
         m_waiting.append(handshake);
         if (!m_admissionTimer.isActive())
             m_admissionTimer.start(ConnectionTiming::current().admission);
-    } else {
-        handshake->fail(QStringLiteral("too many pending handshakes"));
     }
+    handshake->start();
+}
+
+// A handshake goes on when it has a place, that is, does not wait for one, and its request is in order. A burst of
+// devices that return together passes through the places a few at a time; when none becomes free for a while, because
+// those who have them are silent, the ones that wait are turned away.
+void CDeviceConnectorAppSide::admit(DeviceHandshake* handshake)
+{
+    if (handshake->stage() == DeviceHandshake::Stage::Ready && !m_waiting.contains(handshake))
+        handshake->upgrade();
 }
 
 void CDeviceConnectorAppSide::admitWaiting()
 {
     m_admissionTimer.stop();
-    while (!m_waiting.isEmpty() && pendingHandshakes() < ConnectionLimits::pendingHandshakes)
-        m_waiting.takeFirst()->upgrade();
+    while (!m_waiting.isEmpty() && m_handshakes.size() - m_waiting.size() < ConnectionLimits::pendingHandshakes)
+        admit(m_waiting.takeFirst());
     if (!m_waiting.isEmpty())
         m_admissionTimer.start(ConnectionTiming::current().admission);
 }

@@ -82,7 +82,6 @@ private:
     void admitWaiting();
     void forget(DeviceHandshake* handshake);
     void establish(DeviceHandshake* handshake);
-    int pendingHandshakes() const;
 
     CDeviceDiscoveryAppSide* m_discovery;
     bool m_udpDisabled;
