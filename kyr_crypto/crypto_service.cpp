@@ -5,6 +5,8 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 
 namespace {
@@ -48,8 +50,33 @@ Key readPrivateKey(const QByteArray& der)
     return acceptedRsaKey(std::move(key), position, der);
 }
 
+// Where the PKCS#1 key begins in an RSA key of the usual SubjectPublicKeyInfo form; null for any other. Reading that
+// part takes a tenth of the time that OpenSSL 3 takes to find a decoder for the whole.
+const unsigned char* pkcs1Part(const QByteArray& der)
+{
+    static constexpr std::array<unsigned char, 15> rsaEncryption = {0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86,
+                                                                    0xF7, 0x0D, 0x01, 0x01, 0x01, 0x05, 0x00};
+    const unsigned char* position = bytes(der);
+    const unsigned char* const end = position + der.size();
+    long length = 0;
+    int tag = 0;
+    int tagClass = 0;
+    if (ASN1_get_object(&position, &length, &tag, &tagClass, end - position) != V_ASN1_CONSTRUCTED
+        || tag != V_ASN1_SEQUENCE || position + length != end || length < long(rsaEncryption.size())
+        || !std::equal(rsaEncryption.begin(), rsaEncryption.end(), position))
+        return nullptr;
+    position += rsaEncryption.size();
+    const bool isBitString = ASN1_get_object(&position, &length, &tag, &tagClass, end - position) == 0
+                             && tag == V_ASN1_BIT_STRING && tagClass == V_ASN1_UNIVERSAL && position + length == end;
+    return isBitString && length > 1 && *position == 0 ? position + 1 : nullptr;
+}
+
 Key readPublicKey(const QByteArray& der)
 {
+    if (const unsigned char* part = pkcs1Part(der)) {
+        Key key(d2i_PublicKey(EVP_PKEY_RSA, nullptr, &part, bytes(der) + der.size() - part));
+        return acceptedRsaKey(std::move(key), part, der);
+    }
     const unsigned char* position = bytes(der);
     Key key(d2i_PUBKEY(nullptr, &position, der.size()));
     if (!key) {

@@ -1,18 +1,32 @@
 #include <foundation/network/ca_chain_p.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QFile>
 #include <QtNetwork/QSslCertificate>
 
 #include <openssl/err.h>
+#include <openssl/pem.h>
 #include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
 
 #include <vector>
+
+// Q_INIT_RESOURCE works in the global namespace only.
+static void registerCertificateResources()
+{
+    static const bool registered = [] {
+        Q_INIT_RESOURCE(kyr_ca_chain);
+        return true;
+    }();
+    Q_UNUSED(registered)
+}
 
 namespace {
 
 struct OpenSslDeleter
 {
     void operator()(X509* certificate) const { X509_free(certificate); }
+    void operator()(BIO* bio) const { BIO_free(bio); }
     void operator()(X509_STORE* store) const { X509_STORE_free(store); }
     void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
     void operator()(STACK_OF(X509) * stack) const { sk_X509_free(stack); }
@@ -120,6 +134,21 @@ CaChain::CaChain(const QByteArray& pem)
 
 CaChain::~CaChain() = default;
 
+void CaChain::registerResources()
+{
+    registerCertificateResources();
+}
+
+const CaChain& CaChain::compiledIn()
+{
+    static const CaChain chain([] {
+        registerCertificateResources();
+        QFile file(QStringLiteral(":/SSL/ca-chain.pem"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }());
+    return chain;
+}
+
 bool CaChain::hasTrustAnchor() const
 {
     return !d->anchors.empty();
@@ -178,4 +207,25 @@ bool CaChain::accepts(const QSslCertificate& certificate, const QString& name) c
         }
     }
     return accepted;
+}
+
+QByteArray CaChain::publicKeyIfFlawless(const QByteArray& pem, const QString& name) const
+{
+    QByteArray key;
+    ERR_set_mark();
+    const std::unique_ptr<BIO, OpenSslDeleter> bio(BIO_new_mem_buf(pem.constData(), pem.size()));
+    const Certificate certificate(bio ? PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr) : nullptr);
+    const QByteArray host = name.toUtf8();
+    constexpr unsigned int exactNames = X509_CHECK_FLAG_NO_WILDCARDS | X509_CHECK_FLAG_ALWAYS_CHECK_SUBJECT;
+    if (certificate && hasTrustAnchor()
+        && X509_check_host(certificate.get(), host.constData(), size_t(host.size()), exactNames, nullptr) == 1
+        && d->verify(certificate.get()).empty()) {
+        unsigned char* der = nullptr;
+        const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(certificate.get()), &der);
+        if (size > 0)
+            key = QByteArray(reinterpret_cast<const char*>(der), size);
+        OPENSSL_free(der);
+    }
+    ERR_pop_to_mark();
+    return key;
 }

@@ -2,6 +2,7 @@
 #include <foundation/core/json_parser.h>
 #include <foundation/core/random.h>
 #include <foundation/datatypes/data_type.h>
+#include <foundation/network/ca_chain_p.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_handshake_p.h>
 #include <foundation/network/socket_options_p.h>
@@ -52,6 +53,17 @@ QString textValue(const QVariantMap& map, const QString& key)
 {
     const QVariant value = map.value(key);
     return value.userType() == QMetaType::QString ? value.toString() : QString();
+}
+
+// The public key of a device's certificate; empty when the certificate is not accepted.
+QByteArray checkedPublicKey(const QByteArray& pem, CDeviceId deviceId)
+{
+    const QByteArray key = CaChain::compiledIn().publicKeyIfFlawless(pem, deviceId.toLabel());
+    if (!key.isEmpty())
+        return key;
+    const QSslCertificate certificate(pem, QSsl::Pem);
+    return CSslConnection::checkDeviceCertificate(certificate, deviceId) ? certificate.publicKey().toDer()
+                                                                         : QByteArray();
 }
 
 bool isAllowedServer(const QString& address)
@@ -194,11 +206,11 @@ QString DeviceHandshake::refusal(const QByteArray& answer, const QString& random
     } else {
         QString pem = textValue(map, QStringLiteral("certificate"));
         pem.replace(QLatin1String("\\n"), QLatin1String("\n"));
-        const QSslCertificate certificate(pem.toUtf8(), QSsl::Pem);
-        if (!CSslConnection::checkDeviceCertificate(certificate, deviceId))
+        const QByteArray publicKey = checkedPublicKey(pem.toUtf8(), deviceId);
+        if (publicKey.isEmpty())
             return QStringLiteral("invalid device certificate");
         const QByteArray signature = QByteArray::fromBase64(textValue(map, QStringLiteral("signature")).toLatin1());
-        if (!CCryptoService::verifyRsaSign(challengeText.toUtf8(), signature, certificate.publicKey().toDer()))
+        if (!CCryptoService::verifyRsaSign(challengeText.toUtf8(), signature, publicKey))
             return QStringLiteral("invalid signature");
     }
     const QVariantMap challenge = parseChallenge(challengeText);

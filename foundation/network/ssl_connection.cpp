@@ -3,35 +3,14 @@
 #include <foundation/core/device_id.h>
 #include <foundation/network/ca_chain_p.h>
 
-#include <QtCore/QFile>
 #include <QtNetwork/QSslCertificate>
 #include <QtNetwork/QSslConfiguration>
 #include <QtNetwork/QSslSocket>
-
-// Q_INIT_RESOURCE works in the global namespace only.
-static void registerCertificateResources()
-{
-    static const bool registered = [] {
-        Q_INIT_RESOURCE(kyr_ca_chain);
-        return true;
-    }();
-    Q_UNUSED(registered)
-}
 
 namespace {
 
 // The last version number of OpenSSL 1.1.0, whose default security level still took older devices' keys.
 constexpr long lastLenientOpenSsl = 0x10100FFFL;
-
-const CaChain& compiledInCaChain()
-{
-    static const CaChain chain([] {
-        registerCertificateResources();
-        QFile file(QStringLiteral(":/SSL/ca-chain.pem"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }());
-    return chain;
-}
 
 } // namespace
 
@@ -55,7 +34,7 @@ void CSslConnection::initSsl(QSslSocket* socket)
 {
     if (!socket)
         return;
-    registerCertificateResources();
+    CaChain::registerResources();
     if (QSslSocket::sslLibraryVersionNumber() > lastLenientOpenSsl) {
         QSslConfiguration configuration = socket->sslConfiguration();
         configuration.setBackendConfigurationOption("CipherString", QByteArrayLiteral("DEFAULT@SECLEVEL=1"));
@@ -103,6 +82,6 @@ bool CSslConnection::checkDeviceCertificate(const QSslCertificate& certificate, 
 {
     if (certificate.isNull() || !deviceId.isValid())
         return false;
-    const CaChain& chain = compiledInCaChain();
+    const CaChain& chain = CaChain::compiledIn();
     return !chain.hasTrustAnchor() || chain.accepts(certificate, deviceId.toLabel());
 }

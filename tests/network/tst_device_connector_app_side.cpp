@@ -39,7 +39,12 @@ const DeviceCertificate& certificateOf(const QString& name)
     static QMap<QString, DeviceCertificate> issued;
     if (!issued.contains(name)) {
         static DeviceCertificates foreign(DeviceCertificates::Authority::Foreign);
-        issued[name] = name == QLatin1String("foreign") ? foreign.issue(QLatin1String(label)) : authority().issue(name);
+        if (name == QLatin1String("foreign"))
+            issued[name] = foreign.issue(QLatin1String(label));
+        else if (name == QLatin1String("expired"))
+            issued[name] = authority().issue(QLatin1String(label), {QStringLiteral("--expired")});
+        else
+            issued[name] = authority().issue(name);
     }
     return issued[name];
 }
@@ -258,6 +263,7 @@ private Q_SLOTS:
         row("server elsewhere", own, "RANDOM", "10.0.0.9", own, own, "10.0.0.2", "invalid server IP (10.0.0.9)");
         row("IPv6 server elsewhere", own, "RANDOM", "1::", own, own, "::1", "invalid server IP (1::)");
         row("no server", own, "RANDOM", "", own, own, "10.0.0.2", "invalid server IP ()");
+        row("expired certificate", own, "RANDOM", "", "expired", "expired", "", "");
         row("no certificate", own, "RANDOM", "", "", own, "", "invalid device certificate");
         row("certificate of another device", own, "RANDOM", "", other, other, "", "invalid device certificate");
         row("certificate of another authority", own, "RANDOM", "", "foreign", "foreign", "",
