@@ -244,8 +244,9 @@ private Q_SLOTS:
         if (dialogue.last().isEmpty())
             m_server->socket->abort();
         QCOMPARE(error(), wanted);
-        QVERIFY2(logged.contains("failed in step \"" + step.toUtf8() + '"'), logged.constData());
-        QVERIFY(logged.endsWith("CSmtpClient: Send e-mail to 'ann@example.com' failed: " + wanted.toUtf8() + '\n'));
+        QVERIFY2(logged.contains(QByteArray("failed in step \"" + step.toUtf8() + '"')), logged.constData());
+        QVERIFY(logged.endsWith(
+            QByteArray("CSmtpClient: Send e-mail to 'ann@example.com' failed: " + wanted.toUtf8() + '\n')));
     }
 
     void encrypts_data()

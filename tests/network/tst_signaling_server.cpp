@@ -24,7 +24,7 @@ const QByteArray sharedKey = QByteArray::fromHex(KYR_TEST_SIGNALING_KEY);
 
 QByteArray macOf(const QByteArray& body)
 {
-    return QCryptographicHash::hash(sharedKey + body, QCryptographicHash::Sha256).toHex();
+    return QCryptographicHash::hash(QByteArray(sharedKey + body), QCryptographicHash::Sha256).toHex();
 }
 
 QByteArray file(const QString& name)
@@ -147,7 +147,8 @@ QByteArray tst_SignalingServer::exchange(CSignalingServerBase& server, QByteArra
     const auto end = request.indexOf("\r\n\r\n");
     const QByteArray head = request.left(end + 2);
     const QByteArray body = request.mid(end + 4);
-    if (!head.startsWith("POST /tovr/signal HTTP/1.1\r\n") || !head.contains("\r\nBrellMAC: " + macOf(body) + "\r\n")
+    if (!head.startsWith("POST /tovr/signal HTTP/1.1\r\n")
+        || !head.contains(QByteArray("\r\nBrellMAC: " + macOf(body) + "\r\n"))
         || !head.contains("\r\nContent-Type: text/plain; charset=UTF-8\r\n"))
         return head;
     return body;

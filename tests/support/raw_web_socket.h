@@ -19,7 +19,8 @@ enum Opcode
 
 inline QByteArray acceptKey(const QByteArray& key)
 {
-    return QCryptographicHash::hash(key + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11", QCryptographicHash::Sha1).toBase64();
+    return QCryptographicHash::hash(QByteArray(key + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11"), QCryptographicHash::Sha1)
+        .toBase64();
 }
 
 inline QByteArray upgradeRequest(const QByteArray& path)
