@@ -1,0 +1,35 @@
+#include "report_loader.h"
+
+#include <foundation/services/plugin_helper.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QLibrary>
+#include <QtCore/QPluginLoader>
+
+IReportGenerator* loadReportGenerator(QString& error)
+{
+    const QDir application(QCoreApplication::applicationDirPath());
+    QList<QDir> directories = CPluginHelper::findPluginsDirectories(application.path());
+    directories += CPluginHelper::findPluginsDirectories(application.absoluteFilePath(QStringLiteral(KYR_PLUGIN_BASE)));
+    QStringList searched;
+    QString reason;
+    for (const QDir& directory : qAsConst(directories)) {
+        const QStringList files = directory.entryList(QDir::Files, QDir::Name);
+        for (const QString& file : files) {
+            if (!QLibrary::isLibrary(file))
+                continue;
+            QPluginLoader loader(directory.absoluteFilePath(file));
+            const QString iid = loader.metaData().value(QStringLiteral("IID")).toString();
+            if (iid != QLatin1String(qobject_interface_iid<IReportGenerator*>()))
+                continue;
+            if (auto* generator = qobject_cast<IReportGenerator*>(loader.instance()))
+                return generator;
+            reason = loader.errorString();
+        }
+        searched.append(QDir::toNativeSeparators(directory.absolutePath()));
+    }
+    error =
+        reason.isEmpty() ? QStringLiteral("no report plugin in %1").arg(searched.join(QLatin1String(", "))) : reason;
+    return nullptr;
+}

@@ -1,0 +1,21 @@
+// Reads a report as HTML from standard input and writes it as PDF to standard output; the argument is the text at the
+// foot of each page. For programs that have no graphical application object of their own.
+#include "pdf_renderer.h"
+
+#include <QtCore/QFile>
+#include <QtGui/QGuiApplication>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication app(argc, argv);
+    QFile in;
+    QFile out;
+    if (!in.open(stdin, QIODevice::ReadOnly) || !out.open(stdout, QIODevice::WriteOnly))
+        return 1;
+    const QByteArray pdf = PdfRenderer::render(QString::fromUtf8(in.readAll()), app.arguments().value(1));
+    return out.write(pdf) == pdf.size() && out.flush() ? 0 : 1;
+}
