@@ -27,10 +27,10 @@ void AppOptions::addValue(const QString& name, const QString& valueName, const Q
     m_optionHelp.append(text);
 }
 
-void AppOptions::addPositional(const QString& name, const QString& description, const QString& syntax)
+void AppOptions::addPositional(const QString& syntax, const QString& description)
 {
-    m_parser.addPositionalArgument(name, description);
-    m_usage.append(syntax.isEmpty() ? name : syntax);
+    m_usage = syntax;
+    m_positionalHelp = description;
 }
 
 void AppOptions::stopAtPositional()
@@ -92,9 +92,11 @@ void AppOptions::setError(const QString& text)
 
 QString AppOptions::help(const QString& command) const
 {
-    QString text = QStringLiteral("Usage: ") + command + QStringLiteral(" [options] ") + m_usage.join(QLatin1Char(' '));
-    text = text.trimmed() + QLatin1String("\n\n") + m_parser.applicationDescription() + QLatin1String("\n\nOptions:\n")
-           + m_optionHelp.join(QLatin1Char('\n'));
+    QString text = QStringLiteral("Usage: ") + command + QStringLiteral(" [options] ") + m_usage;
+    text = text.trimmed() + QLatin1String("\n\n") + m_parser.applicationDescription() + QLatin1Char('\n');
+    if (!m_positionalHelp.isEmpty())
+        text += m_positionalHelp + QLatin1Char('\n');
+    text += QLatin1String("\nOptions:\n") + m_optionHelp.join(QLatin1Char('\n'));
     return text
            + QStringLiteral(
                  "\n\nAn option may also be given by an environment variable, which takes precedence: %1_...")

@@ -16,7 +16,8 @@ public:
     void addSwitch(const QString& name, const QString& description);
     void addValue(const QString& name, const QString& valueName, const QString& description,
                   const QString& defaultValue = {});
-    void addPositional(const QString& name, const QString& description, const QString& syntax = {});
+    /// How the arguments that are no options look in the usage line, and what is to be said of them.
+    void addPositional(const QString& syntax, const QString& description = {});
     /// Options end at the first positional argument; the rest is the positional ones'.
     void stopAtPositional();
 
@@ -44,6 +45,7 @@ private:
     QCommandLineParser m_parser;
     QByteArray m_prefix;
     QString m_error;
-    QStringList m_usage;
+    QString m_usage;
+    QString m_positionalHelp;
     QStringList m_optionHelp;
 };

@@ -2,7 +2,9 @@
 
 #include <foundation/core/debug.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QSocketNotifier>
+#include <QtCore/QThread>
 
 #ifndef Q_OS_WIN
 #    include <csignal>
@@ -96,3 +98,14 @@ void openStandardDescriptors()
 }
 
 #endif
+
+void waitForOtherThreads()
+{
+#ifdef Q_OS_LINUX
+    for (int turn = 0; turn < 500; ++turn) {
+        if (QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size() <= 1)
+            return;
+        QThread::msleep(1);
+    }
+#endif
+}

@@ -17,3 +17,8 @@ void onTerminationRequest(QObject* context, const std::function<void()>& handler
 
 /// Makes sure that descriptors 0 to 2 are open, or sockets of the program would take their places. To be called first.
 void openStandardDescriptors();
+
+/// At the end of main, after everything was destroyed: waits until no other thread is left, half a second at most. A
+/// thread of Qt's network access counts as finished a moment before it frees what OpenSSL keeps for it; a process that
+/// ends in that moment has both free the same.
+void waitForOtherThreads();

@@ -15,11 +15,8 @@ int failed(const QString& text, int code)
     return code;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
-    openStandardDescriptors();
     QCoreApplication app(argc, argv);
     AppOptions options(
         QStringLiteral(
@@ -47,4 +44,14 @@ int main(int argc, char** argv)
     std::fputs(simulator.describe().constData(), stdout);
     std::fflush(stdout);
     return app.exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    openStandardDescriptors();
+    const int code = run(argc, argv);
+    waitForOtherThreads();
+    return code;
 }

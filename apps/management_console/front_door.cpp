@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int Backlog = 1024;
+constexpr qint64 MostUnread = 65536; // bytes of answers that a visitor has not taken yet
 
 // Of the first bytes of a request: method, path and whether it asks for a WebSocket.
 struct Request
@@ -19,6 +20,7 @@ struct Request
     QByteArray method;
     QByteArray path;
     bool webSocket = false;
+    bool last = false; // nothing follows on this connection
 };
 
 Request parseRequest(const QByteArray& head)
@@ -32,8 +34,13 @@ Request parseRequest(const QByteArray& head)
     request.path = words.at(1);
     for (const QByteArray& line : lines) {
         const int colon = line.indexOf(':');
-        if (colon > 0 && line.left(colon).trimmed().toLower() == "upgrade")
-            request.webSocket = line.mid(colon + 1).trimmed().toLower() == "websocket";
+        const QByteArray name = line.left(colon).trimmed().toLower();
+        const QByteArray value = line.mid(colon + 1).trimmed().toLower();
+        if (name == "upgrade")
+            request.webSocket = value == "websocket";
+        // What has a body is not read to its end.
+        if ((name == "connection" && value == "close") || name == "content-length" || name == "transfer-encoding")
+            request.last = true;
     }
     return request;
 }
@@ -128,9 +135,12 @@ void FrontDoor::incomingConnection(qintptr descriptor)
     socket->setSslConfiguration(m_configuration);
     auto* timer = new QTimer(socket);
     timer->setSingleShot(true);
-    m_visitors.insert(socket, {timer, m_clock.elapsed()});
+    m_visitors.insert(socket, {timer, m_clock.elapsed(), false});
     connect(timer, &QTimer::timeout, this, [this, socket] {
-        drop(socket, socket->isEncrypted() ? QStringLiteral("no request in time") : QStringLiteral("no TLS in time"));
+        const bool served = m_visitors.value(socket).answered;
+        drop(socket, served                  ? QString()
+                     : socket->isEncrypted() ? QStringLiteral("no request in time")
+                                             : QStringLiteral("no TLS in time"));
     });
     connect(socket, &QSslSocket::disconnected, this, [this, socket] {
         const bool failed = !socket->isEncrypted();
@@ -168,7 +178,7 @@ void FrontDoor::onReadable(QSslSocket* socket)
     if (request.method.isEmpty())
         return drop(socket, QStringLiteral("no HTTP request"));
     if (!request.webSocket)
-        return answer(socket, request.method, request.path);
+        return answer(socket, request.method, request.path, end + 4, request.last);
 
     const Visitor visitor = m_visitors.take(socket);
     socket->disconnect(this);
@@ -182,19 +192,32 @@ void FrontDoor::onReadable(QSslSocket* socket)
     }
 }
 
-void FrontDoor::answer(QSslSocket* socket, const QByteArray& method, const QByteArray& path)
+void FrontDoor::answer(QSslSocket* socket, const QByteArray& method, const QByteArray& path, int size, bool last)
 {
-    // One answer a connection; the time-out goes on, so that who does not read it is dropped too.
-    disconnect(socket, &QSslSocket::readyRead, this, nullptr);
-    socket->readAll();
     Response response{"405 Method Not Allowed", "text/plain", "only GET\n"};
     if (method == "GET" || method == "HEAD")
         response = m_responder ? m_responder(path) : Response{"404 Not Found", "text/plain", "nothing here\n"};
+    else
+        last = true;
+    // One that asks and asks and never reads the answers does not get more of them.
+    last = last || socket->bytesToWrite() > MostUnread;
     QByteArray bytes = "HTTP/1.1 " + response.status + "\r\nContent-Type: " + response.contentType
                        + "\r\nContent-Length: " + QByteArray::number(response.body.size())
-                       + "\r\nConnection: close\r\n\r\n";
+                       + (last ? "\r\nConnection: close" : "") + "\r\n\r\n";
     if (method != "HEAD")
         bytes += response.body;
+    socket->read(size);
     socket->write(bytes);
-    socket->disconnectFromHost();
+    Visitor& visitor = m_visitors[socket];
+    visitor.answered = true;
+    visitor.timer->start();
+    if (last) {
+        // The time-out goes on, so that who does not take the answer is dropped too.
+        disconnect(socket, &QSslSocket::readyRead, this, nullptr);
+        socket->readAll();
+        socket->disconnectFromHost();
+    } else if (socket->bytesAvailable() > 0) {
+        QMetaObject::invokeMethod(
+            socket, [this, socket] { onReadable(socket); }, Qt::QueuedConnection);
+    }
 }

@@ -14,8 +14,9 @@ class QTimer;
 /// The TLS port of the console: brings up TLS, looks at the request and gives the connection to whom it is for, device
 /// WebSockets, other WebSockets and ordinary requests.
 ///
-/// Nobody blocks it: from accept to the end of the request each visitor has RequestMs, and at most MostVisitors are in
-/// that stage. One that comes when it is full takes the place of the one that has waited longest.
+/// Nobody blocks it: from accept, or from the last answer, to the end of the request each visitor has RequestMs, and at
+/// most MostVisitors are in that stage. One that comes when it is full takes the place of the one that has waited
+/// longest.
 class FrontDoor : public QTcpServer
 {
     Q_OBJECT
@@ -60,10 +61,11 @@ private:
     {
         QTimer* timer;
         qint64 acceptedMs;
+        bool answered; ///< has made an ordinary request and may make more
     };
 
     void onReadable(QSslSocket* socket);
-    void answer(QSslSocket* socket, const QByteArray& method, const QByteArray& path);
+    void answer(QSslSocket* socket, const QByteArray& method, const QByteArray& path, int size, bool last);
     void drop(QSslSocket* socket, const QString& reason);
     void makeRoom();
 

@@ -30,8 +30,7 @@ void addGlobalOptions(AppOptions& options)
                      QStringLiteral("talk to a console that was started with --socket"));
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
-    options.addPositional(QStringLiteral("command"), QString(),
-                          QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
+    options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
     options.stopAtPositional();
 }
 

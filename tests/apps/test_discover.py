@@ -30,7 +30,7 @@ class Discover(unittest.TestCase):
             # Of another installation: silence.
             code, out, error = console("discover", "--port", port, "--wait", "200", "--system", "0012.3465")
             self.assertEqual((code, out), (1, ""))
-            self.assertRegex(error, rf"nothing answered.*lo 127.255.255.255 port {port}.*firewall")
+            self.assertRegex(error, rf"nothing answered.*lo 127.255.255.255.* on port {port};.*firewall")
             self.assertEqual(error.count("\n"), 1)
             # Piped: no prompt, no colour; the table has a heading and a row for each device.
             code, out, error = console(stdin=f"discover --expect 4 --port {port}")

@@ -233,12 +233,17 @@ private:
         if (!m_found.isEmpty())
             return done();
         QStringList asked;
+        bool onePort = true;
         for (const Target& target : qAsConst(m_targets))
-            asked.append(QStringLiteral("%1 port %2").arg(target.name).arg(target.udpPort));
-        asked += m_failures;
+            onePort = onePort && target.udpPort == m_targets.constFirst().udpPort;
+        for (const Target& target : qAsConst(m_targets))
+            asked.append(onePort ? target.name : QStringLiteral("%1 port %2").arg(target.name).arg(target.udpPort));
+        QString whom = asked.join(QLatin1String(", "));
+        if (onePort && !asked.isEmpty())
+            whom += QStringLiteral(" on port %1").arg(m_targets.constFirst().udpPort);
         fail(QStringLiteral("nothing answered within %1 ms; asked: %2; a firewall here or in between may be in the way")
-                 .arg(m_waitMs)
-                 .arg(asked.join(QLatin1String(", "))));
+                 .arg(m_clock.elapsed())
+                 .arg((QStringList(whom) + m_failures).join(QLatin1String(", "))));
     }
 
     // Two, so that it is known which way an answer came. Both use ports that the system chooses.

@@ -12,10 +12,7 @@ class FirmwareCommand : public Command
 public:
     using Command::Command;
 
-    void addOptions(AppOptions& options) override
-    {
-        options.addPositional(QStringLiteral("file"), QString(), QStringLiteral("FILE"));
-    }
+    void addOptions(AppOptions& options) override { options.addPositional(QStringLiteral("FILE")); }
 
     void start(AppOptions& options) override
     {

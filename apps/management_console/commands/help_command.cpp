@@ -8,10 +8,7 @@ class HelpCommand : public Command
 public:
     using Command::Command;
 
-    void addOptions(AppOptions& options) override
-    {
-        options.addPositional(QStringLiteral("command"), QString(), QStringLiteral("[COMMAND]"));
-    }
+    void addOptions(AppOptions& options) override { options.addPositional(QStringLiteral("[COMMAND]")); }
 
     void start(AppOptions& options) override
     {

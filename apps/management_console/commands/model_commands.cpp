@@ -69,7 +69,7 @@ public:
     {
         options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
                          QStringLiteral("write the table to a CSV file"));
-        options.addPositional(QStringLiteral("action"), QString(), QStringLiteral("[add LABEL | delete ID]"));
+        options.addPositional(QStringLiteral("[add LABEL | delete ID]"));
     }
 
     void start(AppOptions& options) override
@@ -134,8 +134,7 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addPositional(QStringLiteral("action"), QString(),
-                              QStringLiteral("[add LABEL | delete ID | join ID USER... | leave ID USER...]"));
+        options.addPositional(QStringLiteral("[add LABEL | delete ID | join ID USER... | leave ID USER...]"));
     }
 
     void start(AppOptions& options) override
@@ -174,10 +173,7 @@ class MediaCommand : public ModelCommand
 public:
     using ModelCommand::ModelCommand;
 
-    void addOptions(AppOptions& options) override
-    {
-        options.addPositional(QStringLiteral("action"), QString(), QStringLiteral("[give ID... USER]"));
-    }
+    void addOptions(AppOptions& options) override { options.addPositional(QStringLiteral("[give ID... USER]")); }
 
     void start(AppOptions& options) override
     {
@@ -215,10 +211,7 @@ class MappingCommand : public ModelCommand
 public:
     using ModelCommand::ModelCommand;
 
-    void addOptions(AppOptions& options) override
-    {
-        options.addPositional(QStringLiteral("name"), QString(), QStringLiteral("NAME"));
-    }
+    void addOptions(AppOptions& options) override { options.addPositional(QStringLiteral("NAME")); }
 
     void start(AppOptions& options) override
     {

@@ -18,11 +18,9 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addPositional(QStringLiteral("device"), QString(), QStringLiteral("LABEL|all MESSAGE"));
-        options.addPositional(QStringLiteral("message"),
-                              QStringLiteral("a command such as status, or a JSON object such as "
-                                             "{\"command\":\"echo\",\"data\":\"x\"}"),
-                              QString());
+        options.addPositional(QStringLiteral("LABEL|all MESSAGE"),
+                              QStringLiteral("MESSAGE is a command such as status, or a JSON object such as "
+                                             "'{\"command\":\"echo\",\"data\":\"x\"}'"));
         options.addValue(QStringLiteral("count"), QStringLiteral("N"),
                          QStringLiteral("so many times, and tell how fast it went"), QStringLiteral("1"));
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for answers"),
@@ -112,11 +110,15 @@ private:
         if (m_concluded)
             return;
         m_concluded = true;
-        Table table({{QStringLiteral("label"), QStringLiteral("Label")},
-                     {QStringLiteral("answers"), QStringLiteral("Answers")},
-                     {QStringLiteral("milliseconds"), QStringLiteral("ms")},
-                     {QStringLiteral("perSecond"), QStringLiteral("Messages/s")},
-                     {QStringLiteral("answer"), QStringLiteral("Last answer")}});
+        const auto ifSeveral = [this](const char* title) {
+            return m_count > 1 ? QString::fromLatin1(title) : QString();
+        };
+        Table table(
+            {{QStringLiteral("label"), QStringLiteral("Label")},
+             {QStringLiteral("answers"), ifSeveral("Answers")},
+             {QStringLiteral("milliseconds"), QStringLiteral("ms")},
+             {QStringLiteral("perSecond"), ifSeveral("Messages/s")},
+             {QStringLiteral("answer"), m_count > 1 ? QStringLiteral("Last answer") : QStringLiteral("Answer")}});
         QStringList silent;
         for (const Asked& asked : qAsConst(m_asked)) {
             const double perSecond = asked.milliseconds > 0 ? asked.answers * 1000.0 / asked.milliseconds : 0.0;
