@@ -1,8 +1,10 @@
 #include "device_server.h"
 
 #include "front_door.h"
+#include "notification_server.h"
 
 #include <foundation/network/device_connector_app_side.h>
+#include <foundation/services/notification_service.h>
 
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
@@ -11,11 +13,17 @@ namespace {
 
 constexpr int MostRefusals = 1000; // kept for the list
 
+QString sourceName()
+{
+    return QStringLiteral("Devices");
+}
+
 } // namespace
 
 DeviceServer::DeviceServer(QObject* parent)
     : QObject(parent)
     , m_door(new FrontDoor(this))
+    , m_notifications(new CNotificationService(this))
     , m_connector(new CDeviceConnectorAppSide(0, true, true, this))
 {
     connect(m_door, &FrontDoor::webSocketRequested, this, &DeviceServer::onWebSocketRequested);
@@ -35,6 +43,8 @@ DeviceServer::DeviceServer(QObject* parent)
 
 DeviceServer::~DeviceServer()
 {
+    m_notifications->sendAboutToQuitObservers();
+    delete m_notificationServer;
     for (DeviceLink* link : qAsConst(m_links))
         link->disconnect(this);
 }
@@ -45,6 +55,8 @@ bool DeviceServer::start(const Settings& settings, QString& error)
     if (!m_door->setCertificate(settings.certificateFile, settings.keyFile, error))
         return false;
     m_connector->setSystemId(settings.system.value());
+    if (!settings.token.isEmpty())
+        m_notificationServer = new NotificationServer(*m_notifications, settings.token, this);
     if (!m_door->open(settings.port)) {
         error = QStringLiteral("cannot listen on port %1: %2").arg(settings.port).arg(m_door->errorString());
         return false;
@@ -59,6 +71,11 @@ quint16 DeviceServer::port() const
 
 void DeviceServer::onWebSocketRequested(QSslSocket* socket, const QByteArray& path, qint64 acceptedMs)
 {
+    if (m_notificationServer && path == NotificationServer::path()) {
+        socket->setParent(m_notificationServer);
+        m_notificationServer->takeSocket(socket);
+        return;
+    }
     if (!path.startsWith("/gw/")) {
         refuse(peerText(socket), QString(), QStringLiteral("no WebSocket at \"%1\"").arg(QString::fromUtf8(path)));
         return;
@@ -82,6 +99,7 @@ void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebS
     }
     m_links.insert(id.value(), link);
     connect(link, &DeviceLink::ended, this, [this, link] { onLinkEnded(link); });
+    publish(QStringLiteral("came"), device);
     Q_EMIT deviceCame(device);
 }
 
@@ -92,6 +110,7 @@ void DeviceServer::onLinkEnded(DeviceLink* link)
         m_links.remove(device.id.value());
     link->disconnect(this);
     link->deleteLater();
+    publish(QStringLiteral("left"), device);
     Q_EMIT deviceLeft(device);
 }
 
@@ -102,5 +121,23 @@ void DeviceServer::refuse(const QString& peer, const QString& device, const QStr
         m_refusals.removeFirst();
     m_refusals.append(refusal);
     qInfo("Refused %s %s: %s", qUtf8Printable(peer), qUtf8Printable(device), qUtf8Printable(reason));
+    m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), QStringLiteral("refused")},
+                                                    {QStringLiteral("device"), device},
+                                                    {QStringLiteral("peer"), peer},
+                                                    {QStringLiteral("reason"), reason}});
     Q_EMIT refused(refusal);
+}
+
+void DeviceServer::publish(const QString& event, const DeviceLink::Identity& device)
+{
+    m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), event},
+                                                    {QStringLiteral("device"), device.id.toLabel()},
+                                                    {QStringLiteral("type"), device.type},
+                                                    {QStringLiteral("system"), device.system.toLabel()},
+                                                    {QStringLiteral("peer"), device.peer}});
+}
+
+int DeviceServer::clients() const
+{
+    return m_notificationServer ? m_notificationServer->clients() : 0;
 }

@@ -6,7 +6,9 @@
 #include <QtCore/QVector>
 
 class CDeviceConnectorAppSide;
+class CNotificationService;
 class FrontDoor;
+class NotificationServer;
 class QSslSocket;
 class QWebSocket;
 
@@ -24,6 +26,7 @@ public:
         QString keyFile;
         CSystemId system; ///< devices of another installation are refused, with 0 those of any
         int pingSeconds = 20;
+        QString token; ///< with which clients log in for notifications; empty: there are none
     };
 
     struct Refusal
@@ -39,6 +42,8 @@ public:
 
     bool start(const Settings& settings, QString& error);
     quint16 port() const;
+    /// Clients that are logged in for notifications.
+    int clients() const;
 
     /// In the order of their ids. The newest link of a device is the only one.
     QList<DeviceLink*> links() const { return m_links.values(); }
@@ -57,7 +62,11 @@ private:
     void onLinkEnded(DeviceLink* link);
     void refuse(const QString& peer, const QString& device, const QString& reason);
 
+    void publish(const QString& event, const DeviceLink::Identity& device);
+
     FrontDoor* m_door;
+    CNotificationService* m_notifications;
+    NotificationServer* m_notificationServer = nullptr;
     CDeviceConnectorAppSide* m_connector;
     QMap<quint32, DeviceLink*> m_links;
     QVector<Refusal> m_refusals;

@@ -44,6 +44,10 @@ class WebSocket:
         self.socket.sendall(bytes([0x80 | opcode]) + length + mask
                             + bytes(byte ^ mask[i % 4] for i, byte in enumerate(payload)))
 
+    def close(self):
+        self.stream.close()
+        self.socket.close()
+
     def send(self, message):
         self._send(1, json.dumps({"jsonrpc": "2.0", **message}).encode())
 

@@ -10,6 +10,7 @@ import tempfile
 import time
 import unittest
 
+from notification_client import WebSocket
 from tools import BUILD, ROOT, WAIT, Running, console, main, simulator
 
 SYSTEM = "0012.3457"
@@ -111,7 +112,8 @@ class Link(unittest.TestCase):
         with self.device(port, LABELS[0], "--log-file", "stderr") as device:
             device.until("calls again")
             with Server(self.dir, "--port", port) as server:
-                server.until("came in")
+                server.until("came in", 2 * WAIT)
+                device.until("is linked")
             device.until("has lost its link")
             device.until("calls again")
 
@@ -139,6 +141,33 @@ class Link(unittest.TestCase):
             reasons = " ".join(reason for _, reason in server.refusals())
             for part in ("no HTTP request", "request too long", 'no WebSocket at "/else"', "TLS failed"):
                 self.assertIn(part, reasons)
+
+    def test_notification_clients_see_devices_come_and_go(self):
+        with Server(self.dir, env={"KYR_CONSOLE_SERVE_TOKEN": "let me in"}) as server:
+            url = f"wss://127.0.0.1:{server.port}/notifications"
+
+            def client(token):
+                web_socket = WebSocket(url, f"{BUILD}/dev-ca/ca-chain.pem")
+                web_socket.send({"id": 1, "method": "login", "params": [token]})
+                return web_socket, web_socket.receive()
+
+            stranger, answer = client("wrong")
+            self.assertFalse(answer and answer.get("result"))
+            observer, answer = client("let me in")
+            self.assertIs(answer["result"], True)
+            observer.send({"method": "registerObserver", "params": [["Devices"]]})
+            self.assertEqual(observer.receive()["method"], "acknowledge")
+            with self.device(server.port, LABELS[0]):
+                with self.device(server.port, LABELS[2], certificate_of=LABELS[0]):
+                    news = [observer.receive()["params"][1] for _ in range(2)]
+            while news[-1]["event"] != "left":
+                news.append(observer.receive()["params"][1])
+            told = {(item["event"], item["device"]) for item in news}
+            self.assertEqual(told, {("came", LABELS[0]), ("refused", LABELS[2]), ("left", LABELS[0])})
+            self.assertEqual(server.ask("serve", "--stop")[0], 0)
+            self.assertEqual(observer.receive()["method"], "aboutToQuit")
+            for web_socket in (stranger, observer):
+                web_socket.close()
 
     def test_silent_visitors_do_not_block_the_door(self):
         descriptors = lambda: len(os.listdir(f"/proc/{server.process.pid}/fd"))

@@ -22,6 +22,9 @@ public:
                          QStringLiteral("installation whose devices are let in, beside those that have none"));
         options.addValue(QStringLiteral("ping"), QStringLiteral("S"),
                          QStringLiteral("seconds between signs of life of a device"), QStringLiteral("20"));
+        options.addValue(QStringLiteral("token"), QStringLiteral("TEXT"),
+                         QStringLiteral("lets clients log in for notifications; better given by "
+                                        "KYR_CONSOLE_SERVE_TOKEN, which other users do not see"));
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -38,6 +41,7 @@ public:
         settings.port = quint16(options.number(QStringLiteral("port"), 0, 0xFFFF));
         settings.pingSeconds = options.number(QStringLiteral("ping"), 1, 86400);
         settings.certificateFile = options.value(QStringLiteral("certificate"));
+        settings.token = options.value(QStringLiteral("token"));
         settings.keyFile = options.value(QStringLiteral("key"));
         if (options.isSet(QStringLiteral("system")))
             settings.system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
