@@ -461,7 +461,7 @@ private Q_SLOTS:
         WebServer web("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
         candidate.replace(QLatin1String("PORT"), QString::number(server.serverPort()))
             .replace(QLatin1String("WEB"), QString::number(web.serverPort()));
-        ConnectionTiming::current().step = 100;
+        ConnectionTiming::current().step = candidate.startsWith(QLatin1String("http")) ? 1500 : 100;
         QNetworkAccessManager manager;
         QPointer<Connector> connector = new Connector(false, &manager);
         connector->sendsUdp = true;

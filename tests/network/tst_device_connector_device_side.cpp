@@ -385,7 +385,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, way);
         QFETCH(QString, deed);
-        ConnectionTiming::current().step = 200;
+        ConnectionTiming::current().step = way == QLatin1String("web") ? 1500 : 200;
         QNetworkAccessManager manager;
         RawApplication application("{\"random\": \"0123456789abcdef\"}");
         QPointer<Device> device = new Device(way.startsWith(QLatin1String("tls")), &manager);
