@@ -23,7 +23,7 @@ QString randomText(QRandomGenerator& random, int length, bool lineBreaks)
             text += QString::fromUcs4(std::array<char32_t, 1>{char32_t(0x10000 + random.bounded(0x10000))}.data(), 1);
         else if (kind == 7)
             text += QChar(ushort(0xA0 + random.bounded(0xD000)));
-        else if (const int at = random.bounded(spice.size()); !spice.at(at).isSurrogate())
+        else if (const int at = random.bounded(int(spice.size())); !spice.at(at).isSurrogate())
             text += spice.at(at);
     }
     return text;
