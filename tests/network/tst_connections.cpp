@@ -173,7 +173,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("action");
         for (const auto kind : kinds) {
             for (const char* inside : {"connected", "disconnected", "received", "transmitted", "error"}) {
-                for (const char* action : {"delete", "close", "send"}) {
+                for (const char* action : {"delete", "close", "send", "open"}) {
                     if (kind < TransportLink::WebSocket || qstrcmp(inside, "error") != 0) // an orderly end is no error
                         QTest::addRow("%s %s %s", TransportLink::names[kind], inside, action)
                             << kind << QByteArray(inside) << QByteArray(action);
@@ -199,6 +199,8 @@ private Q_SLOTS:
                 link.near->sendData("more");
             else if (action == "close")
                 link.near->close();
+            else if (action == "open")
+                link.near->open();
             else
                 delete link.near;
         };
@@ -219,6 +221,8 @@ private Q_SLOTS:
         QTRY_VERIFY(acted > 0);
         QTRY_VERIFY(action != "delete" || !link.near);
         QTRY_VERIFY(action != "close" || !link.near->getConnectionState());
+        if (action == "open" && inside != "error" && kind < TransportLink::WebSocket) // connected still, or again
+            QTRY_VERIFY(link.near->getConnectionState());
     }
 
     void acceptedSocketIsReleased_data() { kinds_data(); }

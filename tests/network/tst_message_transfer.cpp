@@ -5,34 +5,24 @@
 
 namespace {
 
-// A layer that leaves to its parent what the base leaves to it.
+// A layer that leaves to its parent whatever the base leaves to it.
 struct Layer : CMessageTransfer
 {
-    explicit Layer(QObject* parent)
-        : CMessageTransfer(parent)
-    {
-    }
+    using CMessageTransfer::CMessageTransfer;
+    using CMessageTransfer::debugLevel;
+
     qint64 sendData(const QByteArray& data) override
     {
         sent.append(data);
-        if (deleteWhenSending)
+        if (data == "delete")
             delete this;
         return 0;
     }
     int getError() const override { return 7; }
     QString getErrorString() const override { return {}; }
-    void clearTransmitQueue() override
-    {
-        ++cleared;
-        CMessageTransfer::clearTransmitQueue();
-    }
-    using CMessageTransfer::debugLevel;
 
-    static QByteArrayList sent;
-    int cleared = 0;
-    bool deleteWhenSending = false;
+    static inline QByteArrayList sent;
 };
-QByteArrayList Layer::sent;
 
 } // namespace
 
@@ -54,7 +44,6 @@ private Q_SLOTS:
         Layer alone(&plain);
         alone.open();
         alone.close();
-        alone.clearTransmitQueue();
         QVERIFY(!alone.getConnectionState());
 
         CMessageTransferMock mock(nullptr);
@@ -65,23 +54,11 @@ private Q_SLOTS:
         QVERIFY(QMetaObject::invokeMethod(top, "updateConnectionState"));
         top->close();
         QVERIFY(!mock.getConnectionState() && !top->getConnectionState());
-        top->clearTransmitQueue();
-        QCOMPARE(middle->cleared, 1);
         top->setDebugLevel(3);
-        QCOMPARE(top->debugLevel(), 3);
-        QCOMPARE(middle->debugLevel(), 3);
-    }
+        QCOMPARE(top->debugLevel() + middle->debugLevel(), 6);
 
-    void sendMessages()
-    {
-        auto* layer = new Layer(nullptr);
-        layer->sendMessages({});
-        QVERIFY(Layer::sent.isEmpty());
-        layer->sendMessages({"one", "", "two"});
-        QCOMPARE(Layer::sent, (QByteArrayList{"one", "", "two"}));
-        layer->deleteWhenSending = true;
-        layer->sendMessages({"three", "never"});
-        QCOMPARE(Layer::sent.size(), 4);
+        (new Layer(nullptr))->sendMessages({"one", "", "two", "delete", "never"});
+        QCOMPARE(Layer::sent, (QByteArrayList{"one", "", "two", "delete"}));
     }
 
     void mock()
@@ -90,18 +67,15 @@ private Q_SLOTS:
         QSignalSpy states(&mock, &CMessageTransfer::connectionStateChanged);
         QSignalSpy transmitted(&mock, &CMessageTransfer::dataTransmitted);
         QSignalSpy received(&mock, &CMessageTransfer::dataReceived);
-        QVERIFY(!mock.getConnectionState());
         mock.open();
         mock.open();
         mock.close();
         mock.close();
-        QCOMPARE(states, (QList<QVariantList>{{true}, {true}, {false}, {false}}));
-        QCOMPARE(mock.sendData("out"), qint64(3));
+        mock.sendData("out");
         mock.receiveData("in");
+        QCOMPARE(states, (QList<QVariantList>{{true}, {true}, {false}, {false}}));
         QCOMPARE(transmitted, (QList<QVariantList>{{QByteArray("out")}}));
         QCOMPARE(received, (QList<QVariantList>{{QByteArray("in")}}));
-        QCOMPARE(mock.getError(), 0);
-        QCOMPARE(mock.getErrorString(), QString());
     }
 };
 
