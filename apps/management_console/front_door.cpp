@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int Backlog = 1024;
+constexpr int AcceptAgainMs = 500;   // after descriptors ran out
 constexpr qint64 MostUnread = 65536; // bytes of answers that a visitor has not taken yet
 
 // Of the first bytes of a request: method, path and whether it asks for a WebSocket.
@@ -67,6 +68,11 @@ FrontDoor::FrontDoor(QObject* parent)
     : QTcpServer(parent)
 {
     m_clock.start();
+    // Without a free descriptor the server stops accepting, and would never begin again by itself.
+    connect(this, &QTcpServer::acceptError, this, [this] {
+        qWarning("FrontDoor: Cannot accept: %s", qUtf8Printable(errorString()));
+        QTimer::singleShot(AcceptAgainMs, this, &QTcpServer::resumeAccepting);
+    });
 }
 
 FrontDoor::~FrontDoor()

@@ -4,15 +4,27 @@
 #include <foundation/network/socket_options_p.h>
 
 #include <QtCore/QPointer>
+#include <QtCore/QTimer>
 #include <QtNetwork/QNetworkInterface>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
+
+namespace {
+
+constexpr int acceptAgainMs = 500; // after descriptors ran out
+
+} // namespace
 
 CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* networkAccessManager, QObject* parent)
     : QTcpServer(parent)
     , m_useSsl(useSsl)
     , m_networkAccessManager(networkAccessManager)
 {
+    // Without a free descriptor the server stops accepting, and would never begin again by itself.
+    connect(this, &QTcpServer::acceptError, this, [this] {
+        qWarning("CDeviceConnector: cannot accept a connection: %s", qUtf8Printable(errorString()));
+        QTimer::singleShot(acceptAgainMs, this, &QTcpServer::resumeAccepting);
+    });
 }
 
 CDeviceConnectorBase::~CDeviceConnectorBase() = default;

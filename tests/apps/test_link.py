@@ -2,6 +2,7 @@
 
 import json
 import os
+import resource
 import shutil
 import socket
 import ssl
@@ -183,6 +184,17 @@ class Link(unittest.TestCase):
             for visitor in silent:
                 visitor.close()
             server.eventually(lambda: descriptors() <= before)
+
+    def test_out_of_descriptors_and_back(self):
+        with Server(self.dir) as server:
+            resource.prlimit(server.process.pid, resource.RLIMIT_NOFILE, (60, 4096))
+            silent = [socket.create_connection(("127.0.0.1", server.port), timeout=WAIT) for _ in range(100)]
+            time.sleep(0.5)  # nothing tells from outside that accepting has failed
+            for visitor in silent:
+                visitor.close()
+            with server.connect() as link:
+                link.sendall(b"GET / HTTP/1.1\r\nConnection: close\r\n\r\n")
+                self.assertIn(b"200 OK", link.makefile("rb").read())
 
     def test_mistakes(self):
         for options, text in ((["--port", "0"], "--certificate and --key are needed"),
