@@ -1,6 +1,9 @@
 """Simulated devices are found by the console; mistakes on either command line are told in one line."""
 
 import json
+import os
+import pty
+import select
 import subprocess
 import unittest
 
@@ -67,6 +70,36 @@ class Discover(unittest.TestCase):
         self.assertEqual(console(stdin="help\nnonsense\nhelp")[0], 2)
         self.assertEqual(console(stdin="help\n\n# a remark\n'help' \"discover\"")[0], 0)
         self.assertEqual(console(stdin="help\nquit\nnonsense")[0], 0)
+
+    def test_terminal(self):
+        """At a terminal there are a prompt, colour and progress; Ctrl+C ends a command, then the console."""
+        pid, terminal = pty.fork()
+        if pid == 0:
+            os.execl(f"{BIN}/kyr_console", "kyr_console")
+        shown = b""
+
+        def until(text):
+            nonlocal shown
+            while text not in shown:
+                self.assertTrue(select.select([terminal], [], [], 6)[0], shown)
+                shown += os.read(terminal, 4096)
+            shown = shown[shown.index(text) + len(text):]
+
+        until(b"kyr> ")
+        os.write(terminal, b"help\n")
+        until(b"\033[1mCommand")
+        until(b"kyr> ")
+        os.write(terminal, b"discover --wait 60000 --port 9\n")
+        until(b"0 found, 59.")
+        os.write(terminal, b"\x03")
+        until(b"nothing answered")
+        until(b"kyr> ")
+        os.write(terminal, b"nonsense\n")
+        until(b"unknown command")
+        until(b"kyr> ")
+        os.write(terminal, b"\x03")
+        self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
+        os.close(terminal)
 
     def test_attached_console(self):
         with Running("kyr_console", "--socket", "kyr-test-attach", "--log-file", "stderr", "--log-level", "DBG") as tool:
