@@ -110,7 +110,7 @@ private:
         const int count = int(sizes.size()) / 4;
         qint64 begin = m_firmware.dataStart();
         for (int i = 0; i < qMin(count, shownElements); ++i) {
-            const qint64 size = qFromLittleEndian<quint32>(sizes.constData() + i * 4);
+            const qint64 size = qFromLittleEndian<quint32>(sizes.constData() + qint64(i) * 4);
             const qint64 inFile = qBound(qint64(0), m_firmware.size() - begin, size);
             const char* const package = m_firmware.constData() + begin;
             const auto* zero = inFile > 0 ? static_cast<const char*>(std::memchr(package, 0, size_t(inFile))) : nullptr;

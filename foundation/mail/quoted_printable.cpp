@@ -239,7 +239,7 @@ QByteArray CQuotedPrintable::getUtf8EncodedSubject(const QString& subject)
     QByteArray text = subject.toUtf8();
     // A line break would end the header and let the rest of the subject pass for another one.
     text.replace("\r\n", " ").replace('\r', ' ').replace('\n', ' ');
-    const QByteArray plain = foldedPlainText(text);
+    QByteArray plain = foldedPlainText(text);
     if (!plain.isNull())
         return plain;
 
