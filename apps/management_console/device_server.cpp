@@ -72,7 +72,6 @@ quint16 DeviceServer::port() const
 void DeviceServer::onWebSocketRequested(QSslSocket* socket, const QByteArray& path, qint64 acceptedMs)
 {
     if (m_notificationServer && path == NotificationServer::path()) {
-        socket->setParent(m_notificationServer);
         m_notificationServer->takeSocket(socket);
         return;
     }

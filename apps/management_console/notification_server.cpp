@@ -106,6 +106,7 @@ NotificationServer::~NotificationServer()
 
 void NotificationServer::takeSocket(QTcpSocket* socket)
 {
+    socket->setParent(this);
     // The WebSocket keeps to itself what carries it.
     if (auto* tls = qobject_cast<QSslSocket*>(socket)) {
         const QString peer = peerKey(tls->peerAddress(), tls->peerPort());

@@ -1,14 +1,16 @@
+#include "front_door.h"
 #include "notification_client.h"
 #include "notification_server.h"
 
 #include <foundation/services/notification_service.h>
 
+#include <support/device_certificates.h>
 #include <support/raw_web_socket.h>
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QProcess>
-#include <QtNetwork/QTcpSocket>
+#include <QtNetwork/QSslSocket>
 #include <QtTest/QtTest>
 
 namespace {
@@ -29,10 +31,14 @@ QByteArray request(const char* method, const QJsonArray& params, const QJsonValu
 class Peer
 {
 public:
-    explicit Peer(quint16 port)
+    explicit Peer(quint16 port, bool tls = false)
     {
         socket.setReadBufferSize(4096);
-        socket.connectToHost(QHostAddress::LocalHost, port);
+        socket.setPeerVerifyMode(QSslSocket::VerifyNone);
+        if (tls)
+            socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
+        else
+            socket.connectToHost(QStringLiteral("127.0.0.1"), port);
         socket.write(RawWebSocket::upgradeRequest("/notifications"));
     }
     void send(const QByteArray& text) { socket.write(RawWebSocket::frame(RawWebSocket::Text, text, true)); }
@@ -66,7 +72,7 @@ public:
     }
     bool ended() const { return socket.state() == QAbstractSocket::UnconnectedState; }
 
-    QTcpSocket socket;
+    QSslSocket socket;
     QByteArray buffer;
     bool upgraded = false;
 };
@@ -218,9 +224,7 @@ void TestNotificationServer::silentStranger()
 {
     Peer peer(m_server->port());
     QTRY_COMPARE(m_server->others(), 1);
-    const auto timers = m_server->findChild<NotificationClient*>()->findChildren<QTimer*>();
     auto* client = m_server->findChild<NotificationClient*>();
-    Q_UNUSED(timers)
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no log-in in time")));
     Q_EMIT client->timeout();
     QTRY_VERIFY(peer.ended());
@@ -228,25 +232,39 @@ void TestNotificationServer::silentStranger()
 
 void TestNotificationServer::lagging_data()
 {
+    QTest::addColumn<bool>("tls");
     QTest::addColumn<bool>("reads");
-    QTest::newRow("reads late") << true;
-    QTest::newRow("never reads") << false;
+    QTest::newRow("reads late") << false << true;
+    QTest::newRow("never reads") << false << false;
+    QTest::newRow("reads late, TLS") << true << true;
+    QTest::newRow("never reads, TLS") << true << false;
 }
 
 // One that does not read is cut off, named in the log and told how much it missed; the others go on.
 void TestNotificationServer::lagging()
 {
+    QFETCH(bool, tls);
     QFETCH(bool, reads);
     const QString devices = QStringLiteral("Devices");
-    Peer lazy(m_server->port());
-    Peer eager(m_server->port());
+    FrontDoor door;
+    if (tls) {
+        DeviceCertificates authority;
+        const DeviceCertificate own = authority.issue(QStringLiteral("000.123.457"));
+        QString error;
+        QVERIFY2(door.setCertificate(own.certificateFile, own.keyFile, error), qPrintable(error));
+        QVERIFY(door.open(0));
+        connect(&door, &FrontDoor::webSocketRequested, this,
+                [this](QSslSocket* socket) { m_server->takeSocket(socket); });
+    }
+    const quint16 port = tls ? door.serverPort() : m_server->port();
+    Peer lazy(port, tls);
+    Peer eager(port, tls);
     for (Peer* peer : {&lazy, &eager}) {
         peer->login();
         peer->send(request("registerObserver", {devices}));
         QCOMPARE(peer->messages(2).size(), 2);
     }
-    QString named;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(":%1 #1 lags").arg(lazy.socket.localPort())));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(":%1 #. lags").arg(lazy.socket.localPort())));
     const QVariantMap big{{QStringLiteral("text"), QString(100000, QLatin1Char('x'))}};
     int sent = 0;
     for (; m_server->clients() == 2 && sent < 500; ++sent) {
