@@ -15,7 +15,7 @@ bool isFinal(const QByteArray& line)
 
 CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
 {
-    int begin = 0; // of the next line
+    int begin = m_taken; // of the next line
     Result result = Incomplete;
     while (result == Incomplete) {
         const int lineEnd = int(m_pending.indexOf('\n', qMax(begin, m_scanned)));
@@ -32,14 +32,19 @@ CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
         begin = lineEnd + 1;
         if (line.isEmpty())
             continue;
-        m_lines += QString::fromUtf8(line);
+        m_lines += QString::fromUtf8(line.constData(), qMax(line.size(), 1)); // zero bytes included
         m_replyLength += length;
         if (line.size() > maxLineLength || m_replyLength > maxReplyLength)
             result = TooLong;
         else if (isFinal(line))
             result = Complete;
     }
-    m_pending.remove(0, begin);
+    m_taken = begin;
+    if (result == Incomplete) {
+        // Not after each reply: one read may hold thousands of them.
+        m_pending.remove(0, m_taken);
+        m_taken = 0;
+    }
     m_scanned = result == Incomplete ? int(m_pending.size()) : 0;
     if (result == Complete) {
         *lines = m_lines;
@@ -51,7 +56,7 @@ CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
 
 int CSmtpReplyReader::clear()
 {
-    const int left = m_replyLength + int(m_pending.size());
+    const int left = m_replyLength + int(m_pending.size()) - m_taken;
     *this = CSmtpReplyReader();
     return left;
 }

@@ -27,7 +27,8 @@ public:
     int clear();
 
 private:
-    QByteArray m_pending; // not yet a line
+    QByteArray m_pending; // not yet a line, behind
+    int m_taken = 0;      // bytes that are done with
     int m_scanned = 0;    // how far `m_pending` holds no line end
     QStringList m_lines;  // of the reply that is under way
     int m_replyLength = 0;

@@ -38,7 +38,9 @@ bool parseDottedQuad(const QString& text, QHostAddress& address)
 bool parseIPv6(const QString& text, QHostAddress& address)
 {
     QHostAddress parsed;
-    if (text.count(QLatin1Char(':')) < 2 || !parsed.setAddress(text)
+    // A bracket, which Qt takes for a part of the zone ("::1%eth0]:70"), would stand in the wrong place when the address
+    // is written.
+    if (text.count(QLatin1Char(':')) < 2 || text.contains(QLatin1Char(']')) || !parsed.setAddress(text)
         || parsed.protocol() != QAbstractSocket::IPv6Protocol)
         return false;
     address = parsed;
