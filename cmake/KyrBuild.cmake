@@ -30,6 +30,26 @@ if(KYR_SANITIZE)
     endif()
 endif()
 
+# Release builds (any with optimisation and debug information or none) make faults harder to exploit; what each flag puts
+# into the ELF files is checked by tests/hardening. The library's code is position-independent anyway, the programs
+# need the linker's part of it, too.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+set(kyr_release "$<CONFIG:Release,RelWithDebInfo,MinSizeRel>")
+set(kyr_fortify_level "$<IF:$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_GREATER_EQUAL:$<CXX_COMPILER_VERSION>,12>>,3,2>")
+# Some compilers come with a level of their own, hence -U.
+target_compile_options(kyr_build_settings INTERFACE
+    $<${kyr_release}:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${kyr_fortify_level} -fstack-protector-strong
+    -fstack-clash-protection>)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+    target_compile_options(kyr_build_settings INTERFACE $<${kyr_release}:-fcf-protection>)
+endif()
+target_link_options(kyr_build_settings INTERFACE $<${kyr_release}:LINKER:-z,relro,-z,now,-z,noexecstack>)
+if(NOT KYR_SANITIZE)
+    # A library that leaves a symbol to chance fails here, not when it is loaded. Sanitized ones leave theirs to the program.
+    target_link_options(kyr_build_settings INTERFACE LINKER:-z,defs)
+endif()
+
 # kyr_add_app(NAME sources...): a tool on the library, installed with the tools.
 function(kyr_add_app name)
     add_executable(${name} ${ARGN})

@@ -25,9 +25,9 @@ def certificate(label, where, ca=f"{BUILD}/dev-ca", *options):
 class Server(Running):
     """A console that serves on a port that the system chose, and is asked through its socket."""
 
-    def __init__(self, where, *options, env=None):
+    def __init__(self, where, *options, log=("--log-file", "none"), env=None):
         self.socket = f"{where}/console.socket"
-        super().__init__("kyr_console", "--socket", self.socket, "--log-file", "none", "serve", "--port", 0, "--json",
+        super().__init__("kyr_console", "--socket", self.socket, *log, "serve", "--port", 0, "--json",
                          "--certificate", f"{where}/console.pem", "--key", f"{where}/console.key", "--system", SYSTEM, *options,
                          env={**os.environ, **(env or {})})
         self.port = json.loads(self.until('{"port"'))["port"]
