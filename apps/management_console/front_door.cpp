@@ -141,15 +141,17 @@ void FrontDoor::incomingConnection(qintptr descriptor)
     socket->setSslConfiguration(m_configuration);
     auto* timer = new QTimer(socket);
     timer->setSingleShot(true);
-    m_visitors.insert(socket, {timer, m_clock.elapsed(), false});
+    m_visitors.insert(socket, {timer, m_clock.elapsed(), false, false});
     connect(timer, &QTimer::timeout, this, [this, socket] {
         const bool served = m_visitors.value(socket).answered;
         drop(socket, served                  ? QString()
                      : socket->isEncrypted() ? QStringLiteral("no request in time")
                                              : QStringLiteral("no TLS in time"));
     });
+    connect(socket, &QSslSocket::encrypted, this, [this, socket] { m_visitors[socket].secure = true; });
     connect(socket, &QSslSocket::disconnected, this, [this, socket] {
-        const bool failed = !socket->isEncrypted();
+        // A socket that has disconnected may have forgotten that it was encrypted.
+        const bool failed = !m_visitors.value(socket).secure;
         drop(socket, failed ? QStringLiteral("TLS failed: %1").arg(socket->errorString()) : QString());
     });
     connect(socket, &QSslSocket::readyRead, this, [this, socket] { onReadable(socket); });

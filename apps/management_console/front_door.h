@@ -62,6 +62,7 @@ private:
         QTimer* timer;
         qint64 acceptedMs;
         bool answered; ///< has made an ordinary request and may make more
+        bool secure;   ///< TLS is up
     };
 
     void onReadable(QSslSocket* socket);

@@ -40,6 +40,9 @@ public:
         else
             socket.connectToHost(QStringLiteral("127.0.0.1"), port);
         socket.write(RawWebSocket::upgradeRequest("/notifications"));
+        // Frames may follow only when the server has answered.
+        QTest::qWaitFor([this] { return (buffer += socket.readAll()).contains("\r\n\r\n"); });
+        buffer.remove(0, buffer.indexOf("\r\n\r\n") + 4);
     }
     void send(const QByteArray& text) { socket.write(RawWebSocket::frame(RawWebSocket::Text, text, true)); }
     void login() { send(request("login", {token}, 1)); }
@@ -52,13 +55,6 @@ public:
         while (result.size() < count && clock.elapsed() < 6000) {
             QTest::qWait(1);
             buffer += socket.readAll();
-            if (!upgraded) {
-                const int end = buffer.indexOf("\r\n\r\n");
-                if (end < 0)
-                    continue;
-                upgraded = true;
-                buffer.remove(0, end + 4);
-            }
             for (const auto& frame : RawWebSocket::takeFrames(buffer)) {
                 if (frame.first == RawWebSocket::Text)
                     result.append(QJsonDocument::fromJson(frame.second).object());
@@ -74,7 +70,6 @@ public:
 
     QSslSocket socket;
     QByteArray buffer;
-    bool upgraded = false;
 };
 
 } // namespace

@@ -121,7 +121,7 @@ void TestAccessControlMock::relationsAnswer()
     QVERIFY(!mock.addUsersToGroup({user, 999}, group));
     QCOMPARE(mock.getUsersOfGroup(group), QList<CItemId>{user});
     QCOMPARE(mock.getGroupsOfUser(user), QList<CItemId>{group});
-    QCOMPARE(mock.getGroupProperty(members, group).typeName(), "CItemIdList");
+    QCOMPARE(mock.getGroupProperty(members, group).userType(), QMetaType::type("CItemIdList"));
 
     const CItemId medium = mock.createRfidMedium({});
     QVERIFY(mock.addRfidMediaToUser({medium}, user));
