@@ -89,7 +89,7 @@ void Simulator::addOptions(AppOptions& options)
 // The TLS configuration of one device.
 bool Simulator::readIdentity(AppOptions& options, const QString& label, QSslConfiguration& tls) const
 {
-    const auto read = [&options](QString name) {
+    const auto read = [&options](const QString& name) {
         QFile file(name);
         if (!file.open(QIODevice::ReadOnly))
             options.setError(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));

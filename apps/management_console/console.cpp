@@ -55,7 +55,7 @@ void Console::runNext()
 
 void Console::runCommand(const QStringList& words)
 {
-    const QString name = words.constFirst();
+    const QString& name = words.constFirst();
     const CommandEntry* entry = findCommand(name);
     if (!entry) {
         writeErrorText(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));

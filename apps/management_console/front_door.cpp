@@ -137,7 +137,7 @@ void FrontDoor::incomingConnection(qintptr descriptor)
         return;
     }
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    socket->setReadBufferSize(2 * LongestRequest);
+    socket->setReadBufferSize(qint64(2) * LongestRequest);
     socket->setSslConfiguration(m_configuration);
     auto* timer = new QTimer(socket);
     timer->setSingleShot(true);

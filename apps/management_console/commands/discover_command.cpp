@@ -185,7 +185,8 @@ private:
             key += found.address.toString() + QLatin1Char(':') + QString::number(found.port);
         auto known = m_found.find(key);
         if (known == m_found.end()) {
-            found.milliseconds = double((m_clock.nsecsElapsed() - m_roundStart) / 1000) / 1000;
+            const qint64 microseconds = (m_clock.nsecsElapsed() - m_roundStart) / 1000;
+            found.milliseconds = double(microseconds) / 1000;
             known = m_found.insert(key, found);
         }
         if (!known->how.contains(how))

@@ -89,7 +89,8 @@ private:
         if (number != asked.number)
             return;
         asked.answer = answer;
-        asked.milliseconds = double(m_clock.nsecsElapsed() / 1000) / 1000;
+        const qint64 microseconds = m_clock.nsecsElapsed() / 1000;
+        asked.milliseconds = double(microseconds) / 1000;
         if (++asked.answers < m_count)
             asked.number = asked.link->ask(m_message);
         else
