@@ -9,7 +9,7 @@
 
 #ifdef __SANITIZE_ADDRESS__
 // The offscreen platform keeps its screen at the end.
-extern "C" int __lsan_is_turned_off()
+extern "C" Q_DECL_EXPORT int __lsan_is_turned_off()
 {
     return 1;
 }
