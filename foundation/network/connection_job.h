@@ -6,13 +6,13 @@
 #include <QtCore/QStringList>
 #include <QtNetwork/QHostAddress>
 #include <QtNetwork/QHostInfo>
+#include <QtNetwork/QTcpSocket>
+#include <QtWebSockets/QWebSocket>
 
 #include <memory>
 
 class CDeviceId;
 class QNetworkAccessManager;
-class QTcpSocket;
-class QWebSocket;
 
 /// Tries the candidate addresses of one group, strictly in order, until one of them leads to the wanted peer.
 ///

@@ -6,12 +6,13 @@
 #include <QtCore/QHash>
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
+#include <QtNetwork/QSslSocket>
 #include <QtNetwork/QTcpSocket>
+#include <QtWebSockets/QWebSocket>
 
 class CDeviceDiscoveryAppSide;
 class DeviceHandshake;
 class HeldSockets;
-class QSslSocket;
 class QWebSocketServer;
 
 /// An application's end of the device link: reaches devices, and lets those in that call and prove who they are.

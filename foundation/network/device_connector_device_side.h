@@ -3,10 +3,11 @@
 #include <foundation/network/device_connector_base.h>
 
 #include <QtNetwork/QSslError>
+#include <QtNetwork/QSslSocket>
+#include <QtWebSockets/QWebSocket>
 
 class CDeviceDiscoveryDeviceSide;
 class HeldSockets;
-class QSslSocket;
 
 /// A device's end of the device link: answers discovery, accepts applications that call, and calls applications.
 ///

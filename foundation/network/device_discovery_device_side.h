@@ -2,8 +2,6 @@
 
 #include <foundation/network/device_discovery_base.h>
 
-class QTcpSocket;
-
 /// The answering end of device discovery: tells applications which device this is.
 ///
 ///     CDeviceDiscoveryDeviceSide discovery(udpPort, this);

@@ -41,7 +41,7 @@ public:
             socket.connectToHost(QStringLiteral("127.0.0.1"), port);
         socket.write(RawWebSocket::upgradeRequest("/notifications"));
         // Frames may follow only when the server has answered.
-        QTest::qWaitFor([this] { return (buffer += socket.readAll()).contains("\r\n\r\n"); });
+        (void)QTest::qWaitFor([this] { return (buffer += socket.readAll()).contains("\r\n\r\n"); });
         buffer.remove(0, buffer.indexOf("\r\n\r\n") + 4);
     }
     void send(const QByteArray& text) { socket.write(RawWebSocket::frame(RawWebSocket::Text, text, true)); }
