@@ -2,6 +2,8 @@
 
 #include <foundation/network/device_discovery_base.h>
 
+#include <QtNetwork/QTcpSocket>
+
 /// The answering end of device discovery: tells applications which device this is.
 ///
 ///     CDeviceDiscoveryDeviceSide discovery(udpPort, this);
