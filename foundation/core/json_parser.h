@@ -16,7 +16,7 @@
 /// - Nested objects and arrays travel as text in strings; reading ends such a text at its first closing bracket.
 /// - An array is a map with the keys "0", "1", "2"...; the empty map is written "[]".
 /// - Byte arrays are pairs of hexadecimal digits with ":" between them, which is what tells them from a string.
-/// - Escapes (\uXXXX) and comments are replaced in the whole text before it is read, also inside and outside strings.
+/// - Unicode escapes and comments are replaced in the whole text before it is read, also inside and outside strings.
 /// - The last bracket must end the text; the text may also end before it.
 ///
 /// Time and memory are proportional to the length of the text, whatever stands in it.
@@ -31,7 +31,7 @@ public:
     static QString serialize(const QVariantList& list);
 
     /// Reads an object or an array. On a fault *ok (if given) is false, and the map holds the entries before it. With
-    /// stripComments, "/*...*/" and "//..." up to the line's end are taken out first, in strings, too.
+    /// stripComments, block comments and line comments up to the line's end are taken out first, in strings, too.
     static QVariantMap deserialize(const QString& text, bool* ok, bool stripComments);
 
     /// One value as it stands in a text. Never fails: what is nothing else is a string.
