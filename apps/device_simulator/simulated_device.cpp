@@ -4,7 +4,7 @@
 #include <foundation/network/device_discovery_device_side.h>
 #include <foundation/network/web_socket_connection.h>
 
-#include <QtCore/QRandomGenerator>
+#include <QtCore/QFile>
 #include <QtNetwork/QSslSocket>
 #include <QtNetwork/QUdpSocket>
 #include <QtWebSockets/QWebSocket>
@@ -17,6 +17,9 @@ constexpr int KeepaliveSeconds = 30;
 constexpr int FirstPauseMs = 500;
 constexpr int LongestPauseMs = 60000;
 constexpr int LastingLinkMs = 10000;
+// In a reconnect storm.
+constexpr int LongestStormLinkMs = 500;
+constexpr int LongestStormPauseMs = 100;
 // A request of long ago, whose answer somebody has recorded and plays again.
 const QByteArray OldRequest = R"({"random":"0123456789abcdef","time":"2020-01-01T00:00:00Z"})";
 
@@ -31,6 +34,9 @@ public:
         : CDeviceConnectorDeviceSide(0, !settings.tls.isNull(), settings.accessManager, parent)
         , m_tls(settings.tls)
         , m_replay(settings.replay)
+        , m_otherTls(settings.otherTls)
+        , m_faults(settings.faults)
+        , m_device(settings.id.value())
     {
     }
 
@@ -50,9 +56,22 @@ public:
     void onNewOutgoingWebSocketConnection(QWebSocket* socket, const QByteArray& initialRequest,
                                           const QString& discoverAddress) override
     {
+        HandshakeFate fate = m_replay ? HandshakeFate::OldRandom : HandshakeFate::Honest;
+        if (m_faults && fate == HandshakeFate::Honest)
+            fate = drawHandshakeFate(m_faults->rates, m_faults->seed, m_device, ++m_handshakes);
+        if (fate != HandshakeFate::Honest && m_faults)
+            ++m_faults->falseAnswers;
+        if (fate == HandshakeFate::Silence)
+            return;
+        if (fate == HandshakeFate::Rubbish) {
+            socket->sendBinaryMessage(R"({"challenge":"{","certificate":[],"signature":7})");
+            return;
+        }
         useOwnIdentity();
-        CDeviceConnectorDeviceSide::onNewOutgoingWebSocketConnection(socket, m_replay ? OldRequest : initialRequest,
-                                                                     discoverAddress);
+        if (fate == HandshakeFate::OtherCertificate && !m_otherTls.isNull())
+            QSslConfiguration::setDefaultConfiguration(m_otherTls);
+        CDeviceConnectorDeviceSide::onNewOutgoingWebSocketConnection(
+            socket, fate == HandshakeFate::OldRandom ? OldRequest : initialRequest, discoverAddress);
     }
 
 protected:
@@ -65,6 +84,10 @@ protected:
 private:
     QSslConfiguration m_tls;
     bool m_replay;
+    QSslConfiguration m_otherTls;
+    SimulatedDevice::Faults* m_faults;
+    quint32 m_device;
+    quint32 m_handshakes = 0;
 };
 
 SimulatedDevice::SimulatedDevice(const Settings& settings, QObject* parent)
@@ -72,7 +95,10 @@ SimulatedDevice::SimulatedDevice(const Settings& settings, QObject* parent)
     , m_settings(settings)
     , m_connector(new SimulatedConnector(settings, this))
     , m_pauseMs(FirstPauseMs)
+    , m_random(settings.faults ? settings.faults->seed ^ settings.id.value() : QRandomGenerator::global()->generate())
+    , m_urls(settings.urls)
 {
+    m_clock.start();
     m_connector->setDeviceId(settings.id.value());
     m_connector->setDeviceType(settings.type);
     m_connector->setSystemId(settings.system.value());
@@ -100,7 +126,17 @@ bool SimulatedDevice::start(quint16 tcpPort)
 {
     if (!m_connector->listen(QHostAddress::Any, tcpPort))
         return false;
-    if (!m_settings.urls.isEmpty())
+    if (m_settings.faults) {
+        for (QString& url : m_urls) {
+            auto* wire = new FaultyWire(QUrl(url), m_settings.faults->rates, m_settings.faults->connections,
+                                        m_settings.faults->seed, m_settings.id.value(), this);
+            m_wires.append(wire);
+            if (!wire->open())
+                return false;
+            url = wire->url().toString();
+        }
+    }
+    if (!m_urls.isEmpty())
         m_callTimer.start(0);
     return true;
 }
@@ -125,13 +161,17 @@ void SimulatedDevice::call()
 {
     // It also says which authorities of applications are trusted.
     m_connector->useOwnIdentity();
-    m_connector->connectToApplication(m_settings.urls);
+    m_connector->connectToApplication(m_urls);
 }
 
 void SimulatedDevice::callLater()
 {
+    if (isStorming()) {
+        m_callTimer.start(m_random.bounded(LongestStormPauseMs + 1));
+        return;
+    }
     // Half of the pause is left to chance, or all devices would return in one instant.
-    m_callTimer.start(m_pauseMs / 2 + int(QRandomGenerator::global()->bounded(m_pauseMs / 2 + 1)));
+    m_callTimer.start(m_pauseMs / 2 + m_random.bounded(m_pauseMs / 2 + 1));
     qInfo("Simulator: %s calls again in %d ms", qUtf8Printable(m_settings.id.toLabel()), m_callTimer.interval());
     m_pauseMs = qMin(m_pauseMs * 2, LongestPauseMs);
 }
@@ -144,8 +184,7 @@ void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
     m_link = new CWebSocketConnection(socket, this);
     socket->setParent(m_link);
     m_linkedFor.start();
-    connect(m_link, &CMessageTransfer::dataReceived, this,
-            [this](const QByteArray& message) { m_link->sendData(m_dialogue.answer(message)); });
+    connect(m_link, &CMessageTransfer::dataReceived, this, &SimulatedDevice::onMessage);
     connect(m_link, &CMessageTransfer::connectionStateChanged, this, [this](bool connected) {
         if (!connected) {
             qInfo("Simulator: %s has lost its link", qUtf8Printable(m_settings.id.toLabel()));
@@ -155,6 +194,40 @@ void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
     });
     m_link->setKeepalive(KeepaliveSeconds);
     m_link->updateConnectionState();
+    if (isStorming())
+        QTimer::singleShot(m_random.bounded(LongestStormLinkMs), m_link,
+                           [link = m_link] { link->webSocket()->abort(); });
+}
+
+void SimulatedDevice::onMessage(const QByteArray& message)
+{
+    if (m_settings.journal) {
+        m_settings.journal->write(m_settings.id.toLabel().toLatin1() + ' ' + message + '\n');
+        m_settings.journal->flush(); // the process may be killed any time
+    }
+    m_link->sendData(m_dialogue.answer(message));
+}
+
+void SimulatedDevice::drop()
+{
+    for (FaultyWire* wire : qAsConst(m_wires))
+        wire->dropAll();
+}
+
+void SimulatedDevice::halt()
+{
+    for (FaultyWire* wire : qAsConst(m_wires))
+        wire->haltAll();
+}
+
+void SimulatedDevice::storm(int milliseconds)
+{
+    m_stormUntilMs = m_clock.elapsed() + milliseconds;
+    m_pauseMs = FirstPauseMs;
+    if (m_link)
+        m_link->webSocket()->abort();
+    else if (m_callTimer.isActive())
+        m_callTimer.start(m_random.bounded(LongestStormPauseMs + 1));
 }
 
 void SimulatedDevice::onLinkLost()

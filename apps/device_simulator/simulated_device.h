@@ -1,18 +1,21 @@
 #pragma once
 
 #include "device_dialogue.h"
+#include "faulty_wire.h"
 
 #include <foundation/core/device_id.h>
 #include <foundation/core/system_id.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
+#include <QtCore/QRandomGenerator>
 #include <QtCore/QStringList>
 #include <QtCore/QTimer>
 #include <QtNetwork/QSslConfiguration>
 
 class CDeviceDiscoveryDeviceSide;
 class CWebSocketConnection;
+class QFile;
 class QNetworkAccessManager;
 class QTcpSocket;
 class QWebSocket;
@@ -25,6 +28,15 @@ class SimulatedDevice : public QObject
     Q_OBJECT
 
 public:
+    /// What goes wrong with all devices; null in the settings: nothing does, and applications are called directly.
+    struct Faults
+    {
+        quint32 seed = 0;
+        FaultRates rates;
+        FaultyWire::Counters connections;
+        int falseAnswers = 0;
+    };
+
     struct Settings
     {
         CDeviceId id;
@@ -34,6 +46,9 @@ public:
         QSslConfiguration tls;                          ///< null: no TLS, and no proof of who the device is
         bool replay = false;                            ///< answers another challenge than the one it was given
         QNetworkAccessManager* accessManager = nullptr; ///< for URLs; not owned
+        Faults* faults = nullptr;                       ///< not owned
+        QSslConfiguration otherTls;                     ///< of another device, for false answers
+        QFile* journal = nullptr;                       ///< where questions are noted; not owned
     };
 
     SimulatedDevice(const Settings& settings, QObject* parent);
@@ -49,12 +64,21 @@ public:
     CDeviceDiscoveryDeviceSide* discovery() const;
     bool isLinked() const { return m_link != nullptr; }
 
+    /// Its connections through the faulty wires are reset.
+    void drop();
+    /// They stay open, and nothing passes any more.
+    void halt();
+    /// For so long it leaves as soon as it is linked, and calls again at once.
+    void storm(int milliseconds);
+
 private:
     void call();
     void callLater();
     void onTcpConnection(QTcpSocket* socket, bool outgoing);
     void onLinked(QWebSocket* socket, const QString& url);
     void onLinkLost();
+    void onMessage(const QByteArray& message);
+    bool isStorming() const { return m_clock.elapsed() < m_stormUntilMs; }
 
     Settings m_settings;
     SimulatedConnector* m_connector;
@@ -63,4 +87,9 @@ private:
     QTimer m_callTimer;
     QElapsedTimer m_linkedFor;
     int m_pauseMs;
+    QElapsedTimer m_clock;
+    qint64 m_stormUntilMs = 0;
+    QRandomGenerator m_random; // pauses
+    QStringList m_urls;        // as they are called, through the wires
+    QVector<FaultyWire*> m_wires;
 };

@@ -2,8 +2,9 @@
 
 #include "common/app_options.h"
 #include "common/default_ports.h"
-#include "simulated_device.h"
+#include "simulator_control.h"
 
+#include <foundation/cli/local_socket_cli_io.h>
 #include <foundation/network/device_discovery_device_side.h>
 
 #include <QtCore/QFile>
@@ -84,6 +85,12 @@ void Simulator::addOptions(AppOptions& options)
     options.addSwitch(QStringLiteral("replay"), QStringLiteral("answer every challenge with an old answer"));
     options.addValue(QStringLiteral("ca"), QStringLiteral("FILE"),
                      QStringLiteral("PEM file of the authorities of applications, instead of the system's own"));
+    options.addValue(QStringLiteral("faults"), QStringLiteral("SEED"),
+                     QStringLiteral("misbehave, the same way for the same seed (see --control)"));
+    options.addValue(QStringLiteral("control"), QStringLiteral("NAME"),
+                     QStringLiteral("take commands from a local socket that change the faults; \"help\" lists them"));
+    options.addValue(QStringLiteral("journal"), QStringLiteral("FILE"),
+                     QStringLiteral("append each question to a device as \"LABEL QUESTION\""));
 }
 
 // The TLS configuration of one device.
@@ -147,9 +154,18 @@ bool Simulator::setUp(AppOptions& options)
 
     if (!options.positional().isEmpty())
         options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
+    m_controlName = options.value(QStringLiteral("control"));
+    m_faults.rates.on = options.isSet(QStringLiteral("faults"));
+    if (m_faults.rates.on)
+        m_faults.seed = quint32(options.number(QStringLiteral("faults"), 0, 0x7FFFFFFF));
+    const QString journal = options.value(QStringLiteral("journal"));
+    m_journal.setFileName(journal);
+    if (!journal.isEmpty() && !m_journal.open(QIODevice::Append))
+        options.setError(QStringLiteral("cannot write \"%1\": %2").arg(journal, m_journal.errorString()));
     if (!options.error().isEmpty())
         return false;
     const bool withTls = options.isSet(QStringLiteral("certificate")) || options.isSet(QStringLiteral("key"));
+    QSslConfiguration before;
     for (int i = 0; i < count; ++i) {
         SimulatedDevice::Settings settings;
         settings.id = CDeviceId(first.value() + quint32(i));
@@ -160,6 +176,10 @@ bool Simulator::setUp(AppOptions& options)
         settings.accessManager = &m_accessManager;
         if (withTls && !readIdentity(options, settings.id.toLabel(), settings.tls))
             return false;
+        settings.faults = m_faults.rates.on || !m_controlName.isEmpty() ? &m_faults : nullptr;
+        settings.otherTls = before;
+        before = settings.tls;
+        settings.journal = m_journal.isOpen() ? &m_journal : nullptr;
         m_devices.append(new SimulatedDevice(settings, this));
     }
     return true;
@@ -177,9 +197,18 @@ bool Simulator::start(QString& error)
     for (int i = 0; i < m_devices.size(); ++i) {
         const quint16 port = m_tcpPort == 0 ? quint16(0) : quint16(m_tcpPort + i);
         if (!m_devices.at(i)->start(port)) {
-            error = QStringLiteral("cannot listen on TCP port %1").arg(port);
+            error = QStringLiteral("cannot listen on TCP port %1%2")
+                        .arg(port)
+                        .arg(m_devices.at(i)->settings().faults
+                                 ? QStringLiteral(", or the application is not on this machine, as faults need it")
+                                 : QString());
             return false;
         }
+    }
+    if (!m_controlName.isEmpty()) {
+        m_controlIo = std::make_unique<CLocalSocketCliIO>(m_controlName);
+        m_control = std::make_unique<SimulatorControl>(*this, m_controlIo.get());
+        m_control->execute();
     }
     return true;
 }

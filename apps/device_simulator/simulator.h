@@ -1,13 +1,19 @@
 #pragma once
 
+#include "simulated_device.h"
+
+#include <QtCore/QFile>
 #include <QtCore/QObject>
 #include <QtCore/QVector>
 #include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QSslConfiguration>
 
+#include <memory>
+
 class AppOptions;
+class CLocalSocketCliIO;
+class SimulatorControl;
 class CDeviceDiscoveryBase;
-class SimulatedDevice;
 
 /// Plays several devices in one process.
 ///
@@ -31,9 +37,17 @@ public:
     /// For programs that started this one: a JSON object a line, one for each device and one for the whole.
     QByteArray describe() const;
 
+    const QVector<SimulatedDevice*>& devices() const { return m_devices; }
+    SimulatedDevice::Faults& faults() { return m_faults; }
+
 private:
     bool readIdentity(AppOptions& options, const QString& label, QSslConfiguration& tls) const;
 
+    SimulatedDevice::Faults m_faults;
+    QFile m_journal;
+    QString m_controlName;
+    std::unique_ptr<CLocalSocketCliIO> m_controlIo;
+    std::unique_ptr<SimulatorControl> m_control;
     QVector<SimulatedDevice*> m_devices;
     CDeviceDiscoveryBase* m_hub = nullptr;
     QNetworkAccessManager m_accessManager; // one for all: each has a thread

@@ -1,0 +1,107 @@
+#include "simulator_control.h"
+
+#include "simulator.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QJsonDocument>
+
+namespace {
+
+constexpr int StormSeconds = 5;
+constexpr int LongestStormSeconds = 3600;
+
+QString help()
+{
+    return QStringLiteral("faults on|off; faults latency MS; faults split|drop|half-open|corrupt|handshake PERCENT; "
+                          "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit");
+}
+
+} // namespace
+
+SimulatorControl::SimulatorControl(Simulator& simulator, CAbstractCliIO* io)
+    : CAbstractCli(io, nullptr)
+    , m_simulator(simulator)
+{
+}
+
+void SimulatorControl::readLine(const QString& line)
+{
+    // Several lines may come at once.
+    const QStringList commands = line.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (const QString& command : commands) {
+        const QString answer = run(command.simplified().split(QLatin1Char(' ')));
+        writeLine(answer);
+        writeLine(answer.startsWith(QLatin1Char('{')) ? QStringLiteral("= 0") : QStringLiteral("= 1"));
+    }
+    promptNextLine();
+}
+
+QString SimulatorControl::run(const QStringList& words)
+{
+    const QString command = words.constFirst();
+    const QString what = words.value(1);
+    if (command == QLatin1String("faults") && words.size() <= 3)
+        return setFaults(words);
+    if ((command == QLatin1String("drop") || command == QLatin1String("halt")) && words.size() == 2) {
+        bool found = false;
+        for (SimulatedDevice* device : m_simulator.devices()) {
+            if (what != QLatin1String("all") && what != device->settings().id.toLabel())
+                continue;
+            found = true;
+            if (command == QLatin1String("drop"))
+                device->drop();
+            else
+                device->halt();
+        }
+        return found ? status() : QStringLiteral("there is no device \"%1\"").arg(what);
+    }
+    if (command == QLatin1String("storm") && words.size() <= 2) {
+        bool ok = true;
+        const int seconds = what.isEmpty() ? StormSeconds : what.toInt(&ok);
+        if (!ok || seconds < 1 || seconds > LongestStormSeconds)
+            return QStringLiteral("\"%1\" is no number of seconds from 1 to %2").arg(what).arg(LongestStormSeconds);
+        for (SimulatedDevice* device : m_simulator.devices())
+            device->storm(seconds * 1000);
+        return status();
+    }
+    if (command == QLatin1String("status"))
+        return status();
+    if (command == QLatin1String("quit")) {
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+        return status();
+    }
+    return help();
+}
+
+QString SimulatorControl::setFaults(const QStringList& words)
+{
+    FaultRates& rates = m_simulator.faults().rates;
+    const QString what = words.value(1);
+    bool ok = false;
+    if (words.size() == 2 && (what == QLatin1String("on") || what == QLatin1String("off"))) {
+        rates.on = what == QLatin1String("on");
+        return status();
+    }
+    const int value = words.value(2).toInt(&ok);
+    if (!ok || !rates.set(what, value))
+        return help();
+    return status();
+}
+
+QString SimulatorControl::status() const
+{
+    int linked = 0;
+    for (const SimulatedDevice* device : m_simulator.devices())
+        linked += device->isLinked() ? 1 : 0;
+    const SimulatedDevice::Faults& faults = m_simulator.faults();
+    const QJsonObject status{{QStringLiteral("devices"), m_simulator.devices().size()},
+                             {QStringLiteral("linked"), linked},
+                             {QStringLiteral("seed"), qint64(faults.seed)},
+                             {QStringLiteral("faults"), faults.rates.toJson()},
+                             {QStringLiteral("connections"), faults.connections.connections},
+                             {QStringLiteral("dropped"), faults.connections.dropped},
+                             {QStringLiteral("halfOpen"), faults.connections.halfOpen},
+                             {QStringLiteral("corrupted"), faults.connections.corrupted},
+                             {QStringLiteral("falseAnswers"), faults.falseAnswers}};
+    return QString::fromUtf8(QJsonDocument(status).toJson(QJsonDocument::Compact));
+}
