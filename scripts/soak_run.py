@@ -1,8 +1,8 @@
 """soak_run.py [MINUTES] [--devices N] [--seed N]: called by ./run soak.
 
 One console serves while simulated devices come, go and misbehave: faulty lines, false answers, resets, half-open links,
-reconnect storms, processes that are killed or stopped; notification clients vanish. Rounds of about half a minute; after
-each all devices are gone, and the console has to be back where it was after the first: links, descriptors, memory. Each
+reconnect storms, processes that are killed or stopped; notification clients vanish. In rounds; after each all devices
+are gone, and the console has to be back where it was after the warm-up: links, descriptors, memory. Each
 question that was answered has to stand in the journal of the device that answered, once. Exit code 1 on a finding.
 """
 
@@ -27,8 +27,9 @@ from tools import BIN, BUILD, ROOT, Running  # noqa: E402
 SYSTEM = "0012.3457"
 TOKEN = "soak"
 GROUPS = 4                     # simulator processes
-ROUND_SECONDS = 30
-MEMORY_MARGIN = 8 * 1024       # KiB above the first round's: lists of the last refusals and log lines, the allocator
+ROUND_SECONDS = 15
+WARM_UP_ROUNDS = 3             # the lists of the last refusals and log lines fill, the allocator takes its share
+MEMORY_MARGIN = 8 * 1024       # KiB above that
 DESCRIPTOR_MARGIN = 2
 GONE_SECONDS = 30
 
@@ -249,7 +250,7 @@ class Soak:
                 most = 0
                 slices = 3
                 for _ in range(slices):
-                    self.misbehave(groups, min(ROUND_SECONDS, max(15, end - time.monotonic())) / slices)
+                    self.misbehave(groups, min(ROUND_SECONDS, max(10, end - time.monotonic())) / slices)
                     most = max(most, len(self.links()))
                 self.busy.clear()
                 for group in groups:
@@ -260,7 +261,7 @@ class Soak:
                       f"{measured[1]:11}", flush=True)
                 if most == 0:
                     self.finding("no device was ever linked")
-                if first is None:
+                if number == WARM_UP_ROUNDS:
                     first = measured
         finally:
             self.over.set()

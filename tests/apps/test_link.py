@@ -118,6 +118,27 @@ class Link(unittest.TestCase):
             device.until("has lost its link")
             device.until("calls again")
 
+    def test_faults_repeat_from_the_seed_and_obey_the_control(self):
+        def fates(seed):
+            with self.device(1, LABELS[0], "--log-file", "stderr", "--faults", seed, "--control", control) as device:
+                return [device.until(": connection ").split(": ", 1)[1] for _ in range(3)]
+
+        control = f"{self.dir}/control"
+        first = fates(7)
+        self.assertEqual(fates(7), first)
+        self.assertNotEqual(fates(8), first)
+        with Server(self.dir) as server:
+            with self.device(server.port, LABELS[0], "--control", control):
+                server.until("came in")
+                self.assertIn('"linked":1', console("--attach", control, "status")[1])
+                self.assertEqual(console("--attach", control, "faults", "drop", "101")[0], 1)
+                console("--attach", control, "halt", "all")
+                code, answer, _ = server.ask("send", LABELS[0], "--wait", "300", "status")
+                self.assertEqual((code, "no answer in time" in answer), (1, True))
+                console("--attach", control, "drop", "all")
+                server.until("came in")
+                self.assertIn('"status":"ok"', server.ask("send", LABELS[0], "status")[1])
+
     def test_ordinary_requests_and_rubbish(self):
         with Server(self.dir) as server:
             def say(data):
