@@ -208,6 +208,8 @@ class Link(unittest.TestCase):
 
     def test_out_of_descriptors_and_back(self):
         with Server(self.dir) as server:
+            if "libubsan" in open(f"/proc/{server.process.pid}/maps").read():
+                self.skipTest("the sanitizer itself needs descriptors to look at objects")
             resource.prlimit(server.process.pid, resource.RLIMIT_NOFILE, (60, 4096))
             silent = [socket.create_connection(("127.0.0.1", server.port), timeout=WAIT) for _ in range(100)]
             time.sleep(0.5)  # nothing tells from outside that accepting has failed
