@@ -14,6 +14,7 @@ const std::vector<CommandEntry>& commandTable()
         {"groups", "Shows and changes its groups.", &createGroupsCommand},
         {"media", "Shows its cards and key fobs, or gives them to a user.", &createMediaCommand},
         {"mapping", "Shows the values and texts of an enumeration.", &createMappingCommand},
+        {"report", "Makes a report of users as PDF.", &createReportCommand},
         {"mail", "Checks the settings of a mail server, or sends a mail.", &createMailCommand},
         {"firmware", "Checks a firmware file and shows what is in it.", &createFirmwareCommand},
         {"log", "Shows the last lines of the log.", &createLogCommand},

@@ -59,6 +59,18 @@ class Commands(unittest.TestCase):
             self.assertEqual((code, error.count("\n")), (1, 1))
             self.assertIn("FAULT", out)
 
+    def test_report(self):
+        with tempfile.TemporaryDirectory() as where:
+            file = f"{where}/users.pdf"
+            code, out, error = console("report", "--users", "33,31", "--pdf", file)
+            if "no report plugin" in error:
+                self.skipTest(error)
+            self.assertEqual((code, error), (0, ""))
+            with open(file, "rb") as pdf:
+                self.assertEqual(pdf.read(5), b"%PDF-")
+            self.assertEqual(console("report", "--users", "33,99", "--pdf", file)[0], 2)
+            self.assertEqual(console("report", "--pdf", f"{where}/none/users.pdf")[0], 1)
+
     def test_mail(self):
         mailbox = Mailbox()
         code, _, error = console("mail", "--check", "--account", "a@example.com", "--server", "127.0.0.1:1")

@@ -14,6 +14,7 @@ Command* createMailCommand(Session& session);
 Command* createMappingCommand(Session& session);
 Command* createMediaCommand(Session& session);
 Command* createQuitCommand(Session& session);
+Command* createReportCommand(Session& session);
 Command* createSendCommand(Session& session);
 Command* createServeCommand(Session& session);
 Command* createUsersCommand(Session& session);
