@@ -39,14 +39,14 @@ QStringList Table::toText(bool colour) const
     QVector<int> widths;
     QVector<bool> numeric;
     for (int c : qAsConst(shown)) {
-        int width = m_columns.at(c).title.size();
+        int width = int(m_columns.at(c).title.size());
         bool numbers = !m_rows.isEmpty();
         cells[0].append(m_columns.at(c).title);
         for (int r = 0; r < m_rows.size(); ++r) {
             const QVariant value = m_rows.at(r).value(c);
             const QString text = cellText(value);
             numbers = numbers && (value.userType() == QMetaType::Int || value.userType() == QMetaType::Double);
-            width = qMax(width, text.size());
+            width = qMax(width, int(text.size()));
             cells[r + 1].append(text);
         }
         widths.append(width);

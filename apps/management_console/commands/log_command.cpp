@@ -28,7 +28,7 @@ public:
         lines.removeLast(); // behind the last line feed
         if (options.isSet(QStringLiteral("match")))
             lines = lines.filter(options.value(QStringLiteral("match")));
-        lines = lines.mid(qMax(0, lines.size() - most));
+        lines = lines.mid(qMax(0, int(lines.size()) - most));
         if (!isJson()) {
             for (const QString& line : qAsConst(lines))
                 session().line(Terminal::printable(line));
