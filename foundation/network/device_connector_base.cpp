@@ -20,6 +20,9 @@ CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* n
     , m_useSsl(useSsl)
     , m_networkAccessManager(networkAccessManager)
 {
+    // Travel in signals: spies, string connections and queued calls look them up by name.
+    qRegisterMetaType<QHostAddress>("QHostAddress");
+    qRegisterMetaType<QWebSocket*>("QWebSocket*");
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
     connect(this, &QTcpServer::acceptError, this, [this] {
         qWarning("CDeviceConnector: cannot accept a connection: %s", qUtf8Printable(errorString()));

@@ -78,6 +78,8 @@ CDeviceDiscoveryBase::CDeviceDiscoveryBase(quint16 port, QObject* parent)
     , m_defaultPort(port)
     , m_boundPort(port)
 {
+    // Travels in signals: spies, string connections and queued calls look it up by name.
+    qRegisterMetaType<QHostAddress>("QHostAddress");
     m_socket->bind(port, QAbstractSocket::ShareAddress);
     connect(m_socket, &QUdpSocket::readyRead, this, &CDeviceDiscoveryBase::receiveDatagram);
 }
