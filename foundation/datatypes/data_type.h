@@ -442,6 +442,7 @@ public:
         DeviceCapabilityRfid = 0,
         DeviceCapabilityCode = 1,
         DeviceCapabilityBattery = 2,
+        Battery = DeviceCapabilityBattery,
     };
     static const char* deviceCapabilityToString(DeviceCapability value);
     static DeviceCapability deviceCapabilityCast(int value);
