@@ -11,6 +11,8 @@ namespace ConnectionLimits {
 constexpr int requestLine = 100;
 /// Bytes of a WebSocket message. A device's answer has about 4 KiB: a certificate, a signature and a small challenge.
 constexpr quint64 message = 64 * 1024;
+/// Bytes that wait for a peer that does not read. All it is sent so far is a challenge, and answers to its pings.
+constexpr qint64 writeBacklog = 64 * 1024;
 /// Hand-shakes that go on at a time. One takes some milliseconds, so this many let thousands in a second, and cost less
 /// than 32 MiB.
 constexpr int pendingHandshakes = 256;
@@ -45,6 +47,8 @@ struct ConnectionTiming
     int tls = 10000;
     /// How long a device holds a connection that it refused.
     int refused = 60000;
+    /// From a failure to accept, for want of descriptors, until the next attempt.
+    int acceptPause = 500;
 
     /// The values in force.
     KYR_FOUNDATION_TEST_EXPORT static ConnectionTiming& current();

@@ -1,5 +1,6 @@
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/connection_job.h>
+#include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_base.h>
 #include <foundation/network/socket_options_p.h>
 
@@ -8,12 +9,6 @@
 #include <QtNetwork/QNetworkInterface>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
-
-namespace {
-
-constexpr int acceptAgainMs = 500; // after descriptors ran out
-
-} // namespace
 
 CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* networkAccessManager, QObject* parent)
     : QTcpServer(parent)
@@ -26,7 +21,7 @@ CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* n
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
     connect(this, &QTcpServer::acceptError, this, [this] {
         qWarning("CDeviceConnector: cannot accept a connection: %s", qUtf8Printable(errorString()));
-        QTimer::singleShot(acceptAgainMs, this, &QTcpServer::resumeAccepting);
+        QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
     });
 }
 

@@ -84,6 +84,7 @@ private:
     void readRequestLine();
     void onAnswer(const QByteArray& answer);
     void onPeerGone();
+    void checkBacklog();
     void onTimeOut();
 
     QPointer<QSslSocket> m_socket;

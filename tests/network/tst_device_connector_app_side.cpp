@@ -22,6 +22,9 @@
 #include <memory>
 #include <vector>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace {
 
 constexpr char label[] = "000.123.457"; // of device 12345
@@ -384,6 +387,7 @@ private Q_SLOTS:
                                  << QStringLiteral("connection closed before authentication");
         QTest::newRow("leaves") << good << QStringLiteral("leave")
                                 << QStringLiteral("connection closed before authentication");
+        QTest::newRow("pings without end") << good << QStringLiteral("pings") << QStringLiteral("unread answers");
         QTest::newRow("no JSON") << good << QStringLiteral("no JSON") << QStringLiteral("invalid device certificate");
     }
     void misbehaviour()
@@ -392,7 +396,8 @@ private Q_SLOTS:
         QFETCH(QString, deed);
         QFETCH(QString, reason);
         QCOMPARE(ConnectionTiming::current().handshake, 5000);
-        ConnectionTiming::current().handshake = 150;
+        if (reason.endsWith(QLatin1String("timeout")))
+            ConnectionTiming::current().handshake = 150;
         Application application;
         expectDropped(reason);
         std::unique_ptr<RawDevice> device;
@@ -407,7 +412,12 @@ private Q_SLOTS:
                 device->socket->abort();
             else if (deed == QLatin1String("no JSON"))
                 device->send("}{");
-            else if (deed == QLatin1String("pieces")) {
+            else if (deed == QLatin1String("pings")) {
+                device->socket->setReadBufferSize(1); // reads no more
+                const QByteArray ping = RawWebSocket::frame(RawWebSocket::Ping, QByteArray(125, 'x'), true);
+                for (int i = 0; i < 80000; ++i)
+                    device->socket->write(ping);
+            } else if (deed == QLatin1String("pieces")) {
                 for (int i = 0; i < 30; ++i) // frames without end
                     device->socket->write(RawWebSocket::frame(RawWebSocket::Binary, QByteArray(3000, 'x'), true)
                                               .replace(0, 1, i == 0 ? QByteArray("\x02", 1) : QByteArray("\0", 1)));
@@ -536,6 +546,36 @@ private Q_SLOTS:
         qInstallMessageHandler(handler);
         QTRY_COMPARE(openDescriptors(), descriptors);
         QVERIFY(application.linked.isEmpty());
+    }
+
+    // When the process has no descriptors left the server pauses, and goes on when there are some again.
+    void noDescriptors()
+    {
+        ConnectionTiming::current().acceptPause = 50;
+        CDeviceConnectorAppSide connector(0, false, true);
+        QVERIFY(connector.listen(QHostAddress::LocalHost));
+        int reported = 0;
+        connect(&connector, &CDeviceConnectorAppSide::deviceInfoReceived, this, [&] { ++reported; });
+        rlimit usual{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &usual), 0);
+        const rlimit few{200, usual.rlim_max};
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+        std::vector<int> taken;
+        for (int descriptor = dup(0); descriptor >= 0; descriptor = dup(0))
+            taken.push_back(descriptor);
+        QVERIFY(!taken.empty());
+        close(taken.back()); // for the device
+        taken.pop_back();
+        QTcpSocket device;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("cannot accept a connection")));
+        device.connectToHost(QHostAddress(QHostAddress::LocalHost), connector.serverPort());
+        device.write("DISCOVERY RESULT DeviceInfo\nDeviceId: 1");
+        QTRY_COMPARE(device.state(), QAbstractSocket::ConnectedState);
+        QCOMPARE(reported, 0);
+        for (const int descriptor : taken)
+            close(descriptor);
+        setrlimit(RLIMIT_NOFILE, &usual);
+        QTRY_COMPARE(reported, 1);
     }
 
     void devicesThatCallByTcp_data()

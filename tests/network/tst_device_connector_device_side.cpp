@@ -3,6 +3,7 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/network/device_connector_device_side.h>
+#include <foundation/network/ssl_connection.h>
 
 #include <kyr_crypto/crypto_service.h>
 
@@ -422,6 +423,53 @@ private Q_SLOTS:
         }
         QTest::qWait(20);
         delete device;
+    }
+
+    // Both ends of the library by TCP: they tell who they are in plain text, then the device is the TLS server.
+    void bothEndsByTcp_data()
+    {
+        QTest::addColumn<bool>("deviceCalls");
+        QTest::newRow("device calls") << true;
+        QTest::newRow("console calls") << false;
+    }
+    void bothEndsByTcp()
+    {
+        QFETCH(bool, deviceCalls);
+        CDeviceConnectorAppSide console(0, true, true);
+        console.setTcpListeningPort(freePort());
+        console.setSystemId(1);
+        Device device(true);
+        device.setTcpListeningPort(freePort());
+        QByteArray received;
+        device.deed = [&](QObject* object) {
+            object->setParent(&device.owner);
+            auto* socket = static_cast<QSslSocket*>(object);
+            socket->write("welcome");
+            connect(socket, &QSslSocket::readyRead, this, [&received, socket] { received += socket->readAll(); });
+        };
+        QPointer<QSslSocket> link;
+        connect(&console, &CDeviceConnectorAppSide::deviceInfoReceived, this,
+                [&](const QHostAddress&, quint16, const CDeviceId& id, const CSystemId&, int, QTcpSocket* socket) {
+                    QCOMPARE(id, CDeviceId(12345));
+                    link = qobject_cast<QSslSocket*>(socket);
+                    QVERIFY(link);
+                    link->setPeerVerifyMode(QSslSocket::VerifyNone);
+                    link->startClientEncryption();
+                    link->write("hello");
+                });
+        const auto url = [](quint16 port) { return QStringLiteral("127.0.0.1:%1").arg(port); };
+        if (deviceCalls)
+            device.connectToApplication({url(console.serverPort())});
+        else
+            console.connectToDevices({{url(device.serverPort()), QStringLiteral("000.123.457")}});
+        QTRY_COMPARE(received, QByteArray("hello"));
+        QCOMPARE(device.sockets, QByteArrayList{deviceCalls ? "out" : "in"});
+        QTRY_COMPARE(link->bytesAvailable(), 7);
+        QCOMPARE(link->readAll(), QByteArray("welcome"));
+        QVERIFY(CSslConnection::checkDeviceCertificate(link->peerCertificate(), CDeviceId(12345)));
+        QTRY_VERIFY(console.findChildren<ConnectionJob*>().isEmpty()
+                    && device.findChildren<ConnectionJob*>().isEmpty());
+        QVERIFY(link && link->isEncrypted()); // the end of the job is not the end of the link
     }
 
     // Both ends of the library, over TLS: a device finds the console by a redirect and is let in.
