@@ -36,6 +36,9 @@ public:
 
     void readLine(const QString& line) override
     {
+        // The line behind the last command may have been read before the channel stopped; it is on its way here then.
+        if (m_leaving)
+            return;
         const QString word = line.section(QLatin1Char(' '), 0, 0);
         const QString rest = line.section(QLatin1Char(' '), 1);
         if (word == QLatin1String("err"))
@@ -52,12 +55,14 @@ public:
         // The next read is asked for even when leaving: it must not hold up the end.
         promptNextLine();
         if (word == QLatin1String("quit")) {
+            m_leaving = true;
             terminate();
             writeLine(QStringLiteral("bye"));
         }
     }
 
 private:
+    bool m_leaving = false;
     QString m_readingThread;
 };
 
