@@ -50,7 +50,7 @@ public:
     /// The root and the intermediate, as PEM.
     QByteArray chainPem() const { return read(m_authority + QStringLiteral("/ca-chain.pem")); }
 
-    /// `options` are those of the device-certificate script. An empty chain when it fails.
+    /// `options` are those of the device-certificate script. Ends the program when it fails.
     DeviceCertificate issue(const QString& label, const QStringList& options = {})
     {
         const QString dir = m_dir.filePath(QString::number(++m_issued));
@@ -60,6 +60,8 @@ public:
         issued.keyFile = QString(dir + QLatin1Char('/') + label + QStringLiteral(".key"));
         issued.chain = QSslCertificate::fromData(read(issued.certificateFile), QSsl::Pem);
         issued.key = QSslKey(read(issued.keyFile), QSsl::Rsa);
+        if (issued.chain.isEmpty() || issued.key.isNull())
+            qFatal("no certificate for %s", qPrintable(label));
         return issued;
     }
 

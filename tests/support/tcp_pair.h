@@ -4,6 +4,14 @@
 #include <QtNetwork/QTcpSocket>
 #include <QtTest/QTest>
 
+/// A port that nobody listens on.
+inline quint16 freePort()
+{
+    QTcpServer probe;
+    probe.listen();
+    return probe.serverPort();
+}
+
 /// Two plain TCP sockets that are connected to each other over loopback.
 struct TcpPair
 {
