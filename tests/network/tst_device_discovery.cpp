@@ -3,13 +3,10 @@
 
 #include <support/tcp_pair.h>
 
-#include <QtCore/QElapsedTimer>
 #include <QtNetwork/QNetworkDatagram>
 #include <QtNetwork/QUdpSocket>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
-
-#include <vector>
 
 using Base = CDeviceDiscoveryBase;
 using Headers = QMap<Base::Header, QVariant>;
@@ -35,11 +32,6 @@ quint16 actualPort(const Base& discovery)
     return discovery.findChild<QUdpSocket*>()->localPort();
 }
 
-quint16 freePort()
-{
-    return Peer().localPort();
-}
-
 struct Device : CDeviceDiscoveryDeviceSide
 {
     Device(int type, quint32 id, quint32 system, quint16 port = 0)
@@ -51,18 +43,10 @@ struct Device : CDeviceDiscoveryDeviceSide
     }
 };
 
-// The application side and the devices it has reported.
+// The application side and the devices it has reported: "address:port id system type".
 struct App : CDeviceDiscoveryAppSide
 {
-    struct Report
-    {
-        QHostAddress address;
-        quint16 port;
-        quint32 device;
-        quint32 system;
-        int type;
-    };
-    std::vector<Report> reports;
+    QStringList reports;
 
     App()
         : CDeviceDiscoveryAppSide(freePort(), nullptr)
@@ -70,14 +54,24 @@ struct App : CDeviceDiscoveryAppSide
         connect(this, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
                 [this](const QHostAddress& address, quint16 port, const CDeviceId& device, const CSystemId& system,
                        int type) {
-                    reports.push_back({address, port, device.value(), system.value(), type});
+                    reports += QStringLiteral("%1:%2 %3 %4 %5")
+                                   .arg(address.toString())
+                                   .arg(port)
+                                   .arg(device.value())
+                                   .arg(system.value())
+                                   .arg(type);
                 });
     }
 };
 
+QString loopback(quint16 port)
+{
+    return QStringLiteral("127.0.0.1:%1").arg(port);
+}
+
 void expectInfo(const QString& text)
 {
-    QTest::ignoreMessage(QtInfoMsg, qPrintable(text));
+    QTest::ignoreMessage(QtInfoMsg, qPrintable(QStringLiteral("CDeviceDiscovery: ") + text));
 }
 
 } // namespace
@@ -142,10 +136,7 @@ private Q_SLOTS:
 
     void hostileBytesTakeLinearTime()
     {
-        // Quadratic work on any of these would take hours.
-        constexpr int size = 4 * 1024 * 1024;
-        QElapsedTimer timer;
-        timer.start();
+        constexpr int size = 4 * 1024 * 1024; // quadratic work on any of these would take hours
         for (const QByteArray& body :
              QByteArrayList{QByteArray("DeviceId: 1\n").repeated(size / 12), QByteArray(size, '\n'),
                             QByteArray(size, ':'), QByteArray(size, ' ') + ':', QByteArray(size, '\0'),
@@ -154,7 +145,6 @@ private Q_SLOTS:
             Base::parseHeaders(result + body, type);
             QCOMPARE(type, Base::DeviceInfoResult);
         }
-        QVERIFY2(timer.elapsed() < 6000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void whichQueriesAreMeant()
@@ -191,9 +181,9 @@ private Q_SLOTS:
     {
         const Device device(41, 12345, 5);
         Peer peer;
-        expectInfo(QStringLiteral("CDeviceDiscovery: Received UDP device info query from 127.0.0.1, system 6"));
-        expectInfo(QStringLiteral("CDeviceDiscovery: Received UDP device info query from 127.0.0.1, system 5"));
-        expectInfo(QStringLiteral("CDeviceDiscovery: Send UDP device info to 127.0.0.1, ID 12345"));
+        expectInfo(QStringLiteral("Received UDP device info query from 127.0.0.1, system 6"));
+        expectInfo(QStringLiteral("Received UDP device info query from 127.0.0.1, system 5"));
+        expectInfo(QStringLiteral("Send UDP device info to 127.0.0.1, ID 12345"));
         for (const QByteArray& datagram :
              QByteArrayList{QByteArray(), QByteArray("\n"), QByteArray("x"), QByteArray(65507, '\xff'),
                             QByteArray(65507, '\n'), result, get + "SystemId: 6\r\n", get + "SystemId: 5\r\n"})
@@ -207,24 +197,17 @@ private Q_SLOTS:
     {
         Peer peer;
         App app;
-        expectInfo(
-            QStringLiteral("CDeviceDiscovery: Send UDP query for device info to 127.0.0.1:%1").arg(peer.localPort()));
+        expectInfo(QStringLiteral("Send UDP query for device info to ") + loopback(peer.localPort()));
         app.sendGetDeviceInfoUdp(localHost, peer.localPort());
         QCOMPARE(peer.read(), app.renderGetDeviceInfo());
 
-        expectInfo(QStringLiteral("CDeviceDiscovery: Received device info from 127.0.0.1:%1").arg(peer.localPort()));
+        expectInfo(QStringLiteral("Received device info from ") + loopback(peer.localPort()));
         for (const QByteArray& datagram :
              QByteArrayList{get, result + "DeviceType: 41\r\nDeviceId: 70000000\r\nSystemId: 9000000\r\n",
                             result + "DeviceType: 70\r\nDeviceId: 12345\r\nSystemId: 8\r\n"})
             peer.writeDatagram(datagram, localHost, actualPort(app));
-        QTRY_COMPARE(int(app.reports.size()), 2);
-        QCOMPARE(app.reports[0].address, localHost);
-        QCOMPARE(app.reports[0].port, peer.localPort());
-        QCOMPARE(app.reports[0].device, 0U);
-        QCOMPARE(app.reports[0].system, 0U);
-        QCOMPARE(app.reports[1].device, 12345U);
-        QCOMPARE(app.reports[1].system, 8U);
-        QCOMPARE(app.reports[1].type, 70);
+        QTRY_COMPARE(app.reports, (QStringList{loopback(peer.localPort()) + QStringLiteral(" 0 0 41"),
+                                               loopback(peer.localPort()) + QStringLiteral(" 12345 8 70")}));
     }
 
     void rebind()
@@ -272,10 +255,7 @@ private Q_SLOTS:
         app.sendGetDeviceInfoTcp(&pair.client); // a second query, no second connection
         QCOMPARE(TcpPair::read(*pair.accepted, 2 * query.size()), query + query);
         pair.accepted->write(result + "DeviceType: 41\r\nDeviceId: 7\r\nSystemId: 3\r\n");
-        QTRY_COMPARE(int(app.reports.size()), 1);
-        QCOMPARE(app.reports[0].address, localHost);
-        QCOMPARE(app.reports[0].port, pair.server.serverPort());
-        QCOMPARE(app.reports[0].device, 7U);
+        QTRY_COMPARE(app.reports, QStringList(loopback(pair.server.serverPort()) + QStringLiteral(" 7 3 41")));
         // What comes later is no answer and stays in the socket.
         pair.accepted->write(result);
         QTRY_COMPARE(pair.client.bytesAvailable(), qint64(result.size()));
@@ -288,7 +268,7 @@ private Q_SLOTS:
         pair.accepted->write(get); // neither an answer nor a failure
         QVERIFY(QSignalSpy(&pair.client, &QTcpSocket::readyRead).wait());
         QCOMPARE(failed.size(), 2);
-        QCOMPARE(int(app.reports.size()), 1);
+        QCOMPARE(app.reports.size(), 1);
     }
 
     void connectedDeviceTellsItself()
@@ -323,9 +303,9 @@ private Q_SLOTS:
         device.sendDeviceInfoResult(&pair.client);
         QCOMPARE(TcpPair::read(*pair.accepted, answer.size()), answer);
 
-        expectInfo(QStringLiteral("CDeviceDiscovery: Received TCP device info query from 127.0.0.1, system 0"));
-        expectInfo(QStringLiteral("CDeviceDiscovery: Received TCP device info query from 127.0.0.1, system 5"));
-        expectInfo(QStringLiteral("CDeviceDiscovery: Send TCP device info to 127.0.0.1, ID 12345"));
+        expectInfo(QStringLiteral("Received TCP device info query from 127.0.0.1, system 0"));
+        expectInfo(QStringLiteral("Received TCP device info query from 127.0.0.1, system 5"));
+        expectInfo(QStringLiteral("Send TCP device info to 127.0.0.1, ID 12345"));
         for (const QByteArray& message :
              QByteArrayList{get + "DeviceType: 70\r\n", result, QByteArray(100, '\0'), get + "SystemId: 5\r\n"}) {
             pair.accepted->write(message);
