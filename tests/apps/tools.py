@@ -53,14 +53,6 @@ class Running:
                 if not self.changed.wait(wait):
                     raise AssertionError(f"did not say {text!r}: {seen}")
 
-    def type(self, line):
-        self.process.stdin.write(line + "\n")
-        self.process.stdin.flush()
-
-    def end(self):
-        self.process.stdin.close()
-        return self.process.wait(WAIT)
-
     def __enter__(self):
         return self
 
