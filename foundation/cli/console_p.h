@@ -36,7 +36,7 @@ private:
         End,
         Interrupted,
     };
-    // Waits for input and appends it to m_buffer.
+    /// Waits for input and appends it to m_buffer.
     Fill fill();
 
     std::string m_buffer; // read, but not yet handed out

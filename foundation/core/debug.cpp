@@ -12,7 +12,7 @@
 #include <cstring>
 
 namespace {
-/// The lowest level at which messages of a type are written.
+// The lowest level at which messages of a type are written.
 constexpr int thresholdOf(QtMsgType type)
 {
     return type == QtDebugMsg ? 5 : type == QtInfoMsg ? 4 : type == QtWarningMsg ? 3 : INT_MIN;
@@ -53,7 +53,7 @@ char* writeNumber(char* to, int number, int digits)
     return to + digits;
 }
 
-/// "12:34:56.789 INF text" and a NUL.
+// "12:34:56.789 INF text" and a NUL.
 void formatLine(Line& line, const char* tag, const QString& message)
 {
     constexpr int prefixLength = 17;
@@ -83,7 +83,7 @@ void formatLine(Line& line, const char* tag, const QString& message)
     line.last() = '\0';
 }
 
-/// Kept apart from the test of the level, so that a suppressed message does not even set up the line's memory.
+// Kept apart from the test of the level, so that a suppressed message does not even set up the line's memory.
 Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
 {
     Line line;

@@ -25,7 +25,7 @@ bool isNested(const QVariant& value)
     return value.userType() == QMetaType::QVariantMap || value.userType() == QMetaType::QVariantList;
 }
 
-/// The type of a nested value, then its entries one level deeper.
+// The type of a nested value, then its entries one level deeper.
 void addNested(QString& text, const QVariant& value, const QString& indent)
 {
     if (value.userType() == QMetaType::QVariantMap) {
@@ -39,7 +39,7 @@ void addNested(QString& text, const QVariant& value, const QString& indent)
     }
 }
 
-/// 'text' (type), as far as the value has a text.
+// 'text' (type), as far as the value has a text.
 QString annotated(const QVariant& value)
 {
     if (value.userType() == QMetaType::QStringList) {

@@ -32,13 +32,13 @@ bool equals(Position begin, Position end, QLatin1String text)
            && std::equal(begin, end, text.begin(), [](QChar a, char b) { return a == QLatin1Char(b); });
 }
 
-/// A string that borrows the characters, for Qt's number readers.
+// A string that borrows the characters, for Qt's number readers.
 QString borrowed(Position begin, Position end)
 {
     return QString::fromRawData(begin, static_cast<int>(end - begin));
 }
 
-/// The number that four characters stand for, or -1.
+// The number that four characters stand for, or -1.
 int escapedCode(Position digits)
 {
     int code = 0;
@@ -55,7 +55,7 @@ int escapedCode(Position digits)
     return code;
 }
 
-/// Replaces each \uXXXX that is followed by at least one more character.
+// Replaces each \uXXXX that is followed by at least one more character.
 void replaceEscapes(QString& text)
 {
     const auto first = text.indexOf(QLatin1Char('\\'));
@@ -77,7 +77,7 @@ void replaceEscapes(QString& text)
     text.truncate(static_cast<int>(to - begin));
 }
 
-/// Takes out everything from an opening mark to the next closing mark. An opening mark without a closing one stays.
+// Takes out everything from an opening mark to the next closing mark. An opening mark without a closing one stays.
 void removeStretches(QString& text, QLatin1String opening, QLatin1String closing)
 {
     auto open = text.indexOf(opening);
@@ -98,7 +98,7 @@ void removeStretches(QString& text, QLatin1String opening, QLatin1String closing
     text.truncate(static_cast<int>(to - data));
 }
 
-/// The inside of a quoted token as a value. The characters are copied where they are kept.
+// The inside of a quoted token as a value. The characters are copied where they are kept.
 QVariant quotedValue(Position begin, Position end)
 {
     const auto size = end - begin;
@@ -139,7 +139,7 @@ QVariant integer(qint64 number)
     return number;
 }
 
-/// Digits, with a minus before them and one point between them at most, few enough for exact arithmetic; or nothing.
+// Digits, with a minus before them and one point between them at most, few enough for exact arithmetic; or nothing.
 QVariant shortNumber(Position begin, Position end)
 {
     constexpr double powersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
@@ -165,7 +165,7 @@ QVariant shortNumber(Position begin, Position end)
     return negative ? -real : real;
 }
 
-/// A number in any form that Qt reads, with blanks, signs or an exponent; otherwise a string.
+// A number in any form that Qt reads, with blanks, signs or an exponent; otherwise a string.
 QVariant unusualNumber(Position begin, Position end)
 {
     const QString text(begin, static_cast<int>(end - begin));
@@ -177,7 +177,7 @@ QVariant unusualNumber(Position begin, Position end)
     return ok ? QVariant(real) : QVariant(text);
 }
 
-/// A token without quotes as a value.
+// A token without quotes as a value.
 QVariant plainValue(Position begin, Position end)
 {
     if (begin == end)
@@ -197,7 +197,7 @@ QVariant plainValue(Position begin, Position end)
     return QString(begin, static_cast<int>(end - begin));
 }
 
-/// Reads one text from its beginning to its end.
+// Reads one text from its beginning to its end.
 class Reader
 {
 public:
@@ -249,8 +249,8 @@ private:
         return true;
     }
 
-    /// Sets the token, of a quoted one the inside; false when there is none. Every failure ends the parse, so nothing
-    /// is searched twice.
+    // Sets the token, of a quoted one the inside; false when there is none. Every failure ends the parse, so nothing
+    // is searched twice.
     bool readToken()
     {
         skipSpace();
@@ -290,7 +290,7 @@ private:
         return true;
     }
 
-    /// The last backslash before a quote goes, then of each two backslashes one.
+    // The last backslash before a quote goes, then of each two backslashes one.
     void unescapeToken()
     {
         m_unescaped.resize(static_cast<int>(m_tokenEnd - m_tokenBegin));
@@ -309,7 +309,7 @@ private:
         m_tokenEnd = to;
     }
 
-    /// The raw text up to the first bracket that could close it.
+    // The raw text up to the first bracket that could close it.
     bool readNested(QLatin1Char closing)
     {
         const Position end = std::find(m_position, m_end, QChar(closing));

@@ -8,7 +8,7 @@
 // Writing. The reading half stands in json_parser.cpp.
 
 namespace {
-/// Text under construction. Room is doubled when it runs out, and characters go straight into it.
+// Text under construction. Room is doubled when it runs out, and characters go straight into it.
 class Text
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     int size() const { return m_size; }
 
-    /// Room for that many characters, to be filled at once.
+    // Room for that many characters, to be filled at once.
     QChar* extend(int count)
     {
         if (count > m_text.size() - m_size)
@@ -115,7 +115,7 @@ const T& held(const QVariant& value)
     return *static_cast<const T*>(value.constData());
 }
 
-/// Writes any value but a list.
+// Writes any value but a list.
 void writeScalar(Text& out, const QVariant& value)
 {
     switch (value.userType()) {
@@ -174,7 +174,7 @@ void writeScalar(Text& out, const QVariant& value)
     }
 }
 
-/// Writes a list, and the lists in it, without recursion.
+// Writes a list, and the lists in it, without recursion.
 void writeList(Text& out, const QVariantList& list)
 {
     struct Level
@@ -213,7 +213,7 @@ void writeValue(Text& out, const QVariant& value)
         writeScalar(out, value);
 }
 
-/// The values in the order of their numbers when the keys are "0", "1"... up to the last one, otherwise nothing.
+// The values in the order of their numbers when the keys are "0", "1"... up to the last one, otherwise nothing.
 QVector<const QVariant*> arrayValues(const QVariantMap& map)
 {
     QVector<const QVariant*> values(static_cast<int>(map.size()), nullptr);
@@ -235,7 +235,7 @@ QVector<const QVariant*> arrayValues(const QVariantMap& map)
     return values;
 }
 
-/// A key with a place marker in it takes part in the substitution, as in any text made with QString::arg.
+// A key with a place marker in it takes part in the substitution, as in any text made with QString::arg.
 void writeEntryByTemplate(Text& out, const QString& separator, const QString& key, const QVariant& value)
 {
     out.add(QStringLiteral("%1\"%2\": %3").arg(separator).arg(key).arg(CJsonParser::variantToValueString(value)));

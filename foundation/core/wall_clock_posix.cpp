@@ -5,7 +5,7 @@
 #include <ctime>
 
 namespace {
-/// A second since 1970 (upper bits) and the time of day in seconds that belongs to it (lower 17 bits).
+// A second since 1970 (upper bits) and the time of day in seconds that belongs to it (lower 17 bits).
 std::atomic<uint64_t> cachedSecond{0};
 } // namespace
 

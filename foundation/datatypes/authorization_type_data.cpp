@@ -44,7 +44,7 @@ struct MixinFields
     {
     }
 
-    /// Null when the object's class lacks the restriction.
+    // Null when the object's class lacks the restriction.
     static const Mixin* of(const CAuthorizationTypeData& data) { return dynamic_cast<const Mixin*>(&data); }
     static Mixin* of(CAuthorizationTypeData& data) { return dynamic_cast<Mixin*>(&data); }
 

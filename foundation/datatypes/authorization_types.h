@@ -2,8 +2,9 @@
 
 #include <foundation/datatypes/authorization_type_data.h>
 
-// The numbered authorization types: fixed combinations of an id with restrictions. A new object has all fields 0 and no
-// dates. Time profiles and authorization points are numbers of 8 bits.
+/// \file
+/// The numbered authorization types: fixed combinations of an id with restrictions. A new object has all fields 0 and
+/// no dates. Time profiles and authorization points are numbers of 8 bits.
 
 /// A medium, with the number printed on it beside its technical id.
 class KYR_FOUNDATION_EXPORT CAuthorizationType01 : public CAuthorizationTypeData, public CAuthorizationWithSecondaryId

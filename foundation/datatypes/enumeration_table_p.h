@@ -136,7 +136,7 @@ public:
     static Enum fromText(const QByteArray& text) { return findText<~0u>(text); }
 
 protected:
-    // Values with bits outside the mask are not found.
+    /// Values with bits outside the mask are not found.
     template<quint32 Mask>
     static Enum findText(const QByteArray& text)
     {

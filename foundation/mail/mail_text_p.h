@@ -6,7 +6,7 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-// The texts of a mail as they go to an SMTP server.
+/// The texts of a mail as they go to an SMTP server.
 namespace MailText {
 
 /// Why an address must not stand in a command or a header line; empty when it may.

@@ -78,7 +78,7 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
-    // What a step leaves behind: something that will call resume or onConnectionError, or nothing.
+    /// What a step leaves behind: something that will call resume or onConnectionError, or nothing.
     enum class Step
     {
         Waits,

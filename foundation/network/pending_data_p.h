@@ -4,8 +4,8 @@
 
 #include <deque>
 
-// The bytes that were handed to a socket and not yet reported as written. Pieces are shared with the socket's own
-// buffer, and taking bytes off the front costs what is taken, however much stands behind it.
+/// The bytes that were handed to a socket and not yet reported as written. Pieces are shared with the socket's own
+/// buffer, and taking bytes off the front costs what is taken, however much stands behind it.
 class PendingData
 {
 public:
@@ -26,7 +26,7 @@ public:
         m_size = 0;
     }
 
-    // The first `count` bytes, or all when there are fewer.
+    /// The first `count` bytes, or all when there are fewer.
     QByteArray take(qint64 count)
     {
         if (m_taken == 0 && !m_pieces.empty() && count == m_pieces.front().size()) {

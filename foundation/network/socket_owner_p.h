@@ -2,8 +2,8 @@
 
 #include <QtCore/QPointer>
 
-// Counts, for as long as it lives, that `connection` is handling a signal of its socket. A receiver may delete the
-// connection meanwhile; the socket, which is still in the middle of its own signal, must then outlive it.
+/// Counts, for as long as it lives, that `connection` is handling a signal of its socket. A receiver may delete the
+/// connection meanwhile; the socket, which is still in the middle of its own signal, must then outlive it.
 template<typename Connection>
 class SocketSignal
 {
@@ -27,8 +27,8 @@ private:
     int& m_depth;
 };
 
-// What happens to the socket of a connection that is being destroyed: one of its own dies with it as its child, any
-// other, and one that is in the middle of a signal, is silenced and deleted later.
+/// What happens to the socket of a connection that is being destroyed: one of its own dies with it as its child, any
+/// other, and one that is in the middle of a signal, is silenced and deleted later.
 inline void releaseSocket(QObject* socket, const QObject* connection, bool insideSignal)
 {
     if (!socket)

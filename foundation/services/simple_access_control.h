@@ -44,7 +44,7 @@ public:
     explicit ISimpleAccessControl(QObject* parent);
     ~ISimpleAccessControl() override;
 
-    // Whole collections by name, as lists of property maps; `fields` restricts the properties, empty means all.
+    /// A whole collection by name, as a list of property maps; `fields` restricts the properties, empty means all.
     Q_INVOKABLE virtual QVariantList getModel(const QString& name, const QVariantMap& filter,
                                               const QStringList& fields) const = 0;
     Q_INVOKABLE virtual bool setModel(const QString& name, const QVariantMap& data) = 0;
@@ -68,12 +68,12 @@ public:
                                                            CItemId authorizationPoint) = 0;
     Q_INVOKABLE virtual bool deleteAuthorizationPointProperty(const QString& name) = 0;
 
-    // Users. cloneUserOrGroup() copies an item with the properties named and answers with the copy's properties, or
-    // with "status" and "error".
+    // Users
     Q_INVOKABLE virtual QVariantMap getUser(const QVariantMap& filter) const = 0;
     Q_INVOKABLE virtual CItemId createUser(const QVariantMap& properties) = 0;
     Q_INVOKABLE virtual bool deleteUser(CItemId user) = 0;
     Q_INVOKABLE virtual bool deleteUsersAndGroups(const QList<CItemId>& usersAndGroups) = 0;
+    /// Copies an item with the properties named; the copy's properties, or "status" and "error".
     Q_INVOKABLE virtual QVariantMap cloneUserOrGroup(CItemId userOrGroup, const QStringList& properties) = 0;
     Q_INVOKABLE virtual bool setUserProperty(const QString& name, const QVariant& value, CItemId user) = 0;
     Q_INVOKABLE virtual QVariant getUserProperty(const QString& name, CItemId user) const = 0;
@@ -93,38 +93,41 @@ public:
     Q_INVOKABLE virtual QList<CItemId> getUsersOfGroup(CItemId group) const = 0;
     Q_INVOKABLE virtual QList<CItemId> getGroupsOfUser(CItemId user) const = 0;
 
-    // RFID media. After startWaitingForRfidMedium() has returned true, what the reader of that device detects next is
-    // reported by rfidMediumDetected(). The owner of a medium that has none is 0.
+    // RFID media
     Q_INVOKABLE virtual QVariantMap getRfidMedium(const QVariantMap& filter) const = 0;
     Q_INVOKABLE virtual CItemId createRfidMedium(const QVariantMap& properties) = 0;
     Q_INVOKABLE virtual bool deleteRfidMedium(CItemId medium) = 0;
     Q_INVOKABLE virtual QVariant getRfidMediumProperty(const QString& name, CItemId medium) const = 0;
     Q_INVOKABLE virtual bool setRfidMediumProperty(const QString& name, const QVariant& value, CItemId medium) = 0;
+    /// After it has returned true, what the reader of that device detects next is reported by rfidMediumDetected().
     Q_INVOKABLE virtual bool startWaitingForRfidMedium(const CDeviceId& device) = 0;
     Q_INVOKABLE virtual bool addRfidMediaToUser(const QList<CItemId>& media, CItemId user) = 0;
     Q_INVOKABLE virtual QList<CItemId> getRfidMediaOfUser(CItemId user) const = 0;
+    /// 0 for a medium without an owner.
     Q_INVOKABLE virtual CItemId getUserOfRfidMedium(CItemId medium) const = 0;
 
-    // Access rights. getAccessRightProperties() gives one map for each right that a user has at an access point.
+    // Access rights
     Q_INVOKABLE virtual bool addAccessPointsToUser(const QList<CItemId>& accessPoints, CItemId user) = 0;
     Q_INVOKABLE virtual bool deleteAccessPointsOfUser(const QList<CItemId>& accessPoints, CItemId user) = 0;
     Q_INVOKABLE virtual QList<CItemId> getAccessPointsOfUser(CItemId user) const = 0;
     Q_INVOKABLE virtual QList<CItemId> getUsersOfAccessPoint(CItemId accessPoint) const = 0;
+    /// One map for each right that the user has at the access point.
     Q_INVOKABLE virtual QVariantList getAccessRightProperties(CItemId accessPoint, CItemId user) const = 0;
     Q_INVOKABLE virtual bool setAccessRightProperties(const QList<CItemId>& accessPoints, CItemId user,
                                                       const QVariantMap& properties) = 0;
 
-    // The system. logEvent() takes the text, its source, level, class, the item concerned and flags, and answers
-    // whether the event was stored; translate() keeps the order of `texts`.
+    // The system
     Q_INVOKABLE virtual QVariant getSystemProperty(const QString& name, CItemId id) const = 0;
     Q_INVOKABLE virtual bool setSystemProperty(const QString& name, const QVariant& value, CItemId id) = 0;
     Q_INVOKABLE virtual bool deleteSystemProperty(const QString& name) = 0;
+    /// Whether the event was stored; `id` is the item concerned.
     Q_INVOKABLE virtual bool logEvent(const QString& text, const QString& source, int level, int eventClass, CItemId id,
                                       int flags, bool option) = 0;
     Q_INVOKABLE virtual CItemId getLoggedInId() const = 0;
     Q_INVOKABLE virtual QStringList getUserReportTemplateNames() = 0;
     Q_INVOKABLE virtual QVariantMap getSystemInfo() = 0;
     Q_INVOKABLE virtual bool setSystemName(const QString& name) = 0;
+    /// Keeps the order of `texts`.
     Q_INVOKABLE virtual QStringList translate(const QStringList& texts, const QString& context,
                                               const QString& language) = 0;
     Q_INVOKABLE virtual QVariantList getUserRelatedOpenerActions(const QVariantMap& filter, bool option) = 0;
@@ -149,11 +152,12 @@ public:
     Q_INVOKABLE virtual CNotificationService* getNotificationService() = 0;
     Q_INVOKABLE virtual QString getAbsolutePath(const QString& path) = 0;
 
-    // Logins and sessions of the host. Pointers take further results; nullptr where one is not wanted. An empty secret,
-    // session or date stands for failure.
+    // Logins and sessions of the host
     Q_INVOKABLE virtual bool hasLogins() const = 0;
+    /// The pointers take further results; nullptr where one is not wanted, here and below.
     Q_INVOKABLE virtual bool checkLogin(const QString& username, const QString& password, CItemId* user,
                                         QString* errorString, bool* mfaRequired) const = 0;
+    /// Like a session and its date, empty when it fails.
     Q_INVOKABLE virtual QString getTemporaryMfaSecret(const CItemId& user) = 0;
     Q_INVOKABLE virtual QString getNewSessionId(const CItemId& user, unsigned int flags, const QString& client,
                                                 const QString& address, int* secondsToLive) = 0;

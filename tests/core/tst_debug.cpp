@@ -11,7 +11,7 @@
 #include <vector>
 
 namespace {
-/// The rules for the buffer, byte by byte, without any thought of speed.
+// The rules for the buffer, byte by byte, without any thought of speed.
 struct ModelBuffer
 {
     QByteArray bytes;
@@ -288,7 +288,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// What the file holds, with the output still open on it.
+    // What the file holds, with the output still open on it.
     QByteArray written() const
     {
         QFile file(m_file);

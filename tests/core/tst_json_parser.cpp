@@ -199,8 +199,8 @@ private Q_SLOTS:
                  s("\"a\\\\\\\"\\n\\r\\t\\b\\f\u00e4\""));
     }
 
-    /// Four times the text takes about four times as long, whatever it is made of; a second search from each place
-    /// would make it sixteen times.
+    // Four times the text takes about four times as long, whatever it is made of; a second search from each place
+    // would make it sixteen times.
     void staysLinear_data()
     {
         QTest::addColumn<QString>("start");

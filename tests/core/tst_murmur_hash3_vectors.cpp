@@ -2,7 +2,7 @@
 
 #include <QtTest/QtTest>
 
-/// The vectors that the reference implementation and its independent ports agree on.
+// The vectors that the reference implementation and its independent ports agree on.
 class tst_MurmurHash3Vectors : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ private Q_SLOTS:
         QTEST(murmurHash3_x86_32(shifted.constData() + 1, data.size(), seed), "hash");
     }
 
-    /// One number for all lengths up to 255: the hash of the hashes of 0, 01, 0102..., each with its own seed.
+    // One number for all lengths up to 255: the hash of the hashes of 0, 01, 0102..., each with its own seed.
     void verificationValue()
     {
         QByteArray key;

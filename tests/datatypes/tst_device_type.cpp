@@ -7,7 +7,7 @@ namespace {
 
 using T = CDataType;
 
-/// Reads "10-19 110 111": the numbers of a list with ranges.
+// Reads "10-19 110 111": the numbers of a list with ranges.
 QList<int> numbers(const QString& ranges)
 {
     QList<int> result;
