@@ -72,7 +72,7 @@ void fuzzFailed(const char* condition, const char* file, int line)
 
 QString fuzzText(const QByteArray& bytes)
 {
-    return bytes.isEmpty() ? QString() : QString::fromUtf8(bytes.constData(), qMax(bytes.size(), 1));
+    return QString::fromUtf8(bytes.constData(), bytes.size());
 }
 
 FuzzTarget::FuzzTarget(const char* targetName, void (*function)(FuzzInput))

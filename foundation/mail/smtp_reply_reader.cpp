@@ -32,7 +32,7 @@ CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
         begin = lineEnd + 1;
         if (line.isEmpty())
             continue;
-        m_lines += QString::fromUtf8(line.constData(), qMax(line.size(), 1)); // zero bytes included
+        m_lines += QString::fromUtf8(line.constData(), line.size()); // zero bytes included
         m_replyLength += length;
         if (line.size() > maxLineLength || m_replyLength > maxReplyLength)
             result = TooLong;

@@ -1,3 +1,4 @@
+#include <foundation/core/utf8_p.h>
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/candidate_list_p.h>
 #include <foundation/network/connection_job.h>
@@ -326,7 +327,7 @@ void ConnectionJob::onProbeFinished()
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     QString location;
     if (status >= 300 && status <= 399) {
-        location = QString::fromUtf8(reply->rawHeader(QByteArrayLiteral("Location")));
+        location = utf8UpToZero(reply->rawHeader(QByteArrayLiteral("Location")));
         qInfo("ConnectionJob: redirect to %s", qUtf8Printable(location));
     }
     openWebSocket(candidate, location);
@@ -385,7 +386,7 @@ void ConnectionJob::onIpAddressReceived()
         qWarning("ConnectionJob: Error for %s: %s", qUtf8Printable(reply->url().toString()),
                  qUtf8Printable(reply->errorString()));
     } else {
-        const QString body = QString::fromUtf8(reply->readAll()).trimmed();
+        const QString body = utf8UpToZero(reply->readAll()).trimmed();
         qInfo("ConnectionJob: Received IP address: %s", qUtf8Printable(body));
         QStringList addresses = body.split(QLatin1Char(','), Qt::SkipEmptyParts);
         for (QString& address : addresses)

@@ -1,5 +1,6 @@
 #include <foundation/core/json_parser.h>
 #include <foundation/core/system_id.h>
+#include <foundation/core/utf8_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_device_side.h>
@@ -191,7 +192,7 @@ void CDeviceConnectorDeviceSide::concludeOutgoingConnection(QTcpSocket* socket)
 
 QByteArray CDeviceConnectorDeviceSide::answerTo(const QByteArray& initialRequest, const QHostAddress& server) const
 {
-    QVariantMap challenge = CJsonParser::deserialize(QString::fromUtf8(initialRequest), nullptr, false);
+    QVariantMap challenge = CJsonParser::deserialize(utf8UpToZero(initialRequest), nullptr, false);
     if (challenge.value(QStringLiteral("random")).toString().size() < shortestRandom)
         return QByteArray();
     challenge[QStringLiteral("time")] = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);

@@ -1,6 +1,7 @@
 #include <foundation/core/environment_variable.h>
 #include <foundation/core/json_parser.h>
 #include <foundation/core/random.h>
+#include <foundation/core/utf8_p.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/network/ca_chain_p.h>
 #include <foundation/network/connection_limits_p.h>
@@ -134,7 +135,7 @@ void DeviceHandshake::readRequestLine()
     const int end = begin.indexOf('\r');
     if (end < 0 && begin.size() < ConnectionLimits::requestLine)
         return; // the rest is on its way
-    const QString line = QString::fromUtf8(end < 0 ? begin : begin.left(end));
+    const QString line = utf8UpToZero(end < 0 ? begin : begin.left(end));
     if (end < 0 || !Request::parse(line, m_ownSystem, m_request)) {
         fail(QStringLiteral("invalid request line (%1)").arg(line));
         return;
@@ -202,7 +203,7 @@ void DeviceHandshake::onAnswer(const QByteArray& answer)
 QString DeviceHandshake::refusal(const QByteArray& answer, const QString& random, CDeviceId deviceId,
                                  bool verifyCertificate)
 {
-    const QVariantMap map = CJsonParser::deserialize(QString::fromUtf8(answer), nullptr, false);
+    const QVariantMap map = CJsonParser::deserialize(utf8UpToZero(answer), nullptr, false);
     const QString challengeText = textValue(map, QStringLiteral("challenge"));
     if (!verifyCertificate) {
         qWarning("CDeviceConnectorAppSide: device certificate not verified");
