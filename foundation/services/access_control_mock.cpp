@@ -1,109 +1,13 @@
 #include <foundation/services/access_control_mock.h>
 
 #include <foundation/datatypes/data_type.h>
-#include <foundation/services/demonstration_installation_p.h>
-
-#include <QtCore/QSet>
+#include <foundation/services/mock_store_p.h>
 
 #include <algorithm>
 
+using namespace Mock;
+
 namespace {
-
-const QString accessPointsName = QStringLiteral("AccessPoints");
-const QString authorizationPointsName = QStringLiteral("AuthorizationPoints");
-const QString usersGroupsName = QStringLiteral("UsersGroups");
-const QString mediaName = QStringLiteral("Media");
-const QString codesName = QStringLiteral("Codes");
-const QString holidaysName = QStringLiteral("Holidays");
-const QString calendarsName = QStringLiteral("HolidayCalendars");
-
-const QString idKey = QStringLiteral("id");
-const QString classKey = QStringLiteral("class");
-const QString labelKey = QStringLiteral("label");
-const QString userIdKey = QStringLiteral("userId");
-const QString accessPointIdKey = QStringLiteral("accessPointId");
-const QString calendarIdKey = QStringLiteral("calendarId");
-const QString membersKey = QStringLiteral("Members");
-const QString rightsKey = QStringLiteral("Access Points");
-const QString locationKey = QStringLiteral("location");
-
-QString canonicalName(const QString& name)
-{
-    return name == QLatin1String("AccessPointLocations") ? accessPointsName : name;
-}
-
-// The collection that the ids under `key` belong to; empty if it is no such key.
-QString referencedCollection(const QString& key)
-{
-    if (key == userIdKey)
-        return usersGroupsName;
-    if (key == accessPointIdKey)
-        return accessPointsName;
-    if (key == calendarIdKey)
-        return calendarsName;
-    return QString();
-}
-
-CItemId toId(const QVariant& value)
-{
-    return value.userType() == qMetaTypeId<CItemId>() ? value.value<CItemId>() : CItemId(value.toLongLong());
-}
-
-CItemId idOf(const QVariantMap& item)
-{
-    return toId(item.value(idKey));
-}
-
-QList<CItemId> toIds(const QVariant& value)
-{
-    if (value.userType() == qMetaTypeId<CItemIdList>())
-        return value.value<CItemIdList>();
-    QList<CItemId> ids;
-    const QVariantList values = value.toList();
-    for (const QVariant& element : values)
-        ids.append(toId(element));
-    return ids;
-}
-
-// Ids are kept as numbers, so that whoever reads a map need not know CItemId.
-QVariantMap withPlainIds(QVariantMap map)
-{
-    for (QVariant& value : map) {
-        if (value.userType() == qMetaTypeId<CItemId>())
-            value = toId(value).value();
-    }
-    return map;
-}
-
-int classOf(const QVariantMap& item)
-{
-    return item.value(classKey).toInt();
-}
-
-QString locationOf(const QVariantMap& accessPoint)
-{
-    QStringList parts;
-    for (const char* part : {"Building", "Floor", "Access Point"}) {
-        const QString text = accessPoint.value(QLatin1String(part)).toString();
-        if (!text.isEmpty())
-            parts.append(text);
-    }
-    return parts.join(QLatin1String(", "));
-}
-
-bool matches(const QVariantMap& item, const QVariantMap& filter)
-{
-    return std::all_of(filter.keyBegin(), filter.keyEnd(), [&](const QString& key) {
-        const QVariant wanted = filter.value(key);
-        const QVariant value = item.value(key);
-        return value == wanted || (!value.toString().isEmpty() && value.toString() == wanted.toString());
-    });
-}
-
-bool isFixed(const QString& property)
-{
-    return property == idKey || property == classKey || property == locationKey;
-}
 
 QVariantMap notImplemented()
 {
@@ -115,11 +19,6 @@ void answerNotImplemented(const ISimpleAccessControl::MapCallback& callback)
 {
     if (callback)
         callback(notImplemented());
-}
-
-CItemId accessPointOf(const QVariant& right)
-{
-    return toId(right.toMap().value(accessPointIdKey));
 }
 
 // The place of the right among `rights`, or -1.
@@ -136,7 +35,7 @@ int indexOfRight(const QVariantList& rights, CItemId accessPoint)
 
 CAccessControlMock::CAccessControlMock(QObject* parent)
     : ISimpleAccessControl(parent)
-    , m_collections(demonstrationInstallation())
+    , m_store(std::make_unique<MockStore>())
 {
 }
 
@@ -146,178 +45,13 @@ CAccessControlMock::~CAccessControlMock() = default;
 
 QList<QVariantMap> CAccessControlMock::getMockObjectsForName(const QString& name) const
 {
-    return m_collections.value(canonicalName(name));
-}
-
-CAccessControlMock::Collection* CAccessControlMock::collection(const QString& name)
-{
-    const auto found = m_collections.find(canonicalName(name));
-    return found == m_collections.end() ? nullptr : &found.value();
-}
-
-const QVariantMap* CAccessControlMock::find(const QString& name, CItemId id) const
-{
-    const auto items = m_collections.constFind(name);
-    const auto found = std::find_if(items->cbegin(), items->cend(), [&](const auto& item) { return idOf(item) == id; });
-    return found == items->cend() ? nullptr : &*found;
-}
-
-QVariantMap* CAccessControlMock::find(const QString& name, CItemId id)
-{
-    Collection& items = m_collections[name];
-    const auto found = std::find_if(items.begin(), items.end(), [&](const auto& item) { return idOf(item) == id; });
-    return found == items.end() ? nullptr : &*found;
-}
-
-const QVariantMap* CAccessControlMock::findUserOrGroup(CItemId id, int userClass) const
-{
-    const QVariantMap* found = find(usersGroupsName, id);
-    return found != nullptr && classOf(*found) == userClass ? found : nullptr;
-}
-
-bool CAccessControlMock::haveAll(const QString& name, const QList<CItemId>& ids) const
-{
-    return std::all_of(ids.cbegin(), ids.cend(), [&](CItemId id) { return find(name, id) != nullptr; });
-}
-
-CItemId CAccessControlMock::nextId() const
-{
-    CItemId highest = 0;
-    for (const Collection& items : m_collections) {
-        for (const QVariantMap& item : items)
-            highest = std::max(highest, idOf(item));
-    }
-    return highest.value() + 1;
-}
-
-CItemId CAccessControlMock::create(const QString& name, const QVariantMap& properties, int itemClass,
-                                   const QString& defaultLabel)
-{
-    const CItemId id = nextId();
-    QVariantMap item = withPlainIds(properties);
-    item.insert(idKey, id.value());
-    item.insert(classKey, itemClass);
-    if (item.value(labelKey).toString().isEmpty())
-        item.insert(labelKey, QString(defaultLabel + QLatin1Char(' ') + QString::number(id.value())));
-    m_collections[name].append(item);
-    restoreRelations();
-    return id;
-}
-
-bool CAccessControlMock::remove(const QString& name, CItemId id)
-{
-    Collection& items = m_collections[name];
-    const auto found = std::find_if(items.begin(), items.end(), [&](const auto& item) { return idOf(item) == id; });
-    if (found == items.end())
-        return false;
-    items.erase(found);
-    restoreRelations();
-    return true;
-}
-
-bool CAccessControlMock::setProperty(const QString& collectionName, const QString& name, const QVariant& value,
-                                     CItemId id)
-{
-    QVariantMap* item = find(collectionName, id);
-    if (item == nullptr || isFixed(name))
-        return false;
-    const QString referenced = referencedCollection(name);
-    if (!referenced.isEmpty() && toId(value) != CItemId() && find(referenced, toId(value)) == nullptr)
-        return false;
-    item->insert(name, value.userType() == qMetaTypeId<CItemId>() ? QVariant(toId(value).value()) : value);
-    restoreRelations();
-    return true;
-}
-
-bool CAccessControlMock::deleteProperty(const QString& collectionName, const QString& name, int userClass)
-{
-    if (isFixed(name) || name == labelKey)
-        return false;
-    bool found = false;
-    for (QVariantMap& item : m_collections[collectionName]) {
-        if (userClass < 0 || classOf(item) == userClass)
-            found |= item.remove(name) > 0;
-    }
-    return found;
-}
-
-QVariantMap CAccessControlMock::firstMatch(const QString& collectionName, const QVariantMap& filter) const
-{
-    return getModel(collectionName, filter, {}).value(0).toMap();
-}
-
-// Takes out of the installation what refers to items that are not there (any more).
-void CAccessControlMock::restoreRelations()
-{
-    QMap<QString, QSet<CItemId>> present;
-    QSet<CItemId> users;
-    for (auto items = m_collections.cbegin(); items != m_collections.cend(); ++items) {
-        for (const QVariantMap& item : items.value()) {
-            present[items.key()].insert(idOf(item));
-            if (items.key() == usersGroupsName && classOf(item) == UserClassUser)
-                users.insert(idOf(item));
-        }
-    }
-    const QSet<CItemId> accessPoints = present.value(accessPointsName);
-
-    for (QVariantMap& item : m_collections[usersGroupsName]) {
-        if (item.contains(membersKey)) {
-            QList<CItemId> members;
-            QSet<CItemId> candidates = users;
-            const QList<CItemId> named = toIds(item.value(membersKey));
-            for (const CItemId member : named) {
-                if (candidates.remove(member))
-                    members.append(member);
-            }
-            item.insert(membersKey, QVariant::fromValue(members));
-        }
-        if (item.contains(rightsKey)) {
-            QVariantList rights = item.value(rightsKey).toList();
-            rights.erase(
-                std::remove_if(rights.begin(), rights.end(),
-                               [&](const QVariant& right) { return !accessPoints.contains(accessPointOf(right)); }),
-                rights.end());
-            item.insert(rightsKey, rights);
-        }
-    }
-    for (Collection& items : m_collections) {
-        for (QVariantMap& item : items) {
-            for (const QString& key : {userIdKey, accessPointIdKey, calendarIdKey}) {
-                if (item.contains(key) && !present.value(referencedCollection(key)).contains(toId(item.value(key))))
-                    item.insert(key, qint64(0));
-            }
-        }
-    }
-    // A medium that nobody owns can be handed out again, a code that nobody owns must not open anything.
-    Collection& codes = m_collections[codesName];
-    codes.erase(std::remove_if(codes.begin(), codes.end(),
-                               [](const QVariantMap& code) { return toId(code.value(userIdKey)) == CItemId(); }),
-                codes.end());
+    return m_store->items(name);
 }
 
 QVariantList CAccessControlMock::getModel(const QString& name, const QVariantMap& filter,
                                           const QStringList& fields) const
 {
-    const QString collectionName = canonicalName(name);
-    const QVariantMap wanted = withPlainIds(filter);
-    const Collection items = m_collections.value(collectionName);
-    QVariantList result;
-    for (QVariantMap item : items) {
-        if (collectionName == accessPointsName)
-            item.insert(locationKey, locationOf(item));
-        if (!matches(item, wanted))
-            continue;
-        if (!fields.isEmpty()) {
-            QVariantMap chosen;
-            for (const QString& field : fields) {
-                if (item.contains(field))
-                    chosen.insert(field, item.value(field));
-            }
-            item = chosen;
-        }
-        result.append(item);
-    }
-    return result;
+    return m_store->select(name, filter, fields);
 }
 
 bool CAccessControlMock::setModel(const QString& name, const QVariantMap& data)
@@ -327,7 +61,7 @@ bool CAccessControlMock::setModel(const QString& name, const QVariantMap& data)
         const auto requested = [&](const QString& key) { return request == key || data.contains(key); };
         const auto hasLabel = [&](const QString& collectionName, const QString& key) {
             const QString label = data.value(data.contains(labelKey) ? labelKey : key).toString();
-            return !firstMatch(collectionName, {{labelKey, label}}).isEmpty();
+            return !m_store->firstMatch(collectionName, {{labelKey, label}}).isEmpty();
         };
         const QString insertCalendar = QStringLiteral("insertCalendar");
         if (requested(QStringLiteral("exists")))
@@ -338,50 +72,35 @@ bool CAccessControlMock::setModel(const QString& name, const QVariantMap& data)
             const QString label = data.value(data.contains(labelKey) ? labelKey : insertCalendar).toString();
             if (label.isEmpty() || hasLabel(calendarsName, insertCalendar))
                 return false;
-            create(calendarsName, {{labelKey, label}}, 0, QString());
+            m_store->create(calendarsName, {{labelKey, label}}, 0, QString());
             return true;
         }
     }
-    Collection* items = collection(name);
-    const QString key = data.contains(name) ? name : QStringLiteral("data");
-    if (items == nullptr || !data.value(key).canConvert<QVariantList>())
-        return false;
-    items->clear();
-    const auto replacement = data.value(key).value<QVariantList>();
-    for (const QVariant& element : replacement) {
-        QVariantMap item = withPlainIds(element.toMap());
-        const CItemId id = idOf(item);
-        const bool taken = std::any_of(m_collections.cbegin(), m_collections.cend(), [&](const Collection& other) {
-            return std::any_of(other.cbegin(), other.cend(), [&](const auto& present) { return idOf(present) == id; });
-        });
-        item.insert(idKey, taken || id <= CItemId() ? nextId().value() : id.value());
-        items->append(item);
-    }
-    restoreRelations();
-    return true;
+    const QVariant replacement = data.value(data.contains(name) ? name : QStringLiteral("data"));
+    return replacement.canConvert<QVariantList>() && m_store->replace(name, replacement.value<QVariantList>());
 }
 
 // --- Access points and authorization points
 
 QVariantMap CAccessControlMock::getAccessPoint(const QVariantMap& filter) const
 {
-    return firstMatch(accessPointsName, filter);
+    return m_store->firstMatch(accessPointsName, filter);
 }
 
 CItemId CAccessControlMock::createAccessPoint(const QVariantMap& properties)
 {
     const int function = properties.value(classKey, CDataType::AccessPointFunctionSimpleDoor).toInt();
-    return create(accessPointsName, properties, function, QStringLiteral("Access Point"));
+    return m_store->create(accessPointsName, properties, function, QStringLiteral("Access Point"));
 }
 
 bool CAccessControlMock::deleteAccessPoint(CItemId accessPoint)
 {
-    return remove(accessPointsName, accessPoint);
+    return m_store->remove(accessPointsName, accessPoint);
 }
 
 QVariant CAccessControlMock::getAccessPointProperty(const QString& name, CItemId accessPoint) const
 {
-    const QVariantMap* item = find(accessPointsName, accessPoint);
+    const QVariantMap* item = m_store->find(accessPointsName, accessPoint);
     if (item == nullptr)
         return QVariant();
     return name == locationKey ? locationOf(*item) : item->value(name);
@@ -389,41 +108,42 @@ QVariant CAccessControlMock::getAccessPointProperty(const QString& name, CItemId
 
 bool CAccessControlMock::setAccessPointProperty(const QString& name, const QVariant& value, CItemId accessPoint)
 {
-    return setProperty(accessPointsName, name, value, accessPoint);
+    return m_store->setProperty(accessPointsName, name, value, accessPoint);
 }
 
 bool CAccessControlMock::deleteAccessPointProperty(const QString& name)
 {
-    return deleteProperty(accessPointsName, name);
+    return m_store->deleteProperty(accessPointsName, name);
 }
 
 bool CAccessControlMock::setAccessPointsLocationProperties(const QVariantMap& properties,
                                                            const QList<CItemId>& accessPoints)
 {
-    if (!haveAll(accessPointsName, accessPoints) || std::any_of(properties.keyBegin(), properties.keyEnd(), isFixed))
+    if (!m_store->haveAll(accessPointsName, accessPoints)
+        || std::any_of(properties.keyBegin(), properties.keyEnd(), isFixed))
         return false;
     for (const CItemId accessPoint : accessPoints) {
         for (auto property = properties.cbegin(); property != properties.cend(); ++property)
-            setProperty(accessPointsName, property.key(), property.value(), accessPoint);
+            m_store->setProperty(accessPointsName, property.key(), property.value(), accessPoint);
     }
     return true;
 }
 
 QVariant CAccessControlMock::getAuthorizationPointProperty(const QString& name, CItemId authorizationPoint) const
 {
-    const QVariantMap* item = find(authorizationPointsName, authorizationPoint);
+    const QVariantMap* item = m_store->find(authorizationPointsName, authorizationPoint);
     return item != nullptr ? item->value(name) : QVariant();
 }
 
 bool CAccessControlMock::setAuthorizationPointProperty(const QString& name, const QVariant& value,
                                                        CItemId authorizationPoint)
 {
-    return setProperty(authorizationPointsName, name, value, authorizationPoint);
+    return m_store->setProperty(authorizationPointsName, name, value, authorizationPoint);
 }
 
 bool CAccessControlMock::deleteAuthorizationPointProperty(const QString& name)
 {
-    return deleteProperty(authorizationPointsName, name);
+    return m_store->deleteProperty(authorizationPointsName, name);
 }
 
 // --- Users and groups
@@ -432,25 +152,25 @@ QVariantMap CAccessControlMock::getUser(const QVariantMap& filter) const
 {
     QVariantMap ofUsers = filter;
     ofUsers.insert(classKey, int(UserClassUser));
-    return firstMatch(usersGroupsName, ofUsers);
+    return m_store->firstMatch(usersGroupsName, ofUsers);
 }
 
 CItemId CAccessControlMock::createUser(const QVariantMap& properties)
 {
-    return create(usersGroupsName, properties, UserClassUser, QStringLiteral("User"));
+    return m_store->create(usersGroupsName, properties, UserClassUser, QStringLiteral("User"));
 }
 
 bool CAccessControlMock::deleteUser(CItemId user)
 {
-    return findUserOrGroup(user, UserClassUser) != nullptr && remove(usersGroupsName, user);
+    return m_store->findUserOrGroup(user, UserClassUser) != nullptr && m_store->remove(usersGroupsName, user);
 }
 
 bool CAccessControlMock::deleteUsersAndGroups(const QList<CItemId>& usersAndGroups)
 {
-    if (!haveAll(usersGroupsName, usersAndGroups))
+    if (!m_store->haveAll(usersGroupsName, usersAndGroups))
         return false;
     for (const CItemId id : usersAndGroups)
-        remove(usersGroupsName, id);
+        m_store->remove(usersGroupsName, id);
     return true;
 }
 
@@ -461,18 +181,19 @@ QVariantMap CAccessControlMock::cloneUserOrGroup(CItemId, const QStringList&)
 
 bool CAccessControlMock::setUserProperty(const QString& name, const QVariant& value, CItemId user)
 {
-    return findUserOrGroup(user, UserClassUser) != nullptr && setProperty(usersGroupsName, name, value, user);
+    return m_store->findUserOrGroup(user, UserClassUser) != nullptr
+           && m_store->setProperty(usersGroupsName, name, value, user);
 }
 
 QVariant CAccessControlMock::getUserProperty(const QString& name, CItemId user) const
 {
-    const QVariantMap* item = findUserOrGroup(user, UserClassUser);
+    const QVariantMap* item = m_store->findUserOrGroup(user, UserClassUser);
     return item != nullptr ? item->value(name) : QVariant();
 }
 
 bool CAccessControlMock::deleteUserProperty(const QString& name)
 {
-    return deleteProperty(usersGroupsName, name, UserClassUser);
+    return m_store->deleteProperty(usersGroupsName, name, UserClassUser);
 }
 
 void CAccessControlMock::addSmartAccessLoginToUser(CItemId, const QVariantMap&, MapCallback callback)
@@ -484,39 +205,41 @@ QVariantMap CAccessControlMock::getGroup(const QVariantMap& filter) const
 {
     QVariantMap ofGroups = filter;
     ofGroups.insert(classKey, int(UserClassGroup));
-    return firstMatch(usersGroupsName, ofGroups);
+    return m_store->firstMatch(usersGroupsName, ofGroups);
 }
 
 CItemId CAccessControlMock::createGroup(const QVariantMap& properties)
 {
-    return create(usersGroupsName, properties, UserClassGroup, QStringLiteral("Group"));
+    return m_store->create(usersGroupsName, properties, UserClassGroup, QStringLiteral("Group"));
 }
 
 bool CAccessControlMock::deleteGroup(CItemId group)
 {
-    return findUserOrGroup(group, UserClassGroup) != nullptr && remove(usersGroupsName, group);
+    return m_store->findUserOrGroup(group, UserClassGroup) != nullptr && m_store->remove(usersGroupsName, group);
 }
 
 bool CAccessControlMock::setGroupProperty(const QString& name, const QVariant& value, CItemId group)
 {
-    return findUserOrGroup(group, UserClassGroup) != nullptr && setProperty(usersGroupsName, name, value, group);
+    return m_store->findUserOrGroup(group, UserClassGroup) != nullptr
+           && m_store->setProperty(usersGroupsName, name, value, group);
 }
 
 QVariant CAccessControlMock::getGroupProperty(const QString& name, CItemId group) const
 {
-    const QVariantMap* item = findUserOrGroup(group, UserClassGroup);
+    const QVariantMap* item = m_store->findUserOrGroup(group, UserClassGroup);
     return item != nullptr ? item->value(name) : QVariant();
 }
 
 bool CAccessControlMock::deleteGroupProperty(const QString& name)
 {
-    return deleteProperty(usersGroupsName, name, UserClassGroup);
+    return m_store->deleteProperty(usersGroupsName, name, UserClassGroup);
 }
 
 bool CAccessControlMock::addUsersToGroup(const QList<CItemId>& users, CItemId group)
 {
-    const bool known = std::all_of(users.cbegin(), users.cend(),
-                                   [&](CItemId user) { return findUserOrGroup(user, UserClassUser) != nullptr; });
+    const bool known = std::all_of(users.cbegin(), users.cend(), [&](CItemId user) {
+        return m_store->findUserOrGroup(user, UserClassUser) != nullptr;
+    });
     return known && setGroupProperty(membersKey, QVariant::fromValue(getUsersOfGroup(group) + users), group);
 }
 
@@ -536,7 +259,8 @@ QList<CItemId> CAccessControlMock::getUsersOfGroup(CItemId group) const
 QList<CItemId> CAccessControlMock::getGroupsOfUser(CItemId user) const
 {
     QList<CItemId> groups;
-    for (const QVariantMap& item : m_collections[usersGroupsName]) {
+    const auto items = m_store->items(usersGroupsName);
+    for (const QVariantMap& item : items) {
         if (toIds(item.value(membersKey)).contains(user))
             groups.append(idOf(item));
     }
@@ -547,43 +271,44 @@ QList<CItemId> CAccessControlMock::getGroupsOfUser(CItemId user) const
 
 QVariantMap CAccessControlMock::getRfidMedium(const QVariantMap& filter) const
 {
-    return firstMatch(mediaName, filter);
+    return m_store->firstMatch(mediaName, filter);
 }
 
 CItemId CAccessControlMock::createRfidMedium(const QVariantMap& properties)
 {
-    return create(mediaName, properties, properties.value(classKey).toInt(), QStringLiteral("Medium"));
+    return m_store->create(mediaName, properties, properties.value(classKey).toInt(), QStringLiteral("Medium"));
 }
 
 bool CAccessControlMock::deleteRfidMedium(CItemId medium)
 {
-    return remove(mediaName, medium);
+    return m_store->remove(mediaName, medium);
 }
 
 QVariant CAccessControlMock::getRfidMediumProperty(const QString& name, CItemId medium) const
 {
-    const QVariantMap* item = find(mediaName, medium);
+    const QVariantMap* item = m_store->find(mediaName, medium);
     return item != nullptr ? item->value(name) : QVariant();
 }
 
 bool CAccessControlMock::setRfidMediumProperty(const QString& name, const QVariant& value, CItemId medium)
 {
-    return setProperty(mediaName, name, value, medium);
+    return m_store->setProperty(mediaName, name, value, medium);
 }
 
 bool CAccessControlMock::addRfidMediaToUser(const QList<CItemId>& media, CItemId user)
 {
-    if (findUserOrGroup(user, UserClassUser) == nullptr || !haveAll(mediaName, media))
+    if (m_store->findUserOrGroup(user, UserClassUser) == nullptr || !m_store->haveAll(mediaName, media))
         return false;
     for (const CItemId medium : media)
-        find(mediaName, medium)->insert(userIdKey, user.value());
+        m_store->edit(mediaName, medium)->insert(userIdKey, user.value());
     return true;
 }
 
 QList<CItemId> CAccessControlMock::getRfidMediaOfUser(CItemId user) const
 {
     QList<CItemId> media;
-    for (const QVariantMap& item : m_collections[mediaName]) {
+    const auto items = m_store->items(mediaName);
+    for (const QVariantMap& item : items) {
         if (user != CItemId() && toId(item.value(userIdKey)) == user)
             media.append(idOf(item));
     }
@@ -604,7 +329,7 @@ bool CAccessControlMock::addAccessPointsToUser(const QList<CItemId>& accessPoint
 
 bool CAccessControlMock::deleteAccessPointsOfUser(const QList<CItemId>& accessPoints, CItemId user)
 {
-    QVariantMap* item = find(usersGroupsName, user);
+    QVariantMap* item = m_store->edit(usersGroupsName, user);
     if (item == nullptr)
         return false;
     QVariantList rights = item->value(rightsKey).toList();
@@ -618,7 +343,7 @@ bool CAccessControlMock::deleteAccessPointsOfUser(const QList<CItemId>& accessPo
 QList<CItemId> CAccessControlMock::getAccessPointsOfUser(CItemId user) const
 {
     QList<CItemId> accessPoints;
-    if (const QVariantMap* item = find(usersGroupsName, user)) {
+    if (const QVariantMap* item = m_store->find(usersGroupsName, user)) {
         const QVariantList rights = item->value(rightsKey).toList();
         for (const QVariant& right : rights)
             accessPoints.append(accessPointOf(right));
@@ -629,7 +354,8 @@ QList<CItemId> CAccessControlMock::getAccessPointsOfUser(CItemId user) const
 QList<CItemId> CAccessControlMock::getUsersOfAccessPoint(CItemId accessPoint) const
 {
     QList<CItemId> users;
-    for (const QVariantMap& item : m_collections[usersGroupsName]) {
+    const auto items = m_store->items(usersGroupsName);
+    for (const QVariantMap& item : items) {
         if (indexOfRight(item.value(rightsKey).toList(), accessPoint) >= 0)
             users.append(idOf(item));
     }
@@ -638,9 +364,9 @@ QList<CItemId> CAccessControlMock::getUsersOfAccessPoint(CItemId accessPoint) co
 
 QVariantList CAccessControlMock::getAccessRightProperties(CItemId accessPoint, CItemId user) const
 {
-    if (find(usersGroupsName, accessPoint) != nullptr)
+    if (m_store->find(usersGroupsName, accessPoint) != nullptr)
         std::swap(accessPoint, user);
-    const QVariantMap* item = find(usersGroupsName, user);
+    const QVariantMap* item = m_store->find(usersGroupsName, user);
     const QVariantList rights = item != nullptr ? item->value(rightsKey).toList() : QVariantList();
     const int index = indexOfRight(rights, accessPoint);
     return index >= 0 ? QVariantList{rights[index]} : QVariantList();
@@ -649,8 +375,8 @@ QVariantList CAccessControlMock::getAccessRightProperties(CItemId accessPoint, C
 bool CAccessControlMock::setAccessRightProperties(const QList<CItemId>& accessPoints, CItemId user,
                                                   const QVariantMap& properties)
 {
-    QVariantMap* item = find(usersGroupsName, user);
-    if (item == nullptr || !haveAll(accessPointsName, accessPoints))
+    QVariantMap* item = m_store->edit(usersGroupsName, user);
+    if (item == nullptr || !m_store->haveAll(accessPointsName, accessPoints))
         return false;
     QVariantList rights = item->value(rightsKey).toList();
     for (const CItemId accessPoint : accessPoints) {

@@ -2,6 +2,10 @@
 
 #include <foundation/services/simple_access_control.h>
 
+#include <memory>
+
+class MockStore;
+
 /// An installation in memory, for demonstrations and for work without a database.
 ///
 ///     CAccessControlMock mock;
@@ -147,21 +151,5 @@ public:
     QByteArray getSystemHashOfData(const QByteArray& data, int algorithm) const override;
 
 private:
-    using Collection = QList<QVariantMap>;
-
-    Collection* collection(const QString& name);
-    QVariantMap* find(const QString& name, CItemId id);
-    const QVariantMap* find(const QString& name, CItemId id) const;
-    const QVariantMap* findUserOrGroup(CItemId id, int userClass) const;
-    bool haveAll(const QString& name, const QList<CItemId>& ids) const;
-    CItemId create(const QString& name, const QVariantMap& properties, int itemClass, const QString& defaultLabel);
-    bool remove(const QString& name, CItemId id);
-    bool setProperty(const QString& collectionName, const QString& name, const QVariant& value, CItemId id);
-    bool deleteProperty(const QString& collectionName, const QString& name, int userClass = -1);
-    QVariantMap firstMatch(const QString& collectionName, const QVariantMap& filter) const;
-    void restoreRelations();
-    CItemId nextId() const;
-
-    // By name, under the names of getMockObjectsForName() without the second one for access points.
-    QMap<QString, Collection> m_collections;
+    std::unique_ptr<MockStore> m_store;
 };
