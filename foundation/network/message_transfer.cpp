@@ -1,5 +1,9 @@
 #include <foundation/network/message_transfer.h>
 
+#include <foundation/network/pending_data_p.h>
+
+#include <QtCore/QMetaMethod>
+
 CMessageTransfer::CMessageTransfer(QObject* parent)
     : QObject(parent)
     , m_lowerTransfer(qobject_cast<CMessageTransfer*>(parent))
@@ -66,4 +70,17 @@ bool CMessageTransfer::trace(const QByteArray& data, const char* prefix)
     const QPointer<CMessageTransfer> alive(this);
     Q_EMIT debugMessage(toHex(data, QLatin1String(prefix)));
     return alive;
+}
+
+void CMessageTransfer::reportTransmitted(PendingData& pendingData, qint64 bytes)
+{
+    // Nobody listening: the bytes need not be put together.
+    static const QMetaMethod signal = QMetaMethod::fromSignal(&CMessageTransfer::dataTransmitted);
+    if (!isSignalConnected(signal)) {
+        pendingData.drop(bytes);
+        return;
+    }
+    const QByteArray data = pendingData.take(bytes);
+    if (!data.isEmpty())
+        Q_EMIT dataTransmitted(data);
 }

@@ -8,6 +8,8 @@
 #include <QtCore/QPointer>
 #include <QtCore/QString>
 
+class PendingData;
+
 /// Carries byte messages over one connection: what everything above the network sees of TCP, TLS and WebSocket.
 ///
 ///     connect(transfer, &CMessageTransfer::dataReceived, this, &Protocol::onData);
@@ -72,6 +74,8 @@ protected:
     /// Tells of bytes that pass, when the debug level asks for it; `prefix` says which way. False when a receiver has
     /// deleted this.
     bool trace(const QByteArray& data, const char* prefix);
+    /// Takes bytes that have left from those that were handed over, and emits dataTransmitted with them.
+    void reportTransmitted(PendingData& pendingData, qint64 bytes);
 
 private:
     QPointer<CMessageTransfer> m_lowerTransfer;

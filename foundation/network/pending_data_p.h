@@ -26,6 +26,15 @@ public:
         m_size = 0;
     }
 
+    /// To be called when the socket took no data for want of a connection: they stand here until the next state, and
+    /// this bounds them.
+    void boundRefused()
+    {
+        constexpr qint64 mostRefused = 1024 * 1024;
+        if (m_size > mostRefused)
+            clear();
+    }
+
     /// The first `count` bytes, or all when there are fewer.
     QByteArray take(qint64 count)
     {

@@ -5,7 +5,6 @@
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/tcp_keepalive_p.h>
 
-#include <QtCore/QMetaMethod>
 #include <QtCore/QTimer>
 #include <QtNetwork/QHostAddress>
 #include <QtNetwork/QSslSocket>
@@ -18,8 +17,6 @@ constexpr int handshakeGraceMilliseconds = 3000;
 // Smaller messages are copied into the socket's buffer, where they leave many at a time; larger ones are shared with
 // it.
 constexpr int sharedFromBytes = 4096;
-// Data that a socket without a connection refuses stands in the queue until the next state; this bounds it.
-constexpr qint64 mostRefusedBytes = 1024 * 1024;
 
 } // namespace
 
@@ -161,8 +158,8 @@ qint64 CTcpConnection::sendData(const QByteArray& data)
     d->pendingData.append(data);
     const qint64 taken =
         data.size() < sharedFromBytes ? d->socket->write(data.constData(), data.size()) : d->socket->write(data);
-    if (taken < 0 && d->pendingData.size() > mostRefusedBytes)
-        d->pendingData.clear();
+    if (taken < 0)
+        d->pendingData.boundRefused();
     return taken;
 }
 
@@ -244,15 +241,7 @@ void CTcpConnection::onBytesWritten(qint64 bytes)
 {
     const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
     const SocketSignal<CTcpConnection> insideWritten(this, d->writtenDepth);
-    // Nobody listening: the bytes need not be put together.
-    static const QMetaMethod signal = QMetaMethod::fromSignal(&CMessageTransfer::dataTransmitted);
-    if (!isSignalConnected(signal)) {
-        d->pendingData.drop(bytes);
-        return;
-    }
-    const QByteArray data = d->pendingData.take(bytes);
-    if (!data.isEmpty())
-        Q_EMIT dataTransmitted(data);
+    reportTransmitted(d->pendingData, bytes);
 }
 
 void CTcpConnection::receiveData()

@@ -4,7 +4,6 @@
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
 
-#include <QtCore/QMetaMethod>
 #include <QtCore/QTimer>
 #include <QtWebSockets/QWebSocket>
 
@@ -14,8 +13,6 @@ namespace {
 
 constexpr int pongTimeoutMilliseconds = 30000;
 constexpr int longestKeepaliveSeconds = std::numeric_limits<int>::max() / 1000;
-// Data that a WebSocket without a connection refuses stands in the queue until the next state; this bounds it.
-constexpr qint64 mostRefusedBytes = 1024 * 1024;
 
 } // namespace
 
@@ -85,8 +82,7 @@ qint64 CWebSocketConnection::sendData(const QByteArray& data)
     d->pendingData.append(data);
     if (isConnectionUsable())
         return d->webSocket->sendBinaryMessage(data);
-    if (d->pendingData.size() > mostRefusedBytes)
-        d->pendingData.clear();
+    d->pendingData.boundRefused();
     return -1;
 }
 
@@ -184,13 +180,6 @@ void CWebSocketConnection::onBytesWritten(qint64 bytes)
 {
     const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
     const SocketSignal<CWebSocketConnection> insideWritten(this, d->writtenDepth);
-    static const QMetaMethod signal = QMetaMethod::fromSignal(&CMessageTransfer::dataTransmitted);
-    if (!isSignalConnected(signal)) {
-        d->pendingData.drop(bytes);
-        return;
-    }
     // Frame headers and control frames are counted in `bytes`, so there may be less data, or none.
-    const QByteArray data = d->pendingData.take(bytes);
-    if (!data.isEmpty())
-        Q_EMIT dataTransmitted(data);
+    reportTransmitted(d->pendingData, bytes);
 }
