@@ -15,16 +15,16 @@ struct Conversation
 Conversation read(const QByteArray& stream, int greatest)
 {
     Conversation conversation;
-    CSmtpReplyReader reader;
+    SmtpReplyReader reader;
     int length = 1;
     for (int begin = 0; begin < stream.size() && !conversation.tooLong; begin += length) {
         length = greatest < 256 ? 1 + (begin * 7) % greatest : greatest;
         reader.feed(stream.mid(begin, length));
         QStringList lines;
-        CSmtpReplyReader::Result result = CSmtpReplyReader::Incomplete;
-        while ((result = reader.next(&lines)) == CSmtpReplyReader::Complete)
+        SmtpReplyReader::Result result = SmtpReplyReader::Incomplete;
+        while ((result = reader.next(&lines)) == SmtpReplyReader::Complete)
             conversation.replies += lines;
-        conversation.tooLong = result == CSmtpReplyReader::TooLong;
+        conversation.tooLong = result == SmtpReplyReader::TooLong;
     }
     FUZZ_CHECK(reader.clear() <= stream.size());
     FUZZ_CHECK(reader.clear() == 0);
@@ -43,11 +43,11 @@ FUZZ_TARGET(smtp_replies)
         FUZZ_CHECK(!lines.isEmpty());
         qint64 reply = 0;
         for (const QString& line : lines) {
-            FUZZ_CHECK(!line.isEmpty() && line.size() <= CSmtpReplyReader::maxLineLength);
+            FUZZ_CHECK(!line.isEmpty() && line.size() <= SmtpReplyReader::maxLineLength);
             FUZZ_CHECK(!line.contains(QLatin1Char('\n')));
             reply += line.size();
         }
-        FUZZ_CHECK(reply <= CSmtpReplyReader::maxReplyLength);
+        FUZZ_CHECK(reply <= SmtpReplyReader::maxReplyLength);
         held += reply;
     }
     FUZZ_CHECK(held <= stream.size());

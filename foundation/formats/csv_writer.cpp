@@ -109,7 +109,7 @@ void CCsvWriter::write(QTextStream& out)
     columns.reserve(static_cast<size_t>(m_columns.size()));
     for (const int column : qAsConst(m_columns))
         columns.emplace_back(column, m_columnFlags.value(column));
-    CTextBuffer lines(2 * gatheredCharacters);
+    TextBuffer lines(2 * gatheredCharacters);
     for (int row = 0; row < rowCount; ++row) {
         bool first = true;
         for (const auto& [column, flags] : columns) {
@@ -138,7 +138,7 @@ void CCsvWriter::write(QIODevice* device)
 
 void CCsvWriter::writeHeader(QTextStream& out, const QStringList& headers) const
 {
-    CTextBuffer line(lineCapacity);
+    TextBuffer line(lineCapacity);
     for (int i = 0; i < m_columns.size(); ++i) {
         if (i > 0)
             line.append(m_fieldSeparator);
@@ -150,7 +150,7 @@ void CCsvWriter::writeHeader(QTextStream& out, const QStringList& headers) const
 
 void CCsvWriter::writeRow(QTextStream& out, const QList<QVariant>& values) const
 {
-    CTextBuffer line(lineCapacity);
+    TextBuffer line(lineCapacity);
     for (int i = 0; i < m_columns.size(); ++i) {
         if (i > 0)
             line.append(m_fieldSeparator);
@@ -161,7 +161,7 @@ void CCsvWriter::writeRow(QTextStream& out, const QList<QVariant>& values) const
     out << line.view();
 }
 
-void CCsvWriter::appendValue(CTextBuffer& line, const QVariant& value, ProcessingFlags flags) const
+void CCsvWriter::appendValue(TextBuffer& line, const QVariant& value, ProcessingFlags flags) const
 {
     if (value.userType() == QMetaType::QString && !flags.testFlag(ZeroAsEmpty)) {
         appendText(line, *static_cast<const QString*>(value.constData())); // nearly all cells: no copy, no conversion
@@ -181,7 +181,7 @@ void CCsvWriter::appendValue(CTextBuffer& line, const QVariant& value, Processin
     appendText(line, value.toString());
 }
 
-void CCsvWriter::appendText(CTextBuffer& line, const QString& text) const
+void CCsvWriter::appendText(TextBuffer& line, const QString& text) const
 {
     if (!holdsAnyOf(text, '"', '\n', m_fieldSeparator.unicode())) {
         line.append(text);
@@ -200,7 +200,7 @@ void CCsvWriter::appendText(CTextBuffer& line, const QString& text) const
 
 QString CCsvWriter::escapeCsvString(const QString& text) const
 {
-    CTextBuffer result(text.size() + 2);
+    TextBuffer result(text.size() + 2);
     appendText(result, text);
     return result.take();
 }
@@ -209,7 +209,7 @@ QString CCsvWriter::unescapeCsvString(const QString& text) const
 {
     if (text.size() < 2 || !text.startsWith(quote) || !text.endsWith(quote))
         return text;
-    CTextBuffer result(text.size());
+    TextBuffer result(text.size());
     const auto end = text.cend() - 1;
     for (auto it = text.cbegin() + 1; it != end; ++it) {
         result.append(*it);

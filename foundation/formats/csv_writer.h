@@ -9,7 +9,7 @@
 #include <QtCore/QPointer>
 #include <QtCore/QStringList>
 
-class CTextBuffer;
+class TextBuffer;
 class QIODevice;
 class QTextStream;
 
@@ -71,8 +71,8 @@ public:
     static QString decodeBytes(const QByteArray& bytes);
 
 private:
-    void appendText(CTextBuffer& line, const QString& text) const;
-    void appendValue(CTextBuffer& line, const QVariant& value, ProcessingFlags flags) const;
+    void appendText(TextBuffer& line, const QString& text) const;
+    void appendValue(TextBuffer& line, const QVariant& value, ProcessingFlags flags) const;
 
     QList<int> m_columns;
     QPointer<QAbstractItemModel> m_model;

@@ -6,15 +6,15 @@
 
 /// A text that grows at its end. An append costs little more than the copy, where QString's own looks each time whether
 /// the text is shared; that counts for millions of short pieces.
-class CTextBuffer
+class TextBuffer
 {
 public:
-    explicit CTextBuffer(qsizetype capacity)
+    explicit TextBuffer(qsizetype capacity)
         : m_text(static_cast<int>(capacity), Qt::Uninitialized)
         , m_data(m_text.data())
     {
     }
-    Q_DISABLE_COPY(CTextBuffer)
+    Q_DISABLE_COPY(TextBuffer)
 
     void append(QChar character)
     {

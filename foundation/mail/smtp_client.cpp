@@ -55,7 +55,7 @@ CSmtpClient::CSmtpClient(const QString& account, const QString& password, const 
     : QObject(parent)
     , m_account(account)
     , m_password(password)
-    , m_replyReader(std::make_unique<CSmtpReplyReader>())
+    , m_replyReader(std::make_unique<SmtpReplyReader>())
 {
     const QString options = serverSetting.section(QLatin1Char('['), 1).trimmed();
     const QStringList server = serverSetting.section(QLatin1Char('['), 0, 0).trimmed().split(QLatin1Char(':'));
@@ -302,12 +302,12 @@ void CSmtpClient::onDataReceived()
     // One read may hold several replies. Each may end the run, and with it the client or this socket.
     while (guard && socket == m_socket) {
         switch (m_replyReader->next(&m_rxLines)) {
-        case CSmtpReplyReader::Complete:
+        case SmtpReplyReader::Complete:
             runStateMachine(Event::Data);
             break;
-        case CSmtpReplyReader::Incomplete:
+        case SmtpReplyReader::Incomplete:
             return;
-        case CSmtpReplyReader::TooLong:
+        case SmtpReplyReader::TooLong:
             fail(QCoreApplication::translate("@default", "The reply of the server is too long."));
             return;
         }

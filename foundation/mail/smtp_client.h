@@ -11,7 +11,7 @@
 
 #include <memory>
 
-class CSmtpReplyReader;
+class SmtpReplyReader;
 class QSslSocket;
 
 /// Sends one e-mail at a time over SMTP with STARTTLS or implicit TLS, or only checks the settings of the mail server.
@@ -132,5 +132,5 @@ private:
     bool m_encrypted = false;
     int m_timerId = 0;
     QStringList m_rxLines; // of the current reply
-    std::unique_ptr<CSmtpReplyReader> m_replyReader;
+    std::unique_ptr<SmtpReplyReader> m_replyReader;
 };

@@ -13,7 +13,7 @@ bool isFinal(const QByteArray& line)
 
 } // namespace
 
-CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
+SmtpReplyReader::Result SmtpReplyReader::next(QStringList* lines)
 {
     int begin = m_taken; // of the next line
     Result result = Incomplete;
@@ -54,9 +54,9 @@ CSmtpReplyReader::Result CSmtpReplyReader::next(QStringList* lines)
     return result;
 }
 
-int CSmtpReplyReader::clear()
+int SmtpReplyReader::clear()
 {
     const int left = m_replyLength + int(m_pending.size()) - m_taken;
-    *this = CSmtpReplyReader();
+    *this = SmtpReplyReader();
     return left;
 }

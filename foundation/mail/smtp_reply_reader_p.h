@@ -7,7 +7,7 @@
 
 /// Puts the replies of an SMTP server together from bytes that arrive in any pieces. A reply is one or more lines, all
 /// but the last with a hyphen behind the code.
-class KYR_FOUNDATION_TEST_EXPORT CSmtpReplyReader
+class KYR_FOUNDATION_TEST_EXPORT SmtpReplyReader
 {
 public:
     /// A server is not trusted: without limits it could fill the memory until the run's time is up.

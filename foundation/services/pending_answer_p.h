@@ -8,10 +8,10 @@
 
 /// A callback that waits for its one call. It belongs to whoever must be alive for the call to make sense, and goes
 /// away after it. A context for connections: they end with it.
-class CPendingAnswer : public QObject
+class PendingAnswer : public QObject
 {
 public:
-    CPendingAnswer(std::function<void(const QVariantMap&)> callback, QObject* parent)
+    PendingAnswer(std::function<void(const QVariantMap&)> callback, QObject* parent)
         : QObject(parent)
         , m_callback(std::move(callback))
     {

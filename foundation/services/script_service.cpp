@@ -37,18 +37,18 @@ QVariant CScriptService::property(Operation operation, const QString& name, cons
     return value.isValid() && isIdName(name) ? QVariant(idText(value)) : value;
 }
 
-CPendingAnswer* CScriptService::newPendingAnswer(const Callback& callback, const char* operation)
+PendingAnswer* CScriptService::newPendingAnswer(const Callback& callback, const char* operation)
 {
     if (!callback)
         qWarning("CScriptService: %s without a callback", operation);
-    return new CPendingAnswer(
+    return new PendingAnswer(
         callback ? callback : [](const QVariantMap&) {}, this);
 }
 
 // For operations that take a callback themselves; it may outlive this object, and may be called more than once.
 CScriptService::Callback CScriptService::guarded(const Callback& callback, const char* operation)
 {
-    const QPointer<CPendingAnswer> pending = newPendingAnswer(callback, operation);
+    const QPointer<PendingAnswer> pending = newPendingAnswer(callback, operation);
     return [pending](const QVariantMap& result) {
         if (pending)
             pending->answer(fromModel(result));
@@ -422,7 +422,7 @@ void CScriptService::sendCustomNotification(const QString& name, const QString& 
 
 void CScriptService::startWaitingForRfidMedium(const QString& deviceLabel, const Callback& callback)
 {
-    CPendingAnswer* pending = newPendingAnswer(callback, "startWaitingForRfidMedium");
+    PendingAnswer* pending = newPendingAnswer(callback, "startWaitingForRfidMedium");
     if (!m_accessControl || !m_accessControl->startWaitingForRfidMedium(CDeviceId::fromLabel(deviceLabel)))
         return pending->answer({});
     connect(m_accessControl, &Model::rfidMediumDetected, pending,
@@ -432,7 +432,7 @@ void CScriptService::startWaitingForRfidMedium(const QString& deviceLabel, const
 
 void CScriptService::deviceOperation(const QString& name, const QVariantMap& parameters, const Callback& callback)
 {
-    const QPointer<CPendingAnswer> pending = newPendingAnswer(callback, "deviceOperation");
+    const QPointer<PendingAnswer> pending = newPendingAnswer(callback, "deviceOperation");
     const QPointer<IDeviceService> deviceService = m_deviceService;
     QVariantMap copy = parameters;
     IDeviceOperation* operation = deviceService ? deviceService->createDeviceOperation(name, copy) : nullptr;
@@ -462,7 +462,7 @@ void CScriptService::deviceOperation(const QString& name, const QVariantMap& par
 
 void CScriptService::deviceAction(const QString& name, const QVariantMap& parameters, const Callback& callback)
 {
-    const QPointer<CPendingAnswer> pending = newPendingAnswer(callback, "deviceAction");
+    const QPointer<PendingAnswer> pending = newPendingAnswer(callback, "deviceAction");
     QVariantMap copy = parameters;
     const QPointer<IDeviceAction> action = m_deviceService ? m_deviceService->createDeviceAction(name, copy) : nullptr;
     if (!action)

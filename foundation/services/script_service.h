@@ -10,7 +10,7 @@
 
 #include <functional>
 
-class CPendingAnswer;
+class PendingAnswer;
 class IDeviceService;
 class ISimpleAccessControl;
 
@@ -159,7 +159,7 @@ private:
     auto call(Operation operation, Arguments&&... arguments) const;
     template<typename Operation>
     QVariant property(Operation operation, const QString& name, const QString& id) const;
-    CPendingAnswer* newPendingAnswer(const Callback& callback, const char* operation);
+    PendingAnswer* newPendingAnswer(const Callback& callback, const char* operation);
     Callback guarded(const Callback& callback, const char* operation);
 
     QPointer<ISimpleAccessControl> m_accessControl;

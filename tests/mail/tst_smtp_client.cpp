@@ -132,29 +132,29 @@ private Q_SLOTS:
         const QString expected = QStringLiteral("220 hi|250-a,250-b c,250 d|354|okay x,250 \u00FC");
         for (int first = 0; first < stream.size(); ++first) {
             for (int second = first; second < stream.size(); ++second) {
-                CSmtpReplyReader reader;
+                SmtpReplyReader reader;
                 QStringList replies;
                 QStringList lines;
                 for (const QByteArray& piece :
                      {stream.left(first), stream.mid(first, second - first), stream.mid(second)}) {
                     reader.feed(piece);
-                    while (reader.next(&lines) == CSmtpReplyReader::Complete)
+                    while (reader.next(&lines) == SmtpReplyReader::Complete)
                         replies += lines.join(QLatin1Char(','));
                 }
                 QCOMPARE(replies.join(QLatin1Char('|')), expected);
             }
         }
         const auto lastResult = [](const QByteArray& bytes) {
-            CSmtpReplyReader reader;
+            SmtpReplyReader reader;
             QStringList lines;
             reader.feed(bytes);
             return reader.next(&lines);
         };
-        const QByteArray line = "250 " + QByteArray(CSmtpReplyReader::maxLineLength - 4, 'x');
-        QCOMPARE(lastResult(line + "\r\n"), CSmtpReplyReader::Complete);
-        QCOMPARE(lastResult(line + "x\r\n"), CSmtpReplyReader::TooLong);
-        QCOMPARE(lastResult(line + "xx"), CSmtpReplyReader::TooLong);
-        QCOMPARE(lastResult(QByteArray("250-x\r\n").repeated(60000)), CSmtpReplyReader::TooLong);
+        const QByteArray line = "250 " + QByteArray(SmtpReplyReader::maxLineLength - 4, 'x');
+        QCOMPARE(lastResult(line + "\r\n"), SmtpReplyReader::Complete);
+        QCOMPARE(lastResult(line + "x\r\n"), SmtpReplyReader::TooLong);
+        QCOMPARE(lastResult(line + "xx"), SmtpReplyReader::TooLong);
+        QCOMPARE(lastResult(QByteArray("250-x\r\n").repeated(60000)), SmtpReplyReader::TooLong);
     }
 
     void readsSettings()
