@@ -5,6 +5,7 @@
 #include <cstring>
 
 namespace {
+
 std::atomic<CCircularLogBuffer*> messageHandlerInstance{nullptr};
 
 void endLinesAtLineFeeds(char* begin, int length)
@@ -13,6 +14,7 @@ void endLinesAtLineFeeds(char* begin, int length)
     while ((begin = static_cast<char*>(std::memchr(begin, '\n', static_cast<size_t>(end - begin)))))
         *begin++ = '\0';
 }
+
 } // namespace
 
 CCircularLogBuffer::CCircularLogBuffer(int size)

@@ -12,6 +12,7 @@
 #include <cstring>
 
 namespace {
+
 // The lowest level at which messages of a type are written.
 constexpr int thresholdOf(QtMsgType type)
 {
@@ -96,6 +97,7 @@ Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
         std::fflush(output);
     }
 }
+
 } // namespace
 
 void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QString& message)

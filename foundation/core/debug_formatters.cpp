@@ -6,6 +6,7 @@
 // The half of CDebug that looks into objects; the log output itself stands in debug.cpp.
 
 namespace {
+
 QString typeText(const QVariant& value)
 {
     return value.isValid() ? QLatin1Char('(') + QLatin1String(value.typeName()) + QLatin1Char(')')
@@ -124,6 +125,7 @@ void dumpChildren(const QAbstractItemModel& model, const QModelIndex& parent, in
             dumpChildren(model, index, depth + 1);
     }
 }
+
 } // namespace
 
 QString CDebug::objectNameWithParents(QObject* object, int depth)

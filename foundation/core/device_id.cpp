@@ -5,12 +5,14 @@
 #include <QtCore/QDataStream>
 
 namespace {
+
 const bool registered = [] {
     qRegisterMetaType<CDeviceId>("CDeviceId");
     return true;
 }();
 
 constexpr IdLabel deviceLabel{3, 3, 0x27FFFFFF};
+
 } // namespace
 
 QString CDeviceId::toLabel() const

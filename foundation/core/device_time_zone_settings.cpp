@@ -6,10 +6,12 @@
 #include <algorithm>
 
 namespace {
+
 qint8 quarterHours(int seconds)
 {
     return static_cast<qint8>(qBound(-128, qRound(seconds / 900.0), 127));
 }
+
 } // namespace
 
 uint qHash(const CDeviceDstInfo& info)

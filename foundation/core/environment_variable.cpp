@@ -5,10 +5,12 @@
 #include <QtCore/QtGlobal>
 
 namespace {
+
 bool isNamed(const char* name)
 {
     return name && *name;
 }
+
 } // namespace
 
 bool CEnvironmentVariable::isSet(const char* name)

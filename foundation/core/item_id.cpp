@@ -3,6 +3,7 @@
 #include <QtCore/QDebug>
 
 namespace {
+
 // Done when the library is loaded: names are looked up before the first list of ids is put into a variant.
 const bool registered = [] {
     qRegisterMetaType<CItemId>("CItemId");
@@ -14,6 +15,7 @@ const bool registered = [] {
     QMetaType::registerConverter<qlonglong, CItemId>([](qlonglong id) { return CItemId(id); });
     return true;
 }();
+
 } // namespace
 
 QDebug& operator<<(QDebug& debug, const CItemId& id)

@@ -8,6 +8,7 @@
 // Reading. The writing half stands in json_writer.cpp.
 
 namespace {
+
 using Position = const QChar*;
 
 bool isSpace(QChar character)
@@ -337,6 +338,7 @@ private:
     bool m_tokenQuoted = false;
     QString m_unescaped;
 };
+
 } // namespace
 
 QVariantMap CJsonParser::deserialize(const QString& text, bool* ok, bool stripComments)

@@ -8,6 +8,7 @@
 // Writing. The reading half stands in json_parser.cpp.
 
 namespace {
+
 // Text under construction. Room is doubled when it runs out, and characters go straight into it.
 class Text
 {
@@ -240,6 +241,7 @@ void writeEntryByTemplate(Text& out, const QString& separator, const QString& ke
 {
     out.add(QStringLiteral("%1\"%2\": %3").arg(separator).arg(key).arg(CJsonParser::variantToValueString(value)));
 }
+
 } // namespace
 
 QString CJsonParser::serialize(const QVariantMap& map)

@@ -4,6 +4,7 @@
 #include <QtCore/QtEndian>
 
 namespace {
+
 constexpr quint32 rotateLeft(quint32 value, int bits)
 {
     return value << bits | value >> (32 - bits);
@@ -13,6 +14,7 @@ constexpr quint32 scramble(quint32 block)
 {
     return rotateLeft(block * 0xcc9e2d51u, 15) * 0x1b873593u;
 }
+
 } // namespace
 
 unsigned int murmurHash3_x86_32(const void* data, int length, unsigned int seed)

@@ -1,10 +1,12 @@
 #include <foundation/core/string_utils.h>
 
 namespace {
+
 bool isQuote(QChar character)
 {
     return character == QLatin1Char('\'') || character == QLatin1Char('"');
 }
+
 } // namespace
 
 QString CStringUtils::trimQuotes(const QString& text)

@@ -5,12 +5,14 @@
 #include <QtCore/QDataStream>
 
 namespace {
+
 const bool registered = [] {
     qRegisterMetaType<CSystemId>("CSystemId");
     return true;
 }();
 
 constexpr IdLabel systemLabel{2, 4, 0x4FFFFFF};
+
 } // namespace
 
 QString CSystemId::toLabel() const

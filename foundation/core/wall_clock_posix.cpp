@@ -5,8 +5,10 @@
 #include <ctime>
 
 namespace {
+
 // A second since 1970 (upper bits) and the time of day in seconds that belongs to it (lower 17 bits).
 std::atomic<uint64_t> cachedSecond{0};
+
 } // namespace
 
 WallClock WallClock::now()

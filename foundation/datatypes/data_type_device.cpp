@@ -183,6 +183,7 @@ constexpr Entry<CDataType::InputActivation> edgeActivationTable[] = {
     {CDataType::InputActivationOff, QT_TRANSLATE_NOOP("@default", "Falling Edge")},
 };
 using EdgeActivationFamily = Enumeration<edgeActivationTable>;
+
 } // namespace
 
 // One line a function.

@@ -109,6 +109,7 @@ constexpr CDataType::PcbType boardOfCategory[] = {
     CDataType::PcbTypeNetwork, CDataType::PcbTypeIo,    CDataType::PcbTypeNetwork, CDataType::PcbTypeCylinder,
     CDataType::PcbTypeLock,    CDataType::PcbTypeLock,
 };
+
 } // namespace
 
 // One line a function.

@@ -11,6 +11,7 @@
 #include <vector>
 
 namespace {
+
 // The rules for the buffer, byte by byte, without any thought of speed.
 struct ModelBuffer
 {
@@ -55,6 +56,7 @@ struct ModelBuffer
         return stored().replace('\0', '\n');
     }
 };
+
 } // namespace
 
 class tst_Debug : public QObject

@@ -10,6 +10,7 @@
 #include <QtTest/QtTest>
 
 namespace {
+
 // The usual expressions compile, and a number out of range is caught on each way into an id.
 static_assert(std::is_trivially_copyable<CItemId>::value, "ids travel by value");
 static_assert(CDeviceId(CItemId(5)) == CDeviceId(5) && CItemId(CDeviceId(5)) == CItemId(5), "there and back");
@@ -43,6 +44,7 @@ T unstreamed(const QByteArray& bytes)
     stream >> value;
     return value;
 }
+
 } // namespace
 
 class tst_Identifiers : public QObject

@@ -5,10 +5,12 @@
 #include <ctime>
 
 namespace {
+
 QString s(const char* text)
 {
     return QString::fromUtf8(text);
 }
+
 } // namespace
 
 class tst_JsonParser : public QObject
