@@ -180,7 +180,7 @@ void memory(benchmark::State& state)
                       {QStringLiteral("--call"), QString::number(server.serverPort()), QString::number(count),
                        QString::number(std::is_same_v<Server, AuthenticatedServer>)});
         spinUntil([&] { return server.linked == count; });
-        // Let what the last hand-shakes left behind go first.
+        // Let what the last handshakes left behind go first.
         for (int i = 0; i < 100; ++i)
             QCoreApplication::processEvents();
         const auto after = mallinfo2();

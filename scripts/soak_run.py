@@ -220,7 +220,6 @@ class Soak:
         return memory, len(os.listdir(f"/proc/{pid}/fd"))
 
     def run(self, minutes):
-        shutil.rmtree(self.dir, ignore_errors=True) if not os.path.isdir(self.certificates) else None
         os.makedirs(self.dir, exist_ok=True)
         for name in os.listdir(self.dir):
             if name.startswith("journal"):

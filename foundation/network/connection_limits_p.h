@@ -13,7 +13,7 @@ constexpr int requestLine = 100;
 constexpr quint64 message = 64 * 1024;
 /// Bytes that wait for a peer that does not read. All it is sent so far is a challenge, and answers to its pings.
 constexpr qint64 writeBacklog = 64 * 1024;
-/// Hand-shakes that go on at a time. One takes some milliseconds, so this many let thousands in a second, and cost less
+/// Handshakes that go on at a time. One takes some milliseconds, so this many let thousands in a second, and cost less
 /// than 32 MiB.
 constexpr int pendingHandshakes = 256;
 /// Requests that wait for one of these places: a whole installation returns in one instant after a power failure, and
@@ -39,7 +39,7 @@ struct ConnectionTiming
     int probe = 2500;
     /// A device's request until its WebSocket stands, and again from the challenge until the answer is there.
     int handshake = 5000;
-    /// A hand-shake place has to become free within this time, or those that wait for one are turned away.
+    /// A handshake place has to become free within this time, or those that wait for one are turned away.
     int admission = 1000;
     /// From accept until the peer has said something.
     int silence = 5000;
