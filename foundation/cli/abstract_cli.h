@@ -43,7 +43,7 @@ public Q_SLOTS:
     /// Starts the channel; each line then reaches readLine(). At the end of the input the program is terminated.
     void execute();
     /// Flushes and stops the channel and ends the program with the stored return code after the current event. Lines
-    /// that are written in later events are dropped.
+    /// that are written in later events are dropped; a line that was read before still reaches readLine().
     void terminate();
     /// Forwarded to the channel.
     void writeLine(const QString& line);

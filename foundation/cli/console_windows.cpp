@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr DWORD ReadSize = 512; // UTF-16 units of one console read
+constexpr DWORD readSize = 512; // UTF-16 units of one console read
 
 bool isConsole(HANDLE handle)
 {
@@ -86,11 +86,11 @@ CConsole::Fill CConsole::fill()
     } else if (isConsole(input)) {
         // Up to the line feed, so that no character is cut in two between reads.
         std::wstring text;
-        wchar_t part[ReadSize];
+        wchar_t part[readSize];
         DWORD count = 0;
         do {
             count = 0;
-            if (!ReadConsoleW(input, part, ReadSize, &count, nullptr))
+            if (!ReadConsoleW(input, part, readSize, &count, nullptr))
                 break;
             text.append(part, count);
         } while (count > 0 && text.back() != L'\n' && !m_interrupted);

@@ -8,7 +8,7 @@
 namespace {
 
 // How long the end of the application waits for the input thread, which needs microseconds unless its terminal stalls.
-constexpr unsigned long ThreadEndTimeoutMs = 1000;
+constexpr unsigned long threadEndTimeoutMs = 1000;
 
 QByteArray lineBytes(const QString& line)
 {
@@ -52,7 +52,7 @@ void CStandardIOHandler::start()
             [thread = m_thread.data(), console = m_console] {
                 console->interrupt();
                 thread->quit();
-                thread->wait(ThreadEndTimeoutMs);
+                thread->wait(threadEndTimeoutMs);
             });
     moveToThread(m_thread.data());
     m_thread->start(QThread::InheritPriority);

@@ -4,6 +4,7 @@
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/socket_options_p.h>
+#include <foundation/network/socket_owner_p.h>
 
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
@@ -39,15 +40,6 @@ constexpr char discoverAddressProperty[] = "discoverAddress";
 QString discoverAddressOf(const QObject* object)
 {
     return object->property(discoverAddressProperty).toString();
-}
-
-// Ends a socket or WebSocket of a job for good; it may have more signals to tell, which nobody shall hear.
-template<typename Socket>
-void discard(Socket* socket)
-{
-    socket->disconnect();
-    socket->abort();
-    socket->deleteLater();
 }
 
 constexpr auto queuedOnce = Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection);

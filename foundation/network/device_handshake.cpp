@@ -7,6 +7,7 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_handshake_p.h>
 #include <foundation/network/socket_options_p.h>
+#include <foundation/network/socket_owner_p.h>
 #include <foundation/network/ssl_connection.h>
 
 #include <kyr_crypto/crypto_service.h>
@@ -274,7 +275,5 @@ void DeviceHandshake::fail(const QString& reason)
 void DeviceHandshake::drop(QWebSocket* webSocket, const QString& reason)
 {
     warnDropped(reason);
-    webSocket->disconnect();
-    webSocket->abort();
-    webSocket->deleteLater();
+    discard(webSocket);
 }

@@ -41,3 +41,12 @@ inline void releaseSocket(QObject* socket, const QObject* connection, bool insid
     socket->disconnect();
     socket->deleteLater();
 }
+
+/// Ends a socket or WebSocket for good; it may have more signals to tell, which nobody shall hear.
+template<typename Socket>
+void discard(Socket* socket)
+{
+    socket->disconnect();
+    socket->abort();
+    socket->deleteLater();
+}
