@@ -208,10 +208,16 @@ int call(const QStringList& arguments)
 
 } // namespace
 
-BENCHMARK_TEMPLATE(links, AuthenticatedServer)->Name("device_links/ours")->Arg(1)->Arg(16)->UseRealTime();
+BENCHMARK_TEMPLATE(links, AuthenticatedServer)
+    ->Name("device_links/ours")
+    ->Arg(1)
+    ->Arg(16)
+    ->Arg(64)
+    ->Arg(256)
+    ->UseRealTime();
 BENCHMARK_TEMPLATE(links, BareServer)->Name("device_links/QWebSocket")->Arg(1)->Arg(16)->UseRealTime();
-BENCHMARK_TEMPLATE(memory, AuthenticatedServer)->Name("link_memory/ours")->Iterations(1)->UseRealTime();
-BENCHMARK_TEMPLATE(memory, BareServer)->Name("link_memory/QWebSocket")->Iterations(1)->UseRealTime();
+BENCHMARK_TEMPLATE(memory, AuthenticatedServer)->Name("link_memory/ours")->Iterations(1)->Repetitions(1)->UseRealTime();
+BENCHMARK_TEMPLATE(memory, BareServer)->Name("link_memory/QWebSocket")->Iterations(1)->Repetitions(1)->UseRealTime();
 
 int main(int argc, char** argv)
 {

@@ -100,9 +100,11 @@ void ringSpdlog(benchmark::State& state)
 } // namespace
 
 BENCHMARK(handlerReadyText)->Name("log_line/ours");
-BENCHMARK(throughQInfo)->Name("log_line/qInfo");
 BENCHMARK(plainFprintf)->Name("log_line/fprintf");
 BENCHMARK(spdlogFile)->Name("log_line/spdlog");
+BENCHMARK(throughQInfo)->Name("log_line_qinfo/ours");
+BENCHMARK(plainFprintf)->Name("log_line_qinfo/fprintf");
+BENCHMARK(spdlogFile)->Name("log_line_qinfo/spdlog");
 BENCHMARK_CAPTURE(suppressed, ours, &CDebug::messageOutput)->Name("log_suppressed/ours");
 BENCHMARK_CAPTURE(suppressed, empty, &emptyHandler)->Name("log_suppressed/empty handler");
 BENCHMARK(ringOurs)->Name("ring_buffer/ours");

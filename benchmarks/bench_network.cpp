@@ -137,7 +137,6 @@ struct StreamPair
     std::unique_ptr<QTcpSocket> client;
 };
 
-constexpr qint64 streamTotal = 256LL * 1024 * 1024;
 constexpr int chunkSize = 64 * 1024;
 constexpr qint64 mostUnderWay = 16 * chunkSize;
 
@@ -150,12 +149,13 @@ void streamOurs(benchmark::State& state)
     sender.updateConnectionState();
     receiver.updateConnectionState();
     const QByteArray chunk(chunkSize, 'd');
+    const qint64 total = state.range(0) * 1024 * 1024;
     for (auto _ : state) {
         qint64 sent = 0;
         qint64 transmitted = 0;
         qint64 received = 0;
         const auto feed = [&] {
-            for (; sent < streamTotal && sent - transmitted < mostUnderWay; sent += chunkSize)
+            for (; sent < total && sent - transmitted < mostUnderWay; sent += chunkSize)
                 sender.sendData(chunk);
         };
         const auto onTransmitted =
@@ -166,11 +166,11 @@ void streamOurs(benchmark::State& state)
         const auto onReceived = QObject::connect(&receiver, &CMessageTransfer::dataReceived, &receiver,
                                                  [&](const QByteArray& data) { received += data.size(); });
         feed();
-        spinUntil([&] { return received == streamTotal; });
+        spinUntil([&] { return received == total; });
         QObject::disconnect(onTransmitted);
         QObject::disconnect(onReceived);
     }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * streamTotal);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * total);
 }
 
 void streamPeer(benchmark::State& state, bool tls)
@@ -179,12 +179,13 @@ void streamPeer(benchmark::State& state, bool tls)
     QTcpSocket* sender = pair.client.get();
     QTcpSocket* receiver = pair.server.accepted.get();
     const QByteArray chunk(chunkSize, 'd');
+    const qint64 total = state.range(0) * 1024 * 1024;
     for (auto _ : state) {
         qint64 sent = 0;
         qint64 transmitted = 0;
         qint64 received = 0;
         const auto feed = [&] {
-            for (; sent < streamTotal && sent - transmitted < mostUnderWay; sent += chunkSize)
+            for (; sent < total && sent - transmitted < mostUnderWay; sent += chunkSize)
                 sender->write(chunk);
         };
         const auto onWritten = QObject::connect(sender, &QIODevice::bytesWritten, sender, [&](qint64 bytes) {
@@ -194,11 +195,11 @@ void streamPeer(benchmark::State& state, bool tls)
         const auto onRead = QObject::connect(receiver, &QIODevice::readyRead, receiver,
                                              [&] { received += receiver->readAll().size(); });
         feed();
-        spinUntil([&] { return received == streamTotal; });
+        spinUntil([&] { return received == total; });
         QObject::disconnect(onWritten);
         QObject::disconnect(onRead);
     }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * streamTotal);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * total);
 }
 
 // ---- WebSocket messages ------------------------------------------------------------------------------------------
@@ -218,7 +219,6 @@ struct WebSocketPair
     std::unique_ptr<QWebSocket> accepted;
 };
 
-constexpr int messagesAtOnce = 10000;
 const QByteArray message(100, 'm');
 
 void oneWayOurs(benchmark::State& state)
@@ -228,6 +228,7 @@ void oneWayOurs(benchmark::State& state)
     CWebSocketConnection receiver(pair.accepted.get(), nullptr);
     sender.updateConnectionState();
     receiver.updateConnectionState();
+    const auto messagesAtOnce = static_cast<int>(state.range(0));
     int received = 0;
     QObject::connect(&receiver, &CMessageTransfer::dataReceived, &receiver, [&] { ++received; });
     for (auto _ : state) {
@@ -241,6 +242,7 @@ void oneWayOurs(benchmark::State& state)
 void oneWayPeer(benchmark::State& state)
 {
     WebSocketPair pair;
+    const auto messagesAtOnce = static_cast<int>(state.range(0));
     int received = 0;
     QObject::connect(pair.accepted.get(), &QWebSocket::binaryMessageReceived, &pair.server, [&] { ++received; });
     for (auto _ : state) {
@@ -283,30 +285,29 @@ void roundTripPeer(benchmark::State& state)
     }
 }
 
+// In MB.
+void streamSize(benchmark::internal::Benchmark* bench)
+{
+    bench->Arg(1024)->UseRealTime()->Unit(benchmark::kMillisecond);
+}
+
+void streamSizes(benchmark::internal::Benchmark* bench)
+{
+    bench->Arg(64)->Arg(256)->Apply(streamSize);
+}
+
 void ignoreMessages(QtMsgType, const QMessageLogContext&, const QString&) {}
 
 } // namespace
 
 BENCHMARK(discoveryOurs)->Name("discovery/ours")->UseRealTime();
 BENCHMARK(discoveryPeer)->Name("discovery/QUdpSocket")->UseRealTime();
-BENCHMARK_TEMPLATE(streamOurs, CTcpConnection)
-    ->Name("tcp_throughput/ours")
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(streamPeer, tcp, false)
-    ->Name("tcp_throughput/QTcpSocket")
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(streamOurs, CSslConnection)
-    ->Name("tls_throughput/ours")
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(streamPeer, tls, true)
-    ->Name("tls_throughput/QSslSocket")
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(oneWayOurs)->Name("websocket_one_way/ours")->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(oneWayPeer)->Name("websocket_one_way/QWebSocket")->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(streamOurs, CTcpConnection)->Name("tcp_throughput/ours")->Apply(streamSizes);
+BENCHMARK_CAPTURE(streamPeer, tcp, false)->Name("tcp_throughput/QTcpSocket")->Apply(streamSize);
+BENCHMARK_TEMPLATE(streamOurs, CSslConnection)->Name("tls_throughput/ours")->Apply(streamSizes);
+BENCHMARK_CAPTURE(streamPeer, tls, true)->Name("tls_throughput/QSslSocket")->Apply(streamSize);
+BENCHMARK(oneWayOurs)->Name("websocket_one_way/ours")->Arg(2500)->Arg(10000)->Arg(40000)->UseRealTime();
+BENCHMARK(oneWayPeer)->Name("websocket_one_way/QWebSocket")->Arg(10000)->UseRealTime();
 BENCHMARK(roundTripOurs)->Name("websocket_round_trip/ours")->UseRealTime();
 BENCHMARK(roundTripPeer)->Name("websocket_round_trip/QWebSocket")->UseRealTime();
 

@@ -60,7 +60,9 @@ void CNotificationService::registerObserver(const QString& address, const QSet<Q
         if (observer->sources.contains(source))
             continue;
         observer->sources.insert(source);
-        m_observersOfSource[source].insert(address, observer->authId);
+        Targets& targets = m_observersOfSource[source];
+        targets.places.insert(address, static_cast<int>(targets.list.size()));
+        targets.list.append({address, observer->authId});
         if (!m_observedSources.contains(source)) {
             m_observedSources.insert(source);
             grown = true;
@@ -93,17 +95,30 @@ void CNotificationService::unregisterObserver(const QString& address, const QSet
 void CNotificationService::stopObserving(const QString& address, const QString& source)
 {
     const auto observers = m_observersOfSource.find(source);
-    observers->remove(address);
-    if (observers->isEmpty()) {
+    if (observers->list.size() == 1) {
         m_observersOfSource.erase(observers);
         m_observedSources.remove(source);
+        return;
     }
+    // The last one takes the empty place.
+    const int place = observers->places.take(address);
+    const Target last = observers->list.takeLast();
+    if (last.address == address)
+        return;
+    observers->list[place] = last;
+    observers->places[last.address] = place;
 }
 
 bool CNotificationService::observes(const QString& address, const QString& source) const
 {
     const auto observer = m_registry.constFind(address);
     return observer != m_registry.constEnd() && observer->sources.contains(source);
+}
+
+QVector<CNotificationService::Target> CNotificationService::observersOf(const QString& source) const
+{
+    const auto observers = m_observersOfSource.constFind(source);
+    return observers != m_observersOfSource.constEnd() ? observers->list : QVector<Target>();
 }
 
 void CNotificationService::receiveMessage(const QString& address, const QString& method, const QVariantList& params,
@@ -181,7 +196,7 @@ void CNotificationService::notifyObservers(const QString& source, const QVariant
 {
     static const QString method = QStringLiteral("notify");
     if (extension.isEmpty()) {
-        notifyEach(method, source, params, m_observersOfSource.value(source));
+        notifyEach(method, source, params, observersOf(source));
         return;
     }
     const auto target = std::find_if(m_extensions.cbegin(), m_extensions.cend(),
@@ -190,19 +205,19 @@ void CNotificationService::notifyObservers(const QString& source, const QVariant
         return;
     const auto observer = m_registry.constFind((*target)->address);
     if (observer != m_registry.constEnd() && observer->sources.contains(source))
-        notifyEach(method, source, params, AuthIds{{observer.key(), observer->authId}});
+        notifyEach(method, source, params, {{observer.key(), observer->authId}});
 }
 
 void CNotificationService::notifyObserversWithMethod(const QString& method, const QString& source,
                                                      const QVariantMap& params)
 {
-    notifyEach(method, source, params, m_observersOfSource.value(source));
+    notifyEach(method, source, params, observersOf(source));
 }
 
 // `targets` is a snapshot that costs nothing until the index changes. The list of parameters is made once and shared by
 // all, except those for whom the filter changed its copy.
 void CNotificationService::notifyEach(const QString& method, const QString& source, const QVariantMap& params,
-                                      const AuthIds& targets)
+                                      const QVector<Target>& targets)
 {
     if (targets.isEmpty())
         return;
@@ -214,12 +229,12 @@ void CNotificationService::notifyEach(const QString& method, const QString& sour
     const quint64 removals = m_removals;
 
     for (auto target = targets.cbegin(); self && target != targets.cend(); ++target) {
-        const QString& address = target.key();
+        const QString& address = target->address;
         if (m_removals != removals && !observes(address, sentSource))
             continue;
         QVariantList changed;
         if (m_filter != nullptr) {
-            const qint64 authId = m_removals == removals ? target.value() : m_registry.value(address).authId;
+            const qint64 authId = m_removals == removals ? target->authId : m_registry.value(address).authId;
             const quint64 removalsBefore = m_removals;
             QVariantMap copy = sentParams;
             const bool withheld = m_filter->filterNotification(address, sentMethod, sentSource, authId, &copy);
