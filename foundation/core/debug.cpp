@@ -92,6 +92,11 @@ Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
     if (CCircularLogBuffer* buffer = circularBuffer.load(std::memory_order_relaxed))
         buffer->append(QByteArray::fromRawData(line.constData(), static_cast<int>(line.size())));
     if (FILE* output = stream.load(std::memory_order_relaxed)) {
+        // The last line may be cut, as on a full disk: the next one does not continue it.
+        if (std::ferror(output)) {
+            std::clearerr(output);
+            std::fputc('\n', output);
+        }
         std::fputs(line.constData(), output);
         std::fputc('\n', output);
         std::fflush(output);
