@@ -18,6 +18,10 @@ void onTerminationRequest(QObject* context, const std::function<void()>& handler
 /// Makes sure that descriptors 0 to 2 are open, or sockets of the program would take their places. To be called first.
 void openStandardDescriptors();
 
+/// When the event loop has ended: gives the time until waitForOtherThreads() two seconds, then ends the process with
+/// that code. Qt waits for host names that are looked up, ten seconds and more when the name server never answers.
+void endSoon(int code);
+
 /// At the end of main, after everything was destroyed: waits until no other thread is left, half a second at most. A
 /// thread of Qt's network access counts as finished a moment before it frees what OpenSSL keeps for it; a process that
 /// ends in that moment has both free the same.

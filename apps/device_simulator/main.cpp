@@ -43,7 +43,9 @@ int run(int argc, char** argv)
     onTerminationRequest(&app, [] { QCoreApplication::quit(); });
     std::fputs(simulator.describe().constData(), stdout);
     std::fflush(stdout);
-    return app.exec();
+    const int code = app.exec();
+    endSoon(code);
+    return code;
 }
 
 } // namespace

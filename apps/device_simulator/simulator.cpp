@@ -1,6 +1,7 @@
 #include "simulator.h"
 
 #include "common/app_options.h"
+#include "common/command_socket.h"
 #include "common/default_ports.h"
 #include "simulator_control.h"
 
@@ -206,7 +207,9 @@ bool Simulator::start(QString& error)
         }
     }
     if (!m_controlName.isEmpty()) {
-        m_controlIo = std::make_unique<CLocalSocketCliIO>(m_controlName);
+        m_controlIo = openCommandSocket(m_controlName, error);
+        if (!m_controlIo)
+            return false;
         m_control = std::make_unique<SimulatorControl>(*this, m_controlIo.get());
         m_control->execute();
     }

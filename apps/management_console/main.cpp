@@ -1,6 +1,7 @@
 // kyr_console: finds, serves and manages the devices of an installation.
 #include "attach.h"
 #include "common/app_options.h"
+#include "common/command_socket.h"
 #include "common/process_setup.h"
 #include "console.h"
 #include "terminal.h"
@@ -40,14 +41,13 @@ int runConsole(QCoreApplication& app, CAbstractCliIO* io, Console::Input input, 
     Console console(io, input);
     onTerminationRequest(&app, [&console] { console.interrupt(); });
     console.begin(arguments);
-    return app.exec();
+    const int code = app.exec();
+    endSoon(code);
+    return code;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
-    openStandardDescriptors();
     QCoreApplication app(argc, argv);
     AppOptions options(QStringLiteral("Finds, serves and manages the devices of an installation."), "KYR_CONSOLE");
     addGlobalOptions(options);
@@ -72,8 +72,13 @@ int main(int argc, char** argv)
     if (!attachName.isEmpty())
         return runAttached(app, attachName, command);
     if (!socketName.isEmpty()) {
-        CLocalSocketCliIO io(socketName);
-        return runConsole(app, &io, Console::Input::Socket, command);
+        QString error;
+        const auto io = openCommandSocket(socketName, error);
+        if (!io) {
+            failed(error);
+            return 1;
+        }
+        return runConsole(app, io.get(), Console::Input::Socket, command);
     }
     if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
         const bool terminal = Terminal::isInteractive();
@@ -82,4 +87,14 @@ int main(int argc, char** argv)
     }
     CStandardIOHandler io(nullptr); // for its output only
     return runConsole(app, &io, Console::Input::Arguments, command);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    openStandardDescriptors();
+    const int code = run(argc, argv);
+    waitForOtherThreads();
+    return code;
 }

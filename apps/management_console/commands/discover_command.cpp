@@ -149,7 +149,9 @@ private:
             target.udpPort = target.tcpPort = quint16(url.port());
         if (!target.address.isNull())
             return addTarget(target);
+        m_lookUps.append(target.name);
         QHostInfo::lookupHost(url.host(), this, [this, target](const QHostInfo& info) mutable {
+            m_lookUps.removeOne(target.name);
             if (info.addresses().isEmpty())
                 m_failures.append(QStringLiteral("\"%1\": %2").arg(target.name, info.errorString()));
             for (const QHostAddress& address : info.addresses()) {
@@ -242,15 +244,20 @@ private:
         QString whom = asked.join(QLatin1String(", "));
         if (onePort && !asked.isEmpty())
             whom += QStringLiteral(" on port %1").arg(m_targets.constFirst().udpPort);
+        for (const QString& name : qAsConst(m_lookUps))
+            m_failures.append(QStringLiteral("\"%1\": no name server answered in time").arg(name));
+        if (!whom.isEmpty())
+            m_failures.prepend(whom);
         fail(QStringLiteral("nothing answered within %1 ms; asked: %2; a firewall here or in between may be in the way")
                  .arg(m_clock.elapsed())
-                 .arg((QStringList(whom) + m_failures).join(QLatin1String(", "))));
+                 .arg(m_failures.join(QLatin1String(", "))));
     }
 
     // Two, so that it is known which way an answer came. Both use ports that the system chooses.
     CDeviceDiscoveryAppSide m_udp{0, nullptr};
     CDeviceDiscoveryAppSide m_tcp{0, nullptr};
     QVector<Target> m_targets;
+    QStringList m_lookUps; // names that are not known to be right or wrong yet
     QStringList m_failures;
     QMap<QString, Found> m_found;
     QElapsedTimer m_clock;
