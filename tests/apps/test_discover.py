@@ -4,6 +4,7 @@ import json
 import os
 import pty
 import select
+import socket
 import subprocess
 import unittest
 
@@ -58,6 +59,16 @@ class Discover(unittest.TestCase):
         ):
             result = subprocess.run([f"{BIN}/{program}", *arguments], capture_output=True, text=True, timeout=10)
             self.assertEqual((result.returncode, result.stdout, result.stderr.count("\n")), (2, "", 1), arguments)
+
+    def test_ports_in_use(self):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as udp, socket.create_server(("", 0)) as tcp:
+            udp.bind(("", 0))
+            for kind, taken in (("udp", udp), ("tcp", tcp)):
+                port = taken.getsockname()[1]
+                result = subprocess.run([f"{BIN}/kyr_device_simulator", "--udp-port", "0", "--tcp-port", "0", f"--{kind}-port", str(port)],
+                                        capture_output=True, text=True, timeout=10)
+                self.assertEqual((result.returncode, result.stderr.count("\n")), (1, 1), result.stderr)
+                self.assertIn(f"{kind.upper()} port {port}", result.stderr)
 
     def test_environment_takes_precedence(self):
         code, out, _ = console("--socket", "unused", "help", env={"KYR_CONSOLE_SOCKET": "", "KYR_CONSOLE_HELP_JSON": "1"})

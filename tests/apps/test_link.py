@@ -24,11 +24,11 @@ def certificate(label, where, ca=f"{BUILD}/dev-ca", *options):
 class Server(Running):
     """A console that serves on a port that the system chose, and is asked through its socket."""
 
-    def __init__(self, where, *options, log=("--log-file", "none"), env=None):
+    def __init__(self, where, *options, log=("--log-file", "none"), env=None, prefix=()):
         self.socket = f"{where}/console.socket"
         super().__init__("kyr_console", "--socket", self.socket, *log, "serve", "--port", 0, "--json",
                          "--certificate", f"{where}/console.pem", "--key", f"{where}/console.key", "--system", SYSTEM, *options,
-                         env={**os.environ, **(env or {})})
+                         env={**os.environ, **(env or {})}, prefix=prefix)
         self.port = json.loads(self.until('{"port"'))["port"]
 
     def ask(self, *command):
@@ -69,10 +69,10 @@ class Installation(unittest.TestCase):
     def tearDownClass(cls):
         shutil.rmtree(cls.dir)
 
-    def device(self, port, label, *options, certificate_of="%1", where=None, host="127.0.0.1"):
+    def device(self, port, label, *options, certificate_of="%1", where=None, host="127.0.0.1", prefix=()):
         where = where or self.dir
         return simulator("--label", label, "--system", SYSTEM, "--call", f"https://{host}:{port}", "--certificate",
-                         f"{where}/{certificate_of}.pem", "--key", f"{where}/{certificate_of}.key", *options)[0]
+                         f"{where}/{certificate_of}.pem", "--key", f"{where}/{certificate_of}.key", *options, prefix=prefix)[0]
 
 
 class Link(Installation):
@@ -224,6 +224,9 @@ class Link(Installation):
             pem = ["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.key"]
             code, _, error = console("serve", "--port", str(server.port), *pem)
             self.assertEqual((code, "cannot listen" in error), (1, True))
+            for name, text in ((server.socket, "another program"), ("/nowhere/socket", "cannot listen")):
+                code, _, error = console("--socket", name, "help")
+                self.assertEqual((code, error.count("\n"), text in error), (1, 1, True), error)
             self.assertIn("already serving", server.ask("serve", *pem)[1])
             self.assertEqual(server.ask("serve", "--stop")[0], 0)
             self.assertEqual(server.ask("devices")[0], 1)

@@ -1,16 +1,19 @@
 """The console when the machine has too little of something, and when peers speak TLS in unusual ways: it goes on
 serving whoever does it right."""
 
+import glob
 import os
 import resource
 import socket
 import ssl
 import struct
+import subprocess
 import time
+import unittest
 import warnings
 
 from test_link import BUILD, LABELS, Installation, Server, certificate
-from tools import WAIT, main
+from tools import BIN, WAIT, console, main
 
 
 def hello(version, ciphers=b"\x13\x01"):
@@ -20,15 +23,111 @@ def hello(version, ciphers=b"\x13\x01"):
     return b"\x16" + struct.pack(">HH", min(version, 0x0301), len(message)) + message
 
 
+def own_space(set_up):
+    """A prefix for programs that shall have file systems and networks of their own."""
+    prefix = ["unshare", "--mount", "--net", "sh", "-c", f'{set_up} && exec "$@"', "sh"]
+    if subprocess.run([*prefix, "true"], capture_output=True).returncode != 0:
+        raise unittest.SkipTest("no spaces for file systems and networks may be made here")
+    return prefix
+
+
+def beside(server):
+    """A prefix for programs that shall have a server's networks."""
+    return ["nsenter", "-t", str(server.process.pid), "--net"]
+
+
 class Scarcity(Installation):
-    def gets_in(self, server, label=LABELS[0]):
-        with self.device(server.port, label):
+    def gets_in(self, server, label=LABELS[0], prefix=()):
+        with self.device(server.port, label, prefix=prefix):
             server.eventually(lambda: server.links() == [label])
         server.eventually(lambda: server.links() == [])
 
     def test_disk_full_for_the_log(self):
-        with Server(self.dir, log=("--log-file", "/dev/full", "--log-level", "DBG")) as server:
-            self.gets_in(server)
+        small = f"{self.dir}/small"
+        begin = 2 * 4096 - 100  # the log has one page of the disk to itself, and room for a line and a half in it
+        space = own_space(f"ip link set lo up && mkdir {small}; mount -t tmpfs -o size=16k tmpfs {small} && "
+                          f"head -c {begin} /dev/zero > {small}/log && head -c 8192 /dev/zero > {small}/rest")
+        with Server(self.dir, log=("--log-file", f">>{small}/log", "--log-level", "DBG"), prefix=space) as server:
+            disk = f"/proc/{server.process.pid}/root{small}"
+            self.gets_in(server, prefix=beside(server))
+            self.assertEqual(os.path.getsize(f"{disk}/log"), 2 * 4096)
+            os.remove(f"{disk}/rest")
+            self.gets_in(server, prefix=beside(server))
+            with open(f"{disk}/log") as log:
+                lines = log.read()[begin:].split("\n")
+        self.assertGreater(len(lines), 5)
+        for line in lines:
+            self.assertNotRegex(line, r".\d\d:\d\d:\d\d\.\d{3} ", "two lines in one")
+
+    def test_interface_down_for_a_while(self):
+        with Server(self.dir, prefix=own_space("ip link set lo up")) as server:
+            with self.device(server.port, LABELS[0], prefix=beside(server)):
+                server.eventually(lambda: server.links() == LABELS[:1])
+                linked = server.table("devices")[0]["peer"]
+                subprocess.run([*beside(server), "ip", "link", "set", "lo", "down"], check=True)
+                self.assertIn("no answer in time", server.ask("send", LABELS[0], "--wait", "300", "status")[1])
+                subprocess.run([*beside(server), "ip", "link", "set", "lo", "up"], check=True)
+                self.assertIn('"status":"ok"', server.ask("send", LABELS[0], "--wait", "5000", "status")[1])
+                self.assertEqual(server.table("devices")[0]["peer"], linked)
+
+    def test_clock_set(self):
+        library = glob.glob("/usr/lib/*/faketime/libfaketimeMT.so.1")
+        with open(f"{BIN}/kyr_console", "rb") as program:
+            if not library or b"san.so" in program.read():
+                self.skipTest("no libfaketime, or a sanitizer that stands no other library before its own")
+        clock = f"{self.dir}/clock"
+
+        def set_clock(offset):
+            with open(f"{clock}.new", "w") as file:
+                file.write(offset)
+            os.rename(f"{clock}.new", clock)
+
+        set_clock("+0")
+        environment = {"LD_PRELOAD": library[0], "FAKETIME_TIMESTAMP_FILE": clock, "FAKETIME_NO_CACHE": "1",
+                       "FAKETIME_DONT_FAKE_MONOTONIC": "1"}
+        with Server(self.dir, "--ping", 1, env=environment) as server:
+            with self.device(server.port, LABELS[0]):
+                server.eventually(lambda: server.links() == LABELS[:1])
+                linked = server.table("devices")[0]["peer"]
+                set_clock("+1d")
+                with self.device(server.port, LABELS[1]):
+                    server.eventually(lambda: server.links() == LABELS[:2])
+                server.eventually(lambda: server.links() == LABELS[:1])
+                set_clock("-1d")  # when the certificates had not been issued yet
+                with self.device(server.port, LABELS[1]):
+                    server.eventually(lambda: (LABELS[1], "invalid device certificate") in server.refusals())
+                time.sleep(1.2)  # until after a ping
+                self.assertIn('"status":"ok"', server.ask("send", LABELS[0], "status")[1])
+                self.assertEqual([row["peer"] for row in server.table("devices")], [linked])
+
+    def test_silent_name_server(self):
+        """Nothing waits longer than it says, and a program that is asked to end does so."""
+        with open(f"{self.dir}/resolv.conf", "w") as file:
+            file.write("nameserver 10.0.0.2\n")
+        space = own_space("ip link add v0 type veth peer name v1 && ip addr add 10.0.0.1/24 dev v0 && ip link set v0 up && "
+                          "ip link set v1 up && ip neigh add 10.0.0.2 lladdr 02:00:00:00:00:02 dev v0 && "
+                          f"mount --bind {self.dir}/resolv.conf /etc/resolv.conf")
+        begin = time.monotonic()
+        code, _, error = console("discover", "--address", "door.example", "--wait", "300", prefix=space)
+        self.assertEqual((code, '"door.example": no name server answered' in error), (1, True), error)
+        self.assertLess(time.monotonic() - begin, WAIT)
+        with self.device(443, LABELS[0], "--log-file", "stderr", "--log-level", "DBG", host="door.example", prefix=space) as device:
+            device.until("Start connect to addresses")
+            time.sleep(0.2)
+
+    def test_long_chain_of_certificates(self):
+        with open(f"{BUILD}/dev-ca/intermediate.pem") as issuer, open(f"{self.dir}/console.pem") as own:
+            certificates = own.read(), issuer.read()
+        for copies, works in ((30, True), (400, False)):
+            with open(f"{self.dir}/long.pem", "w") as file:
+                file.write(certificates[0] + copies * certificates[1])
+            with Server(self.dir, "--certificate", f"{self.dir}/long.pem") as server:
+                if works:
+                    self.gets_in(server)
+                    continue
+                with self.device(server.port, LABELS[0]):
+                    server.eventually(lambda: len(server.refusals()) > 1)
+                    self.assertEqual(server.links(), [])
 
     def test_unusual_tls(self):
         with Server(self.dir) as server:

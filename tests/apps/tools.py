@@ -12,18 +12,19 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 WAIT = 6
 
 
-def console(*arguments, stdin="", env=None):
+def console(*arguments, stdin="", env=None, prefix=()):
     """Runs the console to its end: (exit code, standard output, standard error)."""
-    result = subprocess.run([f"{BIN}/kyr_console", *arguments], input=stdin, capture_output=True, text=True,
+    result = subprocess.run([*prefix, f"{BIN}/kyr_console", *arguments], input=stdin, capture_output=True, text=True,
                             timeout=4 * WAIT, env={**os.environ, **(env or {})})
     return result.returncode, result.stdout, result.stderr
 
 
 class Running:
-    """A tool that runs beside the test; `until` waits for a line, leaving the block ends it."""
+    """A tool that runs beside the test; `until` waits for a line, leaving the block ends it. A prefix is a program that
+    becomes the tool, such as nsenter."""
 
-    def __init__(self, program, *arguments, **options):
-        self.process = subprocess.Popen([f"{BIN}/{program}", *map(str, arguments)], stdin=subprocess.PIPE,
+    def __init__(self, program, *arguments, prefix=(), **options):
+        self.process = subprocess.Popen([*prefix, f"{BIN}/{program}", *map(str, arguments)], stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options)
         self.lines = []
         self.changed = threading.Condition()
@@ -70,9 +71,10 @@ class Running:
         assert code == 0, f"ended with {code}: {self.lines}"
 
 
-def simulator(*arguments):
+def simulator(*arguments, prefix=()):
     """A simulator on ports that the system chose: (running tool, what it said of each device and of all)."""
-    tool = Running("kyr_device_simulator", "--udp-port", 0, "--tcp-port", 0, "--log-file", "none", *arguments)
+    tool = Running("kyr_device_simulator", "--udp-port", 0, "--tcp-port", 0, "--log-file", "none", *arguments,
+                   prefix=prefix)
     devices = []
     while True:
         object_ = json.loads(tool.until("{"))
