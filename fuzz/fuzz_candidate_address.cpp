@@ -34,9 +34,19 @@ FUZZ_TARGET(candidate_address)
     case Kind::Label:
         FUZZ_CHECK(CDeviceId::fromLabel(text) == candidate.deviceId);
         break;
-    case Kind::Url:
+    case Kind::Url: {
         FUZZ_CHECK(text.startsWith(QLatin1String("http")));
+        const QUrl named(text);
+        const QString path = QStringLiteral("/gw/000.123.457/41");
+        for (const bool useSsl : {false, true}) {
+            const QUrl url = CandidateAddress::webSocketUrl(text, useSsl, path);
+            FUZZ_CHECK(!url.isValid() || url.scheme() == QLatin1String("wss")
+                       || (!useSsl && url.scheme() == QLatin1String("ws") && named.scheme() != QLatin1String("https")));
+            FUZZ_CHECK(!url.isValid() || !named.isValid()
+                       || (url.host() == named.host() && url.port() == named.port() && url.path().endsWith(path)));
+        }
         break;
+    }
     case Kind::HostName:
         FUZZ_CHECK(text.startsWith(candidate.host));
         FUZZ_CHECK(candidate.hasPort || candidate.host == text);

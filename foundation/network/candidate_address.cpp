@@ -38,8 +38,8 @@ bool parseDottedQuad(const QString& text, QHostAddress& address)
 bool parseIPv6(const QString& text, QHostAddress& address)
 {
     QHostAddress parsed;
-    // A bracket, which Qt takes for a part of the zone ("::1%eth0]:70"), would stand in the wrong place when the address
-    // is written.
+    // A bracket, which Qt takes for a part of the zone ("::1%eth0]:70"), would stand in the wrong place when the
+    // address is written.
     if (text.count(QLatin1Char(':')) < 2 || text.contains(QLatin1Char(']')) || !parsed.setAddress(text)
         || parsed.protocol() != QAbstractSocket::IPv6Protocol)
         return false;
@@ -126,6 +126,18 @@ QString CandidateAddress::toText(const QHostAddress& address)
 QString CandidateAddress::toText(const QHostAddress& address, quint16 port)
 {
     return toText(address) + QLatin1Char(':') + QString::number(port);
+}
+
+QUrl CandidateAddress::webSocketUrl(const QString& text, bool useSsl, const QString& path)
+{
+    QUrl url(text);
+    const bool secure = useSsl || url.scheme() == QLatin1String("https");
+    url.setScheme(secure ? QStringLiteral("wss") : QStringLiteral("ws"));
+    QString base = url.path(QUrl::FullyEncoded);
+    while (base.endsWith(QLatin1Char('/')))
+        base.chop(1);
+    url.setPath(base + path, QUrl::TolerantMode);
+    return url;
 }
 
 bool CandidateAddress::isSame(const QHostAddress& left, const QHostAddress& right)

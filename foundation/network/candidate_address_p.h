@@ -4,6 +4,7 @@
 #include <foundation/core/export.h>
 
 #include <QtCore/QString>
+#include <QtCore/QUrl>
 #include <QtNetwork/QHostAddress>
 
 /// What one candidate text of a connection job means. Jobs, their completion and the filter of address groups all read
@@ -43,6 +44,10 @@ struct CandidateAddress
     /// The candidate text for an address, with a port or without; IPv6 stands in square brackets.
     KYR_FOUNDATION_TEST_EXPORT static QString toText(const QHostAddress& address);
     KYR_FOUNDATION_TEST_EXPORT static QString toText(const QHostAddress& address, quint16 port);
+
+    /// Where a WebSocket is opened for a Url: `path` behind the URL's own, which loses its trailing slashes; "wss" when
+    /// `useSsl` or the URL says "https".
+    KYR_FOUNDATION_TEST_EXPORT static QUrl webSocketUrl(const QString& text, bool useSsl, const QString& path);
 
     /// Whether both are one address, an IPv4 address and its IPv6 form ("::ffff:10.0.0.1") included.
     KYR_FOUNDATION_TEST_EXPORT static bool isSame(const QHostAddress& left, const QHostAddress& right);

@@ -327,14 +327,7 @@ void ConnectionJob::onProbeFinished()
 
 void ConnectionJob::openWebSocket(const QString& candidate, const QString& location)
 {
-    QUrl url(location.startsWith(QLatin1String("http")) ? location : candidate);
-    const bool secure = d->useSsl || url.scheme() == QLatin1String("https");
-    url.setScheme(secure ? QStringLiteral("wss") : QStringLiteral("ws"));
-    QString path = url.path(QUrl::FullyEncoded);
-    while (path.endsWith(QLatin1Char('/')))
-        path.chop(1);
-    url.setPath(path + d->path, QUrl::TolerantMode);
-
+    const QString& target = location.startsWith(QLatin1String("http")) ? location : candidate;
     auto* socket = new QWebSocket(QString(), QWebSocketProtocol::Version13, this);
     socket->setProperty(discoverAddressProperty, candidate);
     socket->setMaxAllowedIncomingFrameSize(ConnectionLimits::message);
@@ -348,7 +341,7 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
         for (const QSslError& error : errors)
             qWarning("%s [%i]", qUtf8Printable(error.errorString()), static_cast<int>(error.error()));
     });
-    socket->open(url);
+    socket->open(CandidateAddress::webSocketUrl(target, d->useSsl, d->path));
     setLowDelay(socket);
 }
 
