@@ -152,11 +152,10 @@ void ConnectionJob::timerEvent(QTimerEvent* event)
         return;
     if (hasCandidates()) {
         const QString candidate = d->candidates.first();
-        const auto kind = CandidateAddress::parse(candidate, d->port).kind;
         abortLookUp(); // a host name gets its time once, and a late answer changes nothing
-        if (kind == CandidateAddress::Kind::Url)
-            d->candidates.removeFirst();
-        else if (kind != CandidateAddress::Kind::Address || d->triedByUdp.contains(candidate))
+        // Only an address is tried in a second way.
+        const bool isAddress = CandidateAddress::parse(candidate, d->port).kind == CandidateAddress::Kind::Address;
+        if (!isAddress || d->triedByUdp.contains(candidate))
             d->candidates.removeFirst();
     }
     resume();
@@ -258,6 +257,7 @@ void ConnectionJob::abortLookUp()
     d->lookUp = -1;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): published with its argument by value
 void ConnectionJob::onHostInfoReceived(QHostInfo info)
 {
     if (d->over || d->lookUp < 0 || info.lookupId() != d->lookUp || !hasCandidates())

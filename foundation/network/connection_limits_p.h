@@ -10,9 +10,9 @@ namespace ConnectionLimits {
 /// Bytes of the request line within which its CR must stand. A real one has about 50: "GET /gw/label/type/label".
 constexpr int requestLine = 100;
 /// Bytes of a WebSocket message. A device's answer has about 4 KiB: a certificate, a signature and a small challenge.
-constexpr quint64 message = 64 * 1024;
+constexpr quint64 message = 0x10000;
 /// Bytes that wait for a peer that does not read. All it is sent so far is a challenge, and answers to its pings.
-constexpr qint64 writeBacklog = 64 * 1024;
+constexpr qint64 writeBacklog = 0x10000;
 /// Handshakes that go on at a time. One takes some milliseconds, so this many let thousands in a second, and cost less
 /// than 32 MiB.
 constexpr int pendingHandshakes = 256;
@@ -26,7 +26,7 @@ constexpr int startingConnections = 64;
 /// Refused connections that a device holds. The oldest goes first.
 constexpr int refusedConnections = 256;
 /// Bytes buffered of a connection that nobody reads yet. A discovery message has about 80.
-constexpr qint64 readBuffer = 16 * 1024;
+constexpr qint64 readBuffer = 0x4000;
 
 } // namespace ConnectionLimits
 

@@ -11,7 +11,7 @@ struct DeviceInfo
 {
     CDeviceId deviceId;
     CSystemId systemId;
-    int deviceType;
+    int deviceType = 0;
 };
 
 // The content of a result that came from `sender`.

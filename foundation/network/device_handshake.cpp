@@ -60,7 +60,7 @@ QString textValue(const QVariantMap& map, const QString& key)
 // The public key of a device's certificate; empty when the certificate is not accepted.
 QByteArray checkedPublicKey(const QByteArray& pem, CDeviceId deviceId)
 {
-    const QByteArray key = CaChain::compiledIn().publicKeyIfFlawless(pem, deviceId.toLabel());
+    QByteArray key = CaChain::compiledIn().publicKeyIfFlawless(pem, deviceId.toLabel());
     if (!key.isEmpty())
         return key;
     const QSslCertificate certificate(pem, QSsl::Pem);

@@ -30,7 +30,7 @@ public:
     /// this bounds them.
     void boundRefused()
     {
-        constexpr qint64 mostRefused = 1024 * 1024;
+        constexpr qint64 mostRefused = 0x100000; // 1 MiB
         if (m_size > mostRefused)
             clear();
     }
@@ -39,7 +39,7 @@ public:
     QByteArray take(qint64 count)
     {
         if (m_taken == 0 && !m_pieces.empty() && count == m_pieces.front().size()) {
-            const QByteArray piece = m_pieces.front();
+            QByteArray piece = m_pieces.front();
             drop(count);
             return piece;
         }
