@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int ProbeMs = 1000;
+constexpr int probeMs = 1000;
 
 } // namespace
 
@@ -15,7 +15,7 @@ std::unique_ptr<CLocalSocketCliIO> openCommandSocket(const QString& name, QStrin
 {
     QLocalSocket probe;
     probe.connectToServer(name);
-    if (probe.waitForConnected(ProbeMs)) {
+    if (probe.waitForConnected(probeMs)) {
         error = QStringLiteral("another program takes commands at \"%1\"").arg(name);
         return nullptr;
     }

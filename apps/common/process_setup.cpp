@@ -57,7 +57,7 @@ constexpr unsigned int LongestEndSeconds = 2;
 
 int signalPipe[2] = {-1, -1};
 volatile std::sig_atomic_t endCode = 0;
-constexpr int TerminationSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int terminationSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 void onSignal(int number)
 {
@@ -69,7 +69,7 @@ void onSignal(int number)
 
 void catchSignals()
 {
-    for (int number : TerminationSignals) {
+    for (int number : terminationSignals) {
         // Ignored from the start: begun in the background, or with nohup.
         if (std::signal(number, onSignal) == SIG_IGN)
             std::signal(number, SIG_IGN);

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr int OpenSeconds = 3;
-constexpr int MostOpenSeconds = 3600;
+constexpr int openSeconds = 3;
+constexpr int mostOpenSeconds = 3600;
 
 QJsonObject errorAnswer(const QString& text)
 {
@@ -33,8 +33,8 @@ QJsonObject DeviceDialogue::run(const QJsonObject& question)
         answer.insert(QStringLiteral("opened"), m_opened);
         answer.insert(QStringLiteral("uptime"), m_clock.elapsed() / 1000);
     } else if (command == QLatin1String("open")) {
-        const int seconds = question.value(QLatin1String("seconds")).toInt(OpenSeconds);
-        m_openUntilMs = m_clock.elapsed() + qBound(1, seconds, MostOpenSeconds) * qint64(1000);
+        const int seconds = question.value(QLatin1String("seconds")).toInt(openSeconds);
+        m_openUntilMs = m_clock.elapsed() + qBound(1, seconds, mostOpenSeconds) * qint64(1000);
         ++m_opened;
         answer.insert(QStringLiteral("door"), door());
         answer.insert(QStringLiteral("opened"), m_opened);

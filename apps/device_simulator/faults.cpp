@@ -4,10 +4,10 @@
 
 namespace {
 
-constexpr int LongestLatencyMs = 60000;
-constexpr int LongestLifeMs = 60000;
+constexpr int longestLatencyMs = 60000;
+constexpr int longestLifeMs = 60000;
 // Connections end within the TLS handshake as well as after a megabyte: the size's order of magnitude is drawn.
-constexpr int LargestOrder = 20;
+constexpr int largestOrder = 20;
 
 enum class Purpose : quint32
 {
@@ -25,7 +25,7 @@ QRandomGenerator generator(quint32 seed, quint32 device, quint32 number, Purpose
 
 bool FaultRates::set(const QString& name, int value)
 {
-    if (name == QLatin1String("latency") && value >= 0 && value <= LongestLatencyMs) {
+    if (name == QLatin1String("latency") && value >= 0 && value <= longestLatencyMs) {
         latencyMs = value;
         return true;
     }
@@ -58,10 +58,10 @@ ConnectionFate ConnectionFate::draw(const FaultRates& rates, quint32 seed, quint
     // Always the same draws, so that one rate does not change what another one leads to.
     const int dice = random.bounded(100);
     const int splitDice = random.bounded(100);
-    const int order = random.bounded(LargestOrder + 1);
+    const int order = random.bounded(largestOrder + 1);
     ConnectionFate fate;
     fate.afterBytes = 1 + random.bounded(1 << order);
-    fate.afterMs = 1 + random.bounded(LongestLifeMs);
+    fate.afterMs = 1 + random.bounded(longestLifeMs);
     fate.seed = random.generate();
     if (!rates.on)
         return fate;

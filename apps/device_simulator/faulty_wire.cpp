@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr int MostUnsent = 256 * 1024;    // bytes; more is left to the kernel, and so to the sender
-constexpr int HalfOpenMs = 120000;        // then even a dead peer's machine would have been switched on again
-constexpr int LargestPiece = 200;         // bytes of a split write
-constexpr int MostSplitBytes = 64 * 1024; // of one write; a large message in tiny pieces would take minutes
-constexpr int LongestPieceMs = 3;
+constexpr int mostUnsent = 256 * 1024;    // bytes; more is left to the kernel, and so to the sender
+constexpr int halfOpenMs = 120000;        // then even a dead peer's machine would have been switched on again
+constexpr int largestPiece = 200;         // bytes of a split write
+constexpr int mostSplitBytes = 64 * 1024; // of one write; a large message in tiny pieces would take minutes
+constexpr int longestPieceMs = 3;
 
 // One connection of a device, passed on in both directions.
 class WireConnection : public QObject
@@ -57,7 +57,7 @@ public:
             direction->from->disconnect(this);
             direction->from->setReadBufferSize(1); // the rest is left to the kernel, which soon takes no more
         }
-        QTimer::singleShot(HalfOpenMs, this, [this] { drop(); });
+        QTimer::singleShot(halfOpenMs, this, [this] { drop(); });
     }
 
 private:
@@ -82,7 +82,7 @@ private:
         direction.from = from;
         direction.to = to;
         direction.timer.setSingleShot(true);
-        from->setReadBufferSize(MostUnsent);
+        from->setReadBufferSize(mostUnsent);
         connect(&direction.timer, &QTimer::timeout, this, [this, &direction] { pump(direction); });
         connect(from, &QTcpSocket::readyRead, this, [this, &direction] { read(direction); });
         connect(from, &QTcpSocket::connected, this, [this, from] {
@@ -114,7 +114,7 @@ private:
     {
         if (m_halted || m_met == ConnectionFate::End::Drop)
             return;
-        if (!isLast && direction.queued + direction.to->bytesToWrite() > MostUnsent)
+        if (!isLast && direction.queued + direction.to->bytesToWrite() > mostUnsent)
             return;
         QByteArray data = direction.from->readAll();
         if (data.isEmpty())
@@ -126,10 +126,10 @@ private:
             data[place] = char(data[place] ^ (1 << m_random.bounded(8)));
         }
         const int delayMs = m_wire->rates().on ? m_random.bounded(m_wire->rates().latencyMs + 1) : 0;
-        if (m_fate.split && m_wire->rates().on && data.size() <= MostSplitBytes) {
+        if (m_fate.split && m_wire->rates().on && data.size() <= mostSplitBytes) {
             for (int begin = 0, size = 0; begin < data.size(); begin += size) {
-                size = 1 + m_random.bounded(LargestPiece);
-                append(direction, data.mid(begin, size), begin == 0 ? delayMs : m_random.bounded(LongestPieceMs + 1));
+                size = 1 + m_random.bounded(largestPiece);
+                append(direction, data.mid(begin, size), begin == 0 ? delayMs : m_random.bounded(longestPieceMs + 1));
             }
         } else {
             append(direction, data, delayMs);

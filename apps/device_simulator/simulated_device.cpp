@@ -11,17 +11,17 @@
 
 namespace {
 
-constexpr int SilentPeerMs = 30000; // a TCP peer that asks nothing for so long is dropped
-constexpr int KeepaliveSeconds = 30;
+constexpr int silentPeerMs = 30000; // a TCP peer that asks nothing for so long is dropped
+constexpr int keepaliveSeconds = 30;
 // Between calls that lead nowhere; each is twice the one before. A link that lasted is a new beginning.
-constexpr int FirstPauseMs = 500;
-constexpr int LongestPauseMs = 60000;
-constexpr int LastingLinkMs = 10000;
+constexpr int firstPauseMs = 500;
+constexpr int longestPauseMs = 60000;
+constexpr int lastingLinkMs = 10000;
 // In a reconnect storm.
-constexpr int LongestStormLinkMs = 500;
-constexpr int LongestStormPauseMs = 100;
+constexpr int longestStormLinkMs = 500;
+constexpr int longestStormPauseMs = 100;
 // A request of long ago, whose answer somebody has recorded and plays again.
-const QByteArray OldRequest = R"({"random":"0123456789abcdef","time":"2020-01-01T00:00:00Z"})";
+const QByteArray oldRequest = R"({"random":"0123456789abcdef","time":"2020-01-01T00:00:00Z"})";
 
 } // namespace
 
@@ -71,7 +71,7 @@ public:
         if (fate == HandshakeFate::OtherCertificate && !m_otherTls.isNull())
             QSslConfiguration::setDefaultConfiguration(m_otherTls);
         CDeviceConnectorDeviceSide::onNewOutgoingWebSocketConnection(
-            socket, fate == HandshakeFate::OldRandom ? OldRequest : initialRequest, discoverAddress);
+            socket, fate == HandshakeFate::OldRandom ? oldRequest : initialRequest, discoverAddress);
     }
 
 protected:
@@ -94,7 +94,7 @@ SimulatedDevice::SimulatedDevice(const Settings& settings, QObject* parent)
     : QObject(parent)
     , m_settings(settings)
     , m_connector(new SimulatedConnector(settings, this))
-    , m_pauseMs(FirstPauseMs)
+    , m_pauseMs(firstPauseMs)
     , m_random(settings.faults ? settings.faults->seed ^ settings.id.value() : QRandomGenerator::global()->generate())
     , m_urls(settings.urls)
 {
@@ -167,13 +167,13 @@ void SimulatedDevice::call()
 void SimulatedDevice::callLater()
 {
     if (isStorming()) {
-        m_callTimer.start(m_random.bounded(LongestStormPauseMs + 1));
+        m_callTimer.start(m_random.bounded(longestStormPauseMs + 1));
         return;
     }
     // Half of the pause is left to chance, or all devices would return in one instant.
     m_callTimer.start(m_pauseMs / 2 + m_random.bounded(m_pauseMs / 2 + 1));
     qInfo("Simulator: %s calls again in %d ms", qUtf8Printable(m_settings.id.toLabel()), m_callTimer.interval());
-    m_pauseMs = qMin(m_pauseMs * 2, LongestPauseMs);
+    m_pauseMs = qMin(m_pauseMs * 2, longestPauseMs);
 }
 
 void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
@@ -192,10 +192,10 @@ void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
             callLater();
         }
     });
-    m_link->setKeepalive(KeepaliveSeconds);
+    m_link->setKeepalive(keepaliveSeconds);
     m_link->updateConnectionState();
     if (isStorming())
-        QTimer::singleShot(m_random.bounded(LongestStormLinkMs), m_link,
+        QTimer::singleShot(m_random.bounded(longestStormLinkMs), m_link,
                            [link = m_link] { link->webSocket()->abort(); });
 }
 
@@ -223,11 +223,11 @@ void SimulatedDevice::halt()
 void SimulatedDevice::storm(int milliseconds)
 {
     m_stormUntilMs = m_clock.elapsed() + milliseconds;
-    m_pauseMs = FirstPauseMs;
+    m_pauseMs = firstPauseMs;
     if (m_link)
         m_link->webSocket()->abort();
     else if (m_callTimer.isActive())
-        m_callTimer.start(m_random.bounded(LongestStormPauseMs + 1));
+        m_callTimer.start(m_random.bounded(longestStormPauseMs + 1));
 }
 
 void SimulatedDevice::onLinkLost()
@@ -235,8 +235,8 @@ void SimulatedDevice::onLinkLost()
     m_link->disconnect(this);
     m_link->deleteLater();
     m_link = nullptr;
-    if (m_linkedFor.elapsed() >= LastingLinkMs)
-        m_pauseMs = FirstPauseMs;
+    if (m_linkedFor.elapsed() >= lastingLinkMs)
+        m_pauseMs = firstPauseMs;
 }
 
 // Applications look who is there and leave; nothing else is said on these connections.
@@ -248,11 +248,11 @@ void SimulatedDevice::onTcpConnection(QTcpSocket* socket, bool outgoing)
     auto* timer = new QTimer(socket);
     connect(timer, &QTimer::timeout, socket, &QTcpSocket::abort);
     connect(socket, &QTcpSocket::readyRead, this, [this, socket, timer] {
-        timer->start(SilentPeerMs);
+        timer->start(silentPeerMs);
         if (qobject_cast<QSslSocket*>(socket))
             socket->readAll();
         else
             discovery()->checkMessageAndSendDeviceInforResult(socket);
     });
-    timer->start(SilentPeerMs);
+    timer->start(silentPeerMs);
 }

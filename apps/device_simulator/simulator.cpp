@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int GatewayType = 41; // the type that applications ask for
+constexpr int gatewayType = 41; // the type that applications ask for
 
 // The port that all devices share.
 class DiscoveryHub : public CDeviceDiscoveryBase
@@ -68,15 +68,15 @@ void Simulator::addOptions(AppOptions& options)
     options.addValue(QStringLiteral("id"), QStringLiteral("N"), QStringLiteral("the same as a number"),
                      QStringLiteral("12345"));
     options.addValue(QStringLiteral("type"), QStringLiteral("N"), QStringLiteral("device type"),
-                     QString::number(GatewayType));
+                     QString::number(gatewayType));
     options.addValue(QStringLiteral("system"), QStringLiteral("LABEL"),
                      QStringLiteral("label of the installation, such as 0012.3457, or 0 for none"),
                      QStringLiteral("0"));
     options.addValue(QStringLiteral("udp-port"), QStringLiteral("PORT"),
-                     QStringLiteral("UDP port of all devices, 0 for any"), QString::number(DefaultPorts::Discovery));
+                     QStringLiteral("UDP port of all devices, 0 for any"), QString::number(DefaultPorts::discovery));
     options.addValue(QStringLiteral("tcp-port"), QStringLiteral("PORT"),
                      QStringLiteral("TCP port of the first device, the others follow; 0 for any"),
-                     QString::number(DefaultPorts::Device));
+                     QString::number(DefaultPorts::device));
     options.addValue(QStringLiteral("call"), QStringLiteral("URL"),
                      QStringLiteral("application to call, such as https://host:21719; may be repeated"));
     options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),

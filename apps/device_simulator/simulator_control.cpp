@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr int StormSeconds = 5;
-constexpr int LongestStormSeconds = 3600;
+constexpr int stormSeconds = 5;
+constexpr int longestStormSeconds = 3600;
 
 QString help()
 {
@@ -57,9 +57,9 @@ QString SimulatorControl::run(const QStringList& words)
     }
     if (command == QLatin1String("storm") && words.size() <= 2) {
         bool ok = true;
-        const int seconds = what.isEmpty() ? StormSeconds : what.toInt(&ok);
-        if (!ok || seconds < 1 || seconds > LongestStormSeconds)
-            return QStringLiteral("\"%1\" is no number of seconds from 1 to %2").arg(what).arg(LongestStormSeconds);
+        const int seconds = what.isEmpty() ? stormSeconds : what.toInt(&ok);
+        if (!ok || seconds < 1 || seconds > longestStormSeconds)
+            return QStringLiteral("\"%1\" is no number of seconds from 1 to %2").arg(what).arg(longestStormSeconds);
         for (SimulatedDevice* device : m_simulator.devices())
             device->storm(seconds * 1000);
         return status();

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int ConnectMs = 3000;
+constexpr int connectMs = 3000;
 
 class AttachClient : public CAbstractCli
 {
@@ -58,12 +58,12 @@ private:
         for (int end = m_received.indexOf('\n'); end >= 0; end = m_received.indexOf('\n', start)) {
             const QString line = QString::fromLocal8Bit(m_received.constData() + start, end - start);
             start = end + 1;
-            if (line.startsWith(Console::EventMark)) {
-                showEvent(line.mid(Console::EventMark.size()));
+            if (line.startsWith(Console::eventMark)) {
+                showEvent(line.mid(Console::eventMark.size()));
                 continue;
             }
             bool isCode = false;
-            const int code = line.startsWith(Console::CodeMark) ? line.mid(Console::CodeMark.size()).toInt(&isCode) : 0;
+            const int code = line.startsWith(Console::codeMark) ? line.mid(Console::codeMark.size()).toInt(&isCode) : 0;
             if (!isCode) {
                 writeLine(line);
                 continue;
@@ -87,7 +87,7 @@ private:
         Terminal::clearLine();
         writeLine(text);
         if (!m_pending)
-            Terminal::show(QString::fromLatin1(Console::Prompt));
+            Terminal::show(QString::fromLatin1(Console::prompt));
     }
 
     QLocalSocket& m_socket;
@@ -118,7 +118,7 @@ int runAttached(QCoreApplication& app, const QString& socketName, const QStringL
 {
     QLocalSocket socket;
     socket.connectToServer(socketName);
-    if (!socket.waitForConnected(ConnectMs)) {
+    if (!socket.waitForConnected(connectMs)) {
         std::fprintf(stderr, "kyr_console: no console listens at \"%s\": %s\n", qUtf8Printable(socketName),
                      qUtf8Printable(socket.errorString()));
         return 1;
@@ -130,7 +130,7 @@ int runAttached(QCoreApplication& app, const QString& socketName, const QStringL
         client.send(quoted(command));
         return app.exec();
     }
-    AttachClient client(new CStandardIOHandler(Terminal::isInteractive() ? Console::Prompt : nullptr), socket);
+    AttachClient client(new CStandardIOHandler(Terminal::isInteractive() ? Console::prompt : nullptr), socket);
     client.execute();
     return app.exec();
 }

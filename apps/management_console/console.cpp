@@ -100,7 +100,7 @@ void Console::commandDone(int code)
         return;
     }
     if (m_input == Input::Socket)
-        writeLine(CodeMark + QString::number(code));
+        writeLine(codeMark + QString::number(code));
     if (m_lines.isEmpty()) {
         m_waiting = true;
         promptNextLine();
@@ -144,12 +144,12 @@ void Console::writeEvent(const QString& text)
         m_progress = false;
         writeLine(text);
         if (m_waiting)
-            Terminal::show(QString::fromLatin1(Prompt));
+            Terminal::show(QString::fromLatin1(prompt));
         break;
     case Input::Socket:
         Terminal::show(text + QLatin1Char('\n'));
         if (m_started)
-            writeLine(EventMark + text);
+            writeLine(eventMark + text);
         break;
     }
 }

@@ -23,10 +23,10 @@ public:
         Socket, ///< each answer ends with a line "= N", N being the command's exit code; "! " begins news
     };
 
-    static constexpr const char* Prompt = "kyr> ";
+    static constexpr const char* prompt = "kyr> ";
 
-    static constexpr QLatin1String CodeMark{"= "};
-    static constexpr QLatin1String EventMark{"! "};
+    static constexpr QLatin1String codeMark{"= "};
+    static constexpr QLatin1String eventMark{"! "};
 
     Console(CAbstractCliIO* io, Input input, QObject* parent = nullptr);
     ~Console() override;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int MostRefusals = 1000; // kept for the list
+constexpr int mostRefusals = 1000; // kept for the list
 
 QString sourceName()
 {
@@ -116,7 +116,7 @@ void DeviceServer::onLinkEnded(DeviceLink* link)
 void DeviceServer::refuse(const QString& peer, const QString& device, const QString& reason)
 {
     const Refusal refusal{QDateTime::currentDateTime(), peer, device, reason};
-    if (m_refusals.size() >= MostRefusals)
+    if (m_refusals.size() >= mostRefusals)
         m_refusals.removeFirst();
     m_refusals.append(refusal);
     qInfo("Refused %s %s: %s", qUtf8Printable(peer), qUtf8Printable(device), qUtf8Printable(reason));

@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr int Backlog = 1024;
-constexpr int AcceptAgainMs = 500;   // after descriptors ran out
-constexpr qint64 MostUnread = 65536; // bytes of answers that a visitor has not taken yet
+constexpr int backlog = 1024;
+constexpr int acceptAgainMs = 500;   // after descriptors ran out
+constexpr qint64 mostUnread = 65536; // bytes of answers that a visitor has not taken yet
 
 // Of the first bytes of a request: method, path and whether it asks for a WebSocket.
 struct Request
@@ -71,7 +71,7 @@ FrontDoor::FrontDoor(QObject* parent)
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
     connect(this, &QTcpServer::acceptError, this, [this] {
         qWarning("FrontDoor: Cannot accept: %s", qUtf8Printable(errorString()));
-        QTimer::singleShot(AcceptAgainMs, this, &QTcpServer::resumeAccepting);
+        QTimer::singleShot(acceptAgainMs, this, &QTcpServer::resumeAccepting);
     });
 }
 
@@ -111,14 +111,14 @@ bool FrontDoor::open(quint16 port)
         return false;
 #ifdef Q_OS_UNIX
     // A whole installation may knock in one instant; those that find the queue full try again only after a second.
-    ::listen(int(socketDescriptor()), Backlog);
+    ::listen(int(socketDescriptor()), backlog);
 #endif
     return true;
 }
 
 void FrontDoor::makeRoom()
 {
-    if (m_visitors.size() < MostVisitors)
+    if (m_visitors.size() < mostVisitors)
         return;
     auto oldest = m_visitors.constBegin();
     for (auto visitor = m_visitors.constBegin(); visitor != m_visitors.constEnd(); ++visitor) {
@@ -137,7 +137,7 @@ void FrontDoor::incomingConnection(qintptr descriptor)
         return;
     }
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    socket->setReadBufferSize(qint64(2) * LongestRequest);
+    socket->setReadBufferSize(qint64(2) * longestRequest);
     socket->setSslConfiguration(m_configuration);
     auto* timer = new QTimer(socket);
     timer->setSingleShot(true);
@@ -155,7 +155,7 @@ void FrontDoor::incomingConnection(qintptr descriptor)
         drop(socket, failed ? QStringLiteral("TLS failed: %1").arg(socket->errorString()) : QString());
     });
     connect(socket, &QSslSocket::readyRead, this, [this, socket] { onReadable(socket); });
-    timer->start(RequestMs);
+    timer->start(requestMs);
     socket->startServerEncryption();
 }
 
@@ -175,10 +175,10 @@ void FrontDoor::onReadable(QSslSocket* socket)
 {
     if (!m_visitors.contains(socket) || !socket->isEncrypted())
         return;
-    const QByteArray head = socket->peek(LongestRequest);
+    const QByteArray head = socket->peek(longestRequest);
     const int end = head.indexOf("\r\n\r\n");
     if (end < 0) {
-        if (head.size() >= LongestRequest)
+        if (head.size() >= longestRequest)
             drop(socket, QStringLiteral("request too long"));
         return;
     }
@@ -208,7 +208,7 @@ void FrontDoor::answer(QSslSocket* socket, const QByteArray& method, const QByte
     else
         last = true;
     // One that asks and asks and never reads the answers does not get more of them.
-    last = last || socket->bytesToWrite() > MostUnread;
+    last = last || socket->bytesToWrite() > mostUnread;
     QByteArray bytes = "HTTP/1.1 " + response.status + "\r\nContent-Type: " + response.contentType
                        + "\r\nContent-Length: " + QByteArray::number(response.body.size())
                        + (last ? "\r\nConnection: close" : "") + "\r\n\r\n";

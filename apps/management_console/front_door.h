@@ -14,17 +14,17 @@ class QTimer;
 /// The TLS port of the console: brings up TLS, looks at the request and gives the connection to whom it is for, device
 /// WebSockets, other WebSockets and ordinary requests.
 ///
-/// Nobody blocks it: from accept, or from the last answer, to the end of the request each visitor has RequestMs, and at
-/// most MostVisitors are in that stage. One that comes when it is full takes the place of the one that has waited
+/// Nobody blocks it: from accept, or from the last answer, to the end of the request each visitor has requestMs, and at
+/// most mostVisitors are in that stage. One that comes when it is full takes the place of the one that has waited
 /// longest.
 class FrontDoor : public QTcpServer
 {
     Q_OBJECT
 
 public:
-    static constexpr int RequestMs = 10000;
-    static constexpr int MostVisitors = 512;
-    static constexpr int LongestRequest = 8192; ///< bytes of request line and headers
+    static constexpr int requestMs = 10000;
+    static constexpr int mostVisitors = 512;
+    static constexpr int longestRequest = 8192; ///< bytes of request line and headers
 
     /// The answer to an ordinary request: a status line such as "200 OK", a content type and a body.
     struct Response

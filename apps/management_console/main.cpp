@@ -82,7 +82,7 @@ int run(int argc, char** argv)
     }
     if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
         const bool terminal = Terminal::isInteractive();
-        return runConsole(app, new CStandardIOHandler(terminal ? Console::Prompt : nullptr),
+        return runConsole(app, new CStandardIOHandler(terminal ? Console::prompt : nullptr),
                           terminal ? Console::Input::Terminal : Console::Input::Pipe, command);
     }
     CStandardIOHandler io(nullptr); // for its output only

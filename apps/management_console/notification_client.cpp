@@ -8,7 +8,7 @@
 namespace {
 
 // Beyond this the connection is given no more: what it holds can no longer be dropped.
-constexpr qint64 MostInConnection = 64 * 1024;
+constexpr qint64 mostInConnection = 0x10000; // bytes
 
 QString toText(const QJsonObject& object)
 {
@@ -58,8 +58,8 @@ bool NotificationClient::answer(const QJsonValue& id, const QJsonObject& resultO
 bool NotificationClient::put(const QString& text)
 {
     // A single message may be longer than all that may wait.
-    if (m_queue.size() >= NotificationServer::MostQueued
-        || (!m_queue.isEmpty() && m_queuedCharacters + text.size() > NotificationServer::MostQueuedCharacters))
+    if (m_queue.size() >= NotificationServer::mostQueued
+        || (!m_queue.isEmpty() && m_queuedCharacters + text.size() > NotificationServer::mostQueuedCharacters))
         return false;
     m_queuedCharacters += text.size();
     m_queue.enqueue(text);
@@ -70,7 +70,7 @@ bool NotificationClient::put(const QString& text)
 void NotificationClient::pump()
 {
     while (!m_queue.isEmpty()
-           && m_socket->bytesToWrite() + (m_tls ? m_tls->encryptedBytesToWrite() : 0) < MostInConnection) {
+           && m_socket->bytesToWrite() + (m_tls ? m_tls->encryptedBytesToWrite() : 0) < mostInConnection) {
         const QString text = m_queue.dequeue();
         m_queuedCharacters -= text.size();
         m_socket->sendTextMessage(text);
@@ -95,6 +95,6 @@ void NotificationClient::part(const QString& reason)
     disconnect(m_socket, &QWebSocket::textMessageReceived, this, nullptr);
     disconnect(&m_timer, &QTimer::timeout, this, nullptr);
     connect(&m_timer, &QTimer::timeout, m_socket, &QWebSocket::abort);
-    m_timer.start(NotificationServer::PartingMs);
+    m_timer.start(NotificationServer::partingMs);
     m_socket->close(QWebSocketProtocol::CloseCodePolicyViolated, reason);
 }

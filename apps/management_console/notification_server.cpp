@@ -137,15 +137,15 @@ int NotificationServer::others() const
 void NotificationServer::onConnection()
 {
     while (QWebSocket* socket = m_server->nextPendingConnection()) {
-        if (m_strangers.size() >= MostStrangers) {
+        if (m_strangers.size() >= mostStrangers) {
             NotificationClient* longest = m_strangers.takeFirst();
             qWarning("NotificationServer: %s: too many wait for their log-in", qUtf8Printable(longest->address()));
             longest->socket()->abort();
         }
         QSslSocket* tls = m_tlsSockets.take(peerKey(socket->peerAddress(), socket->peerPort()));
         auto* client = new NotificationClient(socket, tls, ++m_connections, this);
-        socket->setMaxAllowedIncomingFrameSize(LongestLogin);
-        socket->setMaxAllowedIncomingMessageSize(LongestLogin);
+        socket->setMaxAllowedIncomingFrameSize(longestLogin);
+        socket->setMaxAllowedIncomingMessageSize(longestLogin);
         m_strangers.append(client);
         connect(client, &NotificationClient::messageReceived, this,
                 [this, client](const QString& text) { onMessage(client, text); });
@@ -154,7 +154,7 @@ void NotificationServer::onConnection()
             qWarning("NotificationServer: %s: no log-in in time", qUtf8Printable(client->address()));
             client->socket()->abort();
         });
-        client->startTimer(LoginMs);
+        client->startTimer(loginMs);
     }
 }
 
@@ -179,7 +179,7 @@ void NotificationServer::login(NotificationClient* client, const QJsonObject& re
         refusal = "no log-in";
     else if (!equalInConstantTime(hashOf(token), m_tokenHash))
         refusal = "wrong token";
-    else if (m_clients.size() >= MostClients)
+    else if (m_clients.size() >= mostClients)
         refusal = "too many clients";
     m_strangers.removeOne(client);
     if (refusal != nullptr) {
@@ -189,8 +189,8 @@ void NotificationServer::login(NotificationClient* client, const QJsonObject& re
         return;
     }
     client->stopTimer();
-    client->socket()->setMaxAllowedIncomingFrameSize(LongestMessage);
-    client->socket()->setMaxAllowedIncomingMessageSize(LongestMessage);
+    client->socket()->setMaxAllowedIncomingFrameSize(longestMessage);
+    client->socket()->setMaxAllowedIncomingMessageSize(longestMessage);
     m_clients.insert(client->address(), client);
     qInfo("NotificationServer: %s logged in", qUtf8Printable(client->address()));
     reply(client, id, success());

@@ -33,24 +33,24 @@ class QWebSocketServer;
 ///
 /// "seq" counts what the service had for this client since it logged in; a gap means that something was missed.
 ///
-/// What a client has not read waits for it, up to MostQueued messages and MostQueuedCharacters. One that lags further
+/// What a client has not read waits for it, up to mostQueued messages and mostQueuedCharacters. One that lags further
 /// is cut off at once, with a log line: it is forgotten, what waited is dropped, and the last it can read is "lagging"
-/// with the number of messages dropped, its "seq" behind theirs. If it does not even read that within PartingMs, the
-/// connection is aborted. Before log-in a client may send LongestLogin bytes and take LoginMs; at most MostStrangers
+/// with the number of messages dropped, its "seq" behind theirs. If it does not even read that within partingMs, the
+/// connection is aborted. Before log-in a client may send longestLogin bytes and take loginMs; at most mostStrangers
 /// wait for their log-in, the longest-waiting goes first. A wrong token ends the connection.
 class NotificationServer : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr int MostStrangers = 64;
-    static constexpr int MostClients = 1000;
-    static constexpr int LoginMs = 5000;
-    static constexpr int LongestLogin = 4096;         ///< bytes
-    static constexpr int LongestMessage = 256 * 1024; ///< bytes, after log-in
-    static constexpr int MostQueued = 1000;
-    static constexpr int MostQueuedCharacters = 1024 * 1024;
-    static constexpr int PartingMs = 5000;
+    static constexpr int mostStrangers = 64;
+    static constexpr int mostClients = 1000;
+    static constexpr int loginMs = 5000;
+    static constexpr int longestLogin = 4096;         ///< bytes
+    static constexpr int longestMessage = 256 * 1024; ///< bytes, after log-in
+    static constexpr int mostQueued = 1000;
+    static constexpr int mostQueuedCharacters = 1024 * 1024;
+    static constexpr int partingMs = 5000;
 
     /// The request path of these WebSockets on a port that serves others, too.
     static QByteArray path() { return QByteArrayLiteral("/notifications"); }

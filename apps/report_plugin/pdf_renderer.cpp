@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr int Resolution = 300; // dots per inch
-constexpr qreal MarginMm = 20;
-constexpr qreal FooterMm = 10; // of the text area's height
+constexpr int resolution = 300; // dots per inch
+constexpr qreal marginMm = 20;
+constexpr qreal footerMm = 10; // of the text area's height
 
 qreal dots(qreal millimetres)
 {
-    return millimetres / 25.4 * Resolution;
+    return millimetres / 25.4 * resolution;
 }
 
 } // namespace
@@ -29,13 +29,13 @@ QByteArray PdfRenderer::render(const QString& html, const QString& footer)
         QTextDocument document;
         document.setHtml(html);
         QPdfWriter writer(&buffer);
-        writer.setResolution(Resolution);
+        writer.setResolution(resolution);
         writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Portrait,
-                                         QMarginsF(MarginMm, MarginMm, MarginMm, MarginMm), QPageLayout::Millimeter));
+                                         QMarginsF(marginMm, marginMm, marginMm, marginMm), QPageLayout::Millimeter));
         writer.setTitle(document.metaInformation(QTextDocument::DocumentTitle));
         writer.setCreator(footer);
 
-        const QSizeF area(writer.width(), writer.height() - dots(FooterMm));
+        const QSizeF area(writer.width(), writer.height() - dots(footerMm));
         document.documentLayout()->setPaintDevice(&writer);
         document.setDocumentMargin(0);
         document.setPageSize(area);
@@ -57,7 +57,7 @@ QByteArray PdfRenderer::render(const QString& html, const QString& footer)
             document.documentLayout()->draw(&painter, context);
             painter.restore();
 
-            const QRectF foot(0, area.height(), area.width(), dots(FooterMm));
+            const QRectF foot(0, area.height(), area.width(), dots(footerMm));
             painter.setFont(font);
             painter.setPen(QColor(0x6a, 0x76, 0x83));
             painter.drawText(foot, Qt::AlignLeft | Qt::AlignBottom, footer);

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int HelperMs = 60000;
+constexpr int helperMs = 60000;
 
 QString defaultTemplate()
 {
@@ -32,7 +32,7 @@ QByteArray renderByHelper(const QString& html, const QString& footer)
     helper.start(program, {footer});
     helper.write(html.toUtf8());
     helper.closeWriteChannel();
-    const bool finished = helper.waitForFinished(HelperMs);
+    const bool finished = helper.waitForFinished(helperMs);
     if (!finished || helper.exitStatus() != QProcess::NormalExit || helper.exitCode() != 0) {
         qWarning("ReportPlugin: %s: %s %s", qUtf8Printable(program.isEmpty() ? name : program),
                  qUtf8Printable(helper.errorString()), helper.readAllStandardError().constData());

@@ -134,6 +134,7 @@ void CDeviceConnectorAppSide::onDeviceInfoReceived(const QHostAddress& hostAddre
             connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         }
         const QPointer<CDeviceConnectorAppSide> alive(this);
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): what is captured as `this` is never null
         reportDevice(hostAddress, port, deviceId, systemId, deviceType, socket);
         if (alive)
             connectionJobCompleted(hostAddress, deviceId, QString());

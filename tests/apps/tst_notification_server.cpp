@@ -176,7 +176,7 @@ void TestNotificationServer::strangers_data()
     QTest::newRow("no token") << request("login", {}, 1) << QStringLiteral("wrong token");
     QTest::newRow("no log-in") << request("registerObserver", {QStringLiteral("Users")}) << QStringLiteral("no log-in");
     QTest::newRow("garbage") << QByteArray("hello") << QStringLiteral("no log-in");
-    QTest::newRow("too long") << QByteArray(NotificationServer::LongestLogin + 1, ' ') << QString();
+    QTest::newRow("too long") << QByteArray(NotificationServer::longestLogin + 1, ' ') << QString();
 }
 
 void TestNotificationServer::strangers()
@@ -204,9 +204,9 @@ void TestNotificationServer::strangers()
 void TestNotificationServer::crowdOfStrangers()
 {
     std::vector<std::unique_ptr<Peer>> crowd;
-    for (int i = 0; i < NotificationServer::MostStrangers; ++i)
+    for (int i = 0; i < NotificationServer::mostStrangers; ++i)
         crowd.push_back(std::make_unique<Peer>(m_server->port()));
-    QTRY_COMPARE(m_server->others(), int(NotificationServer::MostStrangers));
+    QTRY_COMPARE(m_server->others(), int(NotificationServer::mostStrangers));
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("too many wait")));
     Peer late(m_server->port());
     late.login();
@@ -270,7 +270,7 @@ void TestNotificationServer::lagging()
     m_service->notifyObservers(devices, big);
     QCOMPARE(eager.messages(1).size(), 1);
     if (!reads) {
-        QTRY_COMPARE_WITH_TIMEOUT(m_server->others(), 0, NotificationServer::PartingMs + 1000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_server->others(), 0, NotificationServer::partingMs + 1000);
         return;
     }
     lazy.socket.setReadBufferSize(0);

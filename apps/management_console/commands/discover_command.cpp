@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int Rounds = 3; // a datagram may get lost, so all are asked again
+constexpr int rounds = 3; // a datagram may get lost, so all are asked again
 
 struct Target
 {
@@ -80,10 +80,10 @@ public:
         options.addValue(QStringLiteral("expect"), QStringLiteral("N"),
                          QStringLiteral("stop waiting when N devices were found"), QStringLiteral("0"));
         options.addValue(QStringLiteral("port"), QStringLiteral("PORT"), QStringLiteral("UDP port of the devices"),
-                         QString::number(DefaultPorts::Discovery));
+                         QString::number(DefaultPorts::discovery));
         options.addValue(QStringLiteral("tcp-port"), QStringLiteral("PORT"),
                          QStringLiteral("TCP port of addresses without one, 0 for no TCP"),
-                         QString::number(DefaultPorts::Device));
+                         QString::number(DefaultPorts::device));
         options.addValue(QStringLiteral("system"), QStringLiteral("LABEL"),
                          QStringLiteral("only devices of this installation"));
     }
@@ -128,7 +128,7 @@ public:
 
         auto* ticks = new QTimer(this);
         connect(ticks, &QTimer::timeout, this, &DiscoverCommand::onTick);
-        ticks->start(qBound(5, m_waitMs / (Rounds * 4), 250));
+        ticks->start(qBound(5, m_waitMs / (rounds * 4), 250));
     }
 
     void cancel() override { conclude(); }
@@ -202,7 +202,7 @@ private:
         const qint64 elapsed = m_clock.elapsed();
         if (elapsed >= m_waitMs)
             return conclude();
-        if (elapsed * Rounds >= qint64(m_waitMs) * m_round) {
+        if (elapsed * rounds >= qint64(m_waitMs) * m_round) {
             ++m_round;
             m_roundStart = m_clock.nsecsElapsed();
             for (const Target& target : qAsConst(m_targets))

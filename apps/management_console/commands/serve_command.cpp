@@ -14,7 +14,7 @@ public:
     {
         options.addValue(QStringLiteral("port"), QStringLiteral("PORT"),
                          QStringLiteral("TLS port on which devices call in, 0 for any"),
-                         QString::number(DefaultPorts::Server));
+                         QString::number(DefaultPorts::server));
         options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
                          QStringLiteral("certificate of this server with its issuers, PEM"));
         options.addValue(QStringLiteral("key"), QStringLiteral("FILE"), QStringLiteral("its private key, PEM"));
