@@ -17,9 +17,9 @@ class tst_Utilities : public QObject
 private Q_SLOTS:
     void trimsQuotes()
     {
-        QCOMPARE(CStringUtils::trimQuotes(QStringLiteral(" \"'a \"'b'\"\t")), QStringLiteral("a \"'b"));
-        QCOMPARE(CStringUtils::trimQuotes(QStringLiteral("\"'\"")), QString());
-        QCOMPARE(CStringUtils::trimQuotes(QStringLiteral("' a '")), QStringLiteral(" a "));
+        QCOMPARE(CStringUtils::trimQuotes(" \"'a \"'b'\"\t"), "a \"'b");
+        QCOMPARE(CStringUtils::trimQuotes("\"'\""), QString());
+        QCOMPARE(CStringUtils::trimQuotes("' a '"), " a ");
     }
 
     void splits()
@@ -42,44 +42,55 @@ private Q_SLOTS:
             {"a,\"b", "a|b", "a|b"},
         };
         for (const auto& [row, quotes, escapable] : rows) {
-            const QString text = QString::fromUtf8(row);
-            QCOMPARE(CStringUtils::splitQuotes(text, ',').join(QLatin1Char('|')), QString::fromUtf8(quotes));
-            QCOMPARE(CStringUtils::splitQuotedEscapable(text, ',', '"').join(QLatin1Char('|')),
-                     QString::fromUtf8(escapable));
+            QCOMPARE(CStringUtils::splitQuotes(row, ',').join('|'), quotes);
+            QCOMPARE(CStringUtils::splitQuotedEscapable(row, ',', '"').join('|'), escapable);
         }
-        QVERIFY(CStringUtils::splitQuotes(QStringLiteral(" "), ',').isEmpty());
+        QVERIFY(CStringUtils::splitQuotes(" ", ',').isEmpty());
         QVERIFY(CStringUtils::splitQuotedEscapable(QString(), ',', '"').isEmpty());
-        QCOMPARE(CStringUtils::splitQuotedEscapable(QStringLiteral("\"\""), ',', '"').size(), 1);
+        QCOMPARE(CStringUtils::splitQuotedEscapable("\"\"", ',', '"').size(), 1);
     }
 
     void switchesAndOptions()
     {
         const char* const variable = "TST_UTILITIES_OPTION";
-        const QStringList arguments{QStringLiteral("--verbose"),      QStringLiteral("--ports=1"),
-                                    QStringLiteral("--port"),         QStringLiteral(" '4000'"),
-                                    QStringLiteral("--name=\"a=b\""), QStringLiteral("--last")};
+        const QStringList arguments{"--verbose", "--ports=1", "--port", " '4000'", "--name=\"a=b\"", "--last"};
         qunsetenv(variable);
         QVERIFY(CEnvironmentVariable::hasArg(arguments, "--verbose", variable));
         QVERIFY(!CEnvironmentVariable::hasArg(arguments, "--verb", variable));
         QVERIFY(!CEnvironmentVariable::hasArg(arguments, "", nullptr));
-        QCOMPARE(CEnvironmentVariable::argValue(arguments, "--port", variable), QStringLiteral("4000"));
-        QCOMPARE(CEnvironmentVariable::argValue(arguments, "--name", ""), QStringLiteral("a=b"));
+        QCOMPARE(CEnvironmentVariable::argValue(arguments, "--port", variable), "4000");
+        QCOMPARE(CEnvironmentVariable::argValue(arguments, "--name", ""), "a=b");
         QCOMPARE(CEnvironmentVariable::argValue(arguments, "--last", nullptr), QString());
         QCOMPARE(CEnvironmentVariable::argValue(arguments, "", variable), QString());
 
-        const QVector<QPair<const char*, bool>> settings{
-            {"0", false}, {"FALSE", false}, {"", true}, {"no", true}, {"00", true}};
-        for (const auto& setting : settings) {
-            qputenv(variable, QByteArray(setting.first));
-            QCOMPARE(CEnvironmentVariable::hasArg({}, "--verbose", variable), setting.second);
+        for (const char* setting : {"0", "FALSE", "", "no", "00"}) {
+            qputenv(variable, setting);
+            const bool off = setting == QByteArray("0") || setting == QByteArray("FALSE");
+            QVERIFY2(CEnvironmentVariable::hasArg({}, "--verbose", variable) != off, setting);
         }
         qputenv(variable, " \"x\" ");
-        QCOMPARE(CEnvironmentVariable::argValue(arguments, "--port", variable), QStringLiteral("x"));
-        QCOMPARE(CEnvironmentVariable::valueTrimmed(variable), QStringLiteral("x"));
+        QCOMPARE(CEnvironmentVariable::argValue(arguments, "--port", variable), "x");
+        QCOMPARE(CEnvironmentVariable::valueTrimmed(variable), "x");
         QCOMPARE(CEnvironmentVariable::valueBytes(variable), QByteArray(" \"x\" "));
         qputenv(variable, "");
         QCOMPARE(CEnvironmentVariable::argValue(arguments, "--port", variable), QString());
         qunsetenv(variable);
+    }
+
+    // One number for all lengths up to 255: the hash of the hashes of 0, 01, 0102..., each with its own seed.
+    void murmurHash()
+    {
+        QByteArray key;
+        QByteArray hashes(256 * 4, '\0');
+        for (int i = 0; i < 256; ++i) {
+            const quint32 hash = murmurHash3_x86_32(key.constData(), i, 256u - static_cast<uint>(i));
+            const QByteArray shifted = 'x' + key; // at an odd address
+            QCOMPARE(murmurHash3_x86_32(shifted.constData() + 1, i, 256u - static_cast<uint>(i)), hash);
+            qToLittleEndian(hash, hashes.data() + 4 * i);
+            key.append(static_cast<char>(i));
+        }
+        QCOMPARE(murmurHash3_x86_32(hashes.constData(), hashes.size(), 0), 0xB0F57EE3u);
+        QCOMPARE(murmurHash3_x86_32("", 0, 0xFFFFFFFF), 0x81F16F39u);
     }
 
     void hashesRecords()
