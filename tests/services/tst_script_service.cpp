@@ -4,6 +4,7 @@
 #include <foundation/services/device_service.h>
 #include <foundation/services/script_service.h>
 
+#include <QtCore/QJsonDocument>
 #include <QtTest/QtTest>
 
 #include <memory>
@@ -26,7 +27,7 @@ public:
     }
     bool complete() override
     {
-        journal.append(QStringLiteral("complete"));
+        journal.append("complete");
         return true;
     }
     void execute() override {}
@@ -34,7 +35,7 @@ public:
     void abort() override {}
     void dispose() override
     {
-        journal.append(QStringLiteral("dispose"));
+        journal.append("dispose");
         delete this;
     }
     void takeFromManager() override {}
@@ -55,7 +56,7 @@ class ReadMedium : public Operation
 public:
     using Operation::Operation;
     QByteArray m_uid = QByteArray::fromHex("04a122");
-    QVariantList m_results{1, true, QStringLiteral("x")};
+    QVariantList m_results{1, true, "x"};
     QVariant m_publicMediaId;
     quint32 m_ownDeviceId = 123457;
 };
@@ -73,12 +74,12 @@ public:
     void start() override {}
     QString name() const override { return QString(); }
     bool isFinished() const override { return m_finished; }
-    QVariantMap result() const override { return {{QStringLiteral("open"), true}}; }
+    QVariantMap result() const override { return {{"open", true}}; }
     QString errorString() const override { return QString(); }
     void abort() override {}
     void dispose() override
     {
-        journal.append(QStringLiteral("dispose"));
+        journal.append("dispose");
         deleteLater();
     }
 
@@ -97,20 +98,20 @@ public:
     }
     IDeviceOperation* createDeviceOperation(const QString& name, QVariantMap& params) override
     {
-        if (name == QLatin1String("read"))
+        if (name == "read")
             return operation = new ReadMedium(this);
-        if (name == QLatin1String("fail"))
-            params.insert(QStringLiteral("errorString"), QStringLiteral("no such device"));
+        if (name == "fail")
+            params.insert("errorString", "no such device");
         return nullptr;
     }
-    void startDeviceOperation(IDeviceOperation*) override { journal.append(QStringLiteral("start")); }
+    void startDeviceOperation(IDeviceOperation*) override { journal.append("start"); }
     void cancelDeviceOperation(IDeviceOperation*) override {}
-    void releaseDeviceOperation(IDeviceOperation*) override { journal.append(QStringLiteral("release")); }
+    void releaseDeviceOperation(IDeviceOperation*) override { journal.append("release"); }
     IDeviceAction* createDeviceAction(const QString& name, QVariantMap&) override
     {
-        if (name == QLatin1String("none"))
+        if (name == "none")
             return nullptr;
-        return action = new Action(this, name == QLatin1String("quick"));
+        return action = new Action(this, name == "quick");
     }
     QPointer<IDeviceOperation> operation;
     QPointer<IDeviceAction> action;
@@ -122,10 +123,9 @@ public:
     bool startWaitingForRfidMedium(const CDeviceId& device) override { return device.value() == 12345; }
     QVariantMap cloneUserOrGroup(CItemId id, const QStringList&) override
     {
-        const QVariantMap leaf{{QStringLiteral("id"), id.value()}, {QStringLiteral("Id2"), 2}};
-        const QVariantMap node{{QStringLiteral("nodes"), QVariantList{leaf, 7}},
-                               {QStringLiteral("ownerId"), QVariant::fromValue(id)}};
-        return {{QStringLiteral("nodes"), QVariantList{node}}, {QStringLiteral("idle"), 3}};
+        const QVariantMap leaf{{"id", id.value()}, {"Id2", 2}};
+        const QVariantMap node{{"nodes", QVariantList{leaf, 7}}, {"ownerId", QVariant::fromValue(id)}};
+        return {{"nodes", QVariantList{node}}, {"idle", 3}};
     }
     void sendCustomNotification(const QString&, const QString&, const QVariantMap&, MapCallback callback) override
     {
@@ -134,6 +134,12 @@ public:
     MapCallback late;
 };
 
+// A text has quotes, a number has none.
+QString json(const QVariant& value)
+{
+    return QJsonDocument::fromVariant(QVariantList{value}).toJson(QJsonDocument::Compact).chopped(1).mid(1);
+}
+
 } // namespace
 
 class TestScriptService : public QObject
@@ -141,17 +147,191 @@ class TestScriptService : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void idsAreTexts();
-    void storedProperties();
-    void deviceOperation();
-    void deviceAction();
-    void rfidWait();
-    void callbacksComeOnceAtMost_data();
-    void callbacksComeOnceAtMost();
-    void notifications();
-    void mappings();
-    void worksWithoutModel();
+    void init()
+    {
+        m_service.reset();
+        m_model = std::make_unique<Model>();
+        m_devices = std::make_unique<Devices>();
+        m_service = std::make_unique<CScriptService>(m_model.get(), m_devices.get(), this);
+        m_answers.clear();
+        journal.clear();
+    }
+
+    void idsAreTexts()
+    {
+        const QString user = m_service->createUser({}).toString();
+        const QString group = m_service->createGroup({}).toString();
+        QVERIFY(user.toInt() > 0);
+        QCOMPARE(m_service->addUsersToGroup({user}, group), QVariant(true));
+        QCOMPARE(m_service->addUsersToGroup({user, "0x1f"}, group), QVariant(false));
+        const QString quoted = "[\"" + user + "\"]";
+        QCOMPARE(json(m_service->getUsersOfGroup(group)), quoted);
+        QCOMPARE(json(m_service->getGroupProperty("Members", group)), quoted);
+        QCOMPARE(json(m_service->getRfidMediumProperty("userId", "51")), "\"31\"");
+        QVERIFY(!m_service->getRfidMediumProperty("keeperId", "51").isValid());
+        const QVariantMap medium = m_service->getModel("Media", {}, {}).value(0).toMap();
+        QCOMPARE(json(medium.value("id")), "\"51\"");
+        QCOMPARE(medium.value("uid").userType(), int(QMetaType::QByteArray));
+        QCOMPARE(
+            json(m_service->cloneUserOrGroup("9007199254740993", {})),
+            R"({"idle":3,"nodes":[{"nodes":[{"Id2":2,"id":"9007199254740993"},7],"ownerId":"9007199254740993"}]})");
+
+        QVariantMap info;
+        QVERIFY(QMetaObject::invokeMethod(m_service.get(), "getSystemInfo", Q_RETURN_ARG(QVariantMap, info)));
+        QCOMPARE(info, m_model->getSystemInfo());
+    }
+
+    void storedProperties()
+    {
+        const ReadMedium operation(nullptr);
+        QStringList names;
+        const auto properties = operation.storedProperties();
+        for (const QMetaProperty& property : properties)
+            names.append(property.name());
+        QCOMPARE(names.join(' '), "deviceId architecture uid results publicMediaId deviceId");
+        QCOMPARE(operation.storedPropertiesMap().value("deviceId").toInt(), 123457);
+        QCOMPARE(operation.status(), IDeviceOperation::Pending);
+    }
+
+    void deviceOperation()
+    {
+        m_service->deviceOperation("fail", {}, m_callback);
+        m_service->deviceOperation("unknown", {}, m_callback);
+        const QVariantMap error{{"errorString", "no such device"}};
+        QCOMPARE(m_answers, (QList<QVariantMap>{error, {}}));
+
+        journal.clear();
+        m_service->deviceOperation("read", {}, m_callback);
+        QCOMPARE(journal, QStringList{"start"});
+        Q_EMIT m_devices->operation->finished();
+        QCOMPARE(journal.join(' '), "start complete release dispose callback");
+        QCOMPARE(json(m_answers.last()),
+                 R"({"architecture":3,"cardArchitecture":"MIFARE Classic","deviceId":123457,"deviceid":"001.234.570",)"
+                 R"("publicMediaId":null,"results":["1","true","x"],"uid":"04A122"})");
+    }
+
+    void deviceAction()
+    {
+        m_service->deviceAction("none", {}, m_callback);
+        m_service->deviceAction("quick", {}, m_callback);
+        QCOMPARE(journal.join(' '), "callback callback dispose");
+        m_service->deviceAction("slow", {}, m_callback);
+        QCOMPARE(m_answers.size(), 2);
+        Q_EMIT m_devices->action->finished();
+        const QVariantMap open{{"open", true}};
+        QCOMPARE(m_answers, (QList<QVariantMap>{{}, open, open}));
+        QCOMPARE(journal.last(), "dispose");
+    }
+
+    void rfidWait()
+    {
+        m_service->startWaitingForRfidMedium("no label", m_callback);
+        QCOMPARE(m_answers, QList<QVariantMap>{{}});
+        m_service->startWaitingForRfidMedium(CDeviceId(12345).toLabel(), m_callback);
+        Q_EMIT m_model->rfidMediumDetected({{"label", "first"}});
+        Q_EMIT m_model->rfidMediumDetected({{"label", "second"}});
+        QCOMPARE(m_answers, (QList<QVariantMap>{{}, {{"label", "first"}}}));
+    }
+
+    void callbacksComeOnceAtMost_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("ending");
+        for (const char* kind : {"operation", "action", "medium", "notification"})
+            for (const char* ending : {"again", "makers gone", "service gone", "callback ends service", "empty"})
+                QTest::addRow("%s, %s", kind, ending) << kind << ending;
+    }
+
+    void callbacksComeOnceAtMost()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, ending);
+        CScriptService::Callback callback = m_callback;
+        if (ending == "callback ends service")
+            callback = [this](const QVariantMap& answer) {
+                m_callback(answer);
+                m_service.reset();
+            };
+        if (ending == "empty") {
+            callback = nullptr;
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("without a callback"));
+        }
+        if (kind == "operation")
+            m_service->deviceOperation("read", {}, callback);
+        else if (kind == "action")
+            m_service->deviceAction("slow", {}, callback);
+        else if (kind == "medium")
+            m_service->startWaitingForRfidMedium(CDeviceId(12345).toLabel(), callback);
+        else
+            m_service->sendCustomNotification(QString(), QString(), {}, callback);
+
+        if (ending == "makers gone") {
+            m_devices.reset();
+            m_model->late = nullptr;
+            m_model.reset();
+            QVERIFY(m_answers.size() == 1 || kind == "notification");
+        } else {
+            if (ending == "service gone")
+                m_service.reset();
+            for (int i = 0; i < 2; ++i) {
+                if (m_devices->operation)
+                    Q_EMIT m_devices->operation->finished();
+                if (m_devices->action)
+                    Q_EMIT m_devices->action->finished();
+                Q_EMIT m_model->rfidMediumDetected({});
+                if (m_model->late)
+                    m_model->late({});
+            }
+            QCOMPARE(m_answers.size(), ending == "again" || ending.startsWith("callback"));
+            QCOMPARE(journal.count("dispose"), kind == "operation" || kind == "action");
+        }
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!m_service || m_service->children().isEmpty() || kind == "notification");
+    }
+
+    void notifications()
+    {
+        QList<QVariantMap> seen;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("without a handler"));
+        m_service->setNotificationHandler(nullptr);
+        m_service->setNotificationHandler(
+            [&](const QString& name, const QVariantMap& parameters, const QString& extension) {
+                QCOMPARE(name + extension, "UsersBell");
+                seen.append(parameters);
+                if (seen.size() == 2)
+                    m_service->setNotificationHandler([](const QString&, const QVariantMap&, const QString&) {});
+            });
+        const QVariantMap data{{"users", QVariantList{QVariantMap{{"groupId", 8}}}}, {"count", 1}};
+        for (const char* event : {"changed", "Changed", "changed"})
+            Q_EMIT m_model->notify("Users", {{"event", event}, {"data", data}}, "Bell");
+        QCOMPARE(seen.size(), 2);
+        QCOMPARE(json(seen[0]), R"({"data":{"count":1,"users":[{"groupId":"8"}]},"event":"changed"})");
+        QCOMPARE(json(seen[1]), R"({"data":{"count":1,"users":[{"groupId":8}]},"event":"Changed"})");
+    }
+
+    void mappings()
+    {
+        for (const char* name :
+             {"DeviceType", "UserClass", "CardArchitecture", "CardMediumType", "DeviceRole", "AccessPointFunction",
+              "AuthPointClass", "UserAction", "OutputType", "ActionProfileClass", "PositionClass"})
+            QVERIFY2(m_service->getMapping(name).size() > 1, name);
+        QVERIFY(m_service->getMapping("userClass").isEmpty());
+        QCOMPARE(m_service->getMapping("UserClass").value("3").toString(), "Media Pool");
+        QVERIFY(!m_service->getMapping("DeviceRole").contains("8"));
+        QVERIFY(!m_service->getMapping("UserAction").contains("8"));
+    }
+
+    void worksWithoutModel()
+    {
+        CScriptService service(nullptr, nullptr, nullptr);
+        QVERIFY(service.getUser({}).isEmpty());
+        QVERIFY(!service.createUser({}).toBool());
+        service.quit(QString());
+        service.sendTemplateEmail(1, {}, {}, m_callback);
+        service.deviceOperation("read", {}, m_callback);
+        service.startWaitingForRfidMedium(QString(), m_callback);
+        QCOMPARE(m_answers, (QList<QVariantMap>{{}, {}, {}}));
+    }
 
 private:
     std::unique_ptr<Model> m_model;
@@ -159,221 +339,10 @@ private:
     std::unique_ptr<CScriptService> m_service;
     QList<QVariantMap> m_answers;
     CScriptService::Callback m_callback = [this](const QVariantMap& answer) {
-        journal.append(QStringLiteral("callback"));
+        journal.append("callback");
         m_answers.append(answer);
     };
 };
-
-void TestScriptService::init()
-{
-    m_service.reset();
-    m_model = std::make_unique<Model>();
-    m_devices = std::make_unique<Devices>();
-    m_service = std::make_unique<CScriptService>(m_model.get(), m_devices.get(), this);
-    m_answers.clear();
-    journal.clear();
-}
-
-void TestScriptService::idsAreTexts()
-{
-    const QString user = m_service->createUser({}).toString();
-    const QString group = m_service->createGroup({}).toString();
-    QVERIFY(user.toInt() > 0);
-    QCOMPARE(m_service->addUsersToGroup({user}, group), QVariant(true));
-    QCOMPARE(m_service->addUsersToGroup({user, QStringLiteral("0x1f")}, group), QVariant(false));
-    QCOMPARE(m_service->getUsersOfGroup(group), QVariantList{user});
-    QCOMPARE(m_service->getUsersOfGroup(group)[0].userType(), int(QMetaType::QString));
-    const QVariant members = m_service->getGroupProperty(QStringLiteral("Members"), group);
-    QCOMPARE(members.toList().value(0).userType(), int(QMetaType::QString));
-    const QVariant owner = m_service->getRfidMediumProperty(QStringLiteral("userId"), QStringLiteral("51"));
-    QCOMPARE(owner.userType(), int(QMetaType::QString));
-    QVERIFY(!m_service->getRfidMediumProperty(QStringLiteral("keeperId"), QStringLiteral("51")).isValid());
-    const QVariantMap medium = m_service->getModel(QStringLiteral("Media"), {}, {}).value(0).toMap();
-    QCOMPARE(medium.value(QStringLiteral("id")).userType(), int(QMetaType::QString));
-    QCOMPARE(medium.value(QStringLiteral("uid")).userType(), int(QMetaType::QByteArray));
-
-    const QVariantMap tree = m_service->cloneUserOrGroup(QStringLiteral("9007199254740993"), {});
-    const QVariantMap node = tree.value(QStringLiteral("nodes")).toList().value(0).toMap();
-    const QVariantList leaves = node.value(QStringLiteral("nodes")).toList();
-    QCOMPARE(node.value(QStringLiteral("ownerId")).toString(), QStringLiteral("9007199254740993"));
-    QCOMPARE(leaves.value(0).toMap().value(QStringLiteral("id")).userType(), int(QMetaType::QString));
-    QCOMPARE(leaves.value(0).toMap().value(QStringLiteral("Id2")).userType(), int(QMetaType::Int));
-    QCOMPARE(leaves.value(1).userType(), int(QMetaType::Int));
-
-    QVariantMap info;
-    QVERIFY(QMetaObject::invokeMethod(m_service.get(), "getSystemInfo", Q_RETURN_ARG(QVariantMap, info)));
-    QCOMPARE(info, m_model->getSystemInfo());
-}
-
-void TestScriptService::storedProperties()
-{
-    const ReadMedium operation(nullptr);
-    QStringList names;
-    const auto properties = operation.storedProperties();
-    for (const QMetaProperty& property : properties)
-        names.append(QLatin1String(property.name()));
-    QCOMPARE(names.join(QLatin1Char(' ')), QStringLiteral("deviceId architecture uid results publicMediaId deviceId"));
-    QCOMPARE(operation.storedPropertiesMap().value(QStringLiteral("deviceId")).toInt(), 123457);
-    QCOMPARE(operation.status(), IDeviceOperation::Pending);
-}
-
-void TestScriptService::deviceOperation()
-{
-    m_service->deviceOperation(QStringLiteral("fail"), {}, m_callback);
-    m_service->deviceOperation(QStringLiteral("unknown"), {}, m_callback);
-    const QVariantMap error{{QStringLiteral("errorString"), QStringLiteral("no such device")}};
-    QCOMPARE(m_answers, (QList<QVariantMap>{error, {}}));
-
-    journal.clear();
-    m_service->deviceOperation(QStringLiteral("read"), {}, m_callback);
-    QCOMPARE(journal, QStringList{QStringLiteral("start")});
-    Q_EMIT m_devices->operation->finished();
-    QCOMPARE(journal.join(QLatin1Char(' ')), QStringLiteral("start complete release dispose callback"));
-    const QVariantMap result = m_answers.last();
-    QCOMPARE(result.value(QStringLiteral("deviceid")).toString(), CDeviceId(123457).toLabel());
-    QCOMPARE(result.value(QStringLiteral("deviceId")).toInt(), 123457);
-    QCOMPARE(result.value(QStringLiteral("uid")), QVariant(QStringLiteral("04A122")));
-    QCOMPARE(result.value(QStringLiteral("cardArchitecture")).toString(),
-             QLatin1String(CDataType::cardArchitectureToString(CDataType::CardArchitectureMifareClassic)));
-    QCOMPARE(result.value(QStringLiteral("results")).toStringList().join(QLatin1Char(' ')), QStringLiteral("1 true x"));
-    QVERIFY(!result.contains(QStringLiteral("publicMediaLabel")));
-    QVERIFY(!result.contains(QStringLiteral("systemid")));
-}
-
-void TestScriptService::deviceAction()
-{
-    m_service->deviceAction(QStringLiteral("none"), {}, m_callback);
-    m_service->deviceAction(QStringLiteral("quick"), {}, m_callback);
-    QCOMPARE(journal.join(QLatin1Char(' ')), QStringLiteral("callback callback dispose"));
-    m_service->deviceAction(QStringLiteral("slow"), {}, m_callback);
-    QCOMPARE(m_answers.size(), 2);
-    Q_EMIT m_devices->action->finished();
-    const QVariantMap open{{QStringLiteral("open"), true}};
-    QCOMPARE(m_answers, (QList<QVariantMap>{{}, open, open}));
-    QCOMPARE(journal.last(), QStringLiteral("dispose"));
-}
-
-void TestScriptService::rfidWait()
-{
-    m_service->startWaitingForRfidMedium(QStringLiteral("no label"), m_callback);
-    QCOMPARE(m_answers, QList<QVariantMap>{{}});
-    m_service->startWaitingForRfidMedium(CDeviceId(12345).toLabel(), m_callback);
-    Q_EMIT m_model->rfidMediumDetected({{QStringLiteral("label"), QStringLiteral("first")}});
-    Q_EMIT m_model->rfidMediumDetected({{QStringLiteral("label"), QStringLiteral("second")}});
-    QCOMPARE(m_answers.size(), 2);
-    QCOMPARE(m_answers[1].value(QStringLiteral("label")).toString(), QStringLiteral("first"));
-}
-
-void TestScriptService::callbacksComeOnceAtMost_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("ending");
-    for (const char* kind : {"operation", "action", "medium", "notification"})
-        for (const char* ending : {"again", "makers gone", "service gone", "callback ends service", "empty"})
-            QTest::addRow("%s, %s", kind, ending) << QString::fromLatin1(kind) << QString::fromLatin1(ending);
-}
-
-void TestScriptService::callbacksComeOnceAtMost()
-{
-    QFETCH(QString, kind);
-    QFETCH(QString, ending);
-    CScriptService::Callback callback = m_callback;
-    if (ending == QLatin1String("callback ends service"))
-        callback = [this](const QVariantMap& answer) {
-            m_callback(answer);
-            m_service.reset();
-        };
-    if (ending == QLatin1String("empty")) {
-        callback = nullptr;
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("without a callback")));
-    }
-    if (kind == QLatin1String("operation"))
-        m_service->deviceOperation(QStringLiteral("read"), {}, callback);
-    else if (kind == QLatin1String("action"))
-        m_service->deviceAction(QStringLiteral("slow"), {}, callback);
-    else if (kind == QLatin1String("medium"))
-        m_service->startWaitingForRfidMedium(CDeviceId(12345).toLabel(), callback);
-    else
-        m_service->sendCustomNotification(QString(), QString(), {}, callback);
-
-    if (ending == QLatin1String("makers gone")) {
-        m_devices.reset();
-        m_model->late = nullptr;
-        m_model.reset();
-        QVERIFY(m_answers.size() == 1 || kind == QLatin1String("notification"));
-    } else {
-        if (ending == QLatin1String("service gone"))
-            m_service.reset();
-        for (int i = 0; i < 2; ++i) {
-            if (m_devices->operation)
-                Q_EMIT m_devices->operation->finished();
-            if (m_devices->action)
-                Q_EMIT m_devices->action->finished();
-            Q_EMIT m_model->rfidMediumDetected({});
-            if (m_model->late)
-                m_model->late({});
-        }
-        QCOMPARE(m_answers.size(), ending == QLatin1String("again") || ending.startsWith(QLatin1String("callback")));
-        QCOMPARE(journal.count(QStringLiteral("dispose")),
-                 kind == QLatin1String("operation") || kind == QLatin1String("action"));
-    }
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!m_service || m_service->children().isEmpty() || kind == QLatin1String("notification"));
-}
-
-void TestScriptService::notifications()
-{
-    QList<QVariantMap> seen;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("without a handler")));
-    m_service->setNotificationHandler(nullptr);
-    m_service->setNotificationHandler(
-        [&](const QString& name, const QVariantMap& parameters, const QString& extension) {
-            QCOMPARE(name + extension, QStringLiteral("UsersBell"));
-            seen.append(parameters);
-            if (seen.size() == 2)
-                m_service->setNotificationHandler([](const QString&, const QVariantMap&, const QString&) {});
-        });
-    const QVariantList users{QVariantMap{{QStringLiteral("groupId"), 8}}};
-    QVariantMap parameters{
-        {QStringLiteral("event"), QStringLiteral("changed")},
-        {QStringLiteral("data"), QVariantMap{{QStringLiteral("users"), users}, {QStringLiteral("count"), 1}}}};
-    for (const char* event : {"changed", "Changed", "changed"}) {
-        parameters.insert(QStringLiteral("event"), QLatin1String(event));
-        Q_EMIT m_model->notify(QStringLiteral("Users"), parameters, QStringLiteral("Bell"));
-    }
-    QCOMPARE(seen.size(), 2);
-    const auto groupId = [](const QVariantMap& map) {
-        const QVariantMap data = map.value(QStringLiteral("data")).toMap();
-        return data.value(QStringLiteral("users")).toList().value(0).toMap().value(QStringLiteral("groupId"));
-    };
-    QCOMPARE(groupId(seen[0]).userType(), int(QMetaType::QString));
-    QCOMPARE(groupId(seen[1]).userType(), int(QMetaType::Int));
-}
-
-void TestScriptService::mappings()
-{
-    for (const char* name :
-         {"DeviceType", "UserClass", "CardArchitecture", "CardMediumType", "DeviceRole", "AccessPointFunction",
-          "AuthPointClass", "UserAction", "OutputType", "ActionProfileClass", "PositionClass"})
-        QVERIFY2(m_service->getMapping(QLatin1String(name)).size() > 1, name);
-    QVERIFY(m_service->getMapping(QStringLiteral("userClass")).isEmpty());
-    QCOMPARE(m_service->getMapping(QStringLiteral("UserClass")).value(QStringLiteral("3")).toString(),
-             QStringLiteral("Media Pool"));
-    QVERIFY(!m_service->getMapping(QStringLiteral("DeviceRole")).contains(QStringLiteral("8")));
-    QVERIFY(!m_service->getMapping(QStringLiteral("UserAction")).contains(QStringLiteral("8")));
-}
-
-void TestScriptService::worksWithoutModel()
-{
-    CScriptService service(nullptr, nullptr, nullptr);
-    QVERIFY(service.getUser({}).isEmpty());
-    QVERIFY(!service.createUser({}).toBool());
-    service.quit(QString());
-    service.sendTemplateEmail(1, {}, {}, m_callback);
-    service.deviceOperation(QStringLiteral("read"), {}, m_callback);
-    service.startWaitingForRfidMedium(QString(), m_callback);
-    QCOMPARE(m_answers, (QList<QVariantMap>{{}, {}, {}}));
-}
 
 QTEST_GUILESS_MAIN(TestScriptService)
 #include "tst_script_service.moc"
