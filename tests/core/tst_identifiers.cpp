@@ -54,17 +54,11 @@ class tst_Identifiers : public QObject
 private Q_SLOTS:
     void writesLabels()
     {
-        QCOMPARE(CDeviceId(0).toLabel(), QStringLiteral("000.000.000"));
-        QCOMPARE(CDeviceId(12345).toLabel(), QStringLiteral("000.123.457"));
-        QCOMPARE(CDeviceId(67108863).toLabel(), QStringLiteral("671.088.637"));
-        QCOMPARE(CSystemId(1).toLabel(), QStringLiteral("0000.0011"));
-        QCOMPARE(CSystemId(12345).toLabel(), QStringLiteral("0012.3457"));
-        for (quint32 id = 1; id < 0x3FFFFFF; id = id * 3 + 1) {
-            bool ok = false;
-            QCOMPARE(CDeviceId::fromLabel(CDeviceId(id).toLabel(), &ok), CDeviceId(id));
-            QVERIFY(ok);
-            QCOMPARE(CSystemId::fromLabel(CSystemId(id % 0x7FFFFF + 1).toLabel()), CSystemId(id % 0x7FFFFF + 1));
-        }
+        QCOMPARE(CDeviceId(0).toLabel(), "000.000.000");
+        QCOMPARE(CDeviceId(12345).toLabel(), "000.123.457");
+        QCOMPARE(CDeviceId(67108863).toLabel(), "671.088.637");
+        QCOMPARE(CSystemId(1).toLabel(), "0000.0011");
+        QCOMPARE(CSystemId(12345).toLabel(), "0012.3457");
     }
 
     void readsLabels()
@@ -94,12 +88,11 @@ private Q_SLOTS:
             {"0000.0000.0011", 0, 0},
         };
         for (const auto& [text, device, system] : rows) {
-            const QString label = QString::fromUtf8(text);
             bool deviceOk = device == 0;
             bool systemOk = system == 0;
-            QVERIFY2(CDeviceId::fromLabel(label, &deviceOk).value() == device && deviceOk == (device != 0), text);
-            QVERIFY2(CSystemId::fromLabel(label, &systemOk).value() == system && systemOk == (system != 0), text);
-            QCOMPARE(CDeviceId::fromLabel(label).value() + CSystemId::fromLabel(label).value(), device + system);
+            QVERIFY2(CDeviceId::fromLabel(text, &deviceOk).value() == device && deviceOk == (device != 0), text);
+            QVERIFY2(CSystemId::fromLabel(text, &systemOk).value() == system && systemOk == (system != 0), text);
+            QCOMPARE(CDeviceId::fromLabel(text).value() + CSystemId::fromLabel(text).value(), device + system);
         }
     }
 
@@ -123,7 +116,7 @@ private Q_SLOTS:
         QVERIFY(QMetaType::type("CItemIdList") != QMetaType::UnknownType);
         QCOMPARE(QMetaType::type("CItemIdList"), QMetaType::type("QList<CItemId>"));
         QCOMPARE(QVariant::fromValue(QList<CItemId>{1, -2}).value<QList<CItemId>>(), (QList<CItemId>{1, -2}));
-        QCOMPARE(QVariant::fromValue(CItemId(-2)).toString(), QStringLiteral("-2"));
+        QCOMPARE(QVariant::fromValue(CItemId(-2)).toString(), "-2");
         QCOMPARE((QSet<CDeviceId>{CDeviceId(1), CDeviceId(1), CDeviceId(2)}).size(), 2);
         QCOMPARE(qHash(CDeviceId(77)), qHash(77u));
 
@@ -132,7 +125,7 @@ private Q_SLOTS:
         debug << CItemId(-5) << CDeviceId(6);
         debug.nospace() << CItemId(std::numeric_limits<qint64>::max());
         QDebug(&text) << CItemId(7);
-        QCOMPARE(text, QStringLiteral("-5 6 92233720368547758077 "));
+        QCOMPARE(text, "-5 6 92233720368547758077 ");
     }
 
     void boardRevisions()
@@ -154,12 +147,8 @@ private Q_SLOTS:
 
         // Two winters, two summers and a quarter hour of its own, in no order.
         const auto start = [](int month, int offset) {
-            QTimeZone::OffsetData data;
-            data.atUtc = QDateTime(QDate(2024, month, 1), QTime(1, 0), Qt::UTC);
-            data.offsetFromUtc = offset;
-            data.standardTimeOffset = 3600;
-            data.daylightTimeOffset = offset - 3600;
-            return data;
+            const QDateTime at(QDate(2024, month, 1), QTime(1, 0), Qt::UTC);
+            return QTimeZone::OffsetData{{}, at, offset, 3600, offset - 3600};
         };
         const QTimeZone::OffsetDataList periods{start(9, 7200), start(1, 3600), start(3, 7200), start(11, 20700),
                                                 start(6, 3600)};
