@@ -1,4 +1,4 @@
-"""A real SMTP server: smtp_server.py ADDRESS PORT (starttls|implicit|plain) AUTH-MECHANISM CERTIFICATE KEY.
+"""A real SMTP server: smtp_server.py ADDRESS PORT (starttls|implicit) AUTH-MECHANISM CERTIFICATE KEY.
 
 Prints its port, then each mail it captured as a line of JSON, read by Python's own mail parser.
 """
@@ -39,7 +39,7 @@ def authenticate(server, session, envelope, mechanism, data):
 async def main():
     context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
     context.load_cert_chain(certificate, key)
-    options = {"hostname": "server.example", "auth_require_tls": mode == "starttls", "auth_required": mode != "plain",
+    options = {"hostname": "server.example", "auth_require_tls": mode == "starttls", "auth_required": True,
                "authenticator": authenticate,
                "auth_exclude_mechanism": {"PLAIN", "LOGIN"} - {mechanism},
                "tls_context": context if mode == "starttls" else None, "require_starttls": mode == "starttls"}
