@@ -1,9 +1,4 @@
-#!/usr/bin/env python3
-"""Observes sources of a notification service: notification_client.py --count N URL TOKEN SOURCE...
-
-Prints each message after the log-in as a line of JSON; ends after N of them, or when the server ends the connection.
-Exit code 0, or 1 when the log-in was refused or a message was missed. Speaks WebSocket with the standard library alone.
-"""
+"""A client of the notification service that speaks WebSocket with the standard library alone."""
 
 import base64
 import hashlib
@@ -12,7 +7,6 @@ import os
 import socket
 import ssl
 import struct
-import sys
 from urllib.parse import urlsplit
 
 
@@ -70,27 +64,3 @@ class WebSocket:
                 text += payload
                 if head[0] & 0x80:
                     return json.loads(text)
-
-
-def main():
-    count, url, token, *sources = sys.argv[2:]
-    connection = WebSocket(url)
-    connection.send({"id": 1, "method": "login", "params": [token]})
-    answer = connection.receive()
-    if not answer or answer.get("result") is not True:
-        print(answer, file=sys.stderr)
-        return 1
-    connection.send({"method": "registerObserver", "params": [sources]})
-    for number in range(1, int(count) + 1):
-        message = connection.receive()
-        if message is None:
-            break
-        print(json.dumps(message), flush=True)
-        if message["seq"] != number:
-            print(f"missed {message['seq'] - number} messages", file=sys.stderr)
-            return 1
-    return 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
