@@ -45,7 +45,7 @@ QString annotated(const QVariant& value)
 {
     if (value.userType() == QMetaType::QStringList) {
         const QStringList items = value.toStringList();
-        return QLatin1Char('\'') + items.join(QLatin1String("', '")) + QLatin1String("' ")
+        return QLatin1Char('\'') + items.join(QLatin1String("', '")) + QLatin1Char('\'')
                + containerTypeText(value, static_cast<int>(items.size()));
     }
     if (value.canConvert<QString>())

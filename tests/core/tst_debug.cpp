@@ -227,7 +227,7 @@ private Q_SLOTS:
                                              "     'y' '2.5' (double)\n"
                                              "   - (invalid)\n"
                                              "   - 'end\n' (QString)\n"
-                                             " 'names' 'a', 'b' (QStringList)[2]");
+                                             " 'names' 'a', 'b'(QStringList)[2]");
         QCOMPARE(CDebug::toString(QVariantList()), QString());
     }
 
