@@ -237,10 +237,10 @@ bool CAccessControlMock::deleteGroupProperty(const QString& name)
 
 bool CAccessControlMock::addUsersToGroup(const QList<CItemId>& users, CItemId group)
 {
-    const bool known = std::all_of(users.cbegin(), users.cend(), [&](CItemId user) {
-        return m_store->findUserOrGroup(user, UserClassUser) != nullptr;
+    const bool good = std::all_of(users.cbegin(), users.cend(), [&](CItemId user) {
+        return user != CItemId() && m_store->findUserOrGroup(user, UserClassGroup) == nullptr;
     });
-    return known && setGroupProperty(membersKey, QVariant::fromValue(getUsersOfGroup(group) + users), group);
+    return good && setGroupProperty(membersKey, QVariant::fromValue(getUsersOfGroup(group) + users), group);
 }
 
 bool CAccessControlMock::removeUsersFromGroup(const QList<CItemId>& users, CItemId group)
@@ -376,7 +376,7 @@ bool CAccessControlMock::setAccessRightProperties(const QList<CItemId>& accessPo
                                                   const QVariantMap& properties)
 {
     QVariantMap* item = m_store->edit(usersGroupsName, user);
-    if (item == nullptr || !m_store->haveAll(accessPointsName, accessPoints))
+    if (item == nullptr || accessPoints.contains(CItemId()))
         return false;
     QVariantList rights = item->value(rightsKey).toList();
     for (const CItemId accessPoint : accessPoints) {

@@ -20,8 +20,9 @@ class MockStore;
 /// right.
 ///
 /// Relations stay whole: who is deleted disappears from groups, rights and codes, media become free (their "userId"
-/// is 0). A change that names an unknown item is refused as a whole. What is not modelled (logins, files, devices,
-/// opening doors and the like) answers with false, an empty value or nothing; no signal is ever emitted.
+/// is 0). A change of an unknown item is refused as a whole; as a member, or as the access point of a right, an unknown
+/// id (but 0) is kept as it is given. What is not modelled (logins, files, devices, opening doors and the like) answers
+/// with false, an empty value or nothing; no signal is ever emitted.
 class KYR_FOUNDATION_EXPORT CAccessControlMock : public ISimpleAccessControl
 {
     Q_OBJECT

@@ -3,8 +3,6 @@
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/demonstration_installation_p.h>
 
-#include <QtCore/QSet>
-
 #include <algorithm>
 
 using namespace Mock;
@@ -189,7 +187,7 @@ bool MockStore::remove(const QString& name, CItemId id)
     if (found == items.end())
         return false;
     items.erase(found);
-    restoreRelations();
+    restoreRelations({id});
     return true;
 }
 
@@ -198,6 +196,9 @@ bool MockStore::replace(const QString& name, const QVariantList& replacement)
     const auto items = m_collections.find(canonicalName(name));
     if (items == m_collections.end())
         return false;
+    QSet<CItemId> gone;
+    for (const QVariantMap& item : qAsConst(*items))
+        gone.insert(idOf(item));
     items->clear();
     for (const QVariant& element : replacement) {
         QVariantMap item = withPlainIds(element.toMap());
@@ -207,8 +208,9 @@ bool MockStore::replace(const QString& name, const QVariantList& replacement)
         });
         item.insert(idKey, taken || id <= CItemId() ? nextId().value() : id.value());
         items->append(item);
+        gone.remove(idOf(item));
     }
-    restoreRelations();
+    restoreRelations(gone);
     return true;
 }
 
@@ -238,36 +240,36 @@ bool MockStore::deleteProperty(const QString& collectionName, const QString& nam
 }
 
 // Takes out of the installation what refers to items that are not there (any more).
-void MockStore::restoreRelations()
+void MockStore::restoreRelations(const QSet<CItemId>& gone)
 {
     QMap<QString, QSet<CItemId>> present;
-    QSet<CItemId> users;
+    QSet<CItemId> noMembers = gone;
     for (auto items = m_collections.cbegin(); items != m_collections.cend(); ++items) {
         for (const QVariantMap& item : items.value()) {
             present[items.key()].insert(idOf(item));
-            if (items.key() == usersGroupsName && classOf(item) == UserClassUser)
-                users.insert(idOf(item));
+            if (items.key() == usersGroupsName && classOf(item) == UserClassGroup)
+                noMembers.insert(idOf(item));
         }
     }
-    const QSet<CItemId> accessPoints = present.value(accessPointsName);
 
     for (QVariantMap& item : m_collections[usersGroupsName]) {
         if (item.contains(membersKey)) {
             QList<CItemId> members;
-            QSet<CItemId> candidates = users;
+            QSet<CItemId> passed = noMembers;
             const QList<CItemId> named = toIds(item.value(membersKey));
             for (const CItemId member : named) {
-                if (candidates.remove(member))
-                    members.append(member);
+                if (passed.contains(member))
+                    continue;
+                passed.insert(member);
+                members.append(member);
             }
             item.insert(membersKey, QVariant::fromValue(members));
         }
         if (item.contains(rightsKey)) {
             QVariantList rights = item.value(rightsKey).toList();
-            rights.erase(
-                std::remove_if(rights.begin(), rights.end(),
-                               [&](const QVariant& right) { return !accessPoints.contains(accessPointOf(right)); }),
-                rights.end());
+            rights.erase(std::remove_if(rights.begin(), rights.end(),
+                                        [&](const QVariant& right) { return gone.contains(accessPointOf(right)); }),
+                         rights.end());
             item.insert(rightsKey, rights);
         }
     }

@@ -3,6 +3,7 @@
 #include <foundation/core/item_id.h>
 
 #include <QtCore/QMap>
+#include <QtCore/QSet>
 #include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
 
@@ -41,7 +42,8 @@ bool isFixed(const QString& property);
 } // namespace Mock
 
 /// The items of the installation in memory: property maps, in collections by name. Ids are unique in all of them, and
-/// after each change no item refers to one that is not there.
+/// after each change no item refers to one that is not there; but members and the access points of rights may have been
+/// unknown from the start.
 class MockStore
 {
 public:
@@ -75,7 +77,7 @@ public:
 
 private:
     CItemId nextId() const;
-    void restoreRelations();
+    void restoreRelations(const QSet<CItemId>& gone = {});
 
     QMap<QString, Collection> m_collections;
 };
