@@ -2,8 +2,6 @@
 
 #include <foundation/services/access_control_mock.h>
 
-#include <QtCore/QPluginLoader>
-#include <QtCore/QProcess>
 #include <QtTest/QtTest>
 
 // The plugin is found and loaded as the tools do it, and renders in a process without a graphical application object.

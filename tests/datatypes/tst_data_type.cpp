@@ -98,8 +98,8 @@ class TestDataType : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_previous = qInstallMessageHandler(collect); }
-    void cleanupTestCase() { qInstallMessageHandler(m_previous); }
+    void initTestCase() { qInstallMessageHandler(collect); }
+    void cleanupTestCase() { qInstallMessageHandler(nullptr); }
 
     void vocabularies()
     {
@@ -386,9 +386,6 @@ private Q_SLOTS:
         QCOMPARE(T::itemIdList({CDeviceId()}), QList<CItemId>{0});
         QCOMPARE(T::modulo10Checksum(12345), 7u);
     }
-
-private:
-    QtMessageHandler m_previous = nullptr;
 };
 
 QTEST_GUILESS_MAIN(TestDataType)

@@ -13,11 +13,11 @@ private Q_SLOTS:
         CFoundationTranslator translator;
         QCOMPARE(CFoundationTranslator::languages().join(' '), "de en fr it nl");
         for (const char* name : {"de", "de_CH", "de-AT"}) {
-            QVERIFY(translator.setLanguage(QString::fromLatin1(name)));
+            QVERIFY(translator.setLanguage(name));
             QCOMPARE(translator.translate("@default", "Opener"), "Öffner");
         }
         for (const char* name : {"es", "", "d", "../foundation"}) {
-            QVERIFY(!translator.setLanguage(QString::fromLatin1(name)));
+            QVERIFY(!translator.setLanguage(name));
             QVERIFY(translator.translate("@default", "Opener").isEmpty());
         }
     }
@@ -27,12 +27,11 @@ private Q_SLOTS:
     {
         const CDataType::DeviceRoles roles = CDataType::DeviceRoleOpener | CDataType::DeviceRoleOpenZones;
         const auto texts = [&] {
-            return QStringList(
-                       CDataType::deviceRolesToStrings(roles)
-                       + QStringList{CDataType::broadcastZoneFlagsCompactString(0x17),
-                                     CDataType::deviceOutputFlagsCompactString(0x7),
-                                     CDataType::pinCodeEventFlagsCompactString(CDataType::PinCodeEventFlagDigits4),
-                                     CDataType::rssiToSignalStrength(-50)})
+            return (CDataType::deviceRolesToStrings(roles)
+                    << CDataType::broadcastZoneFlagsCompactString(0x17)
+                    << CDataType::deviceOutputFlagsCompactString(0x7)
+                    << CDataType::pinCodeEventFlagsCompactString(CDataType::PinCodeEventFlagDigits4)
+                    << CDataType::rssiToSignalStrength(-50))
                 .join('|');
         };
         const QString english = "Opener|Open Zones|Zones 1-3, 5|Motor, Relays 1-2|4 digits|Excellent";

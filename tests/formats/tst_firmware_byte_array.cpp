@@ -77,21 +77,21 @@ private Q_SLOTS:
     {
         const QByteArray known =
             QByteArray("BFF\0\x09\0\0\0\xD9\xC6\x0B\x34", 12) + "123456789"; // a published checksum
-        const QList<QPair<QByteArray, int>> files{// and where the fault is, -1 in a valid one
-                                                  {QByteArray(), 0},
-                                                  {header({}).left(11), 11},
-                                                  {QByteArray("BFF\0\0\0\0\0\xFF\xFF\xFF\xFF", 12), -1},
-                                                  {known, -1},
-                                                  {known.mid(0, 3) + ' ' + known.mid(4), 0},
-                                                  {known.left(20), 4},
-                                                  {QByteArray("BFF\0\xFF\xFF\xFF\xFF", 8) + known.mid(8), 4},
-                                                  {known.left(20) + '8', 8},
-                                                  {header(field(0, "a") + field(10, {}) + field(255, "b")), -1},
-                                                  {header("\x02"), -1},
-                                                  {header("\x02\xFF\x03"), -1},
-                                                  {header("\x02\xFF\xFF\xFF\xFF\xFF"
-                                                          "abc"),
-                                                   -1}};
+        const std::pair<QByteArray, int> files[] = {
+            // and where the fault is, -1 in a valid one
+            {QByteArray(), 0},
+            {header({}).left(11), 11},
+            {QByteArray("BFF\0\0\0\0\0\xFF\xFF\xFF\xFF", 12), -1},
+            {known, -1},
+            {known.mid(0, 3) + ' ' + known.mid(4), 0},
+            {known.left(20), 4},
+            {QByteArray("BFF\0\xFF\xFF\xFF\xFF", 8) + known.mid(8), 4},
+            {known.left(20) + '8', 8},
+            {header(field(0, "a") + field(10, {}) + field(255, "b")), -1},
+            {header("\x02"), -1},
+            {header("\x02\xFF\x03"), -1},
+            {header("\x02" + QByteArray(5, '\xFF') + "abc"), -1},
+        };
         for (const auto& [file, faultOffset] : files) {
             CFirmwareByteArray firmware(file);
             QCOMPARE(firmware.checkHeader(), faultOffset < 0);

@@ -36,10 +36,7 @@ public:
 class Plugin : public CBaseReportPlugin
 {
 public:
-    Plugin()
-        : CBaseReportPlugin("test", nullptr)
-    {
-    }
+    using CBaseReportPlugin::CBaseReportPlugin;
     using CBaseReportPlugin::server;
 };
 
@@ -122,7 +119,7 @@ private Q_SLOTS:
     void fontsAndPlugin()
     {
         Model model;
-        Plugin plugin;
+        Plugin plugin("test", nullptr);
         plugin.initialize("console", &model);
         plugin.setReportTemplate("$name");
         QCOMPARE(plugin.server()->reportTemplate(), "$name");

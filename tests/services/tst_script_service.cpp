@@ -21,10 +21,7 @@ class Operation : public IDeviceOperation
     Q_PROPERTY(int architecture MEMBER m_architecture)
 
 public:
-    explicit Operation(QObject* parent)
-        : IDeviceOperation(parent, HighPriority)
-    {
-    }
+    using IDeviceOperation::IDeviceOperation;
     bool complete() override
     {
         journal.append("complete");
@@ -66,14 +63,10 @@ class Action : public IDeviceAction
     Q_OBJECT
 
 public:
-    Action(QObject* parent, bool finished)
-        : IDeviceAction(parent)
-        , m_finished(finished)
-    {
-    }
+    using IDeviceAction::IDeviceAction;
     void start() override {}
     QString name() const override { return QString(); }
-    bool isFinished() const override { return m_finished; }
+    bool isFinished() const override { return finished; }
     QVariantMap result() const override { return {{"open", true}}; }
     QString errorString() const override { return QString(); }
     void abort() override {}
@@ -83,8 +76,7 @@ public:
         deleteLater();
     }
 
-private:
-    bool m_finished;
+    bool finished = false;
 };
 
 class Devices : public IDeviceService
@@ -92,14 +84,11 @@ class Devices : public IDeviceService
     Q_OBJECT
 
 public:
-    Devices()
-        : IDeviceService(nullptr)
-    {
-    }
+    using IDeviceService::IDeviceService;
     IDeviceOperation* createDeviceOperation(const QString& name, QVariantMap& params) override
     {
         if (name == "read")
-            return operation = new ReadMedium(this);
+            return operation = new ReadMedium(this, IDeviceOperation::HighPriority);
         if (name == "fail")
             params.insert("errorString", "no such device");
         return nullptr;
@@ -111,7 +100,9 @@ public:
     {
         if (name == "none")
             return nullptr;
-        return action = new Action(this, name == "quick");
+        auto* created = new Action(this);
+        created->finished = name == "quick";
+        return action = created;
     }
     QPointer<IDeviceOperation> operation;
     QPointer<IDeviceAction> action;
@@ -151,7 +142,7 @@ private Q_SLOTS:
     {
         m_service.reset();
         m_model = std::make_unique<Model>();
-        m_devices = std::make_unique<Devices>();
+        m_devices = std::make_unique<Devices>(nullptr);
         m_service = std::make_unique<CScriptService>(m_model.get(), m_devices.get(), this);
         m_answers.clear();
         journal.clear();
@@ -183,10 +174,9 @@ private Q_SLOTS:
 
     void storedProperties()
     {
-        const ReadMedium operation(nullptr);
+        const ReadMedium operation(nullptr, IDeviceOperation::HighPriority);
         QStringList names;
-        const auto properties = operation.storedProperties();
-        for (const QMetaProperty& property : properties)
+        for (const QMetaProperty& property : operation.storedProperties())
             names.append(property.name());
         QCOMPARE(names.join(' '), "deviceId architecture uid results publicMediaId deviceId");
         QCOMPARE(operation.storedPropertiesMap().value("deviceId").toInt(), 123457);
