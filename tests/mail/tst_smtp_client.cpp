@@ -133,7 +133,7 @@ private Q_SLOTS:
         };
         const QByteArray line = "250 " + QByteArray(SmtpReplyReader::maxLineLength - 4, 'x');
         QCOMPARE(lastResult(line + "\r\n"), SmtpReplyReader::Complete);
-        QCOMPARE(lastResult(line + "x\r\n"), SmtpReplyReader::TooLong);
+        QCOMPARE(lastResult(line + "x\n"), SmtpReplyReader::TooLong);
         QCOMPARE(lastResult(line + "xx"), SmtpReplyReader::TooLong);
         QCOMPARE(lastResult(QByteArray("250-x\r\n").repeated(60000)), SmtpReplyReader::TooLong);
     }

@@ -175,12 +175,14 @@ private Q_SLOTS:
                 });
         for (const int authId : {0, 1, 2, 3})
             service.registerObserver(QString::number(authId), {"Doors"}, authId);
-        service.registerObserver("3", {"Doors"}, 2); // stays who it was
+        service.registerObserver("3", {"Doors", "Users"}, 2); // stays who it was
         journal.take();
         service.installNotificationFilter(&filter);
         service.notifyObservers("Doors", params);
         QCOMPARE(journal.take(), "0 notify Doors id=1 | 1 notify Doors for=1 | 3 notify Doors id=1");
         QCOMPARE(shared, 2); // what nobody changed is not copied
+        service.notifyObservers("Users", published(2));
+        QCOMPARE(journal.take(), "3 notify Users id=2");
         service.sendHeartbeatObservers();
         QCOMPARE(journal.take(), "0 heartbeat | 1 heartbeat | 2 heartbeat | 3 heartbeat");
         service.installNotificationFilter(nullptr);
