@@ -189,7 +189,6 @@ private Q_SLOTS:
     {
         QFETCH(bool, tls);
         QFETCH(bool, reads);
-        const QString devices = "Devices";
         FrontDoor door;
         if (tls) {
             DeviceCertificates authority;
@@ -205,7 +204,7 @@ private Q_SLOTS:
         Peer eager(port, tls);
         for (Peer* peer : {&lazy, &eager}) {
             peer->login();
-            peer->send(request("registerObserver", {devices}));
+            peer->send(request("registerObserver", {"Devices"}));
             QCOMPARE(peer->messages(2).size(), 2);
         }
         QTest::ignoreMessage(QtWarningMsg,
@@ -213,13 +212,13 @@ private Q_SLOTS:
         const QVariantMap big{{"text", QString(50000, QChar(0xe4))}};
         int sent = 0;
         for (; m_server->clients() == 2 && sent < 500; ++sent) {
-            m_service->notifyObservers(devices, big);
+            m_service->notifyObservers("Devices", big);
             const QJsonObject message = eager.messages(1).value(0);
             QCOMPARE(message.value("seq").toInt(), sent + 2);
-            QCOMPARE(message.value("params").toArray().toVariantList(), (QVariantList{devices, big}));
+            QCOMPARE(message.value("params").toArray().toVariantList(), (QVariantList{"Devices", big}));
         }
         QCOMPARE(m_server->clients(), 1);
-        m_service->notifyObservers(devices, big);
+        m_service->notifyObservers("Devices", big);
         QCOMPARE(eager.messages(1).size(), 1);
         if (!reads) {
             QTRY_COMPARE_WITH_TIMEOUT(m_server->others(), 0, NotificationServer::partingMs + 1000);
