@@ -13,6 +13,8 @@ constexpr int requestLine = 100;
 constexpr quint64 message = 0x10000;
 /// Bytes that wait for a peer that does not read. All it is sent so far is a challenge, and answers to its pings.
 constexpr qint64 writeBacklog = 0x10000;
+/// Connections that the system holds until they are accepted. Who finds no room tries again only after a second.
+constexpr int listenBacklog = 1024;
 /// Handshakes that go on at a time. One takes some milliseconds, so this many let thousands in a second, and cost less
 /// than 32 MiB.
 constexpr int pendingHandshakes = 256;

@@ -2,6 +2,7 @@
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_base.h>
+#include <foundation/network/listen_backlog_p.h>
 #include <foundation/network/socket_options_p.h>
 
 #include <QtCore/QPointer>
@@ -50,10 +51,12 @@ void CDeviceConnectorBase::applyTcpListeningPort()
     }
     if (m_tcpListeningPort == 0)
         return;
-    if (listen(QHostAddress::Any, m_tcpListeningPort))
-        qInfo("CDeviceConnector: started TCP listening on port %u", serverPort());
-    else
+    if (!listen(QHostAddress::Any, m_tcpListeningPort)) {
         qWarning("CDeviceConnector: TCP listening failed on port %u", m_tcpListeningPort);
+        return;
+    }
+    setListenBacklog(socketDescriptor(), ConnectionLimits::listenBacklog);
+    qInfo("CDeviceConnector: started TCP listening on port %u", serverPort());
 }
 
 void CDeviceConnectorBase::addIncomingConnection(qintptr descriptor)
