@@ -84,10 +84,13 @@ class Discover(unittest.TestCase):
 
     def test_terminal(self):
         """At a terminal there are a prompt, colour and progress; Ctrl+C ends a command, then the console."""
-        pid, terminal = pty.fork()
-        if pid == 0:
-            os.execl(f"{BIN}/kyr_console", "kyr_console")
         shown = b""
+
+        def start():
+            pid, terminal = pty.fork()
+            if pid == 0:
+                os.execl(f"{BIN}/kyr_console", "kyr_console")
+            return pid, terminal
 
         def until(text):
             nonlocal shown
@@ -96,6 +99,7 @@ class Discover(unittest.TestCase):
                 shown += os.read(terminal, 4096)
             shown = shown[shown.index(text) + len(text):]
 
+        pid, terminal = start()
         until(b"kyr> ")
         os.write(terminal, b"help\n")
         until(b"\033[1mCommand")
@@ -111,6 +115,11 @@ class Discover(unittest.TestCase):
         os.write(terminal, b"\x03")
         self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
         os.close(terminal)
+        for end in (lambda: os.write(terminal, b"\x04"), lambda: os.close(terminal)):
+            pid, terminal = start()
+            until(b"kyr> ")
+            end()
+            self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
 
     def test_attached_console(self):
         with Running("kyr_console", "--socket", "kyr-test-attach", "--log-file", "stderr", "--log-level", "DBG") as tool:
