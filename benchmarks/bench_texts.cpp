@@ -1,4 +1,5 @@
 // Quoted-printable, CSV and string templates.
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/formats/csv_writer.h>
 #include <foundation/formats/string_template.h>
 #include <foundation/mail/quoted_printable.h>
@@ -90,9 +91,7 @@ void csvPlainLoop(benchmark::State& state)
         QBuffer buffer;
         buffer.open(QIODevice::WriteOnly);
         QTextStream out(&buffer);
-#if QT_VERSION_MAJOR < 6
-        out.setCodec("UTF-8");
-#endif
+        QtCompat::setUtf8(out);
         for (int row = 0; row < model.rowCount(); ++row) {
             for (int column = 0; column < csvColumns; ++column) {
                 if (column > 0)

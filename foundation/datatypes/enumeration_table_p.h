@@ -1,5 +1,7 @@
 #pragma once
 
+#include <foundation/core/qt_compat_p.h>
+
 #include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFlags>
@@ -193,22 +195,13 @@ public:
     static QVariant toVariant(Set set)
     {
         const quint32 bits = bitsOf(set);
-        return bits != 0 ? QVariant(bits) : nullVariant();
+        return bits != 0 ? QVariant(bits) : QtCompat::nullUnsigned();
     }
 
     static Set fromVariant(const QVariant& variant) { return variant.isNull() ? Set() : castSet(variant.toUInt()); }
 
 private:
     static quint32 bitsOf(Set set) { return static_cast<quint32>(typename Set::Int(set)) & Mask; }
-
-    static QVariant nullVariant()
-    {
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-        return QVariant(QMetaType::fromType<quint32>());
-#else
-        return QVariant(QVariant::UInt);
-#endif
-    }
 
     static constexpr bool withinMask()
     {

@@ -1,5 +1,6 @@
 #include <foundation/formats/csv_writer.h>
 
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/core/string_utils.h>
 #include <foundation/formats/text_buffer_p.h>
 
@@ -89,11 +90,7 @@ void CCsvWriter::write(QTextStream& out)
         qWarning("CsvWriter: no model to write");
         return;
     }
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    out.setCodec("UTF-8");
-#else
-    out.setEncoding(QStringConverter::Utf8);
-#endif
+    QtCompat::setUtf8(out);
     out.setGenerateByteOrderMark(true);
 
     const QModelIndex root = m_rootIndex;

@@ -1,5 +1,7 @@
 #include <foundation/formats/firmware_byte_array.h>
 
+#include <foundation/core/qt_compat_p.h>
+
 #include <QtCore/QDebug>
 #include <QtCore/QtEndian>
 
@@ -295,7 +297,7 @@ bool CFirmwareByteArray::toNextPart()
         return false;
     const int count = m_partEnd;
     clearPart();
-    dropFront(count);
+    QtCompat::dropFront(*this, count);
     return true;
 }
 
@@ -492,25 +494,6 @@ bool CFirmwareByteArray::fault(qint64 offset, const QString& text)
     m_faultOffset = offset;
     m_faultText = text;
     return false;
-}
-
-void CFirmwareByteArray::dropFront(int count)
-{
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    // remove() would move the whole rest forward, again for each part. A sole owner lets the array begin further behind
-    // instead: Qt then treats the bytes as it treats raw data, that is, it copies them before the first change, and
-    // still frees the block with its last owner.
-    DataPtr& d = data_ptr();
-    if (!d->ref.isShared()) {
-        d->offset += count;
-        d->size -= count;
-        d->alloc = 0;
-    } else {
-        QByteArray::operator=(QByteArray(constData() + count, size() - count));
-    }
-#else
-    remove(0, count);
-#endif
 }
 
 void CFirmwareByteArray::clearPart()

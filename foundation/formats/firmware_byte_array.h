@@ -105,7 +105,6 @@ private:
     quint32 wordAt(qint64 offset) const;
     qint64 packageEnd() const;
     QList<QByteArray> packageHalves(bool names) const;
-    void dropFront(int count);
     void clearPart();
 
     static constexpr int valueCount = 9;

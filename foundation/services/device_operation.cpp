@@ -1,5 +1,7 @@
 #include <foundation/services/device_operation.h>
 
+#include <foundation/core/qt_compat_p.h>
+
 IDeviceOperation::IDeviceOperation(QObject* parent, unsigned int priority)
     : QObject(parent)
     , m_priority(priority)
@@ -15,12 +17,7 @@ QList<QMetaProperty> IDeviceOperation::storedProperties() const
         QList<QMetaProperty> ofLevel;
         for (int index = level->propertyOffset(); index < level->propertyCount(); ++index) {
             const QMetaProperty property = level->property(index);
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-            const bool stored = property.isStored(this);
-#else
-            const bool stored = property.isStored();
-#endif
-            if (stored)
+            if (QtCompat::isStored(property, this))
                 ofLevel.append(property);
         }
         properties = ofLevel + properties;

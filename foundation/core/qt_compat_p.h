@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMetaProperty>
+#include <QtCore/QTextStream>
+#include <QtCore/QVariant>
+
+/// What Qt 5 and Qt 6 say differently, with no wording that both understand. The only place that asks for the version.
+namespace QtCompat {
+
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+
+inline void setUtf8(QTextStream& stream)
+{
+    stream.setCodec("UTF-8");
+}
+
+inline bool isStored(const QMetaProperty& property, const QObject* object)
+{
+    return property.isStored(object);
+}
+
+/// A variant of type quint32 without a value.
+inline QVariant nullUnsigned()
+{
+    return QVariant(QVariant::UInt);
+}
+
+/// Takes bytes away in front without moving the rest, which remove() of Qt 5 does. A sole owner lets the array begin
+/// further behind instead: Qt then treats the bytes as it treats raw data, that is, it copies them before the first
+/// change, and still frees the block with its last owner.
+inline void dropFront(QByteArray& bytes, int count)
+{
+    QByteArray::DataPtr& d = bytes.data_ptr();
+    if (!d->ref.isShared()) {
+        d->offset += count;
+        d->size -= count;
+        d->alloc = 0;
+    } else {
+        bytes = QByteArray(bytes.constData() + count, bytes.size() - count);
+    }
+}
+
+#else
+
+inline void setUtf8(QTextStream& stream)
+{
+    stream.setEncoding(QStringConverter::Utf8);
+}
+
+inline bool isStored(const QMetaProperty& property, const QObject*)
+{
+    return property.isStored();
+}
+
+inline QVariant nullUnsigned()
+{
+    return QVariant(QMetaType::fromType<quint32>());
+}
+
+inline void dropFront(QByteArray& bytes, int count)
+{
+    bytes.remove(0, count);
+}
+
+#endif
+
+} // namespace QtCompat
