@@ -43,7 +43,7 @@ bool applyLogOptions(AppOptions& options)
 
 #ifdef Q_OS_WIN
 
-void onTerminationRequest(QObject*, const std::function<void()>&) {}
+void onTerminationRequest(QObject*, const std::function<void(Termination)>&) {}
 
 void openStandardDescriptors() {}
 
@@ -61,7 +61,7 @@ constexpr int terminationSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 void onSignal(int number)
 {
-    const char byte = 0;
+    const char byte = number == SIGINT ? char(Termination::Interrupt) : char(Termination::End);
     // Asked again before the event loop has taken notice, the process ends at once.
     std::signal(number, SIG_DFL);
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
@@ -78,7 +78,7 @@ void catchSignals()
 
 } // namespace
 
-void onTerminationRequest(QObject* context, const std::function<void()>& handler)
+void onTerminationRequest(QObject* context, const std::function<void(Termination)>& handler)
 {
     if (::pipe(signalPipe) != 0)
         return;
@@ -88,7 +88,7 @@ void onTerminationRequest(QObject* context, const std::function<void()>& handler
     QObject::connect(notifier, &QSocketNotifier::activated, context, [handler] {
         char byte = 0;
         if (::read(signalPipe[0], &byte, 1) == 1) {
-            handler();
+            handler(Termination(byte));
             catchSignals();
         }
     });

@@ -11,9 +11,14 @@ void addLogOptions(AppOptions& options, const QString& defaultLevel, const QStri
 /// Installs the message handler as the options say. False with an error in `options`.
 bool applyLogOptions(AppOptions& options);
 
-/// Calls `handler` from the event loop when the user or the system asks the process to end (Ctrl+C, kill); asked for
-/// the second time the process ends at once. One for each process; does nothing on systems without such signals.
-void onTerminationRequest(QObject* context, const std::function<void()>& handler);
+enum class Termination
+{
+    Interrupt, ///< the user's Ctrl+C
+    End        ///< the system wants the process gone: kill, end of a service, closed terminal
+};
+/// Calls `handler` from the event loop when the user or the system asks the process to end; asked for the second time
+/// before that the process ends at once. One for each process; does nothing on systems without such signals.
+void onTerminationRequest(QObject* context, const std::function<void(Termination)>& handler);
 
 /// Makes sure that descriptors 0 to 2 are open, or sockets of the program would take their places. To be called first.
 void openStandardDescriptors();

@@ -40,7 +40,7 @@ int run(int argc, char** argv)
     QString error;
     if (!simulator.start(error))
         return failed(error, 1);
-    onTerminationRequest(&app, [] { QCoreApplication::quit(); });
+    onTerminationRequest(&app, [](Termination) { QCoreApplication::quit(); });
     std::fputs(simulator.describe().constData(), stdout);
     std::fflush(stdout);
     const int code = app.exec();

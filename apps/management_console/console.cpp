@@ -87,6 +87,8 @@ void Console::commandDone(int code)
         setReturnCode(code);
         return terminate();
     }
+    if (m_ending)
+        return terminate();
     if (m_input == Input::Arguments) {
         if (!m_session->server())
             terminate();
@@ -113,6 +115,13 @@ void Console::interrupt()
         m_command->cancel();
     else
         terminate();
+}
+
+void Console::end()
+{
+    m_ending = true;
+    m_lines.clear();
+    interrupt();
 }
 
 void Console::writeText(const QString& text)

@@ -34,8 +34,10 @@ public:
     /// Runs the command that was given as arguments, then takes lines unless the input is Arguments. Without a command
     /// it takes lines at once.
     void begin(const QStringList& arguments);
-    /// Ctrl+C or a request to end: ends the running command, or the console when there is none.
+    /// Ends the running command, or the console when there is none.
     void interrupt();
+    /// Ends the running command and the console.
+    void end();
 
     void writeText(const QString& text);
     void writeErrorText(const QString& text);
@@ -58,6 +60,7 @@ private:
     Input m_input;
     bool m_colour;
     bool m_started = false;
+    bool m_ending = false;
     bool m_waiting = false; // the prompt is shown
     bool m_progress = false;
     QPointer<Command> m_command;

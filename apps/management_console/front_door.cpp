@@ -49,9 +49,10 @@ Request parseRequest(const QByteArray& head)
 QByteArray readFile(const QString& name, QString& error)
 {
     QFile file(name);
-    if (!file.open(QIODevice::ReadOnly))
-        error = QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString());
-    return file.readAll();
+    if (file.open(QIODevice::ReadOnly))
+        return file.readAll();
+    error = QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString());
+    return QByteArray();
 }
 
 } // namespace

@@ -39,7 +39,12 @@ void addGlobalOptions(AppOptions& options)
 int runConsole(QCoreApplication& app, CAbstractCliIO* io, Console::Input input, const QStringList& arguments)
 {
     Console console(io, input);
-    onTerminationRequest(&app, [&console] { console.interrupt(); });
+    onTerminationRequest(&app, [&console](Termination request) {
+        if (request == Termination::End)
+            console.end();
+        else
+            console.interrupt();
+    });
     console.begin(arguments);
     const int code = app.exec();
     endSoon(code);

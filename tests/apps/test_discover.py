@@ -122,15 +122,23 @@ class Discover(unittest.TestCase):
             self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), 0)
 
     def test_attached_console(self):
-        with Running("kyr_console", "--socket", "kyr-test-attach", "--log-file", "stderr", "--log-level", "DBG") as tool:
+        name = f"kyr-test-{os.getpid()}"
+        with Running("kyr_console", "--socket", name, "--log-file", "stderr", "--log-level", "DBG") as tool:
             tool.until("Started listening")
-            self.assertEqual(console("--attach", "kyr-test-attach", "nonsense")[:2], (2, 'unknown command "nonsense" (see: help)\n'))
-            code, out, error = console("--attach", "kyr-test-attach", stdin="help\nhelp help\n")
+            self.assertEqual(console("--attach", name, "nonsense")[:2], (2, 'unknown command "nonsense" (see: help)\n'))
+            code, out, error = console("--attach", name, stdin="help\nhelp help\n")
             self.assertEqual((code, error), (0, ""))
             self.assertIn("Usage: help", out)
-            self.assertEqual(console("--attach", "kyr-test-attach", "quit")[0], 0)
+            self.assertEqual(console("--attach", name, "quit")[0], 0)
             self.assertEqual(tool.process.wait(6), 0)
-        self.assertEqual(console("--attach", "kyr-test-attach", "help")[0], 1)
+        self.assertEqual(console("--attach", name, "help")[0], 1)
+        # Asked to end, which leaving the block does, it ends although a command is under way.
+        with Running("kyr_console", "--socket", name, "--log-file", "stderr", "--log-level", "DBG") as tool:
+            tool.until("Started listening")
+            client = subprocess.Popen([f"{BIN}/kyr_console", "--attach", name, "discover", "--wait", "60000"],
+                                      stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            tool.until("Send UDP query")
+        self.assertEqual(client.wait(6), 1)
 
 
 if __name__ == "__main__":
