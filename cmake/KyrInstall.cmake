@@ -17,6 +17,26 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KyrFoundationConfigVersio
 install(FILES ${PROJECT_BINARY_DIR}/KyrFoundationConfig.cmake ${PROJECT_BINARY_DIR}/KyrFoundationConfigVersion.cmake
     DESTINATION ${kyr_package_dir} COMPONENT development)
 
+# kyr_install_compressed(COMPONENT DIRECTORY FILE): installs a text the way manual pages and change logs are kept.
+find_program(KYR_GZIP gzip)
+function(kyr_install_compressed component directory file)
+    if(KYR_GZIP)
+        get_filename_component(name ${file} NAME)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+        file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/compressed)
+        execute_process(COMMAND ${KYR_GZIP} -9nc ${file} OUTPUT_FILE ${PROJECT_BINARY_DIR}/compressed/${name}.gz
+            COMMAND_ERROR_IS_FATAL ANY)
+        set(file ${PROJECT_BINARY_DIR}/compressed/${name}.gz)
+    endif()
+    install(FILES ${file} DESTINATION ${directory} COMPONENT ${component})
+endfunction()
+if(KYR_BUILD_APPS)
+    kyr_install_compressed(tools ${CMAKE_INSTALL_MANDIR}/man1
+        ${PROJECT_SOURCE_DIR}/apps/management_console/kyr_console.1)
+    kyr_install_compressed(tools ${CMAKE_INSTALL_MANDIR}/man1
+        ${PROJECT_SOURCE_DIR}/apps/device_simulator/kyr_device_simulator.1)
+endif()
+
 # The prefix as seen from the pkg-config file, so that an installed tree may be moved.
 file(RELATIVE_PATH kyr_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kyr_foundation.pc.in ${PROJECT_BINARY_DIR}/kyr_foundation.pc @ONLY)

@@ -5,6 +5,7 @@
 
 #include <foundation/services/base_report_server.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QSaveFile>
@@ -25,7 +26,10 @@ QString defaultTemplate()
 QByteArray renderByHelper(const QString& html, const QString& footer)
 {
     const QString name = QStringLiteral("kyr_report_pdf");
-    QString program = QStandardPaths::findExecutable(name, {QCoreApplication::applicationDirPath()});
+    const QDir application(QCoreApplication::applicationDirPath());
+    QString program = QStandardPaths::findExecutable(
+        name, {application.path(), application.filePath(QStringLiteral(KYR_HELPERS_FROM_TOOLS)),
+               QStringLiteral(KYR_HELPERS)});
     if (program.isEmpty())
         program = QStandardPaths::findExecutable(name);
     QProcess helper;

@@ -15,7 +15,7 @@
 ///     generator->getUserReportAsPdf(userIds, &pdf);
 ///
 /// PDF is rendered in the process if that has a QGuiApplication. Without one (command-line tools) the helper program
-/// kyr_report_pdf does it, looked for beside the application and in PATH.
+/// kyr_report_pdf does it, looked for beside the application, in "libexec/kyr" of the installation and in PATH.
 ///
 /// A template is HTML with $keys and sections, see section_template.h and report_html.h; without one user_report.html
 /// is used. Users who do not exist are left out; a report of nobody is not made.
