@@ -1,5 +1,7 @@
 #include "fuzz_support.h"
 
+#include <foundation/core/utf8_p.h>
+
 #include <QtCore/QCoreApplication>
 
 #include <cstdio>
@@ -72,7 +74,7 @@ void fuzzFailed(const char* condition, const char* file, int line)
 
 QString fuzzText(const QByteArray& bytes)
 {
-    return QString::fromUtf8(bytes.constData(), bytes.size());
+    return utf8Whole(bytes);
 }
 
 FuzzTarget::FuzzTarget(const char* targetName, void (*function)(FuzzInput))

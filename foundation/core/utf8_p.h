@@ -10,3 +10,10 @@ inline QString utf8UpToZero(const QByteArray& bytes)
     return QString::fromUtf8(bytes.constData(),
                              static_cast<int>(qstrnlen(bytes.constData(), static_cast<uint>(bytes.size()))));
 }
+
+/// All of a text, zero bytes included, with every version of Qt.
+inline QString utf8Whole(const QByteArray& bytes)
+{
+    // A size is never negative; the compiler does not know, and warns of what -1 means to fromUtf8.
+    return QString::fromUtf8(bytes.constData(), qMax(0, static_cast<int>(bytes.size())));
+}

@@ -1,5 +1,7 @@
 #include <foundation/mail/smtp_reply_reader_p.h>
 
+#include <foundation/core/utf8_p.h>
+
 #include <algorithm>
 
 namespace {
@@ -32,7 +34,7 @@ SmtpReplyReader::Result SmtpReplyReader::next(QStringList* lines)
         begin = lineEnd + 1;
         if (line.isEmpty())
             continue;
-        m_lines += QString::fromUtf8(line.constData(), line.size()); // zero bytes included
+        m_lines += utf8Whole(line);
         m_replyLength += length;
         if (line.size() > maxLineLength || m_replyLength > maxReplyLength)
             result = TooLong;
