@@ -179,7 +179,7 @@ void CDeviceConnectorAppSide::onIncomingConnectionDataReceived()
     disconnect(socket, &QTcpSocket::readyRead, this, &CDeviceConnectorAppSide::onIncomingConnectionDataReceived);
     m_silentSockets->release(socket);
     socket->setReadBufferSize(0);
-    const QHostAddress address = socket->peerAddress();
+    const QHostAddress address = CDeviceDiscoveryBase::plainAddress(socket->peerAddress());
     const quint16 port = socket->peerPort();
     CDeviceId deviceId;
     CSystemId systemId;

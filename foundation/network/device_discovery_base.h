@@ -66,6 +66,9 @@ public:
     /// nothing known. Of a header that stands there several times the last one counts; a value that is no number is 0.
     static QMap<Header, QVariant> parseHeaders(const QByteArray& data, DatagramType& type);
 
+    /// The address as people know it: an IPv4 peer of a socket that serves both protocols has a mapped IPv6 one.
+    static QHostAddress plainAddress(const QHostAddress& address);
+
     /// A message of a known type from `sender`.
     virtual void receiveMessage(DatagramType type, const QMap<Header, QVariant>& headers, const QHostAddress& sender,
                                 quint16 senderPort) = 0;
@@ -75,8 +78,6 @@ public Q_SLOTS:
     void receiveDatagram();
 
 protected:
-    /// The address as people know it: an IPv4 peer of a socket that serves both protocols has a mapped IPv6 one.
-    static QHostAddress plainAddress(const QHostAddress& address);
     void sendDatagram(const QByteArray& message, const QHostAddress& address, quint16 port);
 
 private:

@@ -447,9 +447,10 @@ private Q_SLOTS:
         QPointer<QTcpSocket> handed;
         QStringList devices;
         connect(&connector, &CDeviceConnectorAppSide::deviceInfoReceived, this,
-                [&](const QHostAddress&, quint16, const CDeviceId& device, const CSystemId& system, int type,
+                [&](const QHostAddress& address, quint16, const CDeviceId& device, const CSystemId& system, int type,
                     QTcpSocket* socket) {
                     devices += QStringLiteral("%1 %2 %3").arg(device.value()).arg(system.value()).arg(type);
+                    QCOMPARE(address, QHostAddress(QHostAddress::LocalHost));
                     handed = socket;
                     if (device.value() == 666)
                         delete socket;
