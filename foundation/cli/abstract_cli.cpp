@@ -57,11 +57,12 @@ void CAbstractCli::setReturnCode(int returnCode)
 
 void CAbstractCli::terminate()
 {
-    // A console channel deletes itself in its own thread once that has ended, which its stop() asks for by an event of
-    // this thread. The channel is let go by an earlier event, so nothing here can meet it half gone.
-    QMetaObject::invokeMethod(
-        this, [this] { m_stopped = true; }, Qt::QueuedConnection);
     if (CAbstractCliIO* io = channel()) {
+        // A console channel deletes itself in its own thread once that has ended, which its stop() asks for by an event
+        // of this thread. The channel is let go by an earlier event, so nothing here can meet it half gone.
+        if (io->thread() != thread())
+            QMetaObject::invokeMethod(
+                this, [this] { m_stopped = true; }, Qt::QueuedConnection);
         io->flushStandardOutput();
         io->stop();
     }

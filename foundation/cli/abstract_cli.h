@@ -42,8 +42,9 @@ public:
 public Q_SLOTS:
     /// Starts the channel; each line then reaches readLine(). At the end of the input the program is terminated.
     void execute();
-    /// Flushes and stops the channel and ends the program with the stored return code after the current event. Lines
-    /// that are written in later events are dropped; a line that was read before still reaches readLine().
+    /// Flushes and stops the channel and ends the program with the stored return code after the current event. A
+    /// channel that has a thread of its own gets no lines that are written in later events; a line that was read before
+    /// still reaches readLine().
     void terminate();
     /// Forwarded to the channel.
     void writeLine(const QString& line);
