@@ -180,13 +180,14 @@ void CDeviceConnectorDeviceSide::onNewOutgoingConnection(QTcpSocket* socket)
 
 void CDeviceConnectorDeviceSide::onOutgoingConnectionEncrypted()
 {
-    if (auto* socket = qobject_cast<QSslSocket*>(sender()))
+    auto* socket = qobject_cast<QSslSocket*>(sender());
+    if (socket && socket->state() == QAbstractSocket::ConnectedState)
         concludeOutgoingConnection(socket);
 }
 
 void CDeviceConnectorDeviceSide::concludeOutgoingConnection(QTcpSocket* socket)
 {
-    if (socket && socket->state() == QAbstractSocket::ConnectedState)
+    if (socket)
         handOver(socket, true);
 }
 
