@@ -5,22 +5,28 @@ import email
 import email.policy
 import json
 import os
+import ssl
+import subprocess
 import tempfile
 import unittest
 
 from aiosmtpd.controller import Controller
+from aiosmtpd.smtp import AuthResult
 
-from tools import console, main
+from tools import BUILD, ROOT, console, main
 
 
 class Mailbox:
-    """A mail server's handler that keeps what it was given."""
+    """A mail server's handler that keeps what it was given: (log-in, TLS?, sender, recipients, mail)."""
 
     def __init__(self):
         self.mails = []
 
     async def handle_DATA(self, server, session, envelope):
-        self.mails.append((envelope.rcpt_tos, envelope.content))
+        mail = email.message_from_bytes(envelope.content, policy=email.policy.default)
+        encrypted = server.transport.get_extra_info("ssl_object") is not None
+        login = session.auth_data and session.auth_data.login
+        self.mails.append((login, encrypted, envelope.mail_from, envelope.rcpt_tos, mail))
         return "250 kept"
 
 
@@ -40,7 +46,7 @@ class Commands(unittest.TestCase):
         self.assertNotIn("Ben Costa", rows[0]["users"])
         self.assertEqual([row["user"] for row in self.table("users delete 31\nmedia")][0], "")
         self.assertIn({"value": 41, "text": "Network Gateway"}, self.table("mapping DeviceType"))
-        for command in ("users delete 99", "groups join 41 99", "media give 99 31", "mapping Nonsense", "users fly"):
+        for command in ("users delete 99", "groups join 99 31", "groups join 41 41", "media give 99 31", "mapping Nonsense", "users fly"):
             code, _, error = console(*command.split())
             self.assertNotEqual(code, 0, command)
             self.assertEqual(error.count("\n"), 1, command)
@@ -71,29 +77,62 @@ class Commands(unittest.TestCase):
             self.assertEqual(console("report", "--users", "33,99", "--pdf", file)[0], 2)
             self.assertEqual(console("report", "--pdf", f"{where}/none/users.pdf")[0], 1)
 
-    def test_mail(self):
+    def mail(self, *arguments, port=2525, **server):
+        """Runs the mail command against a server: (exit code, standard output, what the server was given)."""
         mailbox = Mailbox()
-        code, _, error = console("mail", "--check", "--account", "a@example.com", "--server", "127.0.0.1:1")
-        self.assertEqual((code, error.startswith("mail: ")), (1, True))
         try:
-            controller = Controller(mailbox, hostname="127.0.0.2", port=2525)
+            controller = Controller(mailbox, hostname="127.0.0.2", port=port, **server)
             controller.start()
         except OSError:
-            self.skipTest("port 2525 is taken")
+            self.skipTest(f"port {port} is taken")
         try:
-            server = ["--server", "127.0.0.2:2525", "--account", "a@example.com"]
-            self.assertEqual(console("mail", "--check", *server)[:2], (0, "The settings are in order.\n"))
-            self.assertEqual(mailbox.mails, [])
-            code, out, error = console("mail", "--to", "b@example.com", "--subject", "T\u00fcr 1 \u2013 offen", "--text",
-                                       "x < y", *server)
-            self.assertEqual((code, out, error), (0, "Sent.\n", ""))
-            recipients, content = mailbox.mails[0]
-            mail = email.message_from_bytes(content, policy=email.policy.default)
-            self.assertEqual((recipients, mail["subject"]), (["b@example.com"], "T\u00fcr 1 \u2013 offen"))
-            self.assertIn("x &lt; y", mail.get_body(("html",)).get_content())
-            self.assertEqual(console("mail", "--to", "b@example.com>", "--subject", "x", *server)[0], 1)
+            code, out, _ = console("mail", "--server", f"127.0.0.2:{port} [verify_none]", "--account", "a@example.com",
+                                   *arguments, env={"KYR_CONSOLE_MAIL_PASSWORD": "s\u00e4cret word" if server else ""})
+            return code, out, mailbox.mails
         finally:
             controller.stop()
+
+    def test_mail(self):
+        code, _, error = console("mail", "--check", "--account", "a@example.com", "--server", "127.0.0.1:1")
+        self.assertEqual((code, error.startswith("mail: ")), (1, True))
+        self.assertEqual(self.mail("--check"), (0, "The settings are in order.\n", []))
+        self.assertEqual(self.mail("--to", "b@example.com>", "--subject", "x")[0], 1)
+        mail = self.mail("--to", "b@example.com", "--subject", "x", "--text", "x < y")[2][0]
+        self.assertEqual(mail[:2], (None, False))
+        self.assertIn("x &lt; y", mail[-1].get_body(("html",)).get_content())
+
+    def test_mail_with_login(self):
+        """What is hard to encode arrives as it was, by each way in."""
+        subject = "T\u00fcr 3 ge\u00f6ffnet \U0001f511 ${MESSAGE} \u2014 ein Betreff \u00fcber mehrere Zeilen\nBcc: x"
+        text = ".\n..Gr\u00fc\u00dfe an alle,\rdie T\u00fcr ist offen. \n.\nfrom: me\n" + "." * 200
+        with open(f"{ROOT}/foundation/resources/email_template_default.html", encoding="utf-8") as template:
+            page = template.read()
+        for placeholder, value in (("${MESSAGE}", text), ("${PREHEADER}", "Vorschau \U0001f600"), ("${HEADER}", subject)):
+            self.assertIn(placeholder, page)
+            page = page.replace(placeholder, value)
+        with tempfile.TemporaryDirectory() as where:
+            subprocess.run([f"{ROOT}/scripts/device-certificate", "mail", where, f"{BUILD}/dev-ca"], check=True)
+            context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+            context.load_cert_chain(f"{where}/mail.pem", f"{where}/mail.key")
+            login = {"auth_required": True, "authenticator": lambda server, session, envelope, mechanism, data:
+                     AuthResult(success=data.password == "s\u00e4cret word".encode(), auth_data=data)}
+            start_tls = {"tls_context": context, "require_starttls": True}
+            to = ["b@example.com", "c@example.com"]
+            for server in ({"auth_exclude_mechanism": ["LOGIN"], **start_tls},
+                           {"auth_exclude_mechanism": ["PLAIN"], **start_tls},
+                           {"port": 2465, "ssl_context": context, "auth_require_tls": False}):
+                code, _, mails = self.mail("--to", to[0], "--to", to[1], "--subject", subject, "--text", text,
+                                           "--preheader", "Vorschau \U0001f600", **login, **server)
+                self.assertEqual((code, len(mails)), (0, 1))
+                *envelope, mail = mails[0]
+                self.assertEqual(envelope, [b"a@example.com", True, "a@example.com", to])
+                self.assertEqual((mail["From"], mail["To"]), ("a@example.com", ", ".join(to)))
+                self.assertEqual(mail["Subject"], subject.replace("\n", " "))
+                self.assertEqual((mail["Date"].datetime is None, mail.get_content_type()), (False, "multipart/alternative"))
+                self.assertEqual([part.defects for part in mail.walk() if part.defects], [])
+                for kind, expected in (("plain", f"{text}\n\nVorschau \U0001f600"), ("html", page)):
+                    content = mail.get_body((kind,)).get_content()
+                    self.assertEqual(content.replace("\r\n", "\n").strip(), expected.replace("\r", "\n").strip())
 
     def test_log(self):
         code, out, _ = console(stdin="discover --wait 20 --port 9\nlog --lines 1 --json\nlog --match nonsense")
