@@ -273,7 +273,8 @@ void CDeviceConnectorAppSide::onNewIncomingWebSocketConnection()
 
 void CDeviceConnectorAppSide::establish(DeviceHandshake* handshake)
 {
-    const QPointer<QWebSocket> webSocket = handshake->webSocket();
+    QWebSocket* const webSocket = handshake->webSocket();
+    const QPointer<QWebSocket> alive(webSocket);
     const DeviceHandshake::Request request = handshake->request();
     const QString text = handshake->text();
     forget(handshake);
@@ -281,8 +282,8 @@ void CDeviceConnectorAppSide::establish(DeviceHandshake* handshake)
     webSocket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());
     webSocket->setMaxAllowedIncomingMessageSize(QWebSocket::maxIncomingMessageSize());
     webSocket->sendBinaryMessage(QByteArrayLiteral("OK"));
-    Q_EMIT webSocketConnectionEstablished(request.deviceId, request.deviceType, request.systemId, webSocket, text);
+    Q_EMIT webSocketConnectionEstablished(request.deviceId, request.deviceType, request.systemId, alive, text);
     // The receiver may have deleted either of them; nothing below touches the connector.
-    if (webSocket && webSocket->parent() == parent)
-        DeviceHandshake::drop(webSocket, QStringLiteral("unhandled websocket"));
+    if (alive && alive->parent() == parent)
+        DeviceHandshake::drop(alive, QStringLiteral("unhandled websocket"));
 }

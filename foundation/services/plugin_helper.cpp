@@ -6,7 +6,7 @@ QList<QDir> CPluginHelper::findPluginsDirectories(const QString& basePath)
     const QString folder = directory.dirName().toLower();
     if (folder == QLatin1String("debug") || folder == QLatin1String("release"))
         directory.cdUp();
-    directory.cd(QStringLiteral("plugins"));
+    directory.cd(QStringLiteral("plugins")); // cppcheck-suppress ignoredReturnValue ; without one it stays where it is
 
     QString libraries;
     if (directory.dirName() == QLatin1String("Admora"))
