@@ -7,6 +7,7 @@
 #include <QtCore/QStringList>
 
 #include <array>
+#include <type_traits>
 
 /// What tells a device whom or what to let through, and when: an id and, by the class, restrictions to it. The thirteen
 /// concrete classes are in authorization_types.h.
@@ -90,6 +91,18 @@ private:
     IdType m_idType;
     AuthType m_type;
 };
+
+/// For operands of two classes. C++20 tries each operator with its operands swapped, too, and would find the member of
+/// either class as good as that of the other.
+template<typename A, typename B,
+         std::enable_if_t<std::is_base_of<CAuthorizationTypeData, A>::value
+                              && std::is_base_of<CAuthorizationTypeData, B>::value,
+                          int> = 0>
+bool operator==(const A& a, const B& b)
+{
+    const CAuthorizationTypeData& other = b;
+    return a.operator==(other);
+}
 
 // The restrictions; each concrete class derives from those it has.
 
