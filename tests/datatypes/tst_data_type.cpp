@@ -67,7 +67,7 @@ void flags(const char* name, const char* (*text)(Enum), Enum (*cast)(int), Enum 
     QStringList texts;
     QList<Enum> named;
     for (const Enum bit : values(Set(QFlag(~0u)))) {
-        QVERIFY2(quint32(bit) > together && (bit & (bit - 1)) == 0, name);
+        QVERIFY2(quint32(bit) > together && qPopulationCount(quint32(bit)) == 1, name);
         together |= bit;
         texts += text(bit);
         if (texts.last() != "Unknown")

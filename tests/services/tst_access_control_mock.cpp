@@ -31,6 +31,9 @@ private Q_SLOTS:
         QCOMPARE(mock.getUserOfRfidMedium(medium), CItemId());
         QVERIFY(!mock.setRfidMediumProperty("userId", 999, medium));
         QVERIFY(mock.setRfidMediumProperty("userId", user.value(), medium));
+        QVERIFY(!mock.setUserProperty("Email", "a@example.com", 999));
+        QVERIFY(!mock.addRfidMediaToUser({medium, 999}, user) && !mock.addAccessPointsToUser({door}, 999));
+        QVERIFY(!mock.deleteRfidMedium(999) && !mock.deleteUsersAndGroups({user, 999}));
         QVERIFY(mock.addAccessPointsToUser({door}, user));
         QVERIFY(mock.deleteAccessPoint(door) && mock.getAccessPointsOfUser(user).isEmpty());
         QVERIFY(mock.deleteRfidMedium(medium) && mock.getRfidMediaOfUser(user).isEmpty());
