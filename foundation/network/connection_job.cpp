@@ -350,8 +350,9 @@ void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)
     auto* socket = qobject_cast<QWebSocket*>(sender());
     if (d->over || !socket)
         return;
-    // Only the first message; this also drops further ones that are already queued.
-    disconnect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived);
+    // Only the first message: a further one that is already queued finds the connection gone.
+    if (!disconnect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived))
+        return;
     Q_EMIT webSocketInitialDataReceived(socket, data, discoverAddressOf(socket));
 }
 

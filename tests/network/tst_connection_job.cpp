@@ -132,21 +132,10 @@ private Q_SLOTS:
             {"[2001:db8::5]:5000", Kind::Address, "2001:db8::5", 5000},
             {"broadcast", Kind::Address, "255.255.255.255"},
             {"255.255.255.255:9", Kind::Address, "255.255.255.255", 9},
-            {"Broadcast", Kind::HostName, "Broadcast"},
             {"000.123.457", Kind::Label, "000.123.457"},
-            {"000.123.458", Kind::HostName, "000.123.458"},
-            {"1", Kind::HostName, "1"},
-            {"1.2.3", Kind::HostName, "1.2.3"},
-            {"010.0.0.1", Kind::HostName, "010.0.0.1"},
-            {"1.2.3.256", Kind::HostName, "1.2.3.256"},
-            {"door.example", Kind::HostName, "door.example"},
             {"door.example:80", Kind::HostName, "door.example", 80},
-            {"door.example:http", Kind::HostName, "door.example:http"},
-            {"1.2.3.4:65536", Kind::HostName, "1.2.3.4:65536"},
-            {"[::1]:x", Kind::HostName, "[::1]:x"},
             {"http://door.example/", Kind::Url, ""},
             {"https://", Kind::Url, ""},
-            {"ftp://door.example/", Kind::HostName, "ftp://door.example/"},
         };
         for (const auto& row : rows) {
             const auto candidate = CandidateAddress::parse(QString::fromLatin1(row.text), 7);
@@ -155,6 +144,12 @@ private Q_SLOTS:
                                    : row.kind == Kind::Label ? candidate.deviceId.toLabel()
                                                              : candidate.host;
             QCOMPARE(target, QString::fromLatin1(row.target));
+        }
+        for (const char* host : {"door.example", "Broadcast", "000.123.458", "1", "1.2.3", "010.0.0.1", "1.2.3.256",
+                                 "door.example:http", "1.2.3.4:65536", "[::1]:x", "ftp://door.example/"}) {
+            const auto candidate = CandidateAddress::parse(QString::fromLatin1(host), 7);
+            QVERIFY2(candidate.kind == Kind::HostName && candidate.port == 7, host);
+            QCOMPARE(candidate.host, QString::fromLatin1(host));
         }
     }
 
@@ -251,16 +246,11 @@ private Q_SLOTS:
         QVERIFY(server.listen(QHostAddress::LocalHost));
         Connector connector;
         connector.sendsUdp = true;
-        QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
         QElapsedTimer time;
         time.start();
-        connector.connectToAddresses({{QStringLiteral("127.0.0.1:%1").arg(server.serverPort())}}, 0, true, QString());
-        QTRY_COMPARE(connector.events.size(), 2);
-        QVERIFY(time.elapsed() >= 90);
-        QVERIFY(finished.isEmpty());
-        QTRY_COMPARE(finished.count(), 1);
+        QCOMPARE(connector.run({addressOf(server)}), QVariantList{false});
         QVERIFY(time.elapsed() >= 180);
-        QVERIFY(!finished[0][0].toBool());
+        QCOMPARE(connector.events.size(), 2);
     }
 
     void hostNames()
@@ -307,10 +297,13 @@ private Q_SLOTS:
         QFETCH(QByteArray, answer);
         ConnectionTiming::current().probe = 150;
         WebServer server(answer);
-        const QString url = QStringLiteral("http://127.0.0.1:%1/a/").arg(server.serverPort());
+        const QString url = QStringLiteral("http://%1/a/").arg(addressOf(server));
         QNetworkAccessManager manager;
         Connector connector(false, &manager);
-        connector.action = [&](QObject*) { connector.connectionJobCompleted(QHostAddress(), CDeviceId(), url); };
+        connector.action = [&](QObject*) { // decides when the second message has come in, too
+            const auto complete = [&] { connector.connectionJobCompleted(QHostAddress(), CDeviceId(), url); };
+            QMetaObject::invokeMethod(&connector, complete, Qt::QueuedConnection);
+        };
         QCOMPARE(connector.run({url}), QVariantList{true});
         QCOMPARE(connector.events, QStringList(QStringLiteral("web %1 hello").arg(url)));
         QCOMPARE(server.requests.first(), QByteArrayLiteral("GET /a/"));
@@ -323,12 +316,11 @@ private Q_SLOTS:
         WebServer server("HTTP/1.1 200 OK\r\nContent-Length: 18\r\n\r\n 127.0.0.1:9,,::1\r\n");
         QNetworkAccessManager manager;
         Connector connector;
-        ConnectionJob job({QStringLiteral("service"), QStringLiteral("127.0.0.9")}, 5, false, false, nullptr,
-                          QString());
+        ConnectionJob job({QStringLiteral("service"), QStringLiteral("127.0.0.9")}, 5, false, false, nullptr, {});
         connect(&job, &ConnectionJob::sendDataUsingUdp, &connector, &Connector::onSendDataUsingUdp);
         QSignalSpy finished(&job, &ConnectionJob::jobFinished);
         QPointer<QNetworkReply> reply =
-            manager.get(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/ip").arg(server.serverPort()))));
+            manager.get(QNetworkRequest(QUrl(QStringLiteral("http://") + addressOf(server))));
         connect(reply, &QNetworkReply::finished, &job, &ConnectionJob::onIpAddressReceived);
         QTRY_COMPARE(finished.count(), 1);
         QCOMPARE(connector.events.join(QLatin1Char(' ')),
@@ -340,7 +332,6 @@ private Q_SLOTS:
     {
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
-        const QString address = QStringLiteral("127.0.0.1:%1").arg(server.serverPort());
         ConnectionTiming::current().step = 300;
         Connector connector;
         connector.sendsUdp = true;
@@ -352,12 +343,11 @@ private Q_SLOTS:
         QSignalSpy finished(&connector, &CDeviceConnectorBase::connectToAddressesFinished);
         connector.connectToAddresses({}, 0, true, QString());
         QVERIFY(finished.isEmpty());
-        connector.connectToAddresses(
-            {{CDeviceId(5).toLabel()}, {address, CDeviceId(12345).toLabel()}, {}, {QStringLiteral("127.0.0.2")}}, 0,
-            true, QString());
-        QTRY_COMPARE(finished.count(), 1);
-        QVERIFY(finished[0][0].toBool());
-        QCOMPARE(connector.run({CDeviceId(5).toLabel()}), QVariantList{false}); // a new run starts afresh
+        const QString wanted = CDeviceId(12345).toLabel(), label = CDeviceId(5).toLabel();
+        connector.connectToAddresses({{label}, {addressOf(server), wanted}, {}, {QStringLiteral("127.0.0.2")}}, 0, true,
+                                     QString());
+        QTRY_COMPARE(finished.value(0), QVariantList{true});
+        QCOMPARE(connector.run({label}), QVariantList{false}); // a new run starts afresh
         connector.connectToAddresses({{QStringLiteral("127.0.0.2")}}, 0, true, QString());
         connector.abortConnectToAddresses();
         QTest::qWait(0);
@@ -389,7 +379,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("candidate");
         QTest::addColumn<QByteArray>("deed");
-        for (const char* candidate : {"127.0.0.1:PORT", "localhost:PORT", "http://127.0.0.1:PORT/", "10.0.0.1"}) {
+        for (const char* candidate : {"localhost:PORT", "10.0.0.1"}) {
             for (const char* deed : {"abort", "delete socket", "delete connector"})
                 QTest::addRow("%s: %s", candidate, deed) << QString::fromLatin1(candidate) << QByteArray(deed);
         }
@@ -398,11 +388,12 @@ private Q_SLOTS:
     {
         QFETCH(QString, candidate);
         QFETCH(QByteArray, deed);
-        WebServer server("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+        const int ends = deed == "delete socket" ? 1 : 0; // then the step's time ends the attempt
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::Any));
         candidate.replace(QLatin1String("PORT"), QString::number(server.serverPort()));
-        ConnectionTiming::current().step = candidate.startsWith(QLatin1String("http")) ? 1500 : 100;
-        QNetworkAccessManager manager;
-        QPointer<Connector> connector = new Connector(false, &manager);
+        ConnectionTiming::current().step = 100;
+        QPointer<Connector> connector = new Connector;
         connector->sendsUdp = true;
         int deeds = 0;
         int finished = 0;
@@ -416,20 +407,16 @@ private Q_SLOTS:
                 delete connector;
         };
         connector->action = [&act](QObject* socket) { act(socket); };
-        connect(connector, &CDeviceConnectorBase::updateResolvedHostname, this, [&] {
-            if (deed != "delete socket")
-                act(nullptr);
-        });
+        connect(connector, &CDeviceConnectorBase::updateResolvedHostname, this, [&] { act(nullptr); });
         connect(connector, &CDeviceConnectorBase::connectToAddressesFinished, this, [&] {
             ++finished;
             delete connector;
         });
-        connector->connectToAddresses({{candidate}, {candidate}}, 0, true, QStringLiteral("/gw/x"));
+        connector->connectToAddresses({{candidate}, {candidate}}, 0, true, QString());
         QTRY_VERIFY(deeds > 0);
-        if (deed == "delete socket")
-            QTRY_COMPARE(finished, 1); // the step's time ends the attempt
+        QTRY_COMPARE(finished, ends);
         QTest::qWait(50);
-        QCOMPARE(finished, deed == "delete socket" ? 1 : 0);
+        QCOMPARE(finished, ends);
         delete connector;
     }
 };
