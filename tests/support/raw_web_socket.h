@@ -17,12 +17,6 @@ enum Opcode
     Pong = 10
 };
 
-inline QByteArray acceptKey(const QByteArray& key)
-{
-    return QCryptographicHash::hash(QByteArray(key + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11"), QCryptographicHash::Sha1)
-        .toBase64();
-}
-
 inline QByteArray upgradeRequest(const QByteArray& path)
 {
     return "GET " + path
@@ -33,14 +27,11 @@ inline QByteArray upgradeRequest(const QByteArray& path)
 // The answer to a complete upgrade request.
 inline QByteArray upgradeResponse(const QByteArray& request)
 {
-    QByteArray key;
-    const auto lines = request.split('\n');
-    for (const QByteArray& line : lines) {
-        if (line.toLower().startsWith("sec-websocket-key:"))
-            key = line.mid(line.indexOf(':') + 1).trimmed();
-    }
+    const auto begin = request.toLower().indexOf("sec-websocket-key:") + 18;
+    const QByteArray key = request.mid(begin, request.indexOf('\r', begin) - begin).trimmed();
+    const QByteArray magic = key + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
     return "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: "
-           + acceptKey(key) + "\r\n\r\n";
+           + QCryptographicHash::hash(magic, QCryptographicHash::Sha1).toBase64() + "\r\n\r\n";
 }
 
 // One message in one frame. Clients mask theirs; an all-zero mask leaves the bytes as they are.
@@ -66,29 +57,21 @@ inline QByteArray frame(Opcode opcode, const QByteArray& payload, bool fromClien
 inline QList<QPair<int, QByteArray>> takeFrames(QByteArray& buffer)
 {
     QList<QPair<int, QByteArray>> result;
-    const auto byte = [&buffer](int i) { return quint8(buffer[i]); };
     while (buffer.size() >= 2) {
-        int header = 2;
-        quint64 size = byte(1) & 0x7F;
-        const bool masked = byte(1) & 0x80;
+        quint64 size = buffer[1] & 0x7F;
         const int lengthBytes = size == 126 ? 2 : size == 127 ? 8 : 0;
-        if (buffer.size() < header + lengthBytes + (masked ? 4 : 0))
+        const QByteArray mask = buffer.mid(2 + lengthBytes, buffer[1] & 0x80 ? 4 : 0);
+        const int header = 2 + lengthBytes + (buffer[1] & 0x80 ? 4 : 0);
+        if (buffer.size() < header)
             break;
-        if (lengthBytes > 0)
-            size = 0;
         for (int i = 0; i < lengthBytes; ++i)
-            size = size << 8 | byte(header++);
-        QByteArray mask(4, '\0');
-        if (masked) {
-            mask = buffer.mid(header, 4);
-            header += 4;
-        }
+            size = (i == 0 ? 0 : size << 8) | quint8(buffer[2 + i]);
         if (quint64(buffer.size() - header) < size)
             break;
         QByteArray payload = buffer.mid(header, int(size));
-        for (int i = 0; i < payload.size(); ++i)
+        for (int i = 0; i < payload.size() && !mask.isEmpty(); ++i)
             payload[i] = char(payload[i] ^ mask[i % 4]);
-        result.append({byte(0) & 0x0F, payload});
+        result.append({buffer[0] & 0x0F, payload});
         buffer.remove(0, header + int(size));
     }
     return result;

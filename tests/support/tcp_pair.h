@@ -12,6 +12,11 @@ inline quint16 freePort()
     return probe.serverPort();
 }
 
+inline QString addressOf(const QTcpServer& server)
+{
+    return QStringLiteral("127.0.0.1:%1").arg(server.serverPort());
+}
+
 /// Two plain TCP sockets that are connected to each other over loopback.
 struct TcpPair
 {
