@@ -1,6 +1,7 @@
 #include <foundation/network/signaling_server_app_side.h>
 #include <foundation/network/signaling_server_device_side.h>
 
+#include <support/tcp_pair.h>
 #include <support/transport_link.h>
 
 #include <QtCore/QCryptographicHash>
@@ -40,7 +41,6 @@ public:
             });
         });
     }
-    QString authority() const { return QStringLiteral("127.0.0.1:%1").arg(serverPort()); }
 
     QByteArray answer;
     QByteArray request;
@@ -77,7 +77,7 @@ private Q_SLOTS:
 
     void device()
     {
-        CSignalingServerDeviceSide server(m_service.authority(), &m_manager);
+        CSignalingServerDeviceSide server(addressOf(m_service), &m_manager);
         server.setDevice(CDeviceId(67108863));
         server.setSystemId(CSystemId(12345));
         server.setVersion(QString::fromUtf8("1.2 \xC3\xBC"));
@@ -102,7 +102,7 @@ private Q_SLOTS:
 
     void application()
     {
-        CSignalingServerAppSide server(m_service.authority(), &m_manager);
+        CSignalingServerAppSide server(addressOf(m_service), &m_manager);
         server.setSystemId(CSystemId(7));
         server.setGateways({CDeviceId(9), CDeviceId(5), CDeviceId(9)});
         server.setAuthorities({QStringLiteral("a.example"), QString(), QStringLiteral("b.example")});
@@ -118,37 +118,28 @@ private Q_SLOTS:
 
     void replies()
     {
-        static QStringList warnings;
         const CSignalingServerDeviceSide server(QStringLiteral("signal.example"), &m_manager);
         const auto read = [&](const QByteArray& body, const QByteArray& mac) {
-            warnings.clear();
-            const auto handler = qInstallMessageHandler(
-                [](QtMsgType, const QMessageLogContext&, const QString& text) { warnings.append(text); });
             QString authorities = QStringLiteral("untouched");
-            const bool accepted = server.getSoftwareInfo(std::make_unique<FakeReply>(mac).get(), body, authorities);
-            qInstallMessageHandler(handler);
+            const FakeReply reply(mac);
+            const bool accepted = server.getSoftwareInfo(&reply, body, authorities);
             return QString((accepted ? QStringLiteral("accepted ") : QString()) + authorities);
         };
         const QByteArray body = "{\"authority_list\":\"a.example\"}";
         const QByteArray mac = macOf(body);
         QCOMPARE(read(body, mac), QStringLiteral("accepted a.example"));
         QCOMPARE(read("[1]", macOf("[1]")), QStringLiteral("accepted "));
-        // Fails without a word, whatever the code.
         for (const QByteArray& broken : {QByteArray(), body.left(10)}) {
             QCOMPARE(read(broken, macOf(broken)), QStringLiteral("untouched"));
             QCOMPARE(read(broken, mac), QStringLiteral("untouched"));
-            QVERIFY(warnings.isEmpty());
         }
-        QList<QByteArray> wrong{QByteArray(),      mac.left(63),
-                                mac + '0',         mac.toUpper(),
-                                macOf(body + ' '), QCryptographicHash::hash(body, QCryptographicHash::Sha256).toHex()};
-        for (const int i : {0, 63}) {
-            wrong.append(mac);
-            wrong.last()[i] = mac.at(i) == 'a' ? 'b' : 'a';
-        }
-        for (const QByteArray& other : wrong) {
+        const QByteArray withoutKey = QCryptographicHash::hash(body, QCryptographicHash::Sha256).toHex();
+        QByteArrayList wrong{{}, mac.left(63), mac + '0', mac.toUpper(), macOf(body + ' '), withoutKey, mac, mac};
+        wrong[6][0] = mac[0] == 'a' ? 'b' : 'a';
+        wrong[7][63] = mac[63] == 'a' ? 'b' : 'a';
+        for (const QByteArray& other : qAsConst(wrong)) {
+            QTest::ignoreMessage(QtWarningMsg, "SignalingServer: mismatching MACs");
             QCOMPARE(read(body, other), QStringLiteral("untouched"));
-            QCOMPARE(warnings, QStringList(QStringLiteral("SignalingServer: mismatching MACs")));
         }
     }
 
