@@ -42,6 +42,23 @@ QString discoverAddressOf(const QObject* object)
     return object->property(discoverAddressProperty).toString();
 }
 
+// QWebSocket keeps all lines of the answer to its request, however many come.
+void boundAnswer(QWebSocket* webSocket)
+{
+    webSocket->setReadBufferSize(ConnectionLimits::readBuffer);
+    QObject::connect(webSocket, &QWebSocket::connected, webSocket, [webSocket] { webSocket->setReadBufferSize(0); });
+    const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QTcpSocket* socket : sockets) {
+        QObject::connect(socket, &QTcpSocket::readyRead, webSocket, [webSocket, pieces = 0]() mutable {
+            if (webSocket->state() != QAbstractSocket::ConnectingState
+                || ++pieces != ConnectionLimits::answerPieces + 1)
+                return;
+            qWarning("ConnectionJob: Too long an answer from %s", qUtf8Printable(discoverAddressOf(webSocket)));
+            QMetaObject::invokeMethod(webSocket, &QWebSocket::abort, Qt::QueuedConnection);
+        });
+    }
+}
+
 constexpr auto queuedOnce = Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection);
 
 } // namespace
@@ -343,6 +360,7 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
     });
     socket->open(CandidateAddress::webSocketUrl(target, d->useSsl, d->path));
     setLowDelay(socket);
+    boundAnswer(socket);
 }
 
 void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)

@@ -30,6 +30,9 @@ constexpr int refusedConnections = 256;
 /// Bytes buffered of a connection that nobody reads yet. A discovery message has about 80.
 constexpr qint64 readBuffer = 0x4000;
 
+/// Times that the answer to a WebSocket request may bring more, each at most twice the above. A real one has 200 bytes.
+constexpr int answerPieces = 64;
+
 } // namespace ConnectionLimits
 
 /// How long the stages of a connection may take, in milliseconds. Tests shorten them; everyone else leaves them alone.

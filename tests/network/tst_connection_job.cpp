@@ -90,7 +90,7 @@ public:
                 if (!request.startsWith("GET "))
                     return; // a close frame
                 requests += request.left(request.indexOf(" HTTP"));
-                if (!request.contains("Upgrade: websocket"))
+                if (!request.contains("Upgrade: websocket") || answer.startsWith("HTTP/1.1 101"))
                     socket->write(QByteArray(answer).replace("PORT", QByteArray::number(serverPort())));
                 else
                     socket->write(RawWebSocket::upgradeResponse(request)
@@ -309,6 +309,17 @@ private Q_SLOTS:
         QCOMPARE(server.requests.first(), QByteArrayLiteral("GET /a/"));
         QTEST(server.requests.last(), "upgrade");
         QVERIFY(connector.lowDelay);
+    }
+
+    void endlessAnswer()
+    {
+        ConnectionTiming::current().probe = 150;
+        WebServer server("HTTP/1.1 101 Yes\r\n" + QByteArray("a: b\r\n").repeated(500000));
+        const QString url = QStringLiteral("http://127.0.0.1:%1").arg(server.serverPort());
+        QNetworkAccessManager manager;
+        Connector connector(false, &manager);
+        QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("ConnectionJob: Too long an answer from ") + url));
+        QCOMPARE(connector.run({url}), QVariantList{false});
     }
 
     void addressesFromWebService()
