@@ -32,9 +32,10 @@ WARM_UP_ROUNDS = 3             # the lists of the last refusals and log lines fi
 MEMORY_MARGIN = 8 * 1024       # KiB above that
 DESCRIPTOR_MARGIN = 2
 GONE_SECONDS = 30
+ANSWER_SECONDS = 120           # a console that hangs never answers, one on a busy machine late
 
 
-def lines_of(channel, command, wait=20):
+def lines_of(channel, command, wait=ANSWER_SECONDS):
     """The answer of a program that is driven by a local socket: its lines, and the code."""
     with socket.socket(socket.AF_UNIX) as link:
         link.settimeout(wait)
@@ -131,9 +132,9 @@ class Soak:
                                 f"{self.certificates}/console.key"], check=True)
 
     # One at a time: the console answers whoever sent last.
-    def ask(self, command, wait=20):
+    def ask(self, command):
         with self.asking:
-            return lines_of(f"{self.sockets}/console", command, wait)
+            return lines_of(f"{self.sockets}/console", command)
 
     def links(self):
         return [row["label"] for row in json.loads("".join(self.ask("devices --json")[0]))]
@@ -262,13 +263,15 @@ class Soak:
                     self.finding("no device was ever linked")
                 if number == WARM_UP_ROUNDS:
                     first = measured
+        except (OSError, ValueError) as error:
+            self.finding(f"the console does not answer: {error!r}")
         finally:
             self.over.set()
             for group in groups:
                 group.end(signal.SIGKILL)
             for thread in threads:
                 thread.join()
-        self.console.process.terminate()
+            self.console.process.terminate()
         code = self.console.process.wait(10)
         if code != 0:
             self.finding(f"the console ended with {code}")
