@@ -25,8 +25,8 @@ public:
 
     static constexpr const char* prompt = "kyr> ";
 
-    static constexpr QLatin1String codeMark{"= "};
-    static constexpr QLatin1String eventMark{"! "};
+    static constexpr QLatin1String codeMark{"= ", 2};
+    static constexpr QLatin1String eventMark{"! ", 2};
 
     Console(CAbstractCliIO* io, Input input, QObject* parent = nullptr);
     ~Console() override;
