@@ -1,8 +1,11 @@
 #include <foundation/services/access_control_mock.h>
 #include <foundation/services/base_report_plugin.h>
 #include <foundation/services/base_report_server.h>
+#include <foundation/services/plugin_helper.h>
 
 #include <QtTest/QtTest>
+
+#include <array>
 
 namespace {
 
@@ -136,6 +139,37 @@ private Q_SLOTS:
         QCOMPARE(qobject_cast<IReportGenerator*>(static_cast<QObject*>(&plugin)),
                  static_cast<IReportGenerator*>(&plugin));
         QCOMPARE(plugin.interfaces(), QStringList{"com.brell.Quintor.IReportGenerator/1.0"});
+    }
+
+    void findsPlugins()
+    {
+        // Folders, the application's, and those that are searched.
+        const std::array<const char*, 3> rows[] = {
+            {"app/plugins", "app", "app/plugins"},
+            {"app", "app", "app"},
+            {"app/Debug app/plugins", "app/Debug", "app/plugins"},
+            {"app/release", "app/release", "app"},
+            {"app/profile app/plugins", "app/profile", "app/profile"},
+            {"dev/Apps/Admora dev/Libraries/kyr_report dev/Libraries/kyr_rpc", "dev/Apps/Admora",
+             "dev/Libraries/kyr_rpc dev/Libraries/kyr_report"},
+            {"dev/Apps/Admora/debug dev/Libraries/kyr_fias", "dev/Apps/Admora/debug", "dev/Libraries/kyr_fias"},
+            {"dev/Tests dev/Libraries/kyr_fias dev/Libraries/other", "dev/Tests", "dev/Libraries/kyr_fias"},
+            {"dev/Tests/plugins dev/Libraries/kyr_fias", "dev/Tests", "dev/Tests/plugins"},
+            {"dev/Tests dev/Libraries", "dev/Tests", ""},
+            {"dev/Tests", "dev/Tests", "dev/Tests"},
+            {"Tests/kyr_test.app/Contents/MacOS Libraries/kyr_rpc", "Tests/kyr_test.app/Contents/MacOS",
+             "Libraries/kyr_rpc"},
+        };
+        for (const auto& [tree, base, expected] : rows) {
+            const QTemporaryDir temporary;
+            const QDir root(QFileInfo(temporary.path()).canonicalFilePath());
+            for (const QString& path : QString(tree).split(' '))
+                QVERIFY(root.mkpath(path));
+            QStringList found;
+            for (const QDir& directory : CPluginHelper::findPluginsDirectories(root.filePath(base)))
+                found.append(root.relativeFilePath(directory.canonicalPath()));
+            QCOMPARE(found.join(' '), expected);
+        }
     }
 };
 
