@@ -70,6 +70,17 @@ QVariant headerValue(size_t header, Bytes text)
     return header == CDeviceDiscoveryBase::DeviceType ? QVariant(number.toInt()) : QVariant(number.toUInt());
 }
 
+// Of those that are ready to share, the system may choose a port that another socket has, and only one of them would
+// get the answers. So a port that nobody has is looked for first.
+void bindShared(QUdpSocket* socket, quint16 port)
+{
+    if (port == 0 && socket->bind(0)) {
+        port = socket->localPort();
+        socket->close();
+    }
+    socket->bind(port, QAbstractSocket::ShareAddress);
+}
+
 } // namespace
 
 CDeviceDiscoveryBase::CDeviceDiscoveryBase(quint16 port, QObject* parent)
@@ -80,7 +91,7 @@ CDeviceDiscoveryBase::CDeviceDiscoveryBase(quint16 port, QObject* parent)
 {
     // Travels in signals: spies, string connections and queued calls look it up by name.
     qRegisterMetaType<QHostAddress>("QHostAddress");
-    m_socket->bind(port, QAbstractSocket::ShareAddress);
+    bindShared(m_socket, port);
     connect(m_socket, &QUdpSocket::readyRead, this, &CDeviceDiscoveryBase::receiveDatagram);
 }
 
@@ -99,7 +110,7 @@ void CDeviceDiscoveryBase::bindOnUdpPort(quint16 port)
     if (port == m_boundPort)
         return;
     m_socket->close();
-    m_socket->bind(port, QAbstractSocket::ShareAddress);
+    bindShared(m_socket, port);
     m_boundPort = port;
 }
 

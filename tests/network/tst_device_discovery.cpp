@@ -228,6 +228,17 @@ private Q_SLOTS:
         QCOMPARE(peer.read(), app.renderGetDeviceInfo());
     }
 
+    void chosenPortsAreNobodyElses()
+    {
+        QObject all;
+        QSet<quint16> ports;
+        for (int i = 0; i < 400; ++i)
+            ports.insert(actualPort(*new CDeviceDiscoveryAppSide(0, &all)));
+        QCOMPARE(ports.size(), 400);
+        CDeviceDiscoveryAppSide sharer(*ports.constBegin(), nullptr);
+        QCOMPARE(actualPort(sharer), *ports.constBegin());
+    }
+
     void receiverMayDeleteTheDiscovery()
     {
         QPointer<App> app = new App;
