@@ -8,12 +8,14 @@ question that was answered has to stand in the journal of the device that answer
 
 import argparse
 import collections
+import concurrent.futures
 import json
 import os
 import random
 import shutil
 import signal
 import socket
+import ssl
 import subprocess
 import sys
 import tempfile
@@ -28,8 +30,9 @@ SYSTEM = "0012.3457"
 TOKEN = "soak"
 GROUPS = 4                     # simulator processes
 ROUND_SECONDS = 15
+CROWD = 500                    # visitors at once
 WARM_UP_ROUNDS = 3             # the lists of the last refusals and log lines fill, the allocator takes its share
-MEMORY_MARGIN = 8 * 1024       # KiB above that
+MEMORY_MARGIN = 16 * 1024      # KiB above that
 DESCRIPTOR_MARGIN = 2
 GONE_SECONDS = 30
 ANSWER_SECONDS = 120           # a console that hangs never answers, one on a busy machine late
@@ -190,6 +193,24 @@ class Soak:
                 pass
             time.sleep(dice.random())
 
+    # Almost as many visitors as the console holds. The allocator keeps what they needed: without them memory would grow
+    # in whatever round a busy machine lets the devices pile up.
+    def crowd(self):
+        context = ssl.create_default_context(cafile=f"{BUILD}/dev-ca/ca-chain.pem")
+
+        def visit(_):
+            try:
+                plain = socket.create_connection(("127.0.0.1", self.port), timeout=20)
+                return context.wrap_socket(plain, server_hostname="127.0.0.1")
+            except OSError:
+                return None  # turned away for one that came later
+
+        with concurrent.futures.ThreadPoolExecutor(16) as pool:
+            for visitor in list(pool.map(visit, range(CROWD))):
+                if visitor:
+                    visitor.close()
+                    self.counters["visitors without a request"] += 1
+
     def misbehave(self, groups, seconds):
         end = time.monotonic() + seconds
         while time.monotonic() < end and self.console.process.poll() is None:
@@ -252,6 +273,7 @@ class Soak:
                 for _ in range(slices):
                     self.misbehave(groups, min(ROUND_SECONDS, max(10, end - time.monotonic())) / slices)
                     most = max(most, len(self.links()))
+                self.crowd()
                 self.busy.clear()
                 for group in groups:
                     self.note(group)
