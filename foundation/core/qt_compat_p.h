@@ -20,10 +20,22 @@ inline bool isStored(const QMetaProperty& property, const QObject* object)
     return property.isStored(object);
 }
 
+/// Number of a type that is known by name, else QMetaType::UnknownType.
+inline int typeId(const char* name)
+{
+    return QMetaType::type(name);
+}
+
 /// A variant of type quint32 without a value.
 inline QVariant nullUnsigned()
 {
     return QVariant(QVariant::UInt);
+}
+
+/// Whether a value can be read as a list. To Qt 6 a text is a list of its characters, too.
+inline bool isList(const QVariant& value)
+{
+    return value.canConvert<QVariantList>();
 }
 
 /// Takes bytes away in front without moving the rest, which remove() of Qt 5 does. A sole owner lets the array begin
@@ -53,9 +65,20 @@ inline bool isStored(const QMetaProperty& property, const QObject*)
     return property.isStored();
 }
 
+inline int typeId(const char* name)
+{
+    return QMetaType::fromName(name).id();
+}
+
 inline QVariant nullUnsigned()
 {
     return QVariant(QMetaType::fromType<quint32>());
+}
+
+inline bool isList(const QVariant& value)
+{
+    return value.userType() != QMetaType::QString && value.userType() != QMetaType::QByteArray
+           && value.canConvert<QVariantList>();
 }
 
 inline void dropFront(QByteArray& bytes, int count)

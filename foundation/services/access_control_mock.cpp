@@ -1,5 +1,6 @@
 #include <foundation/services/access_control_mock.h>
 
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/mock_store_p.h>
 
@@ -77,7 +78,7 @@ bool CAccessControlMock::setModel(const QString& name, const QVariantMap& data)
         }
     }
     const QVariant replacement = data.value(data.contains(name) ? name : QStringLiteral("data"));
-    return replacement.canConvert<QVariantList>() && m_store->replace(name, replacement.value<QVariantList>());
+    return QtCompat::isList(replacement) && m_store->replace(name, replacement.value<QVariantList>());
 }
 
 // --- Access points and authorization points

@@ -1,5 +1,6 @@
 #include <foundation/services/base_report_server.h>
 
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/datatypes/data_type.h>
 
 #include <QtCore/QCollator>
@@ -45,7 +46,7 @@ QStringList fieldsOf(const QString& model)
 // A definition names its classes as a list or as a single number; without any it is meant for all.
 bool appliesToUsers(const QVariant& classes)
 {
-    const auto list = classes.canConvert<QVariantList>() ? classes.value<QVariantList>() : QVariantList{classes};
+    const auto list = QtCompat::isList(classes) ? classes.value<QVariantList>() : QVariantList{classes};
     return !classes.isValid() || list.isEmpty() || std::any_of(list.cbegin(), list.cend(), [](const QVariant& value) {
         return value.toInt() == UserClassUser;
     });

@@ -1,6 +1,7 @@
 #include <foundation/services/notification_service.h>
 
 #include <foundation/core/environment_variable.h>
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/services/notification_filter.h>
 
 #include <QtCore/QMetaMethod>
@@ -23,7 +24,7 @@ QSet<QString> sourceNames(const QVariant& parameter)
     if (parameter.userType() == QMetaType::QString)
         return {parameter.toString()};
     QSet<QString> names;
-    if (parameter.canConvert<QVariantList>()) {
+    if (QtCompat::isList(parameter)) {
         const auto elements = parameter.value<QVariantList>();
         for (const QVariant& element : elements) {
             const QString name = element.toString();

@@ -2,6 +2,7 @@
 #include <foundation/core/device_id.h>
 #include <foundation/core/device_time_zone_settings.h>
 #include <foundation/core/mira_revision.h>
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/core/system_id.h>
 
 #include <QtCore/QDataStream>
@@ -113,8 +114,8 @@ private Q_SLOTS:
     void itemIdsInQtTypes()
     {
         // Known by name before any list was put into a variant.
-        QVERIFY(QMetaType::type("CItemIdList") != QMetaType::UnknownType);
-        QCOMPARE(QMetaType::type("CItemIdList"), QMetaType::type("QList<CItemId>"));
+        QVERIFY(QtCompat::typeId("CItemIdList") != QMetaType::UnknownType);
+        QCOMPARE(QtCompat::typeId("CItemIdList"), QtCompat::typeId("QList<CItemId>"));
         QCOMPARE(QVariant::fromValue(QList<CItemId>{1, -2}).value<QList<CItemId>>(), (QList<CItemId>{1, -2}));
         QCOMPARE(QVariant::fromValue(CItemId(-2)).toString(), "-2");
         QCOMPARE((QSet<CDeviceId>{CDeviceId(1), CDeviceId(1), CDeviceId(2)}).size(), 2);

@@ -1,3 +1,4 @@
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/access_control_mock.h>
 
@@ -66,7 +67,7 @@ private Q_SLOTS:
         QVERIFY(mock.addUsersToGroup({999}, group)); // who it is, a demonstration may know
         QCOMPARE(mock.getUsersOfGroup(group), (QList<CItemId>{user, 999}));
         QCOMPARE(mock.getGroupsOfUser(user), QList<CItemId>{group});
-        QCOMPARE(mock.getGroupProperty("Members", group).userType(), QMetaType::type("CItemIdList"));
+        QCOMPARE(mock.getGroupProperty("Members", group).userType(), QtCompat::typeId("CItemIdList"));
 
         const CItemId medium = mock.createRfidMedium({});
         QVERIFY(mock.addRfidMediaToUser({medium}, user));
@@ -104,6 +105,7 @@ private Q_SLOTS:
         QVERIFY(!mock.setModel("Users", {{"data", QVariantList()}}));
 
         QVERIFY(!mock.setModel("Holidays", {{"exists", true}, {"label", "Carnival"}}));
+        QVERIFY(!mock.setModel("Holidays", {{"data", "a text is no list"}}));
         QVERIFY(mock.setModel("Holidays", {{"insertCalendar", true}, {"label", "Schools"}}));
         QVERIFY(!mock.setModel("Holidays", {{"insertCalendar", "Schools"}}));
         QVERIFY(mock.setModel("Holidays", {{"request", "existsCalendar"}, {"label", "Schools"}}));

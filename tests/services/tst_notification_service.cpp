@@ -1,3 +1,4 @@
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/services/notification_filter.h>
 #include <foundation/services/notification_service.h>
 
@@ -60,7 +61,7 @@ private:
         for (const QVariant& value : values) {
             const QVariantMap map = value.toMap();
             const QString word = map.isEmpty() ? value.toString() : map.firstKey() + '=' + map.first().toString();
-            text += separator + (value.canConvert<QVariantList>() ? words(value.toList(), '+').mid(1) : word);
+            text += separator + (QtCompat::isList(value) ? words(value.toList(), '+').mid(1) : word);
         }
         return text;
     }
