@@ -5,6 +5,7 @@
 #include <foundation/core/random.h>
 #include <foundation/core/signal_throttler.h>
 #include <foundation/core/string_utils.h>
+#include <foundation/core/utf8_p.h>
 
 #include <QtTest/QtTest>
 
@@ -48,6 +49,14 @@ private Q_SLOTS:
         QVERIFY(CStringUtils::splitQuotes(" ", ',').isEmpty());
         QVERIFY(CStringUtils::splitQuotedEscapable(QString(), ',', '"').isEmpty());
         QCOMPARE(CStringUtils::splitQuotedEscapable("\"\"", ',', '"').size(), 1);
+    }
+
+    void endsPeersTextsAtZero()
+    {
+        const QByteArray sent = QByteArray::fromRawData("a\xC3\xBC\0b!", 5);
+        QCOMPARE(utf8UpToZero(sent), QString("a\u00FC"));
+        QCOMPARE(utf8UpToZero(sent.left(3)), QString("a\u00FC"));
+        QCOMPARE(utf8Whole(sent).size(), 4);
     }
 
     void switchesAndOptions()
