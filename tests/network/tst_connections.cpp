@@ -5,6 +5,7 @@
 #include <support/transport_link.h>
 
 #include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

@@ -7,6 +7,7 @@
 #include <QtCore/QCryptographicHash>
 #include <QtNetwork/QNetworkReply>
 #include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
 
 #include <memory>
 

@@ -1,8 +1,26 @@
 #pragma once
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QTimer>
 #include <QtNetwork/QTcpServer>
 #include <QtNetwork/QTcpSocket>
-#include <QtTest/QTest>
+
+/// Whether the condition comes to hold within 5 s. Looks after each round of events and so is much quicker than
+/// QTRY_VERIFY, which looks every 50 ms.
+template<typename Condition>
+bool waitUntil(Condition condition)
+{
+    QTimer wake;
+    wake.start(10);
+    for (const QDeadlineTimer deadline(5000); !condition();) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return true;
+}
 
 /// A port that nobody listens on.
 inline quint16 freePort()
@@ -36,7 +54,7 @@ struct TcpPair
     static QByteArray read(QTcpSocket& socket, int size)
     {
         QByteArray data;
-        static_cast<void>(QTest::qWaitFor([&] { return (data += socket.readAll()).size() >= size; }));
+        waitUntil([&] { return (data += socket.readAll()).size() >= size; });
         return data;
     }
 };

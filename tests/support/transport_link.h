@@ -5,31 +5,12 @@
 #include <foundation/network/web_socket_connection.h>
 
 #include <support/device_certificates.h>
+#include <support/tcp_pair.h>
 
-#include <QtCore/QDeadlineTimer>
 #include <QtCore/QPointer>
-#include <QtCore/QTimer>
 #include <QtNetwork/QSslSocket>
-#include <QtNetwork/QTcpServer>
-#include <QtTest/QTest>
 #include <QtWebSockets/QWebSocket>
 #include <QtWebSockets/QWebSocketServer>
-
-/// Whether the condition comes to hold within 5 s. Looks after each round of events and so is much quicker than
-/// QTRY_VERIFY, which looks every 50 ms.
-template<typename Condition>
-bool waitUntil(Condition condition)
-{
-    QTimer wake;
-    wake.start(10);
-    for (const QDeadlineTimer deadline(5000); !condition();) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    return true;
-}
 
 /// A TLS server that shows one certificate.
 class TlsServer : public QTcpServer
