@@ -34,7 +34,7 @@ void Session::error(const QString& text)
     m_console->writeErrorText(Terminal::printable(text));
 }
 
-void Session::event(const QString& text)
+void Session::news(const QString& text)
 {
     m_console->writeEvent(Terminal::printable(text));
 }
@@ -74,16 +74,16 @@ void Session::setServer(std::unique_ptr<DeviceServer> server)
     if (!m_server)
         return;
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
-        event(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
-                  .arg(deviceTypeName(device.type), device.id.toLabel(), device.peer)
-                  .arg(device.handshakeMs));
+        news(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
+                 .arg(deviceTypeName(device.type), device.id.toLabel(), device.peer)
+                 .arg(device.handshakeMs));
     });
     connect(m_server.get(), &DeviceServer::deviceLeft, this, [this](const DeviceLink::Identity& device) {
-        event(QStringLiteral("%1 %2 has gone").arg(deviceTypeName(device.type), device.id.toLabel()));
+        news(QStringLiteral("%1 %2 has gone").arg(deviceTypeName(device.type), device.id.toLabel()));
     });
     connect(m_server.get(), &DeviceServer::refused, this, [this](const DeviceServer::Refusal& refusal) {
         const QString device = refusal.device.isEmpty() ? QString() : QString(refusal.device + QLatin1Char(' '));
-        event(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
+        news(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
     });
 }
 

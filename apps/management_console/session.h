@@ -24,7 +24,7 @@ public:
     /// What went wrong, in one line.
     void error(const QString& text);
     /// News that no command asked for; on a terminal the prompt is put back below it.
-    void event(const QString& text);
+    void news(const QString& text);
     /// How far a long command has come. Shown on a terminal only, in one line that is written over.
     void progress(const QString& text);
     bool colour() const;

@@ -19,13 +19,14 @@ public:
     static constexpr quint32 maximum = 0x3FFFFFF;
 
     constexpr CDeviceId() = default;
-    constexpr CDeviceId(CItemId id)
-        : CDeviceId(id.value())
-    {
-    }
     template<typename Integer, std::enable_if_t<std::is_integral<Integer>::value, int> = 0>
     constexpr explicit CDeviceId(Integer id)
         : m_id(static_cast<quint64>(id) <= maximum ? static_cast<quint32>(id) : 0)
+    {
+    }
+    // Behind the template that it calls: clang evaluates it at compile time only so.
+    constexpr CDeviceId(CItemId id)
+        : CDeviceId(id.value())
     {
     }
 
