@@ -19,6 +19,8 @@ endif()
 
 add_library(kyr_build_settings INTERFACE)
 target_compile_options(kyr_build_settings INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual
+    # Macros of Qt (QSKIP) take more arguments than they are given.
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
     $<$<BOOL:${KYR_WERROR}>:-Werror>)
 target_compile_definitions(kyr_build_settings INTERFACE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_ASCII
     QT_NO_URL_CAST_FROM_STRING QT_USE_QSTRINGBUILDER QT_DEPRECATED_WARNINGS)
