@@ -66,7 +66,8 @@ bool ReportPlugin::generateUserReport(const QList<CItemId>& userIds, bool)
 {
     const QByteArray html = userReportAsHtml(userIds).toUtf8();
     QSaveFile file(QStringLiteral("user-report.html"));
-    return !html.isEmpty() && file.open(QIODevice::WriteOnly) && file.write(html) == html.size() && file.commit();
+    return !html.isEmpty() && file.open(QIODevice::WriteOnly) && file.write(html) == html.size() && file.flush()
+           && file.commit();
 }
 
 bool ReportPlugin::getUserReportAsPdf(const QList<CItemId>& userIds, QByteArray* pdf)

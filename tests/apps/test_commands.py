@@ -59,6 +59,13 @@ class Commands(unittest.TestCase):
                 rows = list(csv.DictReader(text, delimiter=";"))
             self.assertEqual([(row["Id"], row["Name"]) for row in rows][3], ("34", "David Ekstr\u00f6m"))
             self.assertEqual(console("users", "--csv", f"{where}/none/users.csv")[0], 1)
+            # A pipe stays one.
+            os.mkfifo(f"{where}/pipe")
+            pipe = os.open(f"{where}/pipe", os.O_RDONLY | os.O_NONBLOCK)
+            self.assertEqual(console("users", "--csv", f"{where}/pipe")[0], 0)
+            with open(file, "rb") as text:
+                self.assertEqual(os.read(pipe, 10000), text.read())
+            os.close(pipe)
             with open(f"{where}/firmware", "wb") as broken:
                 broken.write(os.urandom(1000))
             code, out, error = console("firmware", f"{where}/firmware")

@@ -1,13 +1,12 @@
 // The commands that work on the installation in memory. They see it as scripts do: ids are texts.
 #include "command.h"
 #include "commands.h"
+#include "common/save_file.h"
 #include "table_model.h"
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/formats/csv_writer.h>
 #include <foundation/services/script_service.h>
-
-#include <QtCore/QSaveFile>
 
 namespace {
 
@@ -108,9 +107,6 @@ public:
 private:
     void writeCsv(const Table& table, const QString& name)
     {
-        QSaveFile file(name);
-        if (!file.open(QIODevice::WriteOnly))
-            return fail(QStringLiteral("cannot write \"%1\": %2").arg(name, file.errorString()));
         TableModel model(table);
         session().progress(QStringLiteral("writing %1 rows").arg(table.rowCount()));
         CCsvWriter writer;
@@ -119,9 +115,10 @@ private:
         for (int column = 0; column < table.columnCount(); ++column)
             columns.append(column);
         writer.setColumns(columns);
-        writer.write(&file);
-        if (!file.commit())
-            return fail(QStringLiteral("cannot write \"%1\": %2").arg(name, file.errorString()));
+        QString error;
+        if (!saveFile(
+                name, [&writer](QIODevice& file) { writer.write(&file); }, error))
+            return fail(error);
         session().line(QStringLiteral("Wrote %1 users to %2.").arg(table.rowCount()).arg(name));
         done();
     }

@@ -1,13 +1,13 @@
 #include "command.h"
 #include "commands.h"
 #include "common/report_loader.h"
+#include "common/save_file.h"
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/access_control_mock.h>
 #include <foundation/services/report_generator.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QSaveFile>
 #include <QtCore/QTimer>
 
 namespace {
@@ -81,9 +81,10 @@ private:
         QByteArray pdf;
         if (!m_generator->getUserReportAsPdf(m_users, &pdf) || pdf.isEmpty())
             return fail(QStringLiteral("the report could not be made (see: log)"));
-        QSaveFile file(m_file);
-        if (!file.open(QIODevice::WriteOnly) || file.write(pdf) != pdf.size() || !file.commit())
-            return fail(QStringLiteral("cannot write \"%1\": %2").arg(m_file, file.errorString()));
+        QString error;
+        if (!saveFile(
+                m_file, [&pdf](QIODevice& file) { file.write(pdf); }, error))
+            return fail(error);
         session().line(QStringLiteral("Wrote a report of %1 users to %2.").arg(m_users.size()).arg(m_file));
         done();
     }
