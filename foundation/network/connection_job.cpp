@@ -49,9 +49,11 @@ void boundAnswer(QWebSocket* webSocket)
     QObject::connect(webSocket, &QWebSocket::connected, webSocket, [webSocket] { webSocket->setReadBufferSize(0); });
     const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
     for (QTcpSocket* socket : sockets) {
-        QObject::connect(socket, &QTcpSocket::readyRead, webSocket, [webSocket, pieces = 0]() mutable {
+        QObject::connect(socket, &QTcpSocket::readyRead, webSocket, [webSocket, socket, pieces = 0]() mutable {
+            // Of a line without end nothing is taken, with Qt 6 of lines without end: a full buffer is the last sign.
+            const bool full = socket->bytesAvailable() >= ConnectionLimits::readBuffer;
             if (webSocket->state() != QAbstractSocket::ConnectingState
-                || ++pieces != ConnectionLimits::answerPieces + 1)
+                || (++pieces != ConnectionLimits::answerPieces + 1 && !full))
                 return;
             qWarning("ConnectionJob: Too long an answer from %s", qUtf8Printable(discoverAddressOf(webSocket)));
             QMetaObject::invokeMethod(webSocket, &QWebSocket::abort, Qt::QueuedConnection);
