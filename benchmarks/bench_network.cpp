@@ -3,6 +3,7 @@
 #include <foundation/core/system_id.h>
 #include <foundation/network/device_discovery_app_side.h>
 #include <foundation/network/device_discovery_device_side.h>
+#include <foundation/network/socket_options_p.h>
 #include <foundation/network/ssl_connection.h>
 #include <foundation/network/tcp_connection.h>
 #include <foundation/network/web_socket_connection.h>
@@ -204,17 +205,26 @@ void streamPeer(benchmark::State& state, bool tls)
 
 // ---- WebSocket messages ------------------------------------------------------------------------------------------
 
+// Both ends with low delay, which of an accepted WebSocket only its TCP socket can be told.
 struct WebSocketPair
 {
     WebSocketPair()
-        : server(QString(), QWebSocketServer::NonSecureMode)
+        : upgrader(QString(), QWebSocketServer::NonSecureMode)
     {
-        server.listen(QHostAddress::LocalHost, 0);
-        client.open(QUrl(QStringLiteral("ws://127.0.0.1:%1").arg(server.serverPort())));
-        spinUntil([&] { return server.hasPendingConnections() && client.state() == QAbstractSocket::ConnectedState; });
-        accepted.reset(server.nextPendingConnection());
+        listener.listen(QHostAddress::LocalHost, 0);
+        QObject::connect(&listener, &QTcpServer::newConnection, &listener, [this] {
+            QTcpSocket* socket = listener.nextPendingConnection();
+            setLowDelay(socket);
+            upgrader.handleConnection(socket);
+        });
+        client.open(QUrl(QStringLiteral("ws://127.0.0.1:%1").arg(listener.serverPort())));
+        setLowDelay(&client);
+        spinUntil(
+            [&] { return upgrader.hasPendingConnections() && client.state() == QAbstractSocket::ConnectedState; });
+        accepted.reset(upgrader.nextPendingConnection());
     }
-    QWebSocketServer server;
+    QTcpServer listener;
+    QWebSocketServer upgrader;
     QWebSocket client;
     std::unique_ptr<QWebSocket> accepted;
 };
@@ -244,7 +254,7 @@ void oneWayPeer(benchmark::State& state)
     WebSocketPair pair;
     const auto messagesAtOnce = static_cast<int>(state.range(0));
     int received = 0;
-    QObject::connect(pair.accepted.get(), &QWebSocket::binaryMessageReceived, &pair.server, [&] { ++received; });
+    QObject::connect(pair.accepted.get(), &QWebSocket::binaryMessageReceived, &pair.listener, [&] { ++received; });
     for (auto _ : state) {
         received = 0;
         for (int i = 0; i < messagesAtOnce; ++i)
@@ -275,9 +285,9 @@ void roundTripPeer(benchmark::State& state)
 {
     WebSocketPair pair;
     int received = 0;
-    QObject::connect(pair.accepted.get(), &QWebSocket::binaryMessageReceived, &pair.server,
+    QObject::connect(pair.accepted.get(), &QWebSocket::binaryMessageReceived, &pair.listener,
                      [&](const QByteArray& data) { pair.accepted->sendBinaryMessage(data); });
-    QObject::connect(&pair.client, &QWebSocket::binaryMessageReceived, &pair.server, [&] { ++received; });
+    QObject::connect(&pair.client, &QWebSocket::binaryMessageReceived, &pair.listener, [&] { ++received; });
     for (auto _ : state) {
         const int before = received;
         pair.client.sendBinaryMessage(message);
