@@ -140,7 +140,9 @@ def badness(medians):
             + sum(max(row[4]) / MOST_GROWTH for row in growth(medians)))
 
 
-def human(nanoseconds):
+def human(nanoseconds, work=""):
+    if work == "link_memory":
+        return f"{nanoseconds / 1e3:.3g} kB"
     for unit, factor in (("s", 1e9), ("ms", 1e6), ("us", 1e3)):
         if nanoseconds >= factor:
             return f"{nanoseconds / factor:.3g} {unit}"
@@ -180,7 +182,7 @@ def main():
     for work, argument, peer, ours, theirs, ratio, target in rows:
         missed = ratio > target
         failed += missed
-        print(f"{(work + ' ' + argument):<28}{peer:<20}{human(ours):>12}{human(theirs):>12}{ratio:>11.2f}{target:>8.2f}"
+        print(f"{(work + ' ' + argument):<28}{peer:<20}{human(ours, work):>12}{human(theirs, work):>12}{ratio:>11.2f}{target:>8.2f}"
               f"{'  missed' if missed else ''}")
     for name, limit in LIMITS:
         if name in medians:
