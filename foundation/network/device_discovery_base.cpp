@@ -75,8 +75,11 @@ QVariant headerValue(size_t header, Bytes text)
 void bindShared(QUdpSocket* socket, quint16 port)
 {
     if (port == 0 && socket->bind(0)) {
-        port = socket->localPort();
+        const quint16 free = socket->localPort();
         socket->close();
+        if (socket->bind(free, QAbstractSocket::ShareAddress))
+            return;
+        // Somebody took it meanwhile, for himself alone: a doubtful port is better than none.
     }
     socket->bind(port, QAbstractSocket::ShareAddress);
 }
