@@ -108,12 +108,14 @@ QByteArray MailText::withDotsStuffed(const QByteArray& body)
 }
 
 QByteArray MailText::fromTemplate(const QString& account, const QList<QByteArray>& recipients, const QString& subject,
-                                  const QString& preheader, const QString& message)
+                                  const QString& preheader, const QString& message, bool escape)
 {
     QFile page(QStringLiteral(":/email_template_default.html"));
     if (!page.open(QIODevice::ReadOnly))
         return {};
-    const QString html = filledTemplate(QString::fromUtf8(page.readAll()), subject, preheader, message);
+    const auto inPage = [escape](const QString& text) { return escape ? text.toHtmlEscaped() : text; };
+    const QString html =
+        filledTemplate(QString::fromUtf8(page.readAll()), inPage(subject), inPage(preheader), inPage(message));
     const QByteArray boundary = "boundary-" + QByteArray::number(QRandomGenerator::global()->generate64());
     const auto part = [&boundary](const char* type, const QString& text) -> QByteArray {
         return "\r\n\r\n--" + boundary + "\r\nContent-Type: " + type + "; charset=\"utf-8\""

@@ -18,8 +18,9 @@ QStringList splitAddresses(const QString& list);
 /// Brings line ends to CR LF, doubles the dots that lines begin with, and adds the terminating line.
 KYR_FOUNDATION_TEST_EXPORT QByteArray withDotsStuffed(const QByteArray& body);
 
-/// A complete mail of two alternatives, plain text and HTML, ready to be sent. Empty when the template is missing.
+/// A complete mail of two alternatives, plain text and HTML, ready to be sent; `escape` the texts for the HTML, or take
+/// them as they are. Empty when the template is missing.
 QByteArray fromTemplate(const QString& account, const QList<QByteArray>& recipients, const QString& subject,
-                        const QString& preheader, const QString& message);
+                        const QString& preheader, const QString& message, bool escape);
 
 } // namespace MailText

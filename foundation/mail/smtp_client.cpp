@@ -7,8 +7,11 @@
 #include <QtCore/QPointer>
 #include <QtCore/QTimerEvent>
 #include <QtCore/QUrl>
+#include <QtNetwork/QSslCertificate>
 #include <QtNetwork/QSslError>
 #include <QtNetwork/QSslSocket>
+
+#include <algorithm>
 
 namespace {
 
@@ -84,11 +87,12 @@ bool CSmtpClient::sendMail(const QString& recipients, const QByteArray& body)
 }
 
 bool CSmtpClient::sendDefaultTemplateMail(const QString& recipients, const QString& subject, const QString& preheader,
-                                          const QString& message)
+                                          const QString& message, TextForm form)
 {
     if (!prepare(recipients))
         return false;
-    const QByteArray mail = MailText::fromTemplate(m_account, m_recipients, subject, preheader, message);
+    const QByteArray mail =
+        MailText::fromTemplate(m_account, m_recipients, subject, preheader, message, form == TextForm::Plain);
     if (mail.isEmpty()) {
         qWarning("CSmtpClient: the mail template is missing");
         return false;
@@ -99,6 +103,22 @@ bool CSmtpClient::sendDefaultTemplateMail(const QString& recipients, const QStri
 bool CSmtpClient::checkServerSettings()
 {
     return prepare(QStringLiteral("postmaster@example.com")) && start({});
+}
+
+QString CSmtpClient::addressFault(const QString& addresses)
+{
+    const QStringList all = MailText::splitAddresses(addresses);
+    if (all.isEmpty())
+        return QStringLiteral("there is no address");
+    for (const QString& address : all) {
+        const QString held = MailText::addressFault(address);
+        if (!held.isEmpty())
+            return QStringLiteral("an address holds %1").arg(held);
+        const auto at = address.lastIndexOf(QLatin1Char('@'));
+        if (at <= 0 || at == address.size() - 1)
+            return QStringLiteral("\"%1\" is no mail address").arg(address);
+    }
+    return {};
 }
 
 // Whether a run may start; takes over the recipients.
@@ -156,6 +176,8 @@ void CSmtpClient::runStateMachine(Event event)
 CSmtpClient::State CSmtpClient::connectToServer()
 {
     m_encrypted = false;
+    m_internationalized = false;
+    m_cause.clear();
     m_rxLines.clear();
     m_replyReader->clear();
     m_socket = new QSslSocket(this);
@@ -189,6 +211,9 @@ CSmtpClient::State CSmtpClient::negotiate()
         sendData("STARTTLS\r\n");
         return StartTls;
     }
+    m_internationalized = std::any_of(m_rxLines.cbegin(), m_rxLines.cend(), [](const QString& line) {
+        return line.mid(4).trimmed().compare(QLatin1String("SMTPUTF8"), Qt::CaseInsensitive) == 0;
+    });
     if (m_password.isEmpty())
         return sendSender();
     if (!m_encrypted)
@@ -238,7 +263,14 @@ CSmtpClient::State CSmtpClient::sendLoginPassword()
 
 CSmtpClient::State CSmtpClient::sendSender()
 {
-    sendData("MAIL FROM:<" + m_account.toUtf8() + ">\r\n");
+    const auto isAscii = [](const QByteArray& address) {
+        return std::all_of(address.cbegin(), address.cend(), [](char c) { return static_cast<signed char>(c) >= 0; });
+    };
+    const QByteArray sender = m_account.toUtf8();
+    const bool ascii = isAscii(sender) && std::all_of(m_recipients.cbegin(), m_recipients.cend(), isAscii);
+    if (!ascii && !m_internationalized)
+        return fail(QCoreApplication::translate("@default", "The server takes only ASCII characters in addresses."));
+    sendData("MAIL FROM:<" + sender + (ascii ? ">\r\n" : "> SMTPUTF8\r\n"));
     return Sender;
 }
 
@@ -276,7 +308,7 @@ CSmtpClient::State CSmtpClient::succeed()
 
 CSmtpClient::State CSmtpClient::fail(const QString& error)
 {
-    qInfo("CSmtpClient: failed in step \"%s\"", steps[m_state].name);
+    qDebug("CSmtpClient: failed in step \"%s\"", steps[m_state].name);
     finish(error);
     return Ended;
 }
@@ -287,9 +319,16 @@ void CSmtpClient::onConnectionStateChanged()
         return;
     if (m_socket->isEncrypted() && !m_encrypted) {
         m_encrypted = true;
+        if (m_verifyNone)
+            logToleratedErrors();
         runStateMachine(Event::Encrypted);
     } else if (m_socket->state() == QAbstractSocket::UnconnectedState) {
-        qInfo("CSmtpClient: %s", qUtf8Printable(m_socket->errorString()));
+        const QAbstractSocket::SocketError error = m_socket->error();
+        if (error != QAbstractSocket::UnknownSocketError && error != QAbstractSocket::RemoteHostClosedError) {
+            m_cause = harmless(m_socket->errorString());
+            qWarning("CSmtpClient: no connection to %s:%u: %s", qUtf8Printable(harmless(m_host)), m_port,
+                     qUtf8Printable(m_cause));
+        }
         fail(QCoreApplication::translate("@default", "The remote host closed the connection."));
     }
 }
@@ -316,13 +355,18 @@ void CSmtpClient::onDataReceived()
 
 void CSmtpClient::onSslErrors(const QList<QSslError>& errors)
 {
-    if (!m_verifyNone) {
+    if (m_verifyNone)
+        m_socket->ignoreSslErrors(errors); // and they are logged once the connection is encrypted
+    else
         fail(errors.first().errorString());
-        return;
-    }
+}
+
+// With verification off the socket reports no errors: it does not look for any.
+void CSmtpClient::logToleratedErrors() const
+{
+    const QList<QSslError> errors = QSslCertificate::verify(m_socket->peerCertificateChain(), m_host);
     for (const QSslError& error : errors)
         qWarning("CSmtpClient: tolerated SSL error: %s", qUtf8Printable(error.errorString()));
-    m_socket->ignoreSslErrors(errors);
 }
 
 void CSmtpClient::timerEvent(QTimerEvent* event)

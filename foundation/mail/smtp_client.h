@@ -27,7 +27,8 @@ class QSslSocket;
 ///
 /// Starts give false, and nothing is sent, when a run is active (which goes on), when the host is missing, or when
 /// account or recipients could smuggle in a command: a control character, a blank or an angle bracket in an address.
-/// Recipients are separated by commas, semicolons or blanks.
+/// Recipients are separated by commas, semicolons or blanks. Addresses beyond ASCII take a server that offers SMTPUTF8;
+/// with another one the run fails and says so.
 class KYR_FOUNDATION_EXPORT CSmtpClient : public QObject
 {
     Q_OBJECT
@@ -44,12 +45,26 @@ public:
 
     /// Sends a complete mail, headers included. Its line ends become CR LF.
     bool sendMail(const QString& recipients, const QByteArray& body);
-    /// Sends a mail of a plain text and an HTML page made from the built-in template. The texts go into the page as
-    /// they are: escape (QString::toHtmlEscaped) what comes from outside.
+    /// What the texts of a template mail are: HTML that goes into the page as it is (and stands as it is in the mail's
+    /// plain text, too), or plain text, which is escaped on its way into the page.
+    enum class TextForm
+    {
+        Html,
+        Plain
+    };
+    /// Sends a mail of a plain text and an HTML page made from the built-in template. What comes from outside is given
+    /// as TextForm::Plain.
     bool sendDefaultTemplateMail(const QString& recipients, const QString& subject, const QString& preheader,
-                                 const QString& message);
+                                 const QString& message, TextForm form = TextForm::Html);
     /// Goes as far as the acceptance of a recipient (postmaster@example.com) and sends nothing.
     bool checkServerSettings();
+
+    /// Why a list of recipients as a person typed it is refused, for example "\"bad\" is no mail address"; empty when
+    /// each has the form local@domain. Runs are less strict: they leave it to the server what an address is.
+    static QString addressFault(const QString& addresses);
+    /// What the system says about the connection that could not be made or was lost in the last run, for example that
+    /// the host was not found; empty when the run ended otherwise. A run's error does not name it.
+    QString connectionFault() const { return m_cause; }
 
 Q_SIGNALS:
     /// The end of a run; `error` is empty on success.
@@ -110,6 +125,7 @@ private:
     State succeed();
     State fail(const QString& error);
 
+    void logToleratedErrors() const;
     void sendData(const QByteArray& data);
     QString getRxMsg(const QString& keyword) const;
     QString harmless(const QString& serverText) const;
@@ -130,6 +146,8 @@ private:
     State m_state = Idle;
     QSslSocket* m_socket = nullptr; // lives for one run
     bool m_encrypted = false;
+    bool m_internationalized = false; // the server takes addresses beyond ASCII
+    QString m_cause;                  // see connectionFault()
     int m_timerId = 0;
     QStringList m_rxLines; // of the current reply
     std::unique_ptr<SmtpReplyReader> m_replyReader;

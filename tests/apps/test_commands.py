@@ -101,12 +101,15 @@ class Commands(unittest.TestCase):
 
     def test_mail(self):
         code, _, error = console("mail", "--check", "--account", "a@example.com", "--server", "127.0.0.1:1")
-        self.assertEqual((code, error.startswith("mail: ")), (1, True))
+        self.assertEqual((code, error), (1, "mail: The remote host closed the connection. (Connection refused)\n"))
         self.assertEqual(self.mail("--check"), (0, "The settings are in order.\n", []))
-        self.assertEqual(self.mail("--to", "b@example.com>", "--subject", "x")[0], 1)
-        mail = self.mail("--to", "b@example.com", "--subject", "x", "--text", "x < y")[2][0]
+        for bad in "b@example.com>", "bad address", "b@example.com,c":
+            self.assertEqual(self.mail("--to", bad, "--subject", "x"), (2, "", []))
+        mail = self.mail("--to", "b@example.com", "--subject", "A & B", "--text", "x < y")[2][0]
         self.assertEqual(mail[:2], (None, False))
-        self.assertIn("x &lt; y", mail[-1].get_body(("html",)).get_content())
+        self.assertEqual(mail[-1].get_body(("plain",)).get_content().strip(), "x < y")
+        html = mail[-1].get_body(("html",)).get_content()
+        self.assertEqual([html.count(text) for text in ("x &lt; y", "A &amp; B", "A & B")], [1, 2, 0])
 
     def test_mail_with_login(self):
         """What is hard to encode arrives as it was, by each way in."""

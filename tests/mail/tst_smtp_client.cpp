@@ -27,9 +27,9 @@ const Dialogue mailTo{"MAIL FROM:<door@example.com>\r\n", "250 ok\r\n", "RCPT TO
 
 QByteArray logged; // since the test function began
 
-void keepLog(QtMsgType, const QMessageLogContext&, const QString& text)
+void keepLog(QtMsgType type, const QMessageLogContext&, const QString& text)
 {
-    logged += text.toUtf8() + '\n';
+    logged += (type == QtInfoMsg ? "INF " : "") + text.toUtf8() + '\n';
 }
 
 // The scripted server: what it expects arrives exactly, what it injects is sent in pieces.
@@ -211,6 +211,22 @@ private Q_SLOTS:
         QVERIFY2(logged.contains(QByteArray("failed in step \"" + step.toUtf8() + '"')), logged.constData());
         const QByteArray end = "CSmtpClient: Send e-mail to 'ann@example.com' failed: " + wanted.toUtf8() + '\n';
         QVERIFY(logged.endsWith(end));
+        QCOMPARE(logged.count("INF "), 1);
+    }
+
+    void addressesBeyondAscii()
+    {
+        const QString umlaut = "\u00F6mer@example.com";
+        QVERIFY(m_smtp->sendMail(umlaut, "x"));
+        QVERIFY(m_server->talk(greeted + Dialogue{"250-8BITMIME\r\n250 XSMTPUTF8\r\n"}));
+        QCOMPARE(error(), "The server takes only ASCII characters in addresses.");
+        QTRY_VERIFY(!m_server->socket);
+        QVERIFY(m_smtp->sendMail(umlaut, "x"));
+        QVERIFY(
+            m_server->talk(greeted
+                           + Dialogue{"250-smtputf8\r\n250 8BITMIME\r\n", "MAIL FROM:<door@example.com> SMTPUTF8\r\n",
+                                      "250 ok\r\n", "RCPT TO:<" + umlaut.toUtf8() + ">\r\n", "550 no\r\n"}));
+        QCOMPARE(error(), "Server (550 no)");
     }
 
     void encrypts_data()
@@ -262,6 +278,7 @@ private Q_SLOTS:
         QCOMPARE(error(), wanted);
         QVERIFY(m_server->received.isEmpty());
         QVERIFY2(logged.contains("CSmtpClient: dropped 28 bytes"), logged.constData());
+        QVERIFY2(logged.contains("CSmtpClient: tolerated SSL error: ") == !options.isEmpty(), logged.constData());
         QVERIFY2(!logged.contains(password.toUtf8()) && !logged.contains(password.toUtf8().toBase64()),
                  logged.constData());
     }
@@ -278,6 +295,9 @@ private Q_SLOTS:
         QVERIFY(!m_smtp->sendMail(" ,; ", "x"));
         QVERIFY(!m_smtp->sendDefaultTemplateMail(QString(), "x", {}, {}));
         QVERIFY(!CSmtpClient(account, {}, " :25", {}).checkServerSettings());
+        QCOMPARE(CSmtpClient::addressFault("ann@example.com; b\u00F6b@example.com,"), QString());
+        for (const char* typed : {"bad address", "@example.com", "ann@", "ann@x,bob", "ann@x<y", " ,"})
+            QVERIFY2(!CSmtpClient::addressFault(typed).isEmpty(), typed);
     }
 
     void endsEarly()
@@ -296,8 +316,9 @@ private Q_SLOTS:
         QCOMPARE(error(), "We do not want to authenticate on an unencrypted connection.");
 
         m_server->close();
-        QVERIFY(m_smtp->checkServerSettings());
+        QVERIFY(m_smtp->connectionFault().isEmpty() && m_smtp->checkServerSettings());
         QCOMPARE(error(), connectionLost);
+        QCOMPARE(m_smtp->connectionFault(), "Connection refused");
     }
 
     void lifetimes()

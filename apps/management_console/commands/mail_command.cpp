@@ -40,27 +40,31 @@ public:
             options.setError(QStringLiteral("--server and --account are needed"));
         if (!check && (to.isEmpty() || subject.isEmpty()))
             options.setError(QStringLiteral("--check, or --to and --subject are needed"));
+        const QString fault = to.isEmpty() ? QString() : CSmtpClient::addressFault(to);
+        if (!fault.isEmpty())
+            options.setError(QStringLiteral("--to: %1").arg(fault));
         if (!options.positional().isEmpty())
             options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
         if (!options.error().isEmpty())
             return;
 
         m_client = new CSmtpClient(account, options.value(QStringLiteral("password")), server,
-                                   QHostInfo::localHostName(), this);
+                                   QStringLiteral("//") + QHostInfo::localHostName(), this);
         connect(m_client, &CSmtpClient::finished, this, [this, check](const QString& error) {
-            if (!error.isEmpty())
-                return fail(error);
+            if (!error.isEmpty()) {
+                const QString cause = m_client->connectionFault();
+                return fail(cause.isEmpty() ? error : QStringLiteral("%1 (%2)").arg(error, cause));
+            }
             session().line(check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
             done();
         });
         session().progress(QStringLiteral("talking to %1").arg(server));
-        // The texts go into an HTML page.
-        const QString text = options.value(QStringLiteral("text")).toHtmlEscaped();
-        const QString preheader = options.value(QStringLiteral("preheader")).toHtmlEscaped();
-        const bool started =
-            check ? m_client->checkServerSettings() : m_client->sendDefaultTemplateMail(to, subject, preheader, text);
+        const bool started = check ? m_client->checkServerSettings()
+                                   : m_client->sendDefaultTemplateMail(
+                                       to, subject, options.value(QStringLiteral("preheader")),
+                                       options.value(QStringLiteral("text")), CSmtpClient::TextForm::Plain);
         if (!started)
-            fail(QStringLiteral("not started: the server, the account or a recipient is no address"));
+            fail(QStringLiteral("not started: the server or the account is no address"));
     }
 
     void cancel() override

@@ -1599,5 +1599,9 @@
         <source>Authorization protocols not yet supported: %1</source>
         <translation>Anmeldeverfahren noch nicht unterstützt: %1</translation>
     </message>
+    <message>
+        <source>The server takes only ASCII characters in addresses.</source>
+        <translation>Der Server nimmt in Adressen nur ASCII-Zeichen an.</translation>
+    </message>
 </context>
 </TS>

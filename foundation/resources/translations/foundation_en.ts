@@ -1599,5 +1599,9 @@
         <source>Authorization protocols not yet supported: %1</source>
         <translation>Authorization protocols not yet supported: %1</translation>
     </message>
+    <message>
+        <source>The server takes only ASCII characters in addresses.</source>
+        <translation>The server takes only ASCII characters in addresses.</translation>
+    </message>
 </context>
 </TS>

@@ -1599,5 +1599,9 @@
         <source>Authorization protocols not yet supported: %1</source>
         <translation>Méthodes d&apos;authentification non encore prises en charge : %1</translation>
     </message>
+    <message>
+        <source>The server takes only ASCII characters in addresses.</source>
+        <translation>Le serveur n’accepte que des caractères ASCII dans les adresses.</translation>
+    </message>
 </context>
 </TS>

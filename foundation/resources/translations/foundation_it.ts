@@ -1599,5 +1599,9 @@
         <source>Authorization protocols not yet supported: %1</source>
         <translation>Metodi di autenticazione non ancora supportati: %1</translation>
     </message>
+    <message>
+        <source>The server takes only ASCII characters in addresses.</source>
+        <translation>Il server accetta negli indirizzi solo caratteri ASCII.</translation>
+    </message>
 </context>
 </TS>

@@ -1599,5 +1599,9 @@
         <source>Authorization protocols not yet supported: %1</source>
         <translation>Aanmeldmethoden nog niet ondersteund: %1</translation>
     </message>
+    <message>
+        <source>The server takes only ASCII characters in addresses.</source>
+        <translation>De server accepteert in adressen alleen ASCII-tekens.</translation>
+    </message>
 </context>
 </TS>
