@@ -1,10 +1,10 @@
 // kyr_console: finds, serves and manages the devices of an installation.
-#include "attach.h"
 #include "common/app_options.h"
 #include "common/command_socket.h"
 #include "common/process_setup.h"
-#include "console.h"
-#include "terminal.h"
+#include "shell/attach.h"
+#include "shell/console.h"
+#include "shell/terminal.h"
 
 #include <foundation/cli/local_socket_cli_io.h>
 #include <foundation/cli/standard_io_handler.h>

@@ -1,6 +1,6 @@
-#include "front_door.h"
-#include "notification_client.h"
-#include "notification_server.h"
+#include "server/front_door.h"
+#include "server/notification_client.h"
+#include "server/notification_server.h"
 
 #include <foundation/services/notification_service.h>
 

@@ -1,4 +1,4 @@
-#include <apps/management_console/firmware_report.h>
+#include <apps/management_console/commands/firmware_report.h>
 #include <foundation/formats/firmware_byte_array.h>
 
 #include <QtCore/QElapsedTimer>

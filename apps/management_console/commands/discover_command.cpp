@@ -1,6 +1,6 @@
-#include "command.h"
-#include "commands.h"
+#include "commands/commands.h"
 #include "common/default_ports.h"
+#include "shell/command.h"
 
 #include <foundation/network/device_discovery_app_side.h>
 

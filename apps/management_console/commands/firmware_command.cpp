@@ -1,6 +1,6 @@
-#include "command.h"
-#include "commands.h"
-#include "firmware_report.h"
+#include "commands/commands.h"
+#include "commands/firmware_report.h"
+#include "shell/command.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTimer>

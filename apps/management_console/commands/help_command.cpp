@@ -1,5 +1,5 @@
-#include "command.h"
-#include "commands.h"
+#include "commands/commands.h"
+#include "shell/command.h"
 
 namespace {
 

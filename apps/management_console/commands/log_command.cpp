@@ -1,6 +1,6 @@
-#include "command.h"
-#include "commands.h"
-#include "terminal.h"
+#include "commands/commands.h"
+#include "shell/command.h"
+#include "shell/terminal.h"
 
 #include <foundation/core/circular_log_buffer.h>
 

@@ -1,8 +1,8 @@
 // The commands that work on the installation in memory. They see it as scripts do: ids are texts.
-#include "command.h"
-#include "commands.h"
+#include "commands/commands.h"
 #include "common/save_file.h"
-#include "table_model.h"
+#include "shell/command.h"
+#include "shell/table_model.h"
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/formats/csv_writer.h>

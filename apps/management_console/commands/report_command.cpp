@@ -1,7 +1,7 @@
-#include "command.h"
-#include "commands.h"
+#include "commands/commands.h"
 #include "common/report_loader.h"
 #include "common/save_file.h"
+#include "shell/command.h"
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/access_control_mock.h>

@@ -1,6 +1,6 @@
-#include "command.h"
-#include "commands.h"
-#include "device_server.h"
+#include "commands/commands.h"
+#include "server/device_server.h"
+#include "shell/command.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonDocument>

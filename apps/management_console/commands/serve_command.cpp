@@ -1,7 +1,7 @@
-#include "command.h"
-#include "commands.h"
+#include "commands/commands.h"
 #include "common/default_ports.h"
-#include "device_server.h"
+#include "server/device_server.h"
+#include "shell/command.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "front_door.h"
+#include "server/front_door.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTimer>

@@ -1,8 +1,8 @@
-#include "session.h"
+#include "shell/session.h"
 
-#include "console.h"
-#include "device_server.h"
-#include "terminal.h"
+#include "server/device_server.h"
+#include "shell/console.h"
+#include "shell/terminal.h"
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/access_control_mock.h>

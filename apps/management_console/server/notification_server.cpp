@@ -1,6 +1,6 @@
-#include "notification_server.h"
+#include "server/notification_server.h"
 
-#include "notification_client.h"
+#include "server/notification_client.h"
 
 #include <foundation/services/notification_service.h>
 

@@ -1,6 +1,6 @@
-#include "notification_client.h"
+#include "server/notification_client.h"
 
-#include "notification_server.h"
+#include "server/notification_server.h"
 
 #include <QtCore/QJsonDocument>
 #include <QtWebSockets/QWebSocket>

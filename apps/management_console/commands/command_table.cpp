@@ -1,4 +1,4 @@
-#include "command.h"
+#include "shell/command.h"
 
 #include "commands/commands.h"
 

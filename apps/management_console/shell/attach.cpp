@@ -1,7 +1,7 @@
-#include "attach.h"
+#include "shell/attach.h"
 
-#include "console.h"
-#include "terminal.h"
+#include "shell/console.h"
+#include "shell/terminal.h"
 
 #include <foundation/cli/abstract_cli.h>
 #include <foundation/cli/standard_io_handler.h>

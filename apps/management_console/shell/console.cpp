@@ -1,7 +1,7 @@
-#include "console.h"
+#include "shell/console.h"
 
-#include "command.h"
-#include "terminal.h"
+#include "shell/command.h"
+#include "shell/terminal.h"
 
 #include <foundation/core/string_utils.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device_link.h"
+#include "server/device_link.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QVector>

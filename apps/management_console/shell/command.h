@@ -1,8 +1,8 @@
 #pragma once
 
 #include "common/app_options.h"
-#include "session.h"
-#include "table.h"
+#include "shell/session.h"
+#include "shell/table.h"
 
 #include <QtCore/QObject>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "table.h"
+#include "shell/table.h"
 
 #include <QtCore/QAbstractTableModel>
 

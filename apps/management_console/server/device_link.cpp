@@ -1,4 +1,4 @@
-#include "device_link.h"
+#include "server/device_link.h"
 
 #include <foundation/network/web_socket_connection.h>
 

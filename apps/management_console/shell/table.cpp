@@ -1,6 +1,6 @@
-#include "table.h"
+#include "shell/table.h"
 
-#include "terminal.h"
+#include "shell/terminal.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>

@@ -1,7 +1,7 @@
-#include "device_server.h"
+#include "server/device_server.h"
 
-#include "front_door.h"
-#include "notification_server.h"
+#include "server/front_door.h"
+#include "server/notification_server.h"
 
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/services/notification_service.h>
