@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDataStream>
 #include <QtCore/QMetaProperty>
 #include <QtCore/QTextStream>
 #include <QtCore/QVariant>
@@ -36,6 +37,20 @@ inline QVariant nullUnsigned()
 inline bool isList(const QVariant& value)
 {
     return value.canConvert<QVariantList>();
+}
+
+/// Whether the value is one of an enumeration that Qt knows as such.
+inline bool isEnumeration(const QVariant& value)
+{
+    return QMetaType::typeFlags(value.userType()).testFlag(QMetaType::IsEnumeration);
+}
+
+/// Whether the value's type can be written to a data stream. (Qt 5 only tells when it is asked to write one.)
+inline bool isStreamable(const QVariant& value)
+{
+    QByteArray ignored;
+    QDataStream stream(&ignored, QIODevice::WriteOnly);
+    return QMetaType::save(stream, value.userType(), value.constData());
 }
 
 /// Takes bytes away in front without moving the rest, which remove() of Qt 5 does. A sole owner lets the array begin
@@ -79,6 +94,16 @@ inline bool isList(const QVariant& value)
 {
     return value.userType() != QMetaType::QString && value.userType() != QMetaType::QByteArray
            && value.canConvert<QVariantList>();
+}
+
+inline bool isEnumeration(const QVariant& value)
+{
+    return value.metaType().flags().testFlag(QMetaType::IsEnumeration);
+}
+
+inline bool isStreamable(const QVariant& value)
+{
+    return value.metaType().hasRegisteredDataStreamOperators();
 }
 
 inline void dropFront(QByteArray& bytes, int count)

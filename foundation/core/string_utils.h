@@ -2,10 +2,11 @@
 
 #include <foundation/core/export.h>
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// Trims and splits texts with quotes in them.
+/// Trims and splits texts with quotes in them, and makes foreign texts fit to be shown.
 ///
 ///     CStringUtils::splitQuotes(QStringLiteral("name='a, b', 7"), ',');         // "name=a, b", " 7"
 ///     CStringUtils::splitQuotedEscapable(QStringLiteral("1;\"x\"\"y\""), ';', '"');  // "1", "x\"y"
@@ -26,4 +27,12 @@ public:
     /// quote that is not doubled, two quotes inside it stand for one, and what follows up to the separator is dropped.
     /// A separator at the end of the text starts no further field.
     static QStringList splitQuotedEscapable(const QString& text, char separator, char quote);
+
+    /// What came from a peer, fit for a log line or a reason that is shown: no character of it starts a line, moves a
+    /// cursor or turns the direction of writing. Control characters (C0, DEL, C1), line and paragraph separators, marks
+    /// of writing direction and halves of surrogate pairs become "?". A text longer than `longest` UTF-16 units is cut,
+    /// so that it has at most so many with the "..." at its end.
+    static QString printable(const QString& text, int longest = 100);
+    /// The same for UTF-8; what is none becomes U+FFFD.
+    static QString printable(const QByteArray& utf8, int longest = 100);
 };

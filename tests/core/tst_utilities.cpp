@@ -51,6 +51,20 @@ private Q_SLOTS:
         QCOMPARE(CStringUtils::splitQuotedEscapable("\"\"", ',', '"').size(), 1);
     }
 
+    void makesForeignTextsPrintable()
+    {
+        QCOMPARE(CStringUtils::printable(QString("a\r\n12:00 \x1b[2J\x7f\u0085\u2028\u2029|\u202E\u2066\u200F\u061C")),
+                 "a??12:00 ?[2J????|????");
+        QCOMPARE(CStringUtils::printable(QByteArray::fromRawData("Z\xC3\xBC\0\xFF \xF0\x9F\x94\x91", 10)),
+                 QString("Z\u00FC?\uFFFD ") + QString::fromUcs4(U"\U0001F511", 1));
+        QCOMPARE(CStringUtils::printable(QString(100, 'x')), QString(100, 'x'));
+        QCOMPARE(CStringUtils::printable(QByteArray(101, 'x')), QString(97, 'x') + "...");
+        QCOMPARE(CStringUtils::printable(QByteArray("\xE2\x82\xAC").repeated(9), 8), QString(5, QChar(0x20AC)) + "...");
+        // A pair that would be cut, and a cut so short that there is room for less than the dots.
+        QCOMPARE(CStringUtils::printable(QString("a") + QString::fromUcs4(U"\U0001F511", 1) + "bcd", 5), "a?...");
+        QCOMPARE(CStringUtils::printable(QString("abc"), 2), "..");
+    }
+
     void endsPeersTextsAtZero()
     {
         const QByteArray sent = QByteArray::fromRawData("a\xC3\xBC\0b!", 5);
