@@ -4,10 +4,12 @@
 #include <foundation/core/qt_compat_p.h>
 #include <foundation/services/notification_filter.h>
 
+#include <QtCore/QHash>
+#include <QtCore/QMap>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QPointer>
+#include <QtCore/QVector>
 
-#include <algorithm>
 #include <limits>
 
 namespace {
@@ -18,8 +20,170 @@ const QString& extensionSource()
     return source;
 }
 
-// A list of names or one name. Whatever else was sent names nothing.
-QSet<QString> sourceNames(const QVariant& parameter)
+struct Observer
+{
+    QSet<QString> sources;
+    qint64 authId = 0;
+};
+
+struct Target
+{
+    QString address;
+    qint64 authId = 0;
+};
+
+// Those who observe one source, one behind the other in memory: a walk over many waits for no cache line.
+class Targets
+{
+public:
+    const QVector<Target>& list() const { return m_list; }
+
+    void add(const Target& target)
+    {
+        m_places.insert(target.address, static_cast<int>(m_list.size()));
+        m_list.append(target);
+    }
+    // The last one takes the empty place.
+    void remove(const QString& address)
+    {
+        const int place = m_places.take(address);
+        const Target last = m_list.takeLast();
+        if (last.address == address)
+            return;
+        m_list[place] = last;
+        m_places[last.address] = place;
+    }
+
+private:
+    QVector<Target> m_list;
+    QHash<QString, int> m_places; // by address
+};
+
+// Who holds which extension name. Each name has one holder; a holder's names stand in the order of registration.
+class Extensions
+{
+public:
+    QString holder(const QString& name) const { return m_byName.value(name).address; }
+    QStringList namesOf(const QString& address) const { return m_byAddress.value(address).values(); }
+    QString firstOf(const QString& address) const
+    {
+        const auto names = m_byAddress.constFind(address);
+        return names != m_byAddress.cend() ? names->first() : QString();
+    }
+
+    void add(const QString& name, const QString& address)
+    {
+        remove(name);
+        // A null text means that there is no holder.
+        const QString holder = address.isNull() ? QLatin1String("") : address;
+        m_byName.insert(name, {holder, ++m_registrations});
+        m_byAddress[holder].insert(m_registrations, name);
+    }
+    void remove(const QString& name)
+    {
+        const auto found = m_byName.constFind(name);
+        if (found == m_byName.cend())
+            return;
+        const auto names = m_byAddress.find(found->address);
+        names->remove(found->number);
+        if (names->isEmpty())
+            m_byAddress.erase(names);
+        m_byName.erase(found);
+    }
+    // The name that the holder registered last; false when it holds none.
+    bool takeLastOf(const QString& address, QString* name)
+    {
+        const auto names = m_byAddress.constFind(address);
+        if (names == m_byAddress.cend())
+            return false;
+        *name = names->last();
+        remove(*name);
+        return true;
+    }
+
+private:
+    struct Registration
+    {
+        QString address;
+        quint64 number = 0;
+    };
+
+    QHash<QString, Registration> m_byName;
+    QHash<QString, QMap<quint64, QString>> m_byAddress;
+    quint64 m_registrations = 0;
+};
+
+} // namespace
+
+struct CNotificationService::Private
+{
+    bool observes(const QString& address, const QString& source) const;
+    QVector<Target> observersOf(const QString& source) const;
+    void stopObserving(const QString& address, const QString& source);
+    void notifyEach(CNotificationService& service, const QString& method, const QString& source,
+                    const QVariantMap& params, const QVector<Target>& targets);
+    void sendToAll(CNotificationService& service, const QString& method, const QVariantList& params);
+
+    QHash<QString, Observer> registry;
+    Extensions extensions;
+    INotificationFilter* filter = nullptr;
+    int heartbeatTimerId = 0;
+
+    // The registry turned round, and its keys: both follow from it and are kept in step.
+    QHash<QString, Targets> observersOfSource;
+    QSet<QString> observedSources;
+    // Counts what was taken away, so that a delivery notices that it has to look.
+    quint64 removals = 0;
+};
+
+bool CNotificationService::Private::observes(const QString& address, const QString& source) const
+{
+    const auto observer = registry.constFind(address);
+    return observer != registry.constEnd() && observer->sources.contains(source);
+}
+
+QVector<Target> CNotificationService::Private::observersOf(const QString& source) const
+{
+    const auto observers = observersOfSource.constFind(source);
+    return observers != observersOfSource.constEnd() ? observers->list() : QVector<Target>();
+}
+
+void CNotificationService::Private::stopObserving(const QString& address, const QString& source)
+{
+    const auto observers = observersOfSource.find(source);
+    observers->remove(address);
+    if (observers->list().isEmpty()) {
+        observersOfSource.erase(observers);
+        observedSources.remove(source);
+    }
+}
+
+CNotificationService::CNotificationService(QObject* parent)
+    : QObject(parent)
+    , d(std::make_unique<Private>())
+{
+    const int seconds = CEnvironmentVariable::valueTrimmed("QUINTOR_WS_HEARTBEAT").toInt();
+    if (seconds > 0 && seconds <= std::numeric_limits<int>::max() / 1000)
+        d->heartbeatTimerId = startTimer(seconds * 1000, Qt::CoarseTimer);
+}
+
+CNotificationService::~CNotificationService()
+{
+    if (d->heartbeatTimerId != 0)
+        killTimer(d->heartbeatTimerId);
+}
+
+QSet<QString> CNotificationService::getObservedSources() const
+{
+    return d->observedSources;
+}
+
+QSet<QString> CNotificationService::sourcesOf(const QString& address) const
+{
+    return d->registry.value(address).sources;
+}
+
+QSet<QString> CNotificationService::sourceNames(const QVariant& parameter)
 {
     if (parameter.userType() == QMetaType::QString)
         return {parameter.toString()};
@@ -35,91 +199,54 @@ QSet<QString> sourceNames(const QVariant& parameter)
     return names;
 }
 
-} // namespace
-
-CNotificationService::CNotificationService(QObject* parent)
-    : QObject(parent)
+QString CNotificationService::extensionHolder(const QString& name) const
 {
-    const int seconds = CEnvironmentVariable::valueTrimmed("QUINTOR_WS_HEARTBEAT").toInt();
-    if (seconds > 0 && seconds <= std::numeric_limits<int>::max() / 1000)
-        m_heartbeatTimerId = startTimer(seconds * 1000, Qt::CoarseTimer);
+    return d->extensions.holder(name);
 }
 
-CNotificationService::~CNotificationService()
+QStringList CNotificationService::extensionsOf(const QString& address) const
 {
-    if (m_heartbeatTimerId != 0)
-        killTimer(m_heartbeatTimerId);
+    return d->extensions.namesOf(address);
 }
 
 void CNotificationService::registerObserver(const QString& address, const QSet<QString>& sources, qint64 authId)
 {
-    auto observer = m_registry.find(address);
-    if (observer == m_registry.end())
-        observer = m_registry.insert(address, Observer{{}, authId});
+    auto observer = d->registry.find(address);
+    if (observer == d->registry.end())
+        observer = d->registry.insert(address, Observer{{}, authId});
     bool grown = false;
     for (const QString& source : sources) {
         if (observer->sources.contains(source))
             continue;
         observer->sources.insert(source);
-        Targets& targets = m_observersOfSource[source];
-        targets.places.insert(address, static_cast<int>(targets.list.size()));
-        targets.list.append({address, observer->authId});
-        if (!m_observedSources.contains(source)) {
-            m_observedSources.insert(source);
+        d->observersOfSource[source].add({address, observer->authId});
+        if (!d->observedSources.contains(source)) {
+            d->observedSources.insert(source);
             grown = true;
         }
     }
     static const QMetaMethod signal = QMetaMethod::fromSignal(&CNotificationService::sourcesChanged);
     if (grown && isSignalConnected(signal))
-        Q_EMIT sourcesChanged(m_observedSources.values());
+        Q_EMIT sourcesChanged(d->observedSources.values());
 }
 
 void CNotificationService::unregisterObserver(const QString& address, const QSet<QString>& sources)
 {
-    const auto observer = m_registry.find(address);
-    if (observer == m_registry.end())
+    const auto observer = d->registry.find(address);
+    if (observer == d->registry.end())
         return;
-    ++m_removals;
+    ++d->removals;
     if (sources.isEmpty()) {
         const QSet<QString> observed = observer->sources;
-        m_registry.erase(observer);
+        d->registry.erase(observer);
         for (const QString& source : observed)
-            stopObserving(address, source);
+            d->stopObserving(address, source);
         return;
     }
     for (const QString& source : sources) {
         if (observer->sources.remove(source))
-            stopObserving(address, source);
+            d->stopObserving(address, source);
     }
-}
-
-void CNotificationService::stopObserving(const QString& address, const QString& source)
-{
-    const auto observers = m_observersOfSource.find(source);
-    if (observers->list.size() == 1) {
-        m_observersOfSource.erase(observers);
-        m_observedSources.remove(source);
-        return;
-    }
-    // The last one takes the empty place.
-    const int place = observers->places.take(address);
-    const Target last = observers->list.takeLast();
-    if (last.address == address)
-        return;
-    observers->list[place] = last;
-    observers->places[last.address] = place;
-}
-
-bool CNotificationService::observes(const QString& address, const QString& source) const
-{
-    const auto observer = m_registry.constFind(address);
-    return observer != m_registry.constEnd() && observer->sources.contains(source);
-}
-
-QVector<CNotificationService::Target> CNotificationService::observersOf(const QString& source) const
-{
-    const auto observers = m_observersOfSource.constFind(source);
-    return observers != m_observersOfSource.constEnd() ? observers->list : QVector<Target>();
 }
 
 void CNotificationService::receiveMessage(const QString& address, const QString& method, const QVariantList& params,
@@ -142,83 +269,64 @@ void CNotificationService::receiveMessage(const QString& address, const QString&
         unregisterObserver(sender, sourceNames(first));
     } else if (method == QLatin1String("registerExtension") || method == QLatin1String("unregisterExtension")) {
         const QString name = first.toString();
-        m_extensions.erase(std::remove_if(m_extensions.begin(), m_extensions.end(),
-                                          [&](const auto& extension) { return extension->name == name; }),
-                           m_extensions.end());
+        d->extensions.remove(name);
         if (method == QLatin1String("registerExtension")) {
-            registerExtension(sender, name, received, authId);
+            registerObserver(sender, {extensionSource()}, authId);
             removable = false;
+            if (self && d->registry.contains(sender)) {
+                d->extensions.add(name, sender);
+                Q_EMIT extensionRegistrationChanged(name, true);
+            }
         } else {
             unregisterObserver(sender, {extensionSource()});
             Q_EMIT extensionRegistrationChanged(name, false);
         }
     } else if (method == QLatin1String("customNotificationResponse")) {
-        const auto extension = std::find_if(m_extensions.cbegin(), m_extensions.cend(),
-                                            [&](const auto& candidate) { return candidate->address == sender; });
-        if (extension != m_extensions.cend() && !(*extension)->name.isEmpty()) {
-            const QString name = (*extension)->name;
+        const QString name = d->extensions.firstOf(sender);
+        if (!name.isEmpty())
             Q_EMIT customNotificationResponseReceived(name, first.toString(), received.value(1));
-        }
         return;
     } else {
         return;
     }
     // A subscriber that a receiver threw out while it was being registered is sent nothing any more.
-    if (self && (removable || m_registry.contains(sender)))
+    if (self && (removable || d->registry.contains(sender)))
         Q_EMIT messageTransmissionRequested(sender, QStringLiteral("acknowledge"), acknowledgement);
-}
-
-void CNotificationService::registerExtension(const QString& address, const QString& name, const QVariantList& params,
-                                             qint64 authId)
-{
-    const QPointer<CNotificationService> self(this);
-    registerObserver(address, {extensionSource()}, authId);
-    if (!self || !m_registry.contains(address))
-        return;
-    m_extensions.push_back(
-        std::make_unique<Extension>(Extension{name, params.value(1).toString(), QDateTime::currentDateTimeUtc(),
-                                              address, params.value(2).value<QVariantList>()}));
-    Q_EMIT extensionRegistrationChanged(name, true);
 }
 
 void CNotificationService::disconnectSubscriber(const QString& address)
 {
-    unregisterObserver(address, {});
-    const auto last = std::find_if(m_extensions.crbegin(), m_extensions.crend(),
-                                   [&](const auto& extension) { return extension->address == address; });
-    if (last == m_extensions.crend())
-        return;
-    const QString name = (*last)->name;
-    m_extensions.erase(std::next(last).base());
-    Q_EMIT extensionRegistrationChanged(name, false);
+    const QString sender = address;
+    unregisterObserver(sender, {});
+    QString name;
+    if (d->extensions.takeLastOf(sender, &name))
+        Q_EMIT extensionRegistrationChanged(name, false);
 }
 
 void CNotificationService::notifyObservers(const QString& source, const QVariantMap& params, const QString& extension)
 {
     static const QString method = QStringLiteral("notify");
     if (extension.isEmpty()) {
-        notifyEach(method, source, params, observersOf(source));
+        d->notifyEach(*this, method, source, params, d->observersOf(source));
         return;
     }
-    const auto target = std::find_if(m_extensions.cbegin(), m_extensions.cend(),
-                                     [&](const auto& candidate) { return candidate->name == extension; });
-    if (target == m_extensions.cend() || (*target)->address.isEmpty())
-        return;
-    const auto observer = m_registry.constFind((*target)->address);
-    if (observer != m_registry.constEnd() && observer->sources.contains(source))
-        notifyEach(method, source, params, {{observer.key(), observer->authId}});
+    const QString holder = d->extensions.holder(extension);
+    const auto observer = d->registry.constFind(holder);
+    if (!holder.isEmpty() && observer != d->registry.constEnd() && observer->sources.contains(source))
+        d->notifyEach(*this, method, source, params, {{observer.key(), observer->authId}});
 }
 
 void CNotificationService::notifyObserversWithMethod(const QString& method, const QString& source,
                                                      const QVariantMap& params)
 {
-    notifyEach(method, source, params, observersOf(source));
+    d->notifyEach(*this, method, source, params, d->observersOf(source));
 }
 
 // `targets` is a snapshot that costs nothing until the index changes. The list of parameters is made once and shared by
 // all, except those for whom the filter changed its copy.
-void CNotificationService::notifyEach(const QString& method, const QString& source, const QVariantMap& params,
-                                      const QVector<Target>& targets)
+void CNotificationService::Private::notifyEach(CNotificationService& service, const QString& method,
+                                               const QString& source, const QVariantMap& params,
+                                               const QVector<Target>& targets)
 {
     if (targets.isEmpty())
         return;
@@ -226,52 +334,53 @@ void CNotificationService::notifyEach(const QString& method, const QString& sour
     const QString sentSource = source;
     const QVariantMap sentParams = params;
     const QVariantList shared{sentSource, sentParams};
-    const QPointer<CNotificationService> self(this);
-    const quint64 removals = m_removals;
+    const QPointer<CNotificationService> self(&service);
+    const quint64 removalsAtStart = removals;
 
     for (auto target = targets.cbegin(); self && target != targets.cend(); ++target) {
         const QString& address = target->address;
-        if (m_removals != removals && !observes(address, sentSource))
+        if (removals != removalsAtStart && !observes(address, sentSource))
             continue;
         QVariantList changed;
-        if (m_filter != nullptr) {
-            const qint64 authId = m_removals == removals ? target->authId : m_registry.value(address).authId;
-            const quint64 removalsBefore = m_removals;
+        if (filter != nullptr) {
+            const qint64 authId = removals == removalsAtStart ? target->authId : registry.value(address).authId;
+            const quint64 removalsBefore = removals;
             QVariantMap copy = sentParams;
-            const bool withheld = m_filter->filterNotification(address, sentMethod, sentSource, authId, &copy);
-            if (withheld || !self || (m_removals != removalsBefore && !observes(address, sentSource)))
+            const bool withheld = filter->filterNotification(address, sentMethod, sentSource, authId, &copy);
+            if (withheld || !self || (removals != removalsBefore && !observes(address, sentSource)))
                 continue;
             if (!copy.isSharedWith(sentParams))
                 changed = {sentSource, copy};
         }
-        Q_EMIT messageTransmissionRequested(address, sentMethod, changed.isEmpty() ? shared : changed);
+        Q_EMIT service.messageTransmissionRequested(address, sentMethod, changed.isEmpty() ? shared : changed);
     }
 }
 
-void CNotificationService::sendToAll(const QString& method, const QVariantList& params)
+void CNotificationService::Private::sendToAll(CNotificationService& service, const QString& method,
+                                              const QVariantList& params)
 {
-    const auto subscribers = m_registry;
-    const QPointer<CNotificationService> self(this);
-    const quint64 removals = m_removals;
+    const auto subscribers = registry;
+    const QPointer<CNotificationService> self(&service);
+    const quint64 removalsAtStart = removals;
     for (auto subscriber = subscribers.cbegin(); self && subscriber != subscribers.cend(); ++subscriber) {
-        if (m_removals == removals || m_registry.contains(subscriber.key()))
-            Q_EMIT messageTransmissionRequested(subscriber.key(), method, params);
+        if (removals == removalsAtStart || registry.contains(subscriber.key()))
+            Q_EMIT service.messageTransmissionRequested(subscriber.key(), method, params);
     }
 }
 
 void CNotificationService::sendHeartbeatObservers()
 {
-    sendToAll(QStringLiteral("heartbeat"), {});
+    d->sendToAll(*this, QStringLiteral("heartbeat"), {});
 }
 
 void CNotificationService::sendAboutToQuitObservers()
 {
-    sendToAll(QStringLiteral("aboutToQuit"), {true});
+    d->sendToAll(*this, QStringLiteral("aboutToQuit"), {true});
 }
 
 void CNotificationService::installNotificationFilter(INotificationFilter* filterObj)
 {
-    m_filter = filterObj;
+    d->filter = filterObj;
 }
 
 void CNotificationService::timerEvent(QTimerEvent*)

@@ -2,16 +2,12 @@
 
 #include <foundation/core/export.h>
 
-#include <QtCore/QDateTime>
-#include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QSet>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
-#include <QtCore/QVector>
 
 #include <memory>
-#include <vector>
 
 class INotificationFilter;
 
@@ -31,7 +27,12 @@ class INotificationFilter;
 /// the observers of the source, not by the subscribers there are.
 ///
 /// A subscriber that announces itself by a name is an extension: it observes "ExtensionManager", can be addressed
-/// alone, and what it answers to custom notifications comes back under its name.
+/// alone, and what it answers to custom notifications comes back under its name. A name has one holder, who asked for
+/// it last; what else an extension tells of itself is acknowledged and not kept.
+///
+/// The service trusts its subscribers: it bounds neither their names nor their sources, and lets each take over the
+/// names of others. A transport that trusts less asks extensionHolder(), extensionsOf() and sourcesOf() before it hands
+/// a message on, and unregisters the names of who went away.
 ///
 /// With QUINTOR_WS_HEARTBEAT set to a number of seconds above 0 (at most 2147483), each subscriber is sent a
 /// "heartbeat" at that interval. There are no errors: messages that make no sense are passed over.
@@ -51,7 +52,16 @@ public:
     void unregisterObserver(const QString& address, const QSet<QString>& sources);
 
     /// The union of what all subscribers observe.
-    QSet<QString> getObservedSources() const { return m_observedSources; }
+    QSet<QString> getObservedSources() const;
+    /// What the subscriber at `address` observes.
+    QSet<QString> sourcesOf(const QString& address) const;
+    /// The source names in the first parameter of "registerObserver": those of a list that are not empty, or one text.
+    static QSet<QString> sourceNames(const QVariant& parameter);
+
+    /// The address that holds the extension `name`; a null text when nobody does.
+    QString extensionHolder(const QString& name) const;
+    /// The names that the subscriber at `address` holds, in the order of their registration.
+    QStringList extensionsOf(const QString& address) const;
 
     /// notifyObservers() to all observers under another method name than "notify".
     void notifyObserversWithMethod(const QString& method, const QString& source, const QVariantMap& params);
@@ -90,47 +100,6 @@ protected:
     void timerEvent(QTimerEvent* event) override;
 
 private:
-    struct Observer
-    {
-        QSet<QString> sources;
-        qint64 authId = 0;
-    };
-    struct Extension
-    {
-        QString name;
-        QString description;
-        QDateTime registered;
-        QString address;
-        QVariantList data;
-    };
-    struct Target
-    {
-        QString address;
-        qint64 authId = 0;
-    };
-    // Those who observe one source, one behind the other in memory: a walk over many waits for no cache line.
-    struct Targets
-    {
-        QVector<Target> list;
-        QHash<QString, int> places; // in `list`, by address
-    };
-
-    bool observes(const QString& address, const QString& source) const;
-    QVector<Target> observersOf(const QString& source) const;
-    void stopObserving(const QString& address, const QString& source);
-    void registerExtension(const QString& address, const QString& name, const QVariantList& params, qint64 authId);
-    void notifyEach(const QString& method, const QString& source, const QVariantMap& params,
-                    const QVector<Target>& targets);
-    void sendToAll(const QString& method, const QVariantList& params);
-
-    QHash<QString, Observer> m_registry;
-    std::vector<std::unique_ptr<Extension>> m_extensions;
-    INotificationFilter* m_filter = nullptr;
-    int m_heartbeatTimerId = 0;
-
-    // The registry turned round, and its keys: both follow from it and are kept in step.
-    QHash<QString, Targets> m_observersOfSource;
-    QSet<QString> m_observedSources;
-    // Counts what was taken away, so that a delivery notices that it has to look.
-    quint64 m_removals = 0;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
