@@ -33,8 +33,8 @@ auto CScriptService::call(Operation operation, Arguments&&... arguments) const
 template<typename Operation>
 QVariant CScriptService::property(Operation operation, const QString& name, const QString& id) const
 {
-    const QVariant value = call(operation, name, itemId(id));
-    return value.isValid() && isIdName(name) ? QVariant(idText(value)) : value;
+    return m_accessControl ? propertyFromModel(name, std::invoke(operation, *m_accessControl, name, itemId(id)))
+                           : QVariant();
 }
 
 PendingAnswer* CScriptService::newPendingAnswer(const Callback& callback, const char* operation)

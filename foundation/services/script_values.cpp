@@ -1,8 +1,11 @@
 #include <foundation/services/script_values_p.h>
 
 #include <foundation/core/device_id.h>
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/core/system_id.h>
 #include <foundation/datatypes/data_type.h>
+
+#include <QtCore/QSet>
 
 namespace {
 
@@ -13,6 +16,34 @@ QVariantMap mappingOf(const QList<Value>& values, const char* (*toString)(Value)
     for (const Value value : values)
         map.insert(QString::number(static_cast<qint64>(value)), QString(QLatin1String(toString(value))));
     return map;
+}
+
+// Whether an entry of that name holds an id.
+bool isIdName(const QString& name)
+{
+    return name == QLatin1String("id") || name.endsWith(QLatin1String("Id"));
+}
+
+// Whether every item's property of that name is the model's own, and an id.
+bool isIdOfModel(const QString& name)
+{
+    static const QSet<QString> names{
+        QStringLiteral("id"),         QStringLiteral("userId"),   QStringLiteral("accessPointId"),
+        QStringLiteral("calendarId"), QStringLiteral("parentId"), QStringLiteral("actionProfileId")};
+    return names.contains(name);
+}
+
+// The decimal text of an id given as CItemId, number or text.
+QString idText(const QVariant& id)
+{
+    return QString::number(id.userType() == qMetaTypeId<CItemId>() ? id.value<CItemId>().value() : id.toLongLong());
+}
+
+// Whether a value is a list of any element type, text and bytes not being one.
+bool isList(const QVariant& value)
+{
+    return value.userType() != QMetaType::QString && value.userType() != QMetaType::QByteArray
+           && QtCompat::isList(value);
 }
 
 } // namespace
@@ -30,16 +61,6 @@ QList<CItemId> ScriptValues::itemIds(const QStringList& texts)
     return ids;
 }
 
-bool ScriptValues::isIdName(const QString& name)
-{
-    return name == QLatin1String("id") || name.endsWith(QLatin1String("Id"));
-}
-
-QString ScriptValues::idText(const QVariant& id)
-{
-    return QString::number(id.userType() == qMetaTypeId<CItemId>() ? id.value<CItemId>().value() : id.toLongLong());
-}
-
 QVariant ScriptValues::fromModel(CItemId id)
 {
     return idText(QVariant::fromValue(id));
@@ -51,9 +72,18 @@ QVariant ScriptValues::fromModel(const QVariant& value)
         return idText(value);
     if (value.userType() == qMetaTypeId<CItemIdList>())
         return fromModel(value.value<CItemIdList>());
-    if (value.userType() == QMetaType::QVariantList)
-        return fromModel(value.toList());
     return value;
+}
+
+QVariant ScriptValues::propertyFromModel(const QString& name, const QVariant& value)
+{
+    if (value.isValid() && isIdOfModel(name))
+        return idText(value);
+    if (value.userType() == QMetaType::QVariantMap)
+        return fromModel(value.toMap());
+    if (value.userType() == qMetaTypeId<CItemIdList>() || !isList(value) || value.userType() == QMetaType::QStringList)
+        return fromModel(value);
+    return fromModel(value.value<QVariantList>());
 }
 
 QVariantMap ScriptValues::fromModel(QVariantMap map)
@@ -62,8 +92,8 @@ QVariantMap ScriptValues::fromModel(QVariantMap map)
         if (isIdName(entry.key()))
             entry.value() = idText(entry.value());
         else if (entry.key() == QLatin1String("nodes"))
-            entry.value() = fromModel(entry.value().toList());
-        else if (entry.value().userType() != QMetaType::QVariantList)
+            entry.value() = fromModel(entry.value().value<QVariantList>());
+        else
             entry.value() = fromModel(entry.value());
     }
     return map;
@@ -101,8 +131,9 @@ void ScriptValues::addOperationEntries(QVariantMap* properties)
         if (!value.isNull())
             properties->insert(QLatin1String(target), convert(value));
     };
-    add("deviceId", "deviceid", [](const QVariant& id) { return CDeviceId(id.toUInt()).toLabel(); });
-    add("systemId", "systemid", [](const QVariant& id) { return CSystemId(id.toUInt()).toLabel(); });
+    // Wider than the ids, which then notice that a number is too large.
+    add("deviceId", "deviceid", [](const QVariant& id) { return CDeviceId(id.toULongLong()).toLabel(); });
+    add("systemId", "systemid", [](const QVariant& id) { return CSystemId(id.toULongLong()).toLabel(); });
     add("uid", "uid", [](const QVariant& uid) {
         return CDataType::rfidUidExternalRepresentationFromLabel(CDataType::rfidUidToLabel(uid.toByteArray()));
     });

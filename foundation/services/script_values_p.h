@@ -12,10 +12,9 @@ namespace ScriptValues {
 CItemId itemId(const QString& text);
 QList<CItemId> itemIds(const QStringList& texts);
 
-/// Whether an entry or a property of that name holds an id.
-bool isIdName(const QString& name);
-/// The decimal text of an id given as CItemId, number or text.
-QString idText(const QVariant& id);
+/// The value of a property: ids are converted where its type says that they are, or where the property is one of the
+/// model's own. (Properties that people name may end in "Id" and hold anything.)
+QVariant propertyFromModel(const QString& name, const QVariant& value);
 
 inline QVariant fromModel(bool value)
 {
@@ -23,6 +22,7 @@ inline QVariant fromModel(bool value)
 }
 QVariant fromModel(CItemId id);
 QVariant fromModel(const QVariant& value);
+/// Entries under "id" or a name that ends in "Id" are ids.
 QVariantMap fromModel(QVariantMap map);
 QVariantList fromModel(const QVariantList& list);
 QVariantList fromModel(const QList<CItemId>& ids);

@@ -48,14 +48,14 @@ class ReadMedium : public Operation
     Q_PROPERTY(QByteArray uid MEMBER m_uid)
     Q_PROPERTY(QVariantList results MEMBER m_results)
     Q_PROPERTY(QVariant publicMediaId MEMBER m_publicMediaId)
-    Q_PROPERTY(quint32 deviceId MEMBER m_ownDeviceId)
+    Q_PROPERTY(QVariant deviceId MEMBER m_ownDeviceId)
 
 public:
     using Operation::Operation;
     QByteArray m_uid = QByteArray::fromHex("04a122");
     QVariantList m_results{1, true, "x"};
     QVariant m_publicMediaId;
-    quint32 m_ownDeviceId = 123457;
+    QVariant m_ownDeviceId = 123457u;
 };
 
 class Action : public IDeviceAction
@@ -115,14 +115,18 @@ public:
     QVariantMap cloneUserOrGroup(CItemId id, const QStringList&) override
     {
         const QVariantMap leaf{{"id", id.value()}, {"Id2", 2}};
-        const QVariantMap node{{"nodes", QVariantList{leaf, 7}}, {"ownerId", QVariant::fromValue(id)}};
+        const QVariantMap inner{{"nodes", QVariant::fromValue(QList<QVariantMap>{leaf})}};
+        const QVariantMap node{{"nodes", QVariantList{inner, 7}}, {"ownerId", QVariant::fromValue(id)}};
         return {{"nodes", QVariantList{node}}, {"idle", 3}};
     }
     void sendCustomNotification(const QString&, const QString&, const QVariantMap&, MapCallback callback) override
     {
         late = callback;
     }
+    QVariant getSystemProperty(const QString&, CItemId) const override { return property; }
+
     MapCallback late;
+    QVariant property;
 };
 
 // A text has quotes, a number has none.
@@ -165,11 +169,41 @@ private Q_SLOTS:
         QCOMPARE(medium.value("uid").userType(), int(QMetaType::QByteArray));
         QCOMPARE(
             json(m_service->cloneUserOrGroup("9007199254740993", {})),
-            R"({"idle":3,"nodes":[{"nodes":[{"Id2":2,"id":"9007199254740993"},7],"ownerId":"9007199254740993"}]})");
+            R"({"idle":3,"nodes":[{"nodes":[{"nodes":[{"Id2":2,"id":"9007199254740993"}]},7],"ownerId":"9007199254740993"}]})");
 
         QVariantMap info;
         QVERIFY(QMetaObject::invokeMethod(m_service.get(), "getSystemInfo", Q_RETURN_ARG(QVariantMap, info)));
         QCOMPARE(info, m_model->getSystemInfo());
+    }
+
+    // A script that reads a property and writes it back changes nothing, whatever the property is called.
+    void propertyValues()
+    {
+        const QVariantMap map{{"groupId", 8}, {"kept", QVariantMap{{"id", 9}}}};
+        const QDate date(2026, 11, 22);
+        struct
+        {
+            const char* name;
+            QVariant value;
+            QVariant read;
+        } const rows[] = {
+            {"Employee Id", "E-4711", "E-4711"},
+            {"Employee Id", "0042", "0042"},
+            {"Birth Id", date, date},
+            {"rawId", 7, 7},
+            {"keyId", QVariant::fromValue(CItemId(7)), "7"},
+            {"actionProfileId", 7, "7"},
+            {"groups", QVariant::fromValue(CItemIdList{7, 8}), QVariantList{"7", "8"}},
+            {"lastId", map, QVariantMap{{"groupId", "8"}, {"kept", QVariantMap{{"id", 9}}}}},
+            {"list", QVariant::fromValue(QList<QVariantMap>{{{"id", 8}}}), QVariantList{QVariantMap{{"id", "8"}}}},
+            {"names", QStringList{"a"}, QStringList{"a"}},
+        };
+        for (const auto& row : rows) {
+            m_model->property = row.value;
+            const QVariant read = m_service->getSystemProperty(row.name, "31");
+            QCOMPARE(read, row.read);
+            QCOMPARE(read.userType(), row.read.userType());
+        }
     }
 
     void storedProperties()
@@ -198,6 +232,15 @@ private Q_SLOTS:
         QCOMPARE(json(m_answers.last()),
                  R"({"architecture":3,"cardArchitecture":"MIFARE Classic","deviceId":123457,"deviceid":"001.234.570",)"
                  R"("publicMediaId":null,"results":["1","true","x"],"uid":"04A122"})");
+
+        const std::pair<QVariant, const char*> ids[] = {
+            {123457LL, "001.234.570"}, {(1LL << 32) + 1, "000.000.000"}, {-1, "000.000.000"}};
+        for (const auto& [id, label] : ids) {
+            m_service->deviceOperation("read", {}, m_callback);
+            m_devices->operation->setProperty("deviceId", id);
+            Q_EMIT m_devices->operation->finished();
+            QCOMPARE(m_answers.last().value("deviceid").toString(), label);
+        }
     }
 
     void deviceAction()
