@@ -1,5 +1,7 @@
 #include <foundation/access/access_explanation.h>
 
+#include <foundation/core/string_utils.h>
+
 #include <QtCore/QDateTime>
 
 namespace {
@@ -7,19 +9,9 @@ namespace {
 constexpr qint64 never = CAccessTimeZone::never;
 constexpr qint64 secondsOfDay = CAccessTimeZone::secondsOfDay;
 
-QString printable(QString text)
-{
-    for (QChar& character : text) {
-        if (character.category() == QChar::Other_Control || character.category() == QChar::Separator_Line
-            || character.category() == QChar::Separator_Paragraph || character.category() == QChar::Other_Format)
-            character = QLatin1Char('?');
-    }
-    return text;
-}
-
 QString withId(const QString& label, CItemId id)
 {
-    return QStringLiteral("%1 (%2)").arg(printable(label), QString::number(id.value()));
+    return QStringLiteral("%1 (%2)").arg(CStringUtils::printable(label), QString::number(id.value()));
 }
 
 QDateTime localTime(qint64 instant, const CAccessTimeZone& zone)
@@ -82,7 +74,7 @@ QString scheduleText(const CAccessSchedule& schedule)
     if (!schedule.isKnown)
         return QStringLiteral("schedule %1").arg(schedule.id.value());
     const QString slotsText = schedule.profile.toText();
-    return QStringLiteral("%1 (%2)").arg(printable(schedule.label),
+    return QStringLiteral("%1 (%2)").arg(CStringUtils::printable(schedule.label),
                                          slotsText.isEmpty() ? QStringLiteral("no slots") : slotsText);
 }
 
@@ -119,7 +111,7 @@ QString chainText(const CAccessFacts& facts, const CAccessChain& chain, qint64 a
 QString credentialLabel(const CAccessCredential& credential)
 {
     return credential.label.isEmpty() ? QStringLiteral("credential %1").arg(credential.id.value())
-                                      : printable(credential.label);
+                                      : CStringUtils::printable(credential.label);
 }
 
 QString nextText(const CAccessFacts& facts, const CAccessVerdict& verdict)
@@ -129,7 +121,7 @@ QString nextText(const CAccessFacts& facts, const CAccessVerdict& verdict)
     const CAccessRight& right = facts.rights.at(verdict.nextRightIndex);
     return QStringLiteral("  next: %1 by %2, %3")
         .arg(facts.zoneOf(0).displayText(verdict.next),
-             right.group == CItemId() ? rightText(right) : printable(right.groupLabel),
+             right.group == CItemId() ? rightText(right) : CStringUtils::printable(right.groupLabel),
              credentialLabel(facts.credentials.at(verdict.nextCredentialIndex)));
 }
 
@@ -215,11 +207,12 @@ CAccessExplanation::Labels CAccessExplanation::labels(const CAccessFacts& facts,
 {
     const CAccessRight& right = facts.rights.at(chain.rightIndex);
     Labels labels;
-    labels.user = printable(facts.users.at(chain.userIndex).label);
-    labels.accessPoint = printable(facts.accessPoints.at(right.accessPoint).label);
-    labels.group = right.group == CItemId() ? QStringLiteral("own") : printable(right.groupLabel);
-    labels.schedule = right.schedule == CAccessRight::always ? QStringLiteral("always")
-                                                             : printable(facts.schedules.at(right.schedule).label);
+    labels.user = CStringUtils::printable(facts.users.at(chain.userIndex).label);
+    labels.accessPoint = CStringUtils::printable(facts.accessPoints.at(right.accessPoint).label);
+    labels.group = right.group == CItemId() ? QStringLiteral("own") : CStringUtils::printable(right.groupLabel);
+    labels.schedule = right.schedule == CAccessRight::always
+                          ? QStringLiteral("always")
+                          : CStringUtils::printable(facts.schedules.at(right.schedule).label);
     if (chain.credentialIndex >= 0)
         labels.credential = credentialLabel(facts.credentials.at(chain.credentialIndex));
     return labels;

@@ -7,7 +7,8 @@
 #include <QtCore/QStringList>
 
 /// Tells people and programs what was decided and why. The facts are those that the verdict was made from. People get
-/// English texts in the door's time; control characters in labels are shown as "?".
+/// English texts in the door's time; labels are cut after 100 characters,
+/// and what would start a line in them is shown as "?".
 ///
 ///     DENIED  Clara Dubois (33) at Server Room (3), Sun 2026-11-22 03:10 +01:00: NotPermittedAtThisTime
 ///       x  Employees (41) > right 9001 > Office hours (Mon-Fri 07:00-19:00): closed, opens Mon 07:00

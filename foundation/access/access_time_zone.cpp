@@ -128,8 +128,9 @@ QString CAccessTimeZone::displayText(qint64 instant) const
 
 std::optional<qint64> CAccessTimeZone::instantFromText(const QString& text, DayEdge edge) const
 {
-    const QDate date(number(text, 0, 4), number(text, 5, 2), number(text, 8, 2));
-    if (!hasAt(text, 4, '-') || !hasAt(text, 7, '-') || !date.isValid())
+    const int year = number(text, 0, 4);
+    const QDate date(year, number(text, 5, 2), number(text, 8, 2));
+    if (year < 0 || !hasAt(text, 4, '-') || !hasAt(text, 7, '-') || !date.isValid())
         return std::nullopt;
     const qint64 day = QDate(firstYear, 1, 1).daysTo(date) * secondsOfDay;
     if (text.size() == 10)

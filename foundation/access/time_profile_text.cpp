@@ -1,5 +1,7 @@
 #include <foundation/access/time_profile.h>
 
+#include <foundation/core/string_utils.h>
+
 #include <QtCore/QStringList>
 
 namespace {
@@ -29,16 +31,10 @@ int dayFromName(const QString& name)
     return -1;
 }
 
-// Texts that end in an error are shown in part only.
+// Only the beginning of a text is shown in an error.
 QString quoted(const QString& text)
 {
-    const int shown = 40;
-    QString part = text.left(shown);
-    for (QChar& character : part) {
-        if (!character.isPrint())
-            character = QLatin1Char('?');
-    }
-    return QLatin1Char('"') + part + (text.size() > shown ? QStringLiteral("...\"") : QStringLiteral("\""));
+    return QLatin1Char('"') + CStringUtils::printable(text, 40) + QLatin1Char('"');
 }
 
 // One day, or a range that may lead over Sunday to Monday.

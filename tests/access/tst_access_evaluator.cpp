@@ -211,7 +211,7 @@ const QVector<QPair<QByteArray, qint64>>& awkwardMoments()
         {"Europe/Zurich", 1792890000},                                     // 2026-10-25T01:00Z, back
         {"Australia/Lord_Howe", 1775314800},                               // by half an hour
         {"America/Santiago", 1788667200},                                  // at midnight: the day begins at 01:00
-        {"Asia/Kathmandu", 1781000000},      {"Pacific/Apia", 1325239200}, // a whole day left out
+        {"Asia/Kathmandu", 1780999980},      {"Pacific/Apia", 1325239200}, // a whole day left out
     };
     return moments;
 }
@@ -379,7 +379,7 @@ void TestAccessEvaluator::nextIsExactAndAllQuestionsAgree()
 {
     Worlds worlds(11);
     int looked = 0;
-    for (int round = 0; round < 600; ++round) {
+    for (int round = 0; round < 1500; ++round) {
         const auto& place = awkwardMoments()[round % awkwardMoments().size()];
         const CAccessFacts all = worlds.make(zoneNamed(place.first), place.second, 4, 3);
         const qint64 at = place.second + worlds.below(6 * 86400) - 3 * 86400;
