@@ -211,7 +211,7 @@ void CDeviceConnectorAppSide::handleWebSocketRequest(QSslSocket* socket, const Q
     m_handshakes.insert(handshake->key(), handshake);
     connect(handshake, &DeviceHandshake::ready, this, [this, handshake] { admit(handshake); });
     connect(handshake, &DeviceHandshake::failed, this, [this, handshake](const QString& reason) {
-        const auto report = [this, device = handshake->request().deviceId, origin = handshake->text(), reason] {
+        const auto report = [this, device = handshake->request().device.id, origin = handshake->text(), reason] {
             Q_EMIT webSocketConnectionRefused(device, origin, reason);
         };
         QMetaObject::invokeMethod(this, report, Qt::QueuedConnection); // a receiver may delete the connector
@@ -275,14 +275,14 @@ void CDeviceConnectorAppSide::establish(DeviceHandshake* handshake)
 {
     QWebSocket* const webSocket = handshake->webSocket();
     const QPointer<QWebSocket> alive(webSocket);
-    const DeviceHandshake::Request request = handshake->request();
+    const DeviceIdentity device = handshake->request().device;
     const QString text = handshake->text();
     forget(handshake);
     const QObject* const parent = webSocket->parent();
     webSocket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());
     webSocket->setMaxAllowedIncomingMessageSize(QWebSocket::maxIncomingMessageSize());
-    webSocket->sendBinaryMessage(QByteArrayLiteral("OK"));
-    Q_EMIT webSocketConnectionEstablished(request.deviceId, request.deviceType, request.systemId, alive, text);
+    webSocket->sendBinaryMessage(HandshakeMessages::acceptance());
+    Q_EMIT webSocketConnectionEstablished(device.id, device.type, device.system, alive, text);
     // The receiver may have deleted either of them; nothing below touches the connector.
     if (alive && alive->parent() == parent)
         DeviceHandshake::drop(alive, QStringLiteral("unhandled websocket"));

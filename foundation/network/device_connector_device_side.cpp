@@ -1,16 +1,13 @@
-#include <foundation/core/json_parser.h>
-#include <foundation/core/system_id.h>
-#include <foundation/core/utf8_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_device_side.h>
 #include <foundation/network/device_discovery_device_side.h>
+#include <foundation/network/handshake_messages_p.h>
 #include <foundation/network/held_sockets_p.h>
 #include <foundation/network/socket_options_p.h>
 
 #include <kyr_crypto/crypto_service.h>
 
-#include <QtCore/QDateTime>
 #include <QtCore/QPointer>
 #include <QtNetwork/QSslCertificate>
 #include <QtNetwork/QSslConfiguration>
@@ -24,7 +21,6 @@ namespace {
 
 constexpr char discoveryPrefix[] = "DISCOVERY";
 constexpr int discoveryPrefixLength = sizeof discoveryPrefix - 1;
-constexpr int shortestRandom = 8;
 
 // The application's acceptance has arrived on a WebSocket, and what follows it in the same instant belongs to the new
 // owner, who does not listen yet: it is kept and announced once he does.
@@ -119,10 +115,8 @@ void CDeviceConnectorDeviceSide::setUdpDiscoveryPort(quint16 port)
 void CDeviceConnectorDeviceSide::connectToApplication(const QStringList& addresses)
 {
     abortConnectToAddresses();
-    QString path =
-        QStringLiteral("/gw/%1/%2").arg(CDeviceId(m_discovery->deviceId()).toLabel()).arg(m_discovery->deviceType());
-    if (m_discovery->systemId() != 0)
-        path += QLatin1Char('/') + CSystemId(m_discovery->systemId()).toLabel();
+    const QString path = DeviceRequest::pathOf(
+        {CDeviceId(m_discovery->deviceId()), CSystemId(m_discovery->systemId()), m_discovery->deviceType()});
     connectToAddresses({addresses}, 0, true, path);
 }
 
@@ -193,24 +187,18 @@ void CDeviceConnectorDeviceSide::concludeOutgoingConnection(QTcpSocket* socket)
 
 QByteArray CDeviceConnectorDeviceSide::answerTo(const QByteArray& initialRequest, const QHostAddress& server) const
 {
-    QVariantMap challenge = CJsonParser::deserialize(utf8UpToZero(initialRequest), nullptr, false);
-    if (challenge.value(QStringLiteral("random")).toString().size() < shortestRandom)
+    ChallengeRequest request;
+    if (!ChallengeRequest::parse(initialRequest, request))
         return QByteArray();
-    challenge[QStringLiteral("time")] = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
-    challenge[QStringLiteral("deviceid")] = CDeviceId(m_discovery->deviceId()).toLabel();
-    challenge[QStringLiteral("serverip")] = server.toString();
-    const QString challengeText = CJsonParser::serialize(challenge);
-
-    QVariantMap answer{{QStringLiteral("challenge"), challengeText}};
+    ChallengeAnswer answer{Challenge::textFor(request, CDeviceId(m_discovery->deviceId()), server), {}, {}};
     const QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     const QSslCertificate certificate = configuration.localCertificate();
     const QSslKey key = configuration.privateKey();
     if (!certificate.isNull() && !key.isNull()) {
-        answer[QStringLiteral("certificate")] = QString::fromLatin1(certificate.toPem());
-        answer[QStringLiteral("signature")] =
-            QString::fromLatin1(CCryptoService::getRsaSign(challengeText.toUtf8(), key.toDer()).toBase64());
+        answer.certificatePem = certificate.toPem();
+        answer.signature = CCryptoService::getRsaSign(answer.challenge, key.toDer());
     }
-    return CJsonParser::serialize(answer).toUtf8();
+    return answer.toBytes();
 }
 
 void CDeviceConnectorDeviceSide::onNewOutgoingWebSocketConnection(QWebSocket* socket, const QByteArray& initialRequest,

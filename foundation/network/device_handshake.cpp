@@ -1,8 +1,6 @@
 #include <foundation/core/environment_variable.h>
-#include <foundation/core/json_parser.h>
-#include <foundation/core/random.h>
+#include <foundation/core/string_utils.h>
 #include <foundation/core/utf8_p.h>
-#include <foundation/datatypes/data_type.h>
 #include <foundation/network/ca_chain_p.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_handshake_p.h>
@@ -12,49 +10,19 @@
 
 #include <kyr_crypto/crypto_service.h>
 
-#include <QtCore/QDateTime>
-#include <QtCore/QRegularExpression>
 #include <QtNetwork/QSslCertificate>
 #include <QtNetwork/QSslKey>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 #include <QtWebSockets/QWebSocketServer>
 
+#include <algorithm>
+
 namespace {
-
-constexpr int randomBytes = 8;
-
-// What a peer sent goes into the log on one line.
-QString printable(QString text)
-{
-    for (QChar& c : text) {
-        if (!c.isPrint())
-            c = QLatin1Char('?');
-    }
-    return text;
-}
 
 void warnDropped(const QString& reason)
 {
-    qWarning("CDeviceConnectorAppSide: Dropped WebSocket connection due to %s.", qUtf8Printable(printable(reason)));
-}
-
-// The codec reads a text of hexadecimal digits and colons, which an IPv6 address may be, as bytes. A mark in front of
-// the value makes it a string like any other, and the address can be compared as it was sent.
-constexpr QLatin1Char addressMark('=');
-
-QVariantMap parseChallenge(QString challenge)
-{
-    static const QRegularExpression address(QStringLiteral("(\"serverip\"\\s*:\\s*\")"));
-    challenge.replace(address, QStringLiteral("\\1="));
-    return CJsonParser::deserialize(challenge, nullptr, false);
-}
-
-// A value that has to be a text: bytes and numbers that look like the expected text are not it.
-QString textValue(const QVariantMap& map, const QString& key)
-{
-    const QVariant value = map.value(key);
-    return value.userType() == QMetaType::QString ? value.toString() : QString();
+    qWarning("CDeviceConnectorAppSide: Dropped WebSocket connection due to %s.", qUtf8Printable(reason));
 }
 
 // The public key of a device's certificate; empty when the certificate is not accepted.
@@ -68,7 +36,7 @@ QByteArray checkedPublicKey(const QByteArray& pem, CDeviceId deviceId)
                                                                          : QByteArray();
 }
 
-bool isAllowedServer(const QString& address)
+bool isAllowedServer(const QByteArray& address)
 {
     const QString allowed = CEnvironmentVariable::valueTrimmed("QUINTOR_SERVER_IPS_REMOTE");
     if (allowed.isEmpty()) {
@@ -76,27 +44,12 @@ bool isAllowedServer(const QString& address)
         return true;
     }
     const QStringList entries = allowed.split(QLatin1Char(','), Qt::SkipEmptyParts);
-    for (const QString& entry : entries) {
-        if (entry.trimmed() == address)
-            return true;
-    }
-    return false;
+    return !address.isEmpty() && std::any_of(entries.begin(), entries.end(), [&address](const QString& entry) {
+        return entry.trimmed().toUtf8() == address;
+    });
 }
 
 } // namespace
-
-bool DeviceHandshake::Request::parse(const QString& line, CSystemId ownSystem, Request& request)
-{
-    request.path = line.split(QLatin1Char(' ')).value(1);
-    const QStringList parts = request.path.split(QLatin1Char('/'));
-    request.deviceId = CDeviceId::fromLabel(parts.value(2));
-    bool isNumber = false;
-    request.deviceType = parts.value(3).toInt(&isNumber);
-    request.systemId = CSystemId::fromLabel(parts.value(4));
-    const bool isKnownType = isNumber && request.deviceType != 0
-                             && static_cast<int>(CDataType::deviceTypeCast(request.deviceType)) == request.deviceType;
-    return request.deviceId.isValid() && isKnownType && (!request.systemId.isValid() || request.systemId == ownSystem);
-}
 
 DeviceHandshake::DeviceHandshake(QSslSocket* socket, const QString& text, CSystemId ownSystem, bool verifyCertificate,
                                  QWebSocketServer* server, QObject* parent)
@@ -110,6 +63,7 @@ DeviceHandshake::DeviceHandshake(QSslSocket* socket, const QString& text, CSyste
     , m_timer(this)
 {
     m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &DeviceHandshake::onTimeOut);
     connect(socket, &QSslSocket::disconnected, this, &DeviceHandshake::onPeerGone, Qt::QueuedConnection);
     connect(socket, &QObject::destroyed, this, &DeviceHandshake::onPeerGone, Qt::QueuedConnection);
@@ -137,8 +91,8 @@ void DeviceHandshake::readRequestLine()
     if (end < 0 && begin.size() < ConnectionLimits::requestLine)
         return; // the rest is on its way
     const QString line = utf8UpToZero(end < 0 ? begin : begin.left(end));
-    if (end < 0 || !Request::parse(line, m_ownSystem, m_request)) {
-        fail(QStringLiteral("invalid request line (%1)").arg(line));
+    if (end < 0 || !DeviceRequest::parse(line, m_ownSystem, m_request)) {
+        fail(QStringLiteral("invalid request line (%1)").arg(CStringUtils::printable(line)));
         return;
     }
     disconnect(m_socket, &QSslSocket::readyRead, this, nullptr);
@@ -172,15 +126,16 @@ void DeviceHandshake::challenge(QWebSocket* webSocket)
     connect(webSocket, &QWebSocket::binaryMessageReceived, this, &DeviceHandshake::onAnswer);
     connect(webSocket, &QWebSocket::disconnected, this, &DeviceHandshake::onPeerGone, Qt::QueuedConnection);
     connect(webSocket, &QObject::destroyed, this, &DeviceHandshake::onPeerGone, Qt::QueuedConnection);
-    m_random = QString::fromLatin1(CRandom::getArray(randomBytes).toHex());
-    const QVariantMap request{{QStringLiteral("random"), m_random},
-                              {QStringLiteral("time"), QDateTime::currentDateTimeUtc().toString(Qt::ISODate)}};
-    webSocket->sendBinaryMessage(CJsonParser::serialize(request).toUtf8());
+    const ChallengeRequest request = ChallengeRequest::fresh();
+    m_random = request.random();
+    webSocket->sendBinaryMessage(request.toBytes());
     m_timer.start(ConnectionTiming::current().handshake);
 }
 
 void DeviceHandshake::onAnswer(const QByteArray& answer)
 {
+    if (m_timer.remainingTime() <= 0)
+        return; // onTimeOut is on its way
     // One answer is examined, and after the WebSocket has left its own code: whoever is told may delete it.
     disconnect(m_webSocket, &QWebSocket::binaryMessageReceived, this, nullptr);
     if (m_socket)
@@ -189,7 +144,7 @@ void DeviceHandshake::onAnswer(const QByteArray& answer)
     const auto examine = [this, answer] {
         if (m_stage != Stage::Challenged || !m_webSocket || m_webSocket->state() != QAbstractSocket::ConnectedState)
             return; // onPeerGone is on its way
-        const QString reason = refusal(answer, m_random, m_request.deviceId, m_verifyCertificate);
+        const QString reason = refusal(answer, m_random, m_request.device.id, m_verifyCertificate);
         if (!reason.isEmpty()) {
             fail(reason);
             return;
@@ -201,33 +156,26 @@ void DeviceHandshake::onAnswer(const QByteArray& answer)
     QMetaObject::invokeMethod(this, examine, Qt::QueuedConnection);
 }
 
-QString DeviceHandshake::refusal(const QByteArray& answer, const QString& random, CDeviceId deviceId,
+QString DeviceHandshake::refusal(const QByteArray& message, const QByteArray& random, CDeviceId deviceId,
                                  bool verifyCertificate)
 {
-    const QVariantMap map = CJsonParser::deserialize(utf8UpToZero(answer), nullptr, false);
-    const QString challengeText = textValue(map, QStringLiteral("challenge"));
+    const ChallengeAnswer answer = ChallengeAnswer::parse(message);
     if (!verifyCertificate) {
         qWarning("CDeviceConnectorAppSide: device certificate not verified");
     } else {
-        QString pem = textValue(map, QStringLiteral("certificate"));
-        pem.replace(QLatin1String("\\n"), QLatin1String("\n"));
-        const QByteArray publicKey = checkedPublicKey(pem.toUtf8(), deviceId);
+        const QByteArray publicKey = checkedPublicKey(answer.certificatePem, deviceId);
         if (publicKey.isEmpty())
             return QStringLiteral("invalid device certificate");
-        const QByteArray signature = QByteArray::fromBase64(textValue(map, QStringLiteral("signature")).toLatin1());
-        if (!CCryptoService::verifyRsaSign(challengeText.toUtf8(), signature, publicKey))
+        if (!CCryptoService::verifyRsaSign(answer.challenge, answer.signature, publicKey))
             return QStringLiteral("invalid signature");
     }
-    const QVariantMap challenge = parseChallenge(challengeText);
-    if (textValue(challenge, QStringLiteral("deviceid")) != deviceId.toLabel())
+    Challenge challenge;
+    if (!Challenge::parse(answer.challenge, challenge) || challenge.deviceLabel != deviceId.toLabel().toLatin1())
         return QStringLiteral("invalid device ID");
-    if (random.isEmpty() || textValue(challenge, QStringLiteral("random")) != random)
+    if (random.isEmpty() || challenge.random != random)
         return QStringLiteral("invalid random number");
-    QString serverAddress = textValue(challenge, QStringLiteral("serverip"));
-    if (serverAddress.startsWith(addressMark))
-        serverAddress.remove(0, 1);
-    if (!isAllowedServer(serverAddress))
-        return QStringLiteral("invalid server IP (%1)").arg(serverAddress);
+    if (!isAllowedServer(challenge.server))
+        return QStringLiteral("invalid server IP (%1)").arg(CStringUtils::printable(challenge.server));
     return QString();
 }
 
@@ -269,7 +217,7 @@ void DeviceHandshake::fail(const QString& reason)
             m_socket->deleteLater();
         }
     }
-    Q_EMIT failed(reason);
+    Q_EMIT failed(CStringUtils::printable(reason)); // the line in the log is whole
 }
 
 void DeviceHandshake::drop(QWebSocket* webSocket, const QString& reason)

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <foundation/core/device_id.h>
 #include <foundation/core/export.h>
-#include <foundation/core/system_id.h>
+#include <foundation/network/handshake_messages_p.h>
 
 #include <QtCore/QObject>
 #include <QtCore/QPair>
@@ -37,18 +36,6 @@ public:
         Over
     };
 
-    /// What the request line says: "GET /gw/<device label>/<device type>[/<system label>] HTTP/1.1".
-    struct Request
-    {
-        QString path;
-        CSystemId systemId;
-        int deviceType = 0;
-        CDeviceId deviceId;
-
-        /// False unless the line names a device, a known type, and no other system than `ownSystem`.
-        KYR_FOUNDATION_TEST_EXPORT static bool parse(const QString& line, CSystemId ownSystem, Request& request);
-    };
-
     /// The server makes WebSockets of the sockets, and has them until they are taken over.
     DeviceHandshake(QSslSocket* socket, const QString& text, CSystemId ownSystem, bool verifyCertificate,
                     QWebSocketServer* server, QObject* parent);
@@ -64,13 +51,13 @@ public:
 
     Stage stage() const { return m_stage; }
     const Key& key() const { return m_key; }
-    const Request& request() const { return m_request; }
+    const DeviceRequest& request() const { return m_request; }
     const QString& text() const { return m_text; }
     const QSslSocket* socket() const { return m_socket; }
     QWebSocket* webSocket() const { return m_webSocket; }
 
     /// The reason why a device's answer is not accepted; empty when it is. `random` is what was sent to the device.
-    KYR_FOUNDATION_TEST_EXPORT static QString refusal(const QByteArray& answer, const QString& random,
+    KYR_FOUNDATION_TEST_EXPORT static QString refusal(const QByteArray& message, const QByteArray& random,
                                                       CDeviceId deviceId, bool verifyCertificate);
     /// Drops a WebSocket with a warning: aborted, so that no close frame is sent, and deleted later.
     static void drop(QWebSocket* webSocket, const QString& reason);
@@ -95,7 +82,7 @@ private:
     bool m_verifyCertificate;
     QWebSocketServer* m_server;
     Stage m_stage = Stage::RequestLine;
-    Request m_request;
-    QString m_random;
+    DeviceRequest m_request;
+    QByteArray m_random;
     QTimer m_timer;
 };

@@ -10,6 +10,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
+#include <QtCore/QRandomGenerator>
 #include <QtCore/QRegularExpression>
 #include <QtNetwork/QNetworkDatagram>
 #include <QtNetwork/QSslSocket>
@@ -163,6 +164,17 @@ RawDevice::Deed answers(const QByteArray& device, const QByteArray& random, cons
     };
 }
 
+// Answers with a challenge written by hand, signed as it is. RANDOM is what was sent.
+RawDevice::Deed signs(const QByteArray& text)
+{
+    return [=](RawDevice& raw, const QByteArray& sent) {
+        QByteArray challenge = QByteArray(text).replace("RANDOM", sent);
+        const QByteArray signature = CCryptoService::getRsaSign(challenge, certificateOf(own).key.toDer());
+        raw.send("{\"challenge\": \"" + challenge.replace('\\', "\\\\").replace('"', "\\\"") + "\", \"certificate\": \""
+                 + certificateOf(own).certificate().toPem() + "\", \"signature\": \"" + signature.toBase64() + "\"}");
+    };
+}
+
 const RawDevice::Deed rightAnswer = answers(own, "RANDOM", "127.0.0.1", own, own);
 
 // What a device does, and what comes of it: who it is let in as, or the reason for which it is dropped.
@@ -212,7 +224,7 @@ private Q_SLOTS:
         const QByteArray good = RawWebSocket::upgradeRequest(request);
         const auto row = [](const char* name, const Visit& visit) { QTest::newRow(name) << visit; };
         // What is answered; any server may be named unless some are listed.
-        const auto answer = [&](const char* name, const char* outcome, const RawDevice::Deed& deed,
+        const auto answer = [&](const char* name, const QByteArray& outcome, const RawDevice::Deed& deed,
                                 const char* allowed = "", bool useSsl = true) {
             row(name, {good, deed, outcome, allowed, useSsl});
         };
@@ -236,6 +248,28 @@ private Q_SLOTS:
         answer("another random", "invalid random number", answers(own, "0123456789abcdef", "", own, own));
         answer("no random", "invalid random number", answers(own, "", "", own, own));
         answer("more than random", "invalid random number", answers(own, "RANDOM0", "", own, own));
+
+        // What a server in the middle may have made a device sign: only one way to read it counts.
+        const QByteArray fields = R"("deviceid": "000.123.457", "random": "RANDOM", "serverip": "10.0.0.9")";
+        const QByteArray wanted = R"("serverip": "10.0.0.2")";
+        const auto signedText = [&](const char* name, const char* outcome, const QByteArray& text) {
+            answer(name, outcome, signs(text), "10.0.0.9");
+        };
+        signedText("no time", in, "{" + fields + "}");
+        signedText("one more key, written wide", in, "{\n\t" + fields + " ,\r\n \"zz\" : \"1\" }");
+        const char* unclear = "invalid device ID";
+        answer("second address", unclear, signs("{" + fields + ", \"zz\": [1], " + wanted + "}"), "10.0.0.2");
+        answer("same key twice", unclear, signs("{" + fields + ", " + wanted + "}"), "10.0.0.2,10.0.0.9");
+        answer("another read after it", unclear, signs("{" + fields + "}{" + wanted + "}"), "10.0.0.9,10.0.0.2");
+        signedText("ends early", unclear, "{" + fields + ", x");
+        signedText("escaped", unclear, "{" + fields + R"(, "zz": "\\"})");
+        signedText("number", unclear, "{" + fields + ", \"zz\": 1}");
+        signedText("behind it", unclear, "{" + fields + "} ");
+        signedText("array", unclear, "[" + fields + "]");
+        answer("blank entries admit no missing address", "invalid server IP ()",
+               signs(R"({"deviceid": "000.123.457", "random": "RANDOM"})"), " , ,10.0.0.2");
+        answer("long address", "invalid server IP (" + QByteArray(97, 'x') + "...)",
+               answers(own, "RANDOM", QByteArray(5000, 'x'), own, own), "10.0.0.2");
         answer("no JSON", certificate, [](auto& device, auto&) { device.send("}{"); });
 
         // The request. Its reasons name it.
@@ -250,6 +284,9 @@ private Q_SLOTS:
         asks("/gw/000.123.457/42");           // unknown type
         asks("/gw/000.123.457");
         asks("/");
+        row("forged line", {"GET /\n12:00:00.000 INF a\xe2\x80\xae\x1b[2J device HTTP/1.1\r\n\r\n",
+                            {},
+                            "invalid request line (GET /?12:00:00.000 INF a??[2J device HTTP/1.1)"});
         row("endless line", {QByteArray(500, 'a'), {}, "invalid request line (" + QByteArray(100, 'a') + ")"});
 
         const char* closed = "connection closed before authentication";
@@ -286,6 +323,8 @@ private Q_SLOTS:
             ConnectionTiming::current().handshake = 150;
         qputenv("QUINTOR_SERVER_IPS_REMOTE", visit.allowed);
         Application application(visit.useSsl);
+        const QRandomGenerator before = *QRandomGenerator::global();
+        QSignalSpy refused(application.connector.get(), &CDeviceConnectorAppSide::webSocketConnectionRefused);
         const bool letIn = visit.outcome.endsWith(" door");
         if (!letIn)
             expectDropped(visit.outcome);
@@ -322,6 +361,9 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return application.isIdle(); }));
         QCOMPARE(application.linked, letIn ? QStringList(QString::fromLatin1(visit.outcome)) : QStringList());
         QVERIFY(!visit.outcome.startsWith("invalid") || !device.closeFrame);
+        QCOMPARE(refused.size(), letIn ? 0 : 1);
+        QVERIFY(letIn || refused[0][2].toString().size() <= 100);
+        QVERIFY(*QRandomGenerator::global() == before); // nobody is given a part of what others will be given
     }
 
     // The answer and the end of the connection arrive together.

@@ -188,11 +188,29 @@ private Q_SLOTS:
         }
     }
 
-    // What is no challenge gets no answer, and the job ends when its time is up.
+    // What is no challenge gets no answer, nor does what would let a server write more than an entry into the signed
+    // text; the job ends when its time is up.
     void noChallenge()
     {
-        ConnectionTiming::current().step = 300;
-        for (const QByteArray challenge : {"{\"random\": \"0123456\"}", "{\"time\": 5}", "hello"}) {
+        ConnectionTiming::current().step = 100;
+        QByteArray seventeen;
+        for (char key = 'a'; key < 'q'; ++key)
+            seventeen += QByteArray(", 'x") + key + "': 1";
+        const auto with = [](const QByteArray& more) { return "{'random': '0123456789'" + more + "}"; };
+        const QByteArrayList challenges{"{'random': '0123456'}",
+                                        "{'time': 5}",
+                                        "hello",
+                                        with(seventeen),
+                                        with(", 'a': '" + QByteArray(1000, 'x') + "'"),
+                                        with(", 'zz': '[1], \\'serverip\\': \\'10.0.0.1\\''"),
+                                        with(", 'zz': {'serverip': '10.0.0.1'}"),
+                                        with(", 'zz': '5b:31:5d:2c'"),
+                                        with(", 'zz': 'ef:bb:bf:7b'"),
+                                        with(", '%3%3': 'x'"),
+                                        with(", 'a\\': \\'1': 'x'"),
+                                        with(", '': 'x'")};
+        for (QByteArray challenge : challenges) {
+            challenge.replace('\'', '"');
             QNetworkAccessManager manager;
             Device device(false, &manager);
             RawApplication application(challenge);
