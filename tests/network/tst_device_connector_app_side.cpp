@@ -361,6 +361,7 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return application.isIdle(); }));
         QCOMPARE(application.linked, letIn ? QStringList(QString::fromLatin1(visit.outcome)) : QStringList());
         QVERIFY(!visit.outcome.startsWith("invalid") || !device.closeFrame);
+        QVERIFY(waitUntil([&] { return letIn || !refused.isEmpty(); }));
         QCOMPARE(refused.size(), letIn ? 0 : 1);
         QVERIFY(letIn || refused[0][2].toString().size() <= 100);
         QVERIFY(*QRandomGenerator::global() == before); // nobody is given a part of what others will be given

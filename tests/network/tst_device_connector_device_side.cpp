@@ -196,7 +196,7 @@ private Q_SLOTS:
         QByteArray seventeen;
         for (char key = 'a'; key < 'q'; ++key)
             seventeen += QByteArray(", 'x") + key + "': 1";
-        const auto with = [](const QByteArray& more) { return "{'random': '0123456789'" + more + "}"; };
+        const auto with = [](const QByteArray& more) -> QByteArray { return "{'random': '0123456789'" + more + "}"; };
         const QByteArrayList challenges{"{'random': '0123456'}",
                                         "{'time': 5}",
                                         "hello",
