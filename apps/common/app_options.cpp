@@ -12,14 +12,27 @@ AppOptions::AppOptions(const QString& description, const QByteArray& variablePre
 
 void AppOptions::addSwitch(const QString& name, const QString& description)
 {
-    m_parser.addOption(QCommandLineOption(name, description));
+    if (!add(QCommandLineOption(name, description)))
+        return;
     m_optionHelp.append(QStringLiteral("  --%1%2").arg(name.leftJustified(24), description));
+}
+
+// The same option once more is the same option: verbs of a command share some.
+bool AppOptions::add(const QCommandLineOption& option)
+{
+    const QString name = option.names().constFirst();
+    if (m_names.contains(name))
+        return false;
+    m_names.append(name);
+    m_parser.addOption(option);
+    return true;
 }
 
 void AppOptions::addValue(const QString& name, const QString& valueName, const QString& description,
                           const QString& defaultValue)
 {
-    m_parser.addOption(QCommandLineOption(name, description, valueName, defaultValue));
+    if (!add(QCommandLineOption(name, description, valueName, defaultValue)))
+        return;
     const QString syntax = name + QLatin1Char(' ') + valueName;
     QString text = QStringLiteral("  --%1%2").arg(syntax.leftJustified(24), description);
     if (!defaultValue.isEmpty())
@@ -35,6 +48,7 @@ void AppOptions::addPositional(const QString& syntax, const QString& description
 
 void AppOptions::stopAtPositional()
 {
+    m_anyPositional = true;
     m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
 }
 
@@ -43,7 +57,30 @@ bool AppOptions::parse(const QStringList& arguments)
     // The parser takes the program's name first.
     if (!m_parser.parse(QStringList(QString()) + arguments))
         setError(m_parser.errorText());
+    else if (!m_anyPositional && !m_parser.isSet(QStringLiteral("help")))
+        checkPositional();
     return m_error.isEmpty();
+}
+
+void AppOptions::checkPositional()
+{
+    const QStringList given = positional();
+    int place = 0;
+    bool optional = false;
+    const QStringList words = m_usage.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString& word : words) {
+        optional = optional || word.startsWith(QLatin1Char('['));
+        if (!optional && place >= given.size()) {
+            QString name = word;
+            return setError(QStringLiteral("%1 is missing").arg(name.remove(QLatin1String("..."))));
+        }
+        if (word.contains(QLatin1String("...")))
+            return;
+        ++place;
+        optional = optional && !word.endsWith(QLatin1Char(']'));
+    }
+    if (given.size() > place)
+        setError(QStringLiteral("unexpected argument \"%1\"").arg(given.at(place)));
 }
 
 QByteArray AppOptions::variable(const QString& name) const

@@ -16,12 +16,14 @@ public:
     void addSwitch(const QString& name, const QString& description);
     void addValue(const QString& name, const QString& valueName, const QString& description,
                   const QString& defaultValue = {});
-    /// How the arguments that are no options look in the usage line, and what is to be said of them.
+    /// The arguments that are no options, as the usage line shows them, and what is to be said of them. How many there
+    /// may be is read from it: "FILE" is one, "[FILE]" one or none, "LABEL [KEY=VALUE...]" one and any number more.
     void addPositional(const QString& syntax, const QString& description = {});
     /// Options end at the first positional argument; the rest is the positional ones'.
     void stopAtPositional();
 
-    /// Reads the arguments (without the program's name); false when one of them is unknown or lacks its value.
+    /// Reads the arguments (without the program's name); false when one of them is unknown, lacks its value or is
+    /// missing.
     bool parse(const QStringList& arguments);
 
     bool isSet(const QString& name) const;
@@ -38,8 +40,12 @@ public:
 
     /// Usage, options and what they mean, with `command` as the program's part of the usage line.
     QString help(const QString& command) const;
+    /// A line for each option.
+    QStringList optionHelp() const { return m_optionHelp; }
 
 private:
+    bool add(const QCommandLineOption& option);
+    void checkPositional();
     QByteArray variable(const QString& name) const;
 
     QCommandLineParser m_parser;
@@ -47,5 +53,7 @@ private:
     QString m_error;
     QString m_usage;
     QString m_positionalHelp;
+    bool m_anyPositional = false;
     QStringList m_optionHelp;
+    QStringList m_names;
 };

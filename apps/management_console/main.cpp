@@ -1,9 +1,11 @@
 // kyr_console: finds, serves and manages the devices of an installation.
+#include "commands/command_table.h"
 #include "common/app_options.h"
 #include "common/command_socket.h"
 #include "common/process_setup.h"
 #include "shell/attach.h"
 #include "shell/console.h"
+#include "shell/session.h"
 #include "shell/terminal.h"
 
 #include <foundation/cli/local_socket_cli_io.h>
@@ -29,6 +31,9 @@ void addGlobalOptions(AppOptions& options)
                      QStringLiteral("take commands from a local socket instead of the terminal"));
     options.addValue(QStringLiteral("attach"), QStringLiteral("NAME"),
                      QStringLiteral("talk to a console that was started with --socket"));
+    options.addValue(QStringLiteral("database"), QStringLiteral("LOCATION"),
+                     QStringLiteral("where the installation is kept; memory: the demonstration, gone at the end"),
+                     QStringLiteral("memory"));
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
     options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
@@ -36,9 +41,10 @@ void addGlobalOptions(AppOptions& options)
 }
 
 // Runs until the console ends; the channel is deleted here unless its own thread does it.
-int runConsole(QCoreApplication& app, CAbstractCliIO* io, Console::Input input, const QStringList& arguments)
+int runConsole(QCoreApplication& app, Session& session, CAbstractCliIO* io, Console::Input input,
+               const QStringList& arguments)
 {
-    Console console(io, input);
+    Console console(session, io, input);
     onTerminationRequest(&app, [&console](Termination request) {
         if (request == Termination::End)
             console.end();
@@ -76,6 +82,7 @@ int run(int argc, char** argv)
     const QString socketName = options.value(QStringLiteral("socket"));
     if (!attachName.isEmpty())
         return runAttached(app, attachName, command);
+    Session session(commandTable(), options.value(QStringLiteral("database")));
     if (!socketName.isEmpty()) {
         QString error;
         const auto io = openCommandSocket(socketName, error);
@@ -83,15 +90,15 @@ int run(int argc, char** argv)
             failed(error);
             return 1;
         }
-        return runConsole(app, io.get(), Console::Input::Socket, command);
+        return runConsole(app, session, io.get(), Console::Input::Socket, command);
     }
     if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
         const bool terminal = Terminal::isInteractive();
-        return runConsole(app, new CStandardIOHandler(terminal ? Console::prompt : nullptr),
+        return runConsole(app, session, new CStandardIOHandler(terminal ? Console::prompt : nullptr),
                           terminal ? Console::Input::Terminal : Console::Input::Pipe, command);
     }
     CStandardIOHandler io(nullptr); // for its output only
-    return runConsole(app, &io, Console::Input::Arguments, command);
+    return runConsole(app, session, &io, Console::Input::Arguments, command);
 }
 
 } // namespace

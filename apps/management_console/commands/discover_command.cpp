@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "common/default_ports.h"
 #include "shell/command.h"
 
@@ -101,8 +100,6 @@ public:
             system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
         if (!ok)
             options.setError(QStringLiteral("--system takes the label of an installation, such as 0012.3457"));
-        if (!options.positional().isEmpty())
-            options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
         if (!options.error().isEmpty())
             return;
 
@@ -208,9 +205,9 @@ private:
             for (const Target& target : qAsConst(m_targets))
                 m_udp.sendGetDeviceInfoUdp(target.address, target.udpPort);
         }
-        session().progress(QStringLiteral("%1 found, %2 s left")
-                               .arg(m_found.size())
-                               .arg(double(m_waitMs - elapsed) / 1000, 0, 'f', 1));
+        output().progress(QStringLiteral("%1 found, %2 s left")
+                              .arg(m_found.size())
+                              .arg(double(m_waitMs - elapsed) / 1000, 0, 'f', 1));
     }
 
     void conclude()
@@ -270,7 +267,5 @@ private:
 
 } // namespace
 
-Command* createDiscoverCommand(Session& session)
-{
-    return new DiscoverCommand(session);
-}
+extern const CommandEntry discoverCommand = {"discover", "Finds devices on the network.",
+                                             &makeCommand<DiscoverCommand>};

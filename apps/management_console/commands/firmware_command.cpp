@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "commands/firmware_report.h"
 #include "shell/command.h"
 
@@ -16,14 +15,12 @@ public:
 
     void start(AppOptions& options) override
     {
-        if (options.positional().size() != 1)
-            return options.setError(QStringLiteral("takes the name of one file"));
         m_file.setFileName(options.positional().constFirst());
         if (!m_file.open(QIODevice::ReadOnly))
             return fail(QStringLiteral("cannot read \"%1\": %2").arg(m_file.fileName(), m_file.errorString()));
         if (m_file.size() > 0x7FFFFFFF)
             return fail(QStringLiteral("\"%1\" is too large for firmware").arg(m_file.fileName()));
-        session().progress(QStringLiteral("checking %1 MB").arg(m_file.size() / 1000000));
+        output().progress(QStringLiteral("checking %1 MB").arg(m_file.size() / 1000000));
         // After the user has seen that.
         QTimer::singleShot(0, this, [this] { check(); });
     }
@@ -36,7 +33,7 @@ private:
         QString report = firmwareReport(bytes, &faultless);
         while (report.endsWith(QLatin1Char('\n')))
             report.chop(1);
-        session().lines(report.split(QLatin1Char('\n')));
+        output().lines(report.split(QLatin1Char('\n')));
         if (!faultless)
             return fail(QStringLiteral("\"%1\" is not in order").arg(m_file.fileName()));
         done();
@@ -47,7 +44,5 @@ private:
 
 } // namespace
 
-Command* createFirmwareCommand(Session& session)
-{
-    return new FirmwareCommand(session);
-}
+extern const CommandEntry firmwareCommand = {"firmware", "Checks a firmware file and shows what is in it.",
+                                             &makeCommand<FirmwareCommand>};

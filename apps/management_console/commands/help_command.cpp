@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "shell/command.h"
 
 namespace {
@@ -16,35 +15,22 @@ public:
         if (names.isEmpty()) {
             Table table({{QStringLiteral("command"), QStringLiteral("Command")},
                          {QStringLiteral("summary"), QStringLiteral("What it does")}});
-            for (const CommandEntry& entry : commandTable())
-                table.addRow({QString::fromUtf8(entry.name), QString::fromUtf8(entry.summary)});
+            for (const CommandEntry* entry : session().commands())
+                table.addRow({QString::fromUtf8(entry->name), QString::fromUtf8(entry->summary)});
             print(table);
             return done();
         }
-        const CommandEntry* entry = findCommand(names.constFirst());
+        const CommandEntry* entry = session().findCommand(names.constFirst());
         if (!entry)
             return fail(QStringLiteral("there is no command \"%1\"").arg(names.constFirst()));
-        session().lines(commandHelp(*entry, session()).split(QLatin1Char('\n')));
+        const std::unique_ptr<Command> command(entry->create(session(), output()));
+        const QString help = command->help(QLatin1String(entry->name), QString::fromUtf8(entry->summary));
+        output().lines(help.split(QLatin1Char('\n')));
         done();
     }
 };
 
-class QuitCommand : public Command
-{
-public:
-    using Command::Command;
-
-    void start(AppOptions&) override { session().quit(); }
-};
-
 } // namespace
 
-Command* createHelpCommand(Session& session)
-{
-    return new HelpCommand(session);
-}
-
-Command* createQuitCommand(Session& session)
-{
-    return new QuitCommand(session);
-}
+extern const CommandEntry helpCommand = {"help", "Lists the commands, or the options of one.",
+                                         &makeCommand<HelpCommand>};

@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "shell/command.h"
 #include "shell/terminal.h"
 
@@ -31,7 +30,7 @@ public:
         lines = lines.mid(qMax(0, int(lines.size()) - most));
         if (!isJson()) {
             for (const QString& line : qAsConst(lines))
-                session().line(Terminal::printable(line));
+                output().line(Terminal::printable(line));
             return done();
         }
         // "12:34:56.789 INF text"; lines without that are the rest of a text of several.
@@ -48,7 +47,4 @@ public:
 
 } // namespace
 
-Command* createLogCommand(Session& session)
-{
-    return new LogCommand(session);
-}
+extern const CommandEntry logCommand = {"log", "Shows the last lines of the log.", &makeCommand<LogCommand>};

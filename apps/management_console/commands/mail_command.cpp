@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "shell/command.h"
 
 #include <foundation/mail/smtp_client.h>
@@ -43,8 +42,6 @@ public:
         const QString fault = to.isEmpty() ? QString() : CSmtpClient::addressFault(to);
         if (!fault.isEmpty())
             options.setError(QStringLiteral("--to: %1").arg(fault));
-        if (!options.positional().isEmpty())
-            options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
         if (!options.error().isEmpty())
             return;
 
@@ -55,10 +52,10 @@ public:
                 const QString cause = m_client->connectionFault();
                 return fail(cause.isEmpty() ? error : QStringLiteral("%1 (%2)").arg(error, cause));
             }
-            session().line(check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
+            output().line(check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
             done();
         });
-        session().progress(QStringLiteral("talking to %1").arg(server));
+        output().progress(QStringLiteral("talking to %1").arg(server));
         const bool started = check ? m_client->checkServerSettings()
                                    : m_client->sendDefaultTemplateMail(
                                        to, subject, options.value(QStringLiteral("preheader")),
@@ -79,7 +76,5 @@ private:
 
 } // namespace
 
-Command* createMailCommand(Session& session)
-{
-    return new MailCommand(session);
-}
+extern const CommandEntry mailCommand = {"mail", "Checks the settings of a mail server, or sends a mail.",
+                                         &makeCommand<MailCommand>};

@@ -1,11 +1,10 @@
-#include "commands/commands.h"
 #include "common/report_loader.h"
 #include "common/save_file.h"
 #include "shell/command.h"
 
 #include <foundation/datatypes/data_type.h>
-#include <foundation/services/access_control_mock.h>
 #include <foundation/services/report_generator.h>
+#include <foundation/services/simple_access_control.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QTimer>
@@ -31,10 +30,11 @@ public:
     {
         m_file = options.value(QStringLiteral("pdf"));
         const QString users = options.value(QStringLiteral("users"));
+        m_model = model();
+        if (!m_model)
+            return;
         if (m_file.isEmpty())
             options.setError(QStringLiteral("--pdf is needed"));
-        if (!options.positional().isEmpty())
-            options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
         if (!findUsers(users))
             options.setError(QStringLiteral("--users \"%1\": there is no such user").arg(users));
         if (!options.error().isEmpty())
@@ -44,7 +44,7 @@ public:
         m_generator = loadReportGenerator(error);
         if (!m_generator)
             return fail(error);
-        m_generator->initialize(QStringLiteral("kyr_console"), &session().model());
+        m_generator->initialize(QStringLiteral("kyr_console"), m_model);
         const QString templateFile = options.value(QStringLiteral("template"));
         if (!templateFile.isEmpty()) {
             QFile file(templateFile);
@@ -54,7 +54,7 @@ public:
         } else {
             m_generator->setReportTemplate(QString());
         }
-        session().progress(QStringLiteral("rendering %1 users").arg(m_users.size()));
+        output().progress(QStringLiteral("rendering %1 users").arg(m_users.size()));
         // After the user has seen that.
         QTimer::singleShot(0, this, [this] { render(); });
     }
@@ -62,10 +62,11 @@ public:
 private:
     bool findUsers(const QString& text)
     {
-        const QList<QVariantMap> known = session().model().getMockObjectsForName(QStringLiteral("UsersGroups"));
+        const QVariantList known = m_model->getModel(QStringLiteral("UsersGroups"), {}, {});
         const QStringList wanted = text.split(QLatin1Char(','));
         int found = 0;
-        for (const QVariantMap& user : known) {
+        for (const QVariant& item : known) {
+            const QVariantMap user = item.toMap();
             const QString id = user.value(QStringLiteral("id")).toString();
             const bool isUser = user.value(QStringLiteral("class")).toInt() == UserClassUser;
             if (!isUser || (text != QLatin1String("all") && !wanted.contains(id)))
@@ -85,18 +86,16 @@ private:
         if (!saveFile(
                 m_file, [&pdf](QIODevice& file) { file.write(pdf); }, error))
             return fail(error);
-        session().line(QStringLiteral("Wrote a report of %1 users to %2.").arg(m_users.size()).arg(m_file));
+        output().line(QStringLiteral("Wrote a report of %1 users to %2.").arg(m_users.size()).arg(m_file));
         done();
     }
 
     IReportGenerator* m_generator = nullptr; // the plugin's, which stays loaded
+    ISimpleAccessControl* m_model = nullptr;
     QList<CItemId> m_users;
     QString m_file;
 };
 
 } // namespace
 
-Command* createReportCommand(Session& session)
-{
-    return new ReportCommand(session);
-}
+extern const CommandEntry reportCommand = {"report", "Makes a report of users as PDF.", &makeCommand<ReportCommand>};

@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "server/device_server.h"
 #include "shell/command.h"
 
@@ -32,9 +31,7 @@ public:
         m_count = options.number(QStringLiteral("count"), 1, 10000000);
         const int waitMs = options.number(QStringLiteral("wait"), 1, 3600000);
         const QStringList words = options.positional();
-        if (words.size() != 2)
-            options.setError(QStringLiteral("takes a device and a message"));
-        else if (!readMessage(words.at(1)))
+        if (!readMessage(words.at(1)))
             options.setError(QStringLiteral("\"%1\" is neither a command nor a JSON object").arg(words.at(1)));
         if (!options.error().isEmpty())
             return;
@@ -146,7 +143,5 @@ private:
 
 } // namespace
 
-Command* createSendCommand(Session& session)
-{
-    return new SendCommand(session);
-}
+extern const CommandEntry sendCommand = {"send", "Sends a message to a device and shows its answer.",
+                                         &makeCommand<SendCommand>};

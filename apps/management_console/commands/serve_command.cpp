@@ -1,4 +1,3 @@
-#include "commands/commands.h"
 #include "common/default_ports.h"
 #include "server/device_server.h"
 #include "shell/command.h"
@@ -62,9 +61,9 @@ public:
         const quint16 port = server->port();
         session().setServer(std::move(server));
         if (isJson())
-            session().line(QStringLiteral("{\"port\":%1}").arg(port));
+            output().line(QStringLiteral("{\"port\":%1}").arg(port));
         else
-            session().line(QStringLiteral("Serving devices on port %1.").arg(port));
+            output().line(QStringLiteral("Serving devices on port %1.").arg(port));
         done();
     }
 };
@@ -127,12 +126,8 @@ private:
 
 } // namespace
 
-Command* createServeCommand(Session& session)
-{
-    return new ServeCommand(session);
-}
+extern const CommandEntry serveCommand = {"serve", "Lets devices call in, in the background.",
+                                          &makeCommand<ServeCommand>};
 
-Command* createDevicesCommand(Session& session)
-{
-    return new DevicesCommand(session);
-}
+extern const CommandEntry devicesCommand = {"devices", "Shows the devices that are linked, or those that were refused.",
+                                            &makeCommand<DevicesCommand>};

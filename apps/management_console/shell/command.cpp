@@ -1,36 +1,133 @@
 #include "shell/command.h"
 
+#include "shell/terminal.h"
+
 namespace {
 
 QByteArray variablePrefix(const QString& name)
 {
-    return "KYR_CONSOLE_" + name.toUpper().toLatin1();
+    return "KYR_CONSOLE_" + name.section(QLatin1Char(' '), 0, 0).toUpper().toLatin1();
 }
 
-void addCommonOptions(AppOptions& options)
+QString verbName(const QString& command, const Verb& verb)
 {
-    options.addSwitch(QStringLiteral("json"), QStringLiteral("tables as JSON"));
+    return qstrlen(verb.name) == 0 ? command : QString(command + QLatin1Char(' ') + QLatin1String(verb.name));
 }
 
 } // namespace
 
-void Command::run(const QString& name, const QString& summary, const QStringList& arguments)
+const std::vector<Verb>& Command::verbs() const
+{
+    static const std::vector<Verb> none;
+    return none;
+}
+
+std::unique_ptr<AppOptions> Command::makeOptions(const QString& name, const QString& summary, const Verb* verb) const
+{
+    auto options = std::make_unique<AppOptions>(summary, variablePrefix(name));
+    if (verb) {
+        options->addPositional(QLatin1String(verb->arguments));
+        if (verb->addOptions)
+            verb->addOptions(*options);
+    } else {
+        const_cast<Command*>(this)->addOptions(*options);
+    }
+    options->addSwitch(QStringLiteral("json"), QStringLiteral("tables as JSON"));
+    return options;
+}
+
+const Verb* Command::takeVerb(const QString& name, QStringList& arguments) const
+{
+    // Options may stand in front of the verb, so that all have to be known to find it.
+    AppOptions all(QString(), variablePrefix(name));
+    for (const Verb& verb : verbs()) {
+        if (verb.addOptions)
+            verb.addOptions(all);
+    }
+    all.addSwitch(QStringLiteral("json"), QString());
+    all.stopAtPositional();
+    all.parse(arguments);
+    const int place = arguments.size() - all.positional().size();
+    for (const Verb& verb : verbs()) {
+        if (place < arguments.size() && arguments.at(place) == QLatin1String(verb.name)) {
+            arguments.removeAt(place);
+            return &verb;
+        }
+    }
+    const Verb& first = verbs().front();
+    const bool fits = place >= arguments.size() || qstrlen(first.arguments) > 0;
+    return qstrlen(first.name) == 0 && fits ? &first : nullptr;
+}
+
+void Command::run(const QString& name, const QString& summary, QStringList arguments)
 {
     m_name = name;
-    AppOptions options(summary, variablePrefix(name));
-    addOptions(options);
-    addCommonOptions(options);
-    const bool parsed = options.parse(arguments);
-    if (parsed && options.isSet(QStringLiteral("help"))) {
-        m_session.lines(options.help(name).split(QLatin1Char('\n')));
-        done();
-        return;
+    const Verb* verb = nullptr;
+    if (!verbs().empty()) {
+        if (arguments == QStringList(QStringLiteral("--help"))) {
+            m_output.lines(help(name, summary).split(QLatin1Char('\n')));
+            return done();
+        }
+        verb = takeVerb(name, arguments);
+        if (!verb) {
+            QStringList names;
+            for (const Verb& known : verbs()) {
+                if (qstrlen(known.name) > 0)
+                    names.append(QLatin1String(known.name));
+            }
+            return misuse(QStringLiteral("takes %1").arg(names.join(QLatin1String(", "))));
+        }
+        m_name = verbName(name, *verb);
     }
-    m_json = options.isSet(QStringLiteral("json"));
-    if (parsed)
-        start(options);
-    if (!options.error().isEmpty())
-        misuse(options.error());
+    const QString what = verb ? QString::fromUtf8(verb->summary) : summary;
+    const std::unique_ptr<AppOptions> options = makeOptions(m_name, what, verb);
+    options->parse(arguments);
+    if (options->isSet(QStringLiteral("help"))) {
+        m_output.lines(options->help(m_name).split(QLatin1Char('\n')));
+        return done();
+    }
+    m_json = options->isSet(QStringLiteral("json"));
+    if (options->error().isEmpty()) {
+        if (verb)
+            verb->start(*this, *options);
+        else
+            start(*options);
+    }
+    if (!options->error().isEmpty())
+        misuse(options->error());
+}
+
+QString Command::help(const QString& name, const QString& summary) const
+{
+    if (verbs().empty())
+        return makeOptions(name, summary, nullptr)->help(name);
+    QStringList text{summary, QString()};
+    int width = 0;
+    for (const Verb& verb : verbs())
+        width = qMax(width, int(verbName(name, verb).size() + 1 + qstrlen(verb.arguments)));
+    for (const Verb& verb : verbs()) {
+        const QString call = verbName(name, verb) + QLatin1Char(' ') + QLatin1String(verb.arguments);
+        text.append(QStringLiteral("  %1  %2").arg(call.leftJustified(width), QString::fromUtf8(verb.summary)));
+    }
+    for (const Verb& verb : verbs()) {
+        if (!verb.addOptions)
+            continue;
+        AppOptions options(QString(), variablePrefix(name));
+        verb.addOptions(options);
+        text += QStringList{QString(), QStringLiteral("Options of %1:").arg(verbName(name, verb))};
+        text += options.optionHelp().mid(1); // the first is --help
+    }
+    text += QStringList{QString(), QStringLiteral("Of all: --json makes tables JSON, --help tells more of a verb.")};
+    return text.join(QLatin1Char('\n'));
+}
+
+ISimpleAccessControl* Command::model()
+{
+    QString error;
+    ISimpleAccessControl* model = m_session.model(error);
+    if (!model)
+        fail(error);
+    return model;
 }
 
 void Command::done(int code)
@@ -45,41 +142,26 @@ void Command::done(int code)
 void Command::fail(const QString& reason)
 {
     if (!m_done)
-        m_session.error(m_name + QLatin1String(": ") + reason);
+        warn(reason);
     done(1);
 }
 
 void Command::misuse(const QString& reason)
 {
     if (!m_done)
-        m_session.error(m_name + QLatin1String(": ") + reason + QLatin1String(" (see: help ") + m_name
-                        + QLatin1Char(')'));
+        warn(QStringLiteral("%1 (see: help %2)").arg(reason, m_name.section(QLatin1Char(' '), 0, 0)));
     done(2);
+}
+
+void Command::warn(const QString& text)
+{
+    m_output.error(m_name + QLatin1String(": ") + text);
 }
 
 void Command::print(const Table& table)
 {
     if (m_json)
-        m_session.line(table.toJson());
+        m_output.line(table.toJson());
     else
-        m_session.lines(table.toText(m_session.colour()));
-}
-
-const CommandEntry* findCommand(const QString& name)
-{
-    for (const CommandEntry& entry : commandTable()) {
-        if (name == QLatin1String(entry.name))
-            return &entry;
-    }
-    return nullptr;
-}
-
-QString commandHelp(const CommandEntry& entry, Session& session)
-{
-    const QString name = QLatin1String(entry.name);
-    AppOptions options(QString::fromUtf8(entry.summary), variablePrefix(name));
-    const std::unique_ptr<Command> command(entry.create(session));
-    command->addOptions(options);
-    addCommonOptions(options);
-    return options.help(name);
+        m_output.lines(table.toText(m_output.colour()));
 }

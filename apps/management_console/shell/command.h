@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/app_options.h"
+#include "shell/output.h"
 #include "shell/session.h"
 #include "shell/table.h"
 
@@ -9,55 +10,108 @@
 #include <memory>
 #include <vector>
 
+class Command;
+
+/// One thing that a command does: `groups join GROUP USER...`. The first verb of a table may have no name: it is what
+/// the command does without one.
+struct Verb
+{
+    const char* name;
+    /// As shown in the help, and checked: "GROUP USER...", "LABEL [KEY=VALUE...]".
+    const char* arguments;
+    const char* summary;
+    void (*start)(Command& command, AppOptions& options);
+    void (*addOptions)(AppOptions& options) = nullptr;
+};
+
 /// One command of the console: used alike as a subcommand, at the prompt and through a socket. An object runs once.
+///
+/// A command either has verbs(), or addOptions() and start(). Arguments that do not fit, too many or too few, are
+/// refused before it starts.
 class Command : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Command(Session& session)
+    Command(Session& session, Output& output)
         : m_session(session)
+        , m_output(output)
     {
     }
 
+    virtual const std::vector<Verb>& verbs() const;
     virtual void addOptions(AppOptions& options) { Q_UNUSED(options) }
-    /// Runs the command; done(), fail() or misuse() ends it, at once or later.
-    virtual void start(AppOptions& options) = 0;
+    /// Runs the command; done(), fail() or misuse() ends it, at once or later. A mistake that is found in the options
+    /// ends it as misuse.
+    virtual void start(AppOptions& options) { Q_UNUSED(options) }
     /// The user does not want to wait any longer.
     virtual void cancel() { fail(QStringLiteral("interrupted")); }
 
+    /// What the user gave to a command that has emitted inputWanted(): a line, or the news that there is no more.
+    virtual void takeInput(const QString& line) { Q_UNUSED(line) }
+    virtual void takeInputEnd() {}
+
     /// Reads the options and starts; mistakes in them end the command with a line that says so.
-    void run(const QString& name, const QString& summary, const QStringList& arguments);
+    void run(const QString& name, const QString& summary, QStringList arguments);
+    /// What it does and how it is called, verb by verb.
+    QString help(const QString& name, const QString& summary) const;
 
 Q_SIGNALS:
     /// 0: done, 1: failed, 2: called wrongly. Emitted once, never from within run().
     void finished(int code);
+    /// One line of input is asked for.
+    void inputWanted();
+    /// The user leaves: the prompt, or the connection to a console that goes on.
+    void leaveWanted();
 
 protected:
     Session& session() { return m_session; }
+    Output& output() { return m_output; }
+    /// The installation; null when it cannot be opened, in which case the command has failed with the reason.
+    ISimpleAccessControl* model();
+
     void done(int code = 0);
     void fail(const QString& reason);
     void misuse(const QString& reason);
+    /// Something that the user should know though the command goes on, in one line on standard error.
+    void warn(const QString& text);
     /// Shows a table, as JSON when --json was given.
     void print(const Table& table);
     bool isJson() const { return m_json; }
 
 private:
+    std::unique_ptr<AppOptions> makeOptions(const QString& name, const QString& summary, const Verb* verb) const;
+    const Verb* takeVerb(const QString& name, QStringList& arguments) const;
+
     Session& m_session;
+    Output& m_output;
     QString m_name;
     bool m_json = false;
     bool m_done = false;
 };
+
+/// The function of a table of verbs that calls a member of its command: startVerb<&UsersCommand::add>.
+template<class T>
+T& commandOf(void (T::*)(AppOptions&), Command& command)
+{
+    return static_cast<T&>(command);
+}
+template<auto member>
+void startVerb(Command& command, AppOptions& options)
+{
+    (commandOf(member, command).*member)(options);
+}
 
 /// How a command is found and made.
 struct CommandEntry
 {
     const char* name;
     const char* summary;
-    Command* (*create)(Session& session);
+    Command* (*create)(Session& session, Output& output);
 };
 
-const std::vector<CommandEntry>& commandTable();
-const CommandEntry* findCommand(const QString& name);
-/// The options of a command and what they mean.
-QString commandHelp(const CommandEntry& entry, Session& session);
+template<class T>
+Command* makeCommand(Session& session, Output& output)
+{
+    return new T(session, output);
+}

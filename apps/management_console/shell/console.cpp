@@ -1,16 +1,20 @@
 #include "shell/console.h"
 
-#include "shell/command.h"
 #include "shell/terminal.h"
 
 #include <foundation/core/string_utils.h>
 
-Console::Console(CAbstractCliIO* io, Input input, QObject* parent)
+Console::Console(Session& session, CAbstractCliIO* io, Input input, QObject* parent)
     : CAbstractCli(io, parent)
-    , m_session(new Session(this))
+    , m_session(session)
+    , m_runner(session, *this, this)
     , m_input(input)
     , m_colour(input != Input::Socket && Terminal::wantsColour())
 {
+    connect(&m_runner, &CommandRunner::finished, this, &Console::onCommandFinished);
+    connect(&m_runner, &CommandRunner::leaveWanted, this, [this] { m_ending = true; });
+    connect(&m_session, &Session::shutdownWanted, this, [this] { m_ending = true; });
+    connect(&m_session, &Session::news, this, &Console::showNews);
 }
 
 Console::~Console() = default;
@@ -21,7 +25,7 @@ void Console::begin(const QStringList& arguments)
     if (m_input == Input::Socket)
         execute();
     if (!arguments.isEmpty())
-        runCommand(arguments);
+        m_runner.run(arguments);
     else
         commandDone(0);
 }
@@ -37,42 +41,24 @@ void Console::readLine(const QString& line)
     }
     if (m_lines.isEmpty())
         m_lines.append(QString());
-    if (!m_command)
+    if (!m_runner.isRunning())
         runNext();
 }
 
 void Console::runNext()
 {
-    while (!m_command && !m_lines.isEmpty()) {
+    while (!m_runner.isRunning() && !m_lines.isEmpty()) {
         QStringList words = CStringUtils::splitQuotes(m_lines.takeFirst(), ' ');
         words.removeAll(QString());
         if (words.isEmpty() || words.constFirst().startsWith(QLatin1Char('#')))
             commandDone(0);
         else
-            runCommand(words);
+            m_runner.run(words);
     }
-}
-
-void Console::runCommand(const QStringList& words)
-{
-    const QString& name = words.constFirst();
-    const CommandEntry* entry = findCommand(name);
-    if (!entry) {
-        writeErrorText(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));
-        commandDone(2);
-        return;
-    }
-    m_command = entry->create(*m_session);
-    m_command->setParent(this);
-    connect(m_command.data(), &Command::finished, this, &Console::onCommandFinished);
-    m_command->run(name, QString::fromUtf8(entry->summary), words.mid(1));
 }
 
 void Console::onCommandFinished(int code)
 {
-    m_command->deleteLater();
-    m_command.clear();
-    showProgress(QString());
     commandDone(code);
     runNext();
 }
@@ -90,7 +76,7 @@ void Console::commandDone(int code)
     if (m_ending)
         return terminate();
     if (m_input == Input::Arguments) {
-        if (!m_session->server())
+        if (!m_session.server())
             terminate();
         return;
     }
@@ -111,8 +97,8 @@ void Console::commandDone(int code)
 
 void Console::interrupt()
 {
-    if (m_command)
-        m_command->cancel();
+    if (m_runner.isRunning())
+        m_runner.cancel();
     else
         terminate();
 }
@@ -124,8 +110,9 @@ void Console::end()
     interrupt();
 }
 
-void Console::writeText(const QString& text)
+void Console::line(const QString& text)
 {
+    progress(QString());
     // Of a service, what the command says that it was started with: nobody is there to ask for it.
     if (m_input == Input::Socket && !m_started)
         Terminal::show(text + QLatin1Char('\n'));
@@ -133,15 +120,16 @@ void Console::writeText(const QString& text)
         writeLine(text);
 }
 
-void Console::writeErrorText(const QString& text)
+void Console::error(const QString& text)
 {
+    progress(QString());
     if (m_input == Input::Socket && !m_started)
-        Terminal::showError(text + QLatin1Char('\n'));
+        Terminal::showError(Terminal::printable(text) + QLatin1Char('\n'));
     else
-        writeErrorLine(text);
+        writeErrorLine(Terminal::printable(text));
 }
 
-void Console::writeEvent(const QString& text)
+void Console::showNews(const QString& text)
 {
     switch (m_input) {
     case Input::Arguments:
@@ -163,7 +151,7 @@ void Console::writeEvent(const QString& text)
     }
 }
 
-void Console::showProgress(const QString& text)
+void Console::progress(const QString& text)
 {
     if (m_input == Input::Socket || !Terminal::isInteractive() || (text.isEmpty() && !m_progress))
         return;

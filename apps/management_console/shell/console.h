@@ -1,15 +1,14 @@
 #pragma once
 
+#include "shell/command_runner.h"
+#include "shell/output.h"
+
 #include <foundation/cli/abstract_cli.h>
 
-#include <QtCore/QPointer>
 #include <QtCore/QStringList>
 
-class Command;
-class Session;
-
 /// The management console: reads lines, runs commands one after the other, shows what they say.
-class Console : public CAbstractCli
+class Console : public CAbstractCli, private Output
 {
     Q_OBJECT
 
@@ -28,7 +27,7 @@ public:
     static constexpr QLatin1String codeMark{"= ", 2};
     static constexpr QLatin1String eventMark{"! ", 2};
 
-    Console(CAbstractCliIO* io, Input input, QObject* parent = nullptr);
+    Console(Session& session, CAbstractCliIO* io, Input input, QObject* parent = nullptr);
     ~Console() override;
 
     /// Runs the command that was given as arguments, then takes lines unless the input is Arguments. Without a command
@@ -39,12 +38,6 @@ public:
     /// Ends the running command and the console.
     void end();
 
-    void writeText(const QString& text);
-    void writeErrorText(const QString& text);
-    void writeEvent(const QString& text);
-    void showProgress(const QString& text);
-    bool colour() const { return m_colour; }
-
 public Q_SLOTS:
     void readLine(const QString& line) override;
 
@@ -52,17 +45,22 @@ private Q_SLOTS:
     void onCommandFinished(int code);
 
 private:
+    void line(const QString& text) override;
+    void error(const QString& text) override;
+    void progress(const QString& text) override;
+    bool colour() const override { return m_colour; }
+
+    void showNews(const QString& text);
     void runNext();
-    void runCommand(const QStringList& words);
     void commandDone(int code);
 
-    Session* m_session;
+    Session& m_session;
+    CommandRunner m_runner;
     Input m_input;
     bool m_colour;
     bool m_started = false;
     bool m_ending = false;
     bool m_waiting = false; // the prompt is shown
     bool m_progress = false;
-    QPointer<Command> m_command;
     QStringList m_lines; // came in while a command ran
 };

@@ -1,71 +1,49 @@
 #include "shell/session.h"
 
 #include "server/device_server.h"
-#include "shell/console.h"
+#include "server/open_model.h"
+#include "shell/command.h"
 #include "shell/terminal.h"
 
 #include <foundation/datatypes/data_type.h>
-#include <foundation/services/access_control_mock.h>
 #include <foundation/services/script_service.h>
+#include <foundation/services/simple_access_control.h>
 
-Session::Session(Console* console)
-    : QObject(console)
-    , m_console(console)
+Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
+    : m_commands(commands)
+    , m_database(database)
 {
 }
 
 Session::~Session() = default;
 
-void Session::line(const QString& text)
+const CommandEntry* Session::findCommand(const QString& name) const
 {
-    progress(QString());
-    m_console->writeText(text);
+    for (const CommandEntry* entry : m_commands) {
+        if (name == QLatin1String(entry->name))
+            return entry;
+    }
+    return nullptr;
 }
 
-void Session::lines(const QStringList& texts)
-{
-    for (const QString& text : texts)
-        line(text);
-}
-
-void Session::error(const QString& text)
-{
-    progress(QString());
-    m_console->writeErrorText(Terminal::printable(text));
-}
-
-void Session::news(const QString& text)
-{
-    m_console->writeEvent(Terminal::printable(text));
-}
-
-void Session::progress(const QString& text)
-{
-    m_console->showProgress(text);
-}
-
-bool Session::colour() const
-{
-    return m_console->colour();
-}
-
-CAccessControlMock& Session::model()
+ISimpleAccessControl* Session::model(QString& error)
 {
     if (!m_model)
-        m_model = std::make_unique<CAccessControlMock>();
-    return *m_model;
+        m_model = openModel(m_database, error);
+    return m_model.get();
 }
 
-CScriptService& Session::scripts()
+CScriptService* Session::scripts(QString& error)
 {
-    if (!m_scripts)
-        m_scripts = std::make_unique<CScriptService>(&model(), nullptr);
-    return *m_scripts;
+    ISimpleAccessControl* installation = model(error);
+    if (installation && !m_scripts)
+        m_scripts = std::make_unique<CScriptService>(installation, nullptr);
+    return m_scripts.get();
 }
 
-void Session::quit()
+void Session::tell(const QString& text)
 {
-    m_console->terminate();
+    Q_EMIT news(Terminal::printable(text));
 }
 
 void Session::setServer(std::unique_ptr<DeviceServer> server)
@@ -74,16 +52,16 @@ void Session::setServer(std::unique_ptr<DeviceServer> server)
     if (!m_server)
         return;
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
-        news(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
+        tell(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
                  .arg(deviceTypeName(device.type), device.id.toLabel(), device.peer)
                  .arg(device.handshakeMs));
     });
     connect(m_server.get(), &DeviceServer::deviceLeft, this, [this](const DeviceLink::Identity& device) {
-        news(QStringLiteral("%1 %2 has gone").arg(deviceTypeName(device.type), device.id.toLabel()));
+        tell(QStringLiteral("%1 %2 has gone").arg(deviceTypeName(device.type), device.id.toLabel()));
     });
     connect(m_server.get(), &DeviceServer::refused, this, [this](const DeviceServer::Refusal& refusal) {
         const QString device = refusal.device.isEmpty() ? QString() : QString(refusal.device + QLatin1Char(' '));
-        news(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
+        tell(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
     });
 }
 

@@ -3,47 +3,53 @@
 #include <QtCore/QObject>
 
 #include <memory>
+#include <vector>
 
-class CAccessControlMock;
 class CScriptService;
-class Console;
 class DeviceServer;
+class ISimpleAccessControl;
+struct CommandEntry;
 
-/// What the commands of one console share: the way out for their text, and what lives longer than a command.
+/// What all commands of one program share: what lives longer than a command, whoever gave it.
 class Session : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Session(Console* console);
+    /// `commands` are those that can be given. `database` is where the installation is kept, empty for the one in
+    /// memory.
+    explicit Session(const std::vector<const CommandEntry*>& commands, const QString& database = {});
     ~Session() override;
 
-    /// A line of a command's result.
-    void line(const QString& text);
-    void lines(const QStringList& texts);
-    /// What went wrong, in one line.
-    void error(const QString& text);
-    /// News that no command asked for; on a terminal the prompt is put back below it.
-    void news(const QString& text);
-    /// How far a long command has come. Shown on a terminal only, in one line that is written over.
-    void progress(const QString& text);
-    bool colour() const;
+    const std::vector<const CommandEntry*>& commands() const { return m_commands; }
+    /// Null when there is none of that name.
+    const CommandEntry* findCommand(const QString& name) const;
 
     /// The server that goes on in the background, or null. While there is one the program does not end with its only
     /// command, and who comes and goes is told.
     DeviceServer* server() const { return m_server.get(); }
     void setServer(std::unique_ptr<DeviceServer> server);
 
-    /// The installation in memory, made when it is first asked for.
-    CAccessControlMock& model();
+    /// The installation, opened when it is first asked for. Null with a reason when that fails; asked again it tries
+    /// again.
+    ISimpleAccessControl* model(QString& error);
     /// The same as scripts see it.
-    CScriptService& scripts();
+    CScriptService* scripts(QString& error);
 
-    void quit();
+    /// Asks the program to end.
+    void shutDown() { Q_EMIT shutdownWanted(); }
+
+Q_SIGNALS:
+    /// News that no command asked for, one line, fit for a terminal.
+    void news(const QString& text);
+    void shutdownWanted();
 
 private:
-    Console* m_console;
-    std::unique_ptr<CAccessControlMock> m_model;
+    void tell(const QString& text);
+
+    const std::vector<const CommandEntry*>& m_commands;
+    QString m_database;
+    std::unique_ptr<ISimpleAccessControl> m_model;
     std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
 };

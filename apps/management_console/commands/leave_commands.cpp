@@ -1,0 +1,36 @@
+// The ways out: of the prompt or the connection, and of the program.
+#include "shell/command.h"
+
+namespace {
+
+class LeaveCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void start(AppOptions&) override
+    {
+        Q_EMIT leaveWanted();
+        done();
+    }
+};
+
+class ShutdownCommand : public Command
+{
+public:
+    using Command::Command;
+
+    void start(AppOptions&) override
+    {
+        session().shutDown();
+        done();
+    }
+};
+
+} // namespace
+
+extern const CommandEntry quitCommand = {"quit", "Leaves the prompt, or a console that goes on.",
+                                         &makeCommand<LeaveCommand>};
+extern const CommandEntry exitCommand = {"exit", "The same.", &makeCommand<LeaveCommand>};
+extern const CommandEntry shutdownCommand = {"shutdown", "Ends the console, also one that runs as a service.",
+                                             &makeCommand<ShutdownCommand>};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "shell/command.h"
+
+#include <QtCore/QPointer>
+
+/// Runs commands for one user, one at a time.
+class CommandRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    CommandRunner(Session& session, Output& output, QObject* parent);
+
+    bool isRunning() const { return m_running; }
+    /// Runs a command with its arguments; not while another runs.
+    void run(const QStringList& words);
+    void cancel();
+
+    void giveInput(const QString& line);
+    void giveInputEnd();
+
+Q_SIGNALS:
+    /// The exit code of the command; never emitted from within run().
+    void finished(int code);
+    /// The command asks for a line: giveInput() or giveInputEnd() is the answer.
+    void inputWanted();
+    void leaveWanted();
+
+private:
+    void conclude(int code);
+
+    Session& m_session;
+    Output& m_output;
+    QPointer<Command> m_command;
+    bool m_running = false;
+};

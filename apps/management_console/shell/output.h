@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QtCore/QStringList>
+
+/// Where the text of a command goes: the program's own terminal, or the client that asked.
+class Output
+{
+public:
+    virtual ~Output() = default;
+
+    /// A line of a command's result.
+    virtual void line(const QString& text) = 0;
+    /// What went wrong, in one line. What would steer a terminal is taken out.
+    virtual void error(const QString& text) = 0;
+    /// How far a long command has come. Shown on a terminal only, in one line that is written over; an empty text takes
+    /// it away.
+    virtual void progress(const QString& text) = 0;
+    virtual bool colour() const = 0;
+
+    void lines(const QStringList& texts)
+    {
+        for (const QString& text : texts)
+            line(text);
+    }
+};
