@@ -1,7 +1,9 @@
 #include <foundation/services/access_control_mock.h>
 
 #include <foundation/core/qt_compat_p.h>
+#include <foundation/core/string_utils.h>
 #include <foundation/datatypes/data_type.h>
+#include <foundation/services/mock_replacement_p.h>
 #include <foundation/services/mock_store_p.h>
 
 #include <algorithm>
@@ -20,16 +22,6 @@ void answerNotImplemented(const ISimpleAccessControl::MapCallback& callback)
 {
     if (callback)
         callback(notImplemented());
-}
-
-// The place of the right among `rights`, or -1.
-int indexOfRight(const QVariantList& rights, CItemId accessPoint)
-{
-    for (int i = 0; i < rights.size(); ++i) {
-        if (accessPointOf(rights[i]) == accessPoint)
-            return i;
-    }
-    return -1;
 }
 
 } // namespace
@@ -73,12 +65,21 @@ bool CAccessControlMock::setModel(const QString& name, const QVariantMap& data)
             const QString label = data.value(data.contains(labelKey) ? labelKey : insertCalendar).toString();
             if (label.isEmpty() || hasLabel(calendarsName, insertCalendar))
                 return false;
-            m_store->create(calendarsName, {{labelKey, label}}, 0, QString());
+            m_store->create(calendarsName, {{labelKey, label}}, 0);
             return true;
         }
     }
     const QVariant replacement = data.value(data.contains(name) ? name : QStringLiteral("data"));
-    return QtCompat::isList(replacement) && m_store->replace(name, replacement.value<QVariantList>());
+    if (!QtCompat::isList(replacement))
+        return false;
+    const MockReplacement read(*m_store, name, replacement.value<QVariantList>());
+    if (!read.refusal.isEmpty()) {
+        qWarning("CAccessControlMock: \"%s\" stays as it is: %s", qUtf8Printable(CStringUtils::printable(name)),
+                 qUtf8Printable(CStringUtils::printable(read.refusal)));
+        return false;
+    }
+    m_store->replace(name, read.items);
+    return true;
 }
 
 // --- Access points and authorization points
@@ -91,7 +92,7 @@ QVariantMap CAccessControlMock::getAccessPoint(const QVariantMap& filter) const
 CItemId CAccessControlMock::createAccessPoint(const QVariantMap& properties)
 {
     const int function = properties.value(classKey, CDataType::AccessPointFunctionSimpleDoor).toInt();
-    return m_store->create(accessPointsName, properties, function, QStringLiteral("Access Point"));
+    return m_store->create(accessPointsName, properties, function);
 }
 
 bool CAccessControlMock::deleteAccessPoint(CItemId accessPoint)
@@ -101,10 +102,7 @@ bool CAccessControlMock::deleteAccessPoint(CItemId accessPoint)
 
 QVariant CAccessControlMock::getAccessPointProperty(const QString& name, CItemId accessPoint) const
 {
-    const QVariantMap* item = m_store->find(accessPointsName, accessPoint);
-    if (item == nullptr)
-        return QVariant();
-    return name == locationKey ? locationOf(*item) : item->value(name);
+    return m_store->property(accessPointsName, name, accessPoint);
 }
 
 bool CAccessControlMock::setAccessPointProperty(const QString& name, const QVariant& value, CItemId accessPoint)
@@ -120,7 +118,7 @@ bool CAccessControlMock::deleteAccessPointProperty(const QString& name)
 bool CAccessControlMock::setAccessPointsLocationProperties(const QVariantMap& properties,
                                                            const QList<CItemId>& accessPoints)
 {
-    if (!m_store->haveAll(accessPointsName, accessPoints)
+    if (!m_store->containsAll(accessPointsName, accessPoints)
         || std::any_of(properties.keyBegin(), properties.keyEnd(), isFixed))
         return false;
     for (const CItemId accessPoint : accessPoints) {
@@ -132,8 +130,7 @@ bool CAccessControlMock::setAccessPointsLocationProperties(const QVariantMap& pr
 
 QVariant CAccessControlMock::getAuthorizationPointProperty(const QString& name, CItemId authorizationPoint) const
 {
-    const QVariantMap* item = m_store->find(authorizationPointsName, authorizationPoint);
-    return item != nullptr ? item->value(name) : QVariant();
+    return m_store->property(authorizationPointsName, name, authorizationPoint);
 }
 
 bool CAccessControlMock::setAuthorizationPointProperty(const QString& name, const QVariant& value,
@@ -158,17 +155,17 @@ QVariantMap CAccessControlMock::getUser(const QVariantMap& filter) const
 
 CItemId CAccessControlMock::createUser(const QVariantMap& properties)
 {
-    return m_store->create(usersGroupsName, properties, UserClassUser, QStringLiteral("User"));
+    return m_store->create(usersGroupsName, properties, UserClassUser);
 }
 
 bool CAccessControlMock::deleteUser(CItemId user)
 {
-    return m_store->findUserOrGroup(user, UserClassUser) != nullptr && m_store->remove(usersGroupsName, user);
+    return m_store->containsOfClass(UserClassUser, user) && m_store->remove(usersGroupsName, user);
 }
 
 bool CAccessControlMock::deleteUsersAndGroups(const QList<CItemId>& usersAndGroups)
 {
-    if (!m_store->haveAll(usersGroupsName, usersAndGroups))
+    if (!m_store->containsAll(usersGroupsName, usersAndGroups))
         return false;
     for (const CItemId id : usersAndGroups)
         m_store->remove(usersGroupsName, id);
@@ -182,14 +179,12 @@ QVariantMap CAccessControlMock::cloneUserOrGroup(CItemId, const QStringList&)
 
 bool CAccessControlMock::setUserProperty(const QString& name, const QVariant& value, CItemId user)
 {
-    return m_store->findUserOrGroup(user, UserClassUser) != nullptr
-           && m_store->setProperty(usersGroupsName, name, value, user);
+    return m_store->containsOfClass(UserClassUser, user) && m_store->setProperty(usersGroupsName, name, value, user);
 }
 
 QVariant CAccessControlMock::getUserProperty(const QString& name, CItemId user) const
 {
-    const QVariantMap* item = m_store->findUserOrGroup(user, UserClassUser);
-    return item != nullptr ? item->value(name) : QVariant();
+    return m_store->containsOfClass(UserClassUser, user) ? m_store->property(usersGroupsName, name, user) : QVariant();
 }
 
 bool CAccessControlMock::deleteUserProperty(const QString& name)
@@ -211,24 +206,23 @@ QVariantMap CAccessControlMock::getGroup(const QVariantMap& filter) const
 
 CItemId CAccessControlMock::createGroup(const QVariantMap& properties)
 {
-    return m_store->create(usersGroupsName, properties, UserClassGroup, QStringLiteral("Group"));
+    return m_store->create(usersGroupsName, properties, UserClassGroup);
 }
 
 bool CAccessControlMock::deleteGroup(CItemId group)
 {
-    return m_store->findUserOrGroup(group, UserClassGroup) != nullptr && m_store->remove(usersGroupsName, group);
+    return m_store->containsOfClass(UserClassGroup, group) && m_store->remove(usersGroupsName, group);
 }
 
 bool CAccessControlMock::setGroupProperty(const QString& name, const QVariant& value, CItemId group)
 {
-    return m_store->findUserOrGroup(group, UserClassGroup) != nullptr
-           && m_store->setProperty(usersGroupsName, name, value, group);
+    return m_store->containsOfClass(UserClassGroup, group) && m_store->setProperty(usersGroupsName, name, value, group);
 }
 
 QVariant CAccessControlMock::getGroupProperty(const QString& name, CItemId group) const
 {
-    const QVariantMap* item = m_store->findUserOrGroup(group, UserClassGroup);
-    return item != nullptr ? item->value(name) : QVariant();
+    return m_store->containsOfClass(UserClassGroup, group) ? m_store->property(usersGroupsName, name, group)
+                                                           : QVariant();
 }
 
 bool CAccessControlMock::deleteGroupProperty(const QString& name)
@@ -238,34 +232,22 @@ bool CAccessControlMock::deleteGroupProperty(const QString& name)
 
 bool CAccessControlMock::addUsersToGroup(const QList<CItemId>& users, CItemId group)
 {
-    const bool good = std::all_of(users.cbegin(), users.cend(), [&](CItemId user) {
-        return user != CItemId() && m_store->findUserOrGroup(user, UserClassGroup) == nullptr;
-    });
-    return good && setGroupProperty(membersKey, QVariant::fromValue(getUsersOfGroup(group) + users), group);
+    return m_store->addMembers(users, group);
 }
 
 bool CAccessControlMock::removeUsersFromGroup(const QList<CItemId>& users, CItemId group)
 {
-    QList<CItemId> members = getUsersOfGroup(group);
-    members.erase(std::remove_if(members.begin(), members.end(), [&](CItemId user) { return users.contains(user); }),
-                  members.end());
-    return setGroupProperty(membersKey, QVariant::fromValue(members), group);
+    return m_store->removeMembers(users, group);
 }
 
 QList<CItemId> CAccessControlMock::getUsersOfGroup(CItemId group) const
 {
-    return toIds(getGroupProperty(membersKey, group));
+    return m_store->members(group);
 }
 
 QList<CItemId> CAccessControlMock::getGroupsOfUser(CItemId user) const
 {
-    QList<CItemId> groups;
-    const auto items = m_store->items(usersGroupsName);
-    for (const QVariantMap& item : items) {
-        if (toIds(item.value(membersKey)).contains(user))
-            groups.append(idOf(item));
-    }
-    return groups;
+    return m_store->groupsOf(user);
 }
 
 // --- Media
@@ -277,7 +259,7 @@ QVariantMap CAccessControlMock::getRfidMedium(const QVariantMap& filter) const
 
 CItemId CAccessControlMock::createRfidMedium(const QVariantMap& properties)
 {
-    return m_store->create(mediaName, properties, properties.value(classKey).toInt(), QStringLiteral("Medium"));
+    return m_store->create(mediaName, properties, properties.value(classKey).toInt());
 }
 
 bool CAccessControlMock::deleteRfidMedium(CItemId medium)
@@ -287,8 +269,7 @@ bool CAccessControlMock::deleteRfidMedium(CItemId medium)
 
 QVariant CAccessControlMock::getRfidMediumProperty(const QString& name, CItemId medium) const
 {
-    const QVariantMap* item = m_store->find(mediaName, medium);
-    return item != nullptr ? item->value(name) : QVariant();
+    return m_store->property(mediaName, name, medium);
 }
 
 bool CAccessControlMock::setRfidMediumProperty(const QString& name, const QVariant& value, CItemId medium)
@@ -298,22 +279,16 @@ bool CAccessControlMock::setRfidMediumProperty(const QString& name, const QVaria
 
 bool CAccessControlMock::addRfidMediaToUser(const QList<CItemId>& media, CItemId user)
 {
-    if (m_store->findUserOrGroup(user, UserClassUser) == nullptr || !m_store->haveAll(mediaName, media))
+    if (!m_store->containsOfClass(UserClassUser, user) || !m_store->containsAll(mediaName, media))
         return false;
     for (const CItemId medium : media)
-        m_store->edit(mediaName, medium)->insert(userIdKey, user.value());
+        m_store->setProperty(mediaName, userIdKey, user.value(), medium);
     return true;
 }
 
 QList<CItemId> CAccessControlMock::getRfidMediaOfUser(CItemId user) const
 {
-    QList<CItemId> media;
-    const auto items = m_store->items(mediaName);
-    for (const QVariantMap& item : items) {
-        if (user != CItemId() && toId(item.value(userIdKey)) == user)
-            media.append(idOf(item));
-    }
-    return media;
+    return m_store->mediaOf(user);
 }
 
 CItemId CAccessControlMock::getUserOfRfidMedium(CItemId medium) const
@@ -330,71 +305,31 @@ bool CAccessControlMock::addAccessPointsToUser(const QList<CItemId>& accessPoint
 
 bool CAccessControlMock::deleteAccessPointsOfUser(const QList<CItemId>& accessPoints, CItemId user)
 {
-    QVariantMap* item = m_store->edit(usersGroupsName, user);
-    if (item == nullptr)
-        return false;
-    QVariantList rights = item->value(rightsKey).toList();
-    rights.erase(std::remove_if(rights.begin(), rights.end(),
-                                [&](const QVariant& right) { return accessPoints.contains(accessPointOf(right)); }),
-                 rights.end());
-    item->insert(rightsKey, rights);
-    return true;
+    return m_store->removeRights(accessPoints, user);
 }
 
 QList<CItemId> CAccessControlMock::getAccessPointsOfUser(CItemId user) const
 {
-    QList<CItemId> accessPoints;
-    if (const QVariantMap* item = m_store->find(usersGroupsName, user)) {
-        const QVariantList rights = item->value(rightsKey).toList();
-        for (const QVariant& right : rights)
-            accessPoints.append(accessPointOf(right));
-    }
-    return accessPoints;
+    return m_store->accessPointsOf(user);
 }
 
 QList<CItemId> CAccessControlMock::getUsersOfAccessPoint(CItemId accessPoint) const
 {
-    QList<CItemId> users;
-    const auto items = m_store->items(usersGroupsName);
-    for (const QVariantMap& item : items) {
-        if (indexOfRight(item.value(rightsKey).toList(), accessPoint) >= 0)
-            users.append(idOf(item));
-    }
-    return users;
+    return m_store->holdersOf(accessPoint);
 }
 
 QVariantList CAccessControlMock::getAccessRightProperties(CItemId accessPoint, CItemId user) const
 {
-    if (m_store->find(usersGroupsName, accessPoint) != nullptr)
+    if (m_store->contains(usersGroupsName, accessPoint))
         std::swap(accessPoint, user);
-    const QVariantMap* item = m_store->find(usersGroupsName, user);
-    const QVariantList rights = item != nullptr ? item->value(rightsKey).toList() : QVariantList();
-    const int index = indexOfRight(rights, accessPoint);
-    return index >= 0 ? QVariantList{rights[index]} : QVariantList();
+    const QVariant right = m_store->right(accessPoint, user);
+    return right.isValid() ? QVariantList{right} : QVariantList();
 }
 
 bool CAccessControlMock::setAccessRightProperties(const QList<CItemId>& accessPoints, CItemId user,
                                                   const QVariantMap& properties)
 {
-    QVariantMap* item = m_store->edit(usersGroupsName, user);
-    if (item == nullptr || accessPoints.contains(CItemId()))
-        return false;
-    QVariantList rights = item->value(rightsKey).toList();
-    for (const CItemId accessPoint : accessPoints) {
-        int index = indexOfRight(rights, accessPoint);
-        if (index < 0) {
-            index = rights.size();
-            rights.append(QVariantMap());
-        }
-        QVariantMap right = rights[index].toMap();
-        const QVariantMap changes = withPlainIds(properties);
-        for (auto change = changes.cbegin(); change != changes.cend(); ++change)
-            right.insert(change.key(), change.value());
-        right.insert(accessPointIdKey, accessPoint.value());
-        rights[index] = right;
-    }
-    item->insert(rightsKey, rights);
-    return true;
+    return m_store->setRights(accessPoints, user, properties);
 }
 
 // --- The system

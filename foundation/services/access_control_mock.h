@@ -35,11 +35,15 @@ public:
     /// "UsersGroups", "Media", "Codes", "Holidays" or "HolidayCalendars"; empty for any other name.
     QList<QVariantMap> getMockObjectsForName(const QString& name) const;
 
+    /// What matches by canonicalText().
     QVariantList getModel(const QString& name, const QVariantMap& filter, const QStringList& fields) const override;
-    /// Replaces the collection by the list of maps under its name or under "data"; items without an id of their own get
-    /// one. For "Holidays" it also takes the requests "exists", "existsCalendar" (is there a holiday, a calendar, with
-    /// that "label"?) and "insertCalendar" (false if the label is empty or taken): as a key beside "label", as a key
-    /// whose value is the label, or as the value of "request".
+    /// Replaces the collection by the list of maps under its name or under "data". Items get the id, class and label
+    /// that they lack. What would be stored as something else is refused: nothing changes then, and a warning says why.
+    /// (An item that is no map; an id that is no number above 0, or taken; a reference to what is not there; a code
+    /// without an owner; a member that is a group, goes at the same time or stands twice.) For "Holidays" it also takes
+    /// the requests "exists", "existsCalendar" (is there a holiday, a calendar, with that "label"?) and
+    /// "insertCalendar" (false if the label is empty or taken): as a key beside "label", as a key whose value is the
+    /// label, or as the value of "request".
     bool setModel(const QString& name, const QVariantMap& data) override;
 
     QVariantMap getAccessPoint(const QVariantMap& filter) const override;

@@ -1,21 +1,24 @@
 #include <foundation/services/mock_store_p.h>
 
+#include <foundation/core/canonical_text.h>
+#include <foundation/core/qt_compat_p.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/demonstration_installation_p.h>
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 using namespace Mock;
 
-namespace {
+// --- The vocabulary
 
-QString canonicalName(const QString& name)
+QString Mock::canonicalName(const QString& name)
 {
     return name == QLatin1String("AccessPointLocations") ? accessPointsName : name;
 }
 
-// The collection that the ids under `key` belong to; empty if it is no such key.
-QString referencedCollection(const QString& key)
+QString Mock::referencedCollection(const QString& key)
 {
     if (key == userIdKey)
         return usersGroupsName;
@@ -26,21 +29,11 @@ QString referencedCollection(const QString& key)
     return QString();
 }
 
-int classOf(const QVariantMap& item)
+const QStringList& Mock::referenceKeys()
 {
-    return item.value(classKey).toInt();
+    static const QStringList keys{userIdKey, accessPointIdKey, calendarIdKey};
+    return keys;
 }
-
-bool matches(const QVariantMap& item, const QVariantMap& filter)
-{
-    return std::all_of(filter.keyBegin(), filter.keyEnd(), [&](const QString& key) {
-        const QVariant wanted = filter.value(key);
-        const QVariant value = item.value(key);
-        return value == wanted || (!value.toString().isEmpty() && value.toString() == wanted.toString());
-    });
-}
-
-} // namespace
 
 CItemId Mock::toId(const QVariant& value)
 {
@@ -52,7 +45,7 @@ QList<CItemId> Mock::toIds(const QVariant& value)
     if (value.userType() == qMetaTypeId<CItemIdList>())
         return value.value<CItemIdList>();
     QList<CItemId> ids;
-    const QVariantList values = value.toList();
+    const QVariantList values = QtCompat::isList(value) ? value.value<QVariantList>() : QVariantList();
     for (const QVariant& element : values)
         ids.append(toId(element));
     return ids;
@@ -63,20 +56,14 @@ CItemId Mock::idOf(const QVariantMap& item)
     return toId(item.value(idKey));
 }
 
+int Mock::classOf(const QVariantMap& item)
+{
+    return item.value(classKey).toInt();
+}
+
 CItemId Mock::accessPointOf(const QVariant& right)
 {
     return toId(right.toMap().value(accessPointIdKey));
-}
-
-QString Mock::locationOf(const QVariantMap& accessPoint)
-{
-    QStringList parts;
-    for (const char* part : {"Building", "Floor", "Access Point"}) {
-        const QString text = accessPoint.value(QLatin1String(part)).toString();
-        if (!text.isEmpty())
-            parts.append(text);
-    }
-    return parts.join(QLatin1String(", "));
 }
 
 QVariantMap Mock::withPlainIds(QVariantMap map)
@@ -93,137 +80,287 @@ bool Mock::isFixed(const QString& property)
     return property == idKey || property == classKey || property == locationKey;
 }
 
+QString Mock::defaultLabel(const QString& collectionName, int itemClass, CItemId id)
+{
+    static const QMap<QString, QString> kinds{
+        {accessPointsName, QStringLiteral("Access Point")},
+        {authorizationPointsName, QStringLiteral("Authorization Point")},
+        {devicesName, QStringLiteral("Device")},
+        {usersGroupsName, QStringLiteral("User")},
+        {mediaName, QStringLiteral("Medium")},
+        {codesName, QStringLiteral("Code")},
+        {holidaysName, QStringLiteral("Holiday")},
+        {calendarsName, QStringLiteral("Holiday Calendar")},
+    };
+    const bool isGroup = collectionName == usersGroupsName && itemClass == UserClassGroup;
+    const QString kind = isGroup ? QStringLiteral("Group") : kinds.value(collectionName);
+    return kind + QLatin1Char(' ') + QString::number(id.value());
+}
+
+namespace {
+
+QString locationOf(const QVariantMap& accessPoint)
+{
+    QStringList parts;
+    for (const char* part : {"Building", "Floor", "Access Point"}) {
+        const QString text = accessPoint.value(QLatin1String(part)).toString();
+        if (!text.isEmpty())
+            parts.append(text);
+    }
+    return parts.join(QLatin1String(", "));
+}
+
+} // namespace
+
+// --- Reading
+
 MockStore::MockStore()
-    : m_collections(demonstrationInstallation())
 {
+    const auto collections = demonstrationInstallation();
+    for (auto items = collections.cbegin(); items != collections.cend(); ++items) {
+        for (const QVariantMap& item : items.value())
+            insert(items.key(), item);
+    }
 }
 
-MockStore::Collection MockStore::items(const QString& name) const
+const MockStore::Item* MockStore::find(const QString& name, CItemId id) const
 {
-    return m_collections.value(canonicalName(name));
+    const auto found = m_index.find(id);
+    return found != m_index.end() && found->second->collection == name ? found->second : nullptr;
 }
 
-QVariantList MockStore::select(const QString& name, const QVariantMap& filter, const QStringList& fields) const
+MockStore::Item* MockStore::find(const QString& name, CItemId id)
 {
-    const QVariantMap wanted = withPlainIds(filter);
-    const Collection candidates = items(name);
+    return const_cast<Item*>(std::as_const(*this).find(name, id));
+}
+
+QVariant MockStore::valueOf(const Item& item, const QString& name)
+{
+    if (item.members && name == membersKey)
+        return QVariant::fromValue(item.members->ids());
+    if (item.rights && name == rightsKey)
+        return item.rights->values();
+    if (name == locationKey && item.collection == accessPointsName)
+        return locationOf(item.properties);
+    return item.properties.value(name);
+}
+
+QVariantMap MockStore::mapOf(const Item& item)
+{
+    QVariantMap map = item.properties;
+    for (const QString& name : {membersKey, rightsKey}) {
+        const QVariant value = valueOf(item, name);
+        if (value.isValid())
+            map.insert(name, value);
+    }
+    return map;
+}
+
+bool MockStore::hasCollection(const QString& name) const
+{
+    return m_collections.count(canonicalName(name)) > 0;
+}
+
+QList<QVariantMap> MockStore::items(const QString& name) const
+{
+    QList<QVariantMap> result;
+    const auto collection = m_collections.find(canonicalName(name));
+    if (collection != m_collections.end()) {
+        for (const auto& [place, item] : collection->second)
+            result.append(mapOf(item));
+    }
+    return result;
+}
+
+QVariantList MockStore::select(const QString& name, const QVariantMap& filter, const QStringList& fields,
+                               int most) const
+{
+    const QString collectionName = canonicalName(name);
+    const auto collection = m_collections.find(collectionName);
+    if (collection == m_collections.end())
+        return {};
+    QMap<QString, QString> wanted;
+    for (auto entry = filter.cbegin(); entry != filter.cend(); ++entry)
+        wanted.insert(entry.key(), canonicalText(entry.value()));
+
     QVariantList result;
-    for (QVariantMap item : candidates) {
-        if (canonicalName(name) == accessPointsName)
-            item.insert(locationKey, locationOf(item));
-        if (!matches(item, wanted))
-            continue;
+    const auto addIfMatching = [&](const Item& item) {
+        for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
+            if (canonicalText(valueOf(item, entry.key())) != entry.value())
+                return;
+        }
+        QVariantMap map = mapOf(item);
+        if (collectionName == accessPointsName)
+            map.insert(locationKey, locationOf(item.properties));
         if (!fields.isEmpty()) {
             QVariantMap chosen;
             for (const QString& field : fields) {
-                if (item.contains(field))
-                    chosen.insert(field, item.value(field));
+                if (map.contains(field))
+                    chosen.insert(field, map.value(field));
             }
-            item = chosen;
+            map = chosen;
         }
-        result.append(item);
+        result.append(map);
+    };
+    // Who names the id has named the only item that can match.
+    if (wanted.contains(idKey)) {
+        if (const Item* item = find(collectionName, wanted.value(idKey).toLongLong()))
+            addIfMatching(*item);
+        return result;
     }
+    for (auto item = collection->second.cbegin(); item != collection->second.cend() && result.size() != most; ++item)
+        addIfMatching(item->second);
     return result;
 }
 
 QVariantMap MockStore::firstMatch(const QString& name, const QVariantMap& filter) const
 {
-    return select(name, filter, {}).value(0).toMap();
+    return select(name, filter, {}, 1).value(0).toMap();
 }
 
-const QVariantMap* MockStore::find(const QString& name, CItemId id) const
+bool MockStore::contains(const QString& name, CItemId id) const
 {
-    const auto items = m_collections.constFind(name);
-    const auto found = std::find_if(items->cbegin(), items->cend(), [&](const auto& item) { return idOf(item) == id; });
-    return found == items->cend() ? nullptr : &*found;
+    return find(name, id) != nullptr;
 }
 
-QVariantMap* MockStore::edit(const QString& name, CItemId id)
+bool MockStore::containsAll(const QString& name, const QList<CItemId>& ids) const
 {
-    Collection& items = m_collections[name];
-    const auto found = std::find_if(items.begin(), items.end(), [&](const auto& item) { return idOf(item) == id; });
-    return found == items.end() ? nullptr : &*found;
+    return std::all_of(ids.cbegin(), ids.cend(), [&](CItemId id) { return contains(name, id); });
 }
 
-const QVariantMap* MockStore::findUserOrGroup(CItemId id, int userClass) const
+bool MockStore::containsOfClass(int userClass, CItemId id) const
 {
-    const QVariantMap* found = find(usersGroupsName, id);
-    return found != nullptr && classOf(*found) == userClass ? found : nullptr;
+    const Item* item = find(usersGroupsName, id);
+    return item != nullptr && classOf(item->properties) == userClass;
 }
 
-bool MockStore::haveAll(const QString& name, const QList<CItemId>& ids) const
+QVariant MockStore::property(const QString& collectionName, const QString& name, CItemId id) const
 {
-    return std::all_of(ids.cbegin(), ids.cend(), [&](CItemId id) { return find(name, id) != nullptr; });
+    const Item* item = find(collectionName, id);
+    return item != nullptr ? valueOf(*item, name) : QVariant();
 }
 
 CItemId MockStore::nextId() const
 {
-    CItemId highest = 0;
-    for (const Collection& items : m_collections) {
-        for (const QVariantMap& item : items)
-            highest = std::max(highest, idOf(item));
-    }
-    return highest.value() + 1;
+    const qint64 highest = m_index.empty() ? 0 : m_index.rbegin()->first.value();
+    return highest < std::numeric_limits<qint64>::max() ? highest + 1 : 0;
 }
 
-CItemId MockStore::create(const QString& name, const QVariantMap& properties, int itemClass,
-                          const QString& defaultLabel)
+// --- Changes
+
+MockStore::Item& MockStore::insert(const QString& name, const QVariantMap& properties)
+{
+    const quint64 place = ++m_lastPlace;
+    Item& item = m_collections[name][place];
+    item.id = idOf(properties);
+    item.collection = name;
+    item.place = place;
+    m_index.emplace(item.id, &item);
+    for (auto property = properties.cbegin(); property != properties.cend(); ++property)
+        assign(item, property.key(), property.value());
+    return item;
+}
+
+CItemId MockStore::create(const QString& name, const QVariantMap& properties, int itemClass)
 {
     const CItemId id = nextId();
-    QVariantMap item = withPlainIds(properties);
-    item.insert(idKey, id.value());
-    item.insert(classKey, itemClass);
-    if (item.value(labelKey).toString().isEmpty())
-        item.insert(labelKey, QString(defaultLabel + QLatin1Char(' ') + QString::number(id.value())));
-    m_collections[name].append(item);
-    restoreRelations();
+    if (id == CItemId())
+        return id;
+    QVariantMap complete = withPlainIds(properties);
+    complete.insert(idKey, id.value());
+    complete.insert(classKey, itemClass);
+    if (complete.value(labelKey).toString().isEmpty())
+        complete.insert(labelKey, defaultLabel(name, itemClass, id));
+    for (const QString& key : referenceKeys()) {
+        if (complete.contains(key) && !contains(referencedCollection(key), toId(complete.value(key))))
+            complete.insert(key, qint64(0));
+    }
+    insert(name, complete);
+    // Somebody may have had the id as a member before there was anybody of that id: no group is one.
+    if (containsOfClass(UserClassGroup, id)) {
+        const QList<CItemId> groups = groupsOf(id);
+        for (const CItemId group : groups)
+            removeMembers({id}, group);
+    }
     return id;
 }
 
 bool MockStore::remove(const QString& name, CItemId id)
 {
-    Collection& items = m_collections[name];
-    const auto found = std::find_if(items.begin(), items.end(), [&](const auto& item) { return idOf(item) == id; });
-    if (found == items.end())
+    const Item* item = find(name, id);
+    if (item == nullptr)
         return false;
-    items.erase(found);
-    restoreRelations({id});
+    erase(*item);
+    forget(id);
     return true;
 }
 
-bool MockStore::replace(const QString& name, const QVariantList& replacement)
+void MockStore::replace(const QString& name, const QList<QVariantMap>& items)
 {
-    const auto items = m_collections.find(canonicalName(name));
-    if (items == m_collections.end())
-        return false;
-    QSet<CItemId> gone;
-    for (const QVariantMap& item : qAsConst(*items))
-        gone.insert(idOf(item));
-    items->clear();
-    for (const QVariant& element : replacement) {
-        QVariantMap item = withPlainIds(element.toMap());
-        const CItemId id = idOf(item);
-        const bool taken = std::any_of(m_collections.cbegin(), m_collections.cend(), [&](const Collection& other) {
-            return std::any_of(other.cbegin(), other.cend(), [&](const auto& present) { return idOf(present) == id; });
-        });
-        item.insert(idKey, taken || id <= CItemId() ? nextId().value() : id.value());
-        items->append(item);
-        gone.remove(idOf(item));
+    QList<CItemId> before;
+    Collection& collection = m_collections[canonicalName(name)];
+    while (!collection.empty()) {
+        before.append(collection.begin()->second.id);
+        erase(collection.begin()->second);
     }
-    restoreRelations(gone);
-    return true;
+    for (const QVariantMap& item : items)
+        insert(canonicalName(name), item);
+    for (const CItemId id : qAsConst(before)) {
+        if (!isInUse(id))
+            forget(id);
+    }
+}
+
+void MockStore::erase(const Item& item)
+{
+    for (const QString& key : referenceKeys())
+        unlink(item, toId(item.properties.value(key)));
+    for (const std::optional<IdSequence>* sequence : {&item.members, &item.rights}) {
+        const QList<CItemId> targets = *sequence ? (*sequence)->ids() : QList<CItemId>();
+        for (const CItemId target : targets)
+            unlink(item, target);
+    }
+    m_index.erase(item.id);
+    m_collections[item.collection].erase(item.place);
+}
+
+// Takes out of the installation what refers to an item that is not there any more.
+void MockStore::forget(CItemId id)
+{
+    const QList<CItemId> referrers = m_referrers.take(id).keys();
+    for (const CItemId referrer : referrers) {
+        const auto found = m_index.find(referrer);
+        if (found == m_index.end())
+            continue;
+        Item& item = *found->second;
+        for (const QString& key : referenceKeys()) {
+            if (toId(item.properties.value(key)) == id)
+                item.properties.insert(key, qint64(0));
+        }
+        if (item.members)
+            item.members->remove(id);
+        if (item.rights)
+            item.rights->remove(id);
+        // A medium that nobody owns can be handed out again, a code that nobody owns must not open anything.
+        if (item.collection == codesName && toId(item.properties.value(userIdKey)) == CItemId())
+            remove(codesName, referrer);
+    }
 }
 
 bool MockStore::setProperty(const QString& collectionName, const QString& name, const QVariant& value, CItemId id)
 {
-    QVariantMap* item = edit(collectionName, id);
+    Item* item = find(collectionName, id);
     if (item == nullptr || isFixed(name))
         return false;
     const QString referenced = referencedCollection(name);
-    if (!referenced.isEmpty() && toId(value) != CItemId() && find(referenced, toId(value)) == nullptr)
+    if (referenced.isEmpty()) {
+        assign(*item, name, value);
+        return true;
+    }
+    const CItemId target = toId(value);
+    if (target != CItemId() && !contains(referenced, target))
         return false;
-    item->insert(name, value.userType() == qMetaTypeId<CItemId>() ? QVariant(toId(value).value()) : value);
-    restoreRelations();
+    assign(*item, name, target != CItemId() ? value : QVariant(qint64(0)));
     return true;
 }
 
@@ -232,58 +369,201 @@ bool MockStore::deleteProperty(const QString& collectionName, const QString& nam
     if (isFixed(name) || name == labelKey)
         return false;
     bool found = false;
-    for (QVariantMap& item : m_collections[collectionName]) {
-        if (userClass < 0 || classOf(item) == userClass)
-            found |= item.remove(name) > 0;
+    for (auto& [place, item] : m_collections[collectionName]) {
+        if (userClass < 0 || classOf(item.properties) == userClass) {
+            found |= item.properties.contains(name) || valueOf(item, name).isValid();
+            clear(item, name);
+        }
     }
     return found;
 }
 
-// Takes out of the installation what refers to items that are not there (any more).
-void MockStore::restoreRelations(const QSet<CItemId>& gone)
+// Puts a value in the place of an earlier one. A reference must be to an item that is there.
+void MockStore::assign(Item& item, const QString& name, const QVariant& value)
 {
-    QMap<QString, QSet<CItemId>> present;
-    QSet<CItemId> noMembers = gone;
-    for (auto items = m_collections.cbegin(); items != m_collections.cend(); ++items) {
-        for (const QVariantMap& item : items.value()) {
-            present[items.key()].insert(idOf(item));
-            if (items.key() == usersGroupsName && classOf(item) == UserClassGroup)
-                noMembers.insert(idOf(item));
+    clear(item, name);
+    if (item.collection == usersGroupsName && name == membersKey) {
+        item.members.emplace();
+        const QList<CItemId> members = toIds(value);
+        for (const CItemId member : members) {
+            if (member == CItemId() || containsOfClass(UserClassGroup, member) || item.members->contains(member))
+                continue;
+            item.members->append(member);
+            link(item, member);
         }
+    } else if (item.collection == usersGroupsName && name == rightsKey) {
+        item.rights.emplace();
+        const QVariantList rights = QtCompat::isList(value) ? value.value<QVariantList>() : QVariantList();
+        for (const QVariant& right : rights) {
+            item.rights->append(accessPointOf(right), right);
+            link(item, accessPointOf(right));
+        }
+    } else {
+        item.properties.insert(name,
+                               value.userType() == qMetaTypeId<CItemId>() ? QVariant(toId(value).value()) : value);
+        if (referenceKeys().contains(name))
+            link(item, toId(value));
     }
+}
 
-    for (QVariantMap& item : m_collections[usersGroupsName]) {
-        if (item.contains(membersKey)) {
-            QList<CItemId> members;
-            QSet<CItemId> passed = noMembers;
-            const QList<CItemId> named = toIds(item.value(membersKey));
-            for (const CItemId member : named) {
-                if (passed.contains(member))
-                    continue;
-                passed.insert(member);
-                members.append(member);
-            }
-            item.insert(membersKey, QVariant::fromValue(members));
-        }
-        if (item.contains(rightsKey)) {
-            QVariantList rights = item.value(rightsKey).toList();
-            rights.erase(std::remove_if(rights.begin(), rights.end(),
-                                        [&](const QVariant& right) { return gone.contains(accessPointOf(right)); }),
-                         rights.end());
-            item.insert(rightsKey, rights);
+void MockStore::clear(Item& item, const QString& name)
+{
+    const bool members = name == membersKey && item.members;
+    const bool rights = name == rightsKey && item.rights;
+    if (members || rights) {
+        std::optional<IdSequence>& sequence = members ? item.members : item.rights;
+        const QList<CItemId> targets = sequence->ids();
+        for (const CItemId target : targets)
+            unlink(item, target);
+        sequence.reset();
+    } else if (item.properties.contains(name)) {
+        const QVariant value = item.properties.take(name);
+        if (referenceKeys().contains(name))
+            unlink(item, toId(value));
+    }
+}
+
+void MockStore::link(const Item& item, CItemId target)
+{
+    if (target != CItemId())
+        ++m_referrers[target][item.id];
+}
+
+void MockStore::unlink(const Item& item, CItemId target)
+{
+    const auto referrers = m_referrers.find(target);
+    if (referrers == m_referrers.end())
+        return;
+    const auto count = referrers->find(item.id);
+    if (count != referrers->end() && --*count == 0)
+        referrers->erase(count);
+    if (referrers->isEmpty())
+        m_referrers.erase(referrers);
+}
+
+// --- Relations
+
+// In the order of the model.
+template<typename Condition>
+QList<CItemId> MockStore::referring(CItemId target, Condition condition) const
+{
+    std::map<quint64, CItemId> found;
+    const auto referrers = m_referrers.constFind(target);
+    if (referrers != m_referrers.cend()) {
+        for (auto referrer = referrers->cbegin(); referrer != referrers->cend(); ++referrer) {
+            const Item& item = *m_index.at(referrer.key());
+            if (condition(item))
+                found.emplace(item.place, item.id);
         }
     }
-    for (Collection& items : m_collections) {
-        for (QVariantMap& item : items) {
-            for (const QString& key : {userIdKey, accessPointIdKey, calendarIdKey}) {
-                if (item.contains(key) && !present.value(referencedCollection(key)).contains(toId(item.value(key))))
-                    item.insert(key, qint64(0));
-            }
-        }
+    QList<CItemId> ids;
+    for (const auto& [place, id] : found)
+        ids.append(id);
+    return ids;
+}
+
+bool MockStore::addMembers(const QList<CItemId>& members, CItemId group)
+{
+    const bool good = std::all_of(members.cbegin(), members.cend(), [&](CItemId member) {
+        return member != CItemId() && !containsOfClass(UserClassGroup, member);
+    });
+    if (!good || !containsOfClass(UserClassGroup, group))
+        return false;
+    Item& item = *find(usersGroupsName, group);
+    if (!item.members)
+        item.members.emplace();
+    for (const CItemId member : members) {
+        if (item.members->contains(member))
+            continue;
+        item.members->append(member);
+        link(item, member);
     }
-    // A medium that nobody owns can be handed out again, a code that nobody owns must not open anything.
-    Collection& codes = m_collections[codesName];
-    codes.erase(std::remove_if(codes.begin(), codes.end(),
-                               [](const QVariantMap& code) { return toId(code.value(userIdKey)) == CItemId(); }),
-                codes.end());
+    return true;
+}
+
+bool MockStore::removeMembers(const QList<CItemId>& members, CItemId group)
+{
+    if (!containsOfClass(UserClassGroup, group))
+        return false;
+    Item& item = *find(usersGroupsName, group);
+    if (!item.members)
+        item.members.emplace();
+    for (const CItemId member : members) {
+        if (item.members->remove(member) > 0)
+            unlink(item, member);
+    }
+    return true;
+}
+
+QList<CItemId> MockStore::members(CItemId group) const
+{
+    const Item* item = containsOfClass(UserClassGroup, group) ? find(usersGroupsName, group) : nullptr;
+    return item != nullptr && item->members ? item->members->ids() : QList<CItemId>();
+}
+
+QList<CItemId> MockStore::groupsOf(CItemId member) const
+{
+    return referring(member, [&](const Item& item) { return item.members && item.members->contains(member); });
+}
+
+bool MockStore::setRights(const QList<CItemId>& accessPoints, CItemId holder, const QVariantMap& properties)
+{
+    Item* item = find(usersGroupsName, holder);
+    if (item == nullptr || accessPoints.contains(CItemId()))
+        return false;
+    if (!item->rights)
+        item->rights.emplace();
+    const QVariantMap changes = withPlainIds(properties);
+    for (const CItemId accessPoint : accessPoints) {
+        if (!item->rights->contains(accessPoint)) {
+            item->rights->append(accessPoint);
+            link(*item, accessPoint);
+        }
+        QVariant& value = *item->rights->value(accessPoint);
+        QVariantMap right = value.toMap();
+        for (auto change = changes.cbegin(); change != changes.cend(); ++change)
+            right.insert(change.key(), change.value());
+        right.insert(accessPointIdKey, accessPoint.value());
+        value = right;
+    }
+    return true;
+}
+
+bool MockStore::removeRights(const QList<CItemId>& accessPoints, CItemId holder)
+{
+    Item* item = find(usersGroupsName, holder);
+    if (item == nullptr)
+        return false;
+    if (!item->rights)
+        item->rights.emplace();
+    for (const CItemId accessPoint : accessPoints) {
+        for (int removed = item->rights->remove(accessPoint); removed > 0; --removed)
+            unlink(*item, accessPoint);
+    }
+    return true;
+}
+
+QList<CItemId> MockStore::accessPointsOf(CItemId holder) const
+{
+    const Item* item = find(usersGroupsName, holder);
+    return item != nullptr && item->rights ? item->rights->ids() : QList<CItemId>();
+}
+
+QList<CItemId> MockStore::holdersOf(CItemId accessPoint) const
+{
+    return referring(accessPoint, [&](const Item& item) { return item.rights && item.rights->contains(accessPoint); });
+}
+
+QVariant MockStore::right(CItemId accessPoint, CItemId holder) const
+{
+    const Item* item = find(usersGroupsName, holder);
+    const QVariant* value = item != nullptr && item->rights ? item->rights->value(accessPoint) : nullptr;
+    return value != nullptr ? *value : QVariant();
+}
+
+QList<CItemId> MockStore::mediaOf(CItemId user) const
+{
+    return referring(user, [&](const Item& item) {
+        return item.collection == mediaName && toId(item.properties.value(userIdKey)) == user;
+    });
 }
