@@ -15,7 +15,7 @@ bool isAbsent(const QVariant& value)
            || (value.userType() == QMetaType::QString && value.toString().isEmpty());
 }
 
-// Fractions of a second are cut off so that the period becomes no longer.
+// Times are whole seconds: fractions are cut off.
 std::optional<qint64> instantFrom(const QVariant& value, const CAccessTimeZone& zone, DayEdge edge)
 {
     if (value.userType() == QMetaType::QDate && value.toDate().isValid())
@@ -24,9 +24,8 @@ std::optional<qint64> instantFrom(const QVariant& value, const CAccessTimeZone& 
         const QDateTime dateTime = value.toDateTime();
         if (!dateTime.isValid())
             return std::nullopt;
-        const qint64 shift = edge == DayEdge::Begin && dateTime.time().msec() != 0 ? 1 : 0;
-        const QDateTime whole = dateTime.addMSecs(-dateTime.time().msec());
-        return whole.toSecsSinceEpoch() + shift;
+        const qint64 milliseconds = dateTime.toMSecsSinceEpoch();
+        return (milliseconds - (milliseconds % 1000 + 1000) % 1000) / 1000;
     }
     if (value.userType() == QMetaType::QString)
         return zone.instantFromText(value.toString(), edge);
