@@ -5,7 +5,6 @@
 #include <QtNetwork/QSslCertificate>
 
 #include <openssl/err.h>
-#include <openssl/pem.h>
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
 
@@ -26,7 +25,6 @@ namespace {
 struct OpenSslDeleter
 {
     void operator()(X509* certificate) const { X509_free(certificate); }
-    void operator()(BIO* bio) const { BIO_free(bio); }
     void operator()(X509_STORE* store) const { X509_STORE_free(store); }
     void operator()(X509_STORE_CTX* context) const { X509_STORE_CTX_free(context); }
     void operator()(STACK_OF(X509) * stack) const { sk_X509_free(stack); }
@@ -99,10 +97,27 @@ int noteError(int ok, X509_STORE_CTX* context)
     return 1;
 }
 
-bool isNamed(const QSslCertificate& certificate, const QString& name)
+// By its common name or a DNS name, whole.
+bool isNamed(X509* certificate, const QString& name)
 {
-    return certificate.subjectInfo(QSslCertificate::CommonName).contains(name)
-           || certificate.subjectAlternativeNames().contains(QSsl::DnsEntry, name);
+    const QByteArray host = name.toUtf8();
+    constexpr unsigned int exactNames = X509_CHECK_FLAG_NO_WILDCARDS | X509_CHECK_FLAG_ALWAYS_CHECK_SUBJECT;
+    return X509_check_host(certificate, host.constData(), size_t(host.size()), exactNames, nullptr) == 1;
+}
+
+// The first certificate of a PEM text, where QSslCertificate finds it, too. Null when it is written in another way than
+// the usual one, each mark on a line of its own: then ask that class.
+Certificate firstOf(const QByteArray& pem)
+{
+    static const QByteArray begin("-----BEGIN CERTIFICATE-----"), end("-----END CERTIFICATE-----");
+    const auto endsLine = [&pem](decltype(pem.size()) at) { return at < pem.size() && pem.at(at) == '\n'; };
+    const auto from = pem.indexOf(begin);
+    const auto to = from < 0 ? from : pem.indexOf(end, from);
+    if (to < 0 || !endsLine(from + begin.size()) || !endsLine(to + end.size()))
+        return nullptr;
+    const QByteArray der = QByteArray::fromBase64(pem.mid(from + begin.size(), to - from - begin.size()));
+    const auto* bytes = reinterpret_cast<const unsigned char*>(der.constData());
+    return Certificate(d2i_X509(nullptr, &bytes, der.size()));
 }
 
 } // namespace
@@ -183,9 +198,9 @@ QList<QSslError> CaChain::errors(const QSslCertificate& certificate, const QStri
 {
     ERR_set_mark();
     QList<QSslError> result;
-    if (!isNamed(certificate, name))
-        result.append(QSslError(QSslError::HostNameMismatch, certificate));
     const Certificate parsed = toOpenSsl(certificate);
+    if (!parsed || !isNamed(parsed.get(), name))
+        result.append(QSslError(QSslError::HostNameMismatch, certificate));
     for (const int error : d->verify(parsed.get()))
         result.append(QSslError(toSslError(error), certificate));
     ERR_pop_to_mark();
@@ -213,13 +228,8 @@ QByteArray CaChain::publicKeyIfFlawless(const QByteArray& pem, const QString& na
 {
     QByteArray key;
     ERR_set_mark();
-    const std::unique_ptr<BIO, OpenSslDeleter> bio(BIO_new_mem_buf(pem.constData(), pem.size()));
-    const Certificate certificate(bio ? PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr) : nullptr);
-    const QByteArray host = name.toUtf8();
-    constexpr unsigned int exactNames = X509_CHECK_FLAG_NO_WILDCARDS | X509_CHECK_FLAG_ALWAYS_CHECK_SUBJECT;
-    if (certificate && hasTrustAnchor()
-        && X509_check_host(certificate.get(), host.constData(), size_t(host.size()), exactNames, nullptr) == 1
-        && d->verify(certificate.get()).empty()) {
+    const Certificate certificate = firstOf(pem);
+    if (certificate && hasTrustAnchor() && isNamed(certificate.get(), name) && d->verify(certificate.get()).empty()) {
         unsigned char* der = nullptr;
         const int size = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(certificate.get()), &der);
         if (size > 0)

@@ -5,6 +5,7 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
+#include <foundation/network/unread_answers_p.h>
 
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
@@ -57,6 +58,18 @@ void boundAnswer(QWebSocket* webSocket)
                 return;
             qWarning("ConnectionJob: Too long an answer from %s", qUtf8Printable(discoverAddressOf(webSocket)));
             QMetaObject::invokeMethod(webSocket, &QWebSocket::abort, Qt::QueuedConnection);
+        });
+    }
+}
+
+// Whoever pings and does not read the answers may keep so much waiting, as long as the job or its connector has it.
+void boundUnread(QWebSocket* webSocket)
+{
+    const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QTcpSocket* socket : sockets) {
+        QObject::connect(new UnreadAnswers(socket, webSocket), &UnreadAnswers::exceeded, webSocket, [webSocket] {
+            qWarning("ConnectionJob: Unread answers at %s", qUtf8Printable(discoverAddressOf(webSocket)));
+            webSocket->abort();
         });
     }
 }
@@ -363,6 +376,7 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
     socket->open(CandidateAddress::webSocketUrl(target, d->useSsl, d->path));
     setLowDelay(socket);
     boundAnswer(socket);
+    boundUnread(socket);
 }
 
 void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)

@@ -14,8 +14,6 @@ constexpr quint64 message = 0x10000;
 /// Bytes and entries of a challenge that a device signs. A real one has about 70 and two.
 constexpr int challengeRequest = 1024;
 constexpr int challengeEntries = 16;
-/// Bytes of messages that are kept until the owner they are for listens: what a device sends behind its answer.
-constexpr int heldMessages = 0x40000;
 /// Bytes that wait for a peer that does not read. All it is sent so far is a challenge, and answers to its pings.
 constexpr qint64 writeBacklog = 0x10000;
 /// Connections that the system holds until they are accepted. Who finds no room tries again only after a second.

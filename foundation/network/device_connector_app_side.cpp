@@ -52,7 +52,8 @@ CDeviceConnectorAppSide::CDeviceConnectorAppSide(quint16 udpPort, bool useSsl, b
     connect(this, &QTcpServer::newConnection, this, &CDeviceConnectorAppSide::onNewIncomingConnection);
     connect(m_webSocketServer, &QWebSocketServer::newConnection, this,
             &CDeviceConnectorAppSide::onNewIncomingWebSocketConnection);
-    connect(m_silentSockets, &HeldSockets::dropping, this, [](QTcpSocket* socket, bool crowded) {
+    connect(m_silentSockets, &HeldSockets::dropping, this, [](QObject* dropped, bool crowded) {
+        const auto* socket = static_cast<QTcpSocket*>(dropped);
         qWarning("CDeviceConnectorAppSide: Dropped connection of %s:%u due to %s.",
                  qUtf8Printable(socket->peerAddress().toString()), socket->peerPort(),
                  crowded ? "too many silent connections" : "silence");
@@ -108,10 +109,7 @@ void CDeviceConnectorAppSide::onSendDataUsingUdp(const QHostAddress& hostAddress
 
 void CDeviceConnectorAppSide::onNewOutgoingConnection(QTcpSocket* socket)
 {
-    // The discovery object tells the peer's address but not the socket. It reads between these two connections.
-    connect(socket, &QTcpSocket::readyRead, this, [this, socket] { m_answering = socket; });
     m_discovery->sendGetDeviceInfoTcp(socket);
-    connect(socket, &QTcpSocket::readyRead, this, [this] { m_answering = nullptr; });
 }
 
 void CDeviceConnectorAppSide::onOutgoingConnectionError(QTcpSocket* socket)
@@ -123,13 +121,12 @@ void CDeviceConnectorAppSide::onOutgoingConnectionError(QTcpSocket* socket)
 void CDeviceConnectorAppSide::onDeviceInfoReceived(const QHostAddress& hostAddress, quint16 port,
                                                    const CDeviceId& deviceId, const CSystemId& systemId, int deviceType)
 {
-    const QPointer<QTcpSocket> socket = m_answering;
+    const QPointer<QTcpSocket> socket = m_discovery->answeringSocket();
     const auto report = [=] {
         if (socket) {
             // No longer the job's: it stays when the job ends.
             if (auto* job = qobject_cast<ConnectionJob*>(socket->parent()))
                 disconnect(socket, nullptr, job, nullptr);
-            disconnect(socket, &QTcpSocket::readyRead, this, nullptr);
             socket->setParent(this);
             connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         }

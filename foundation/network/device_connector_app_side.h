@@ -91,5 +91,4 @@ private:
     QList<DeviceHandshake*> m_waiting; // those of m_handshakes that wait for a place
     QTimer m_admissionTimer;           // runs while there are any
     HeldSockets* m_silentSockets;
-    QPointer<QTcpSocket> m_answering; // the socket whose answer the discovery object is reading
 };

@@ -5,6 +5,7 @@
 #include <foundation/network/handshake_messages_p.h>
 #include <foundation/network/held_sockets_p.h>
 #include <foundation/network/socket_options_p.h>
+#include <foundation/network/unread_answers_p.h>
 
 #include <kyr_crypto/crypto_service.h>
 
@@ -48,6 +49,7 @@ private:
     void accept()
     {
         m_accepted = true;
+        delete m_socket->findChild<UnreadAnswers*>(QString(), Qt::FindDirectChildrenOnly);
         m_socket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());
         m_socket->setMaxAllowedIncomingMessageSize(QWebSocket::maxIncomingMessageSize());
         QMetaObject::invokeMethod(this, &Acceptance::handOver, Qt::QueuedConnection);
@@ -82,7 +84,8 @@ CDeviceConnectorDeviceSide::CDeviceConnectorDeviceSide(quint16 udpPort, bool use
     , m_refusedSockets(new HeldSockets(ConnectionLimits::refusedConnections, this))
 {
     connect(this, &QTcpServer::newConnection, this, &CDeviceConnectorDeviceSide::onNewIncomingConnection);
-    connect(m_startingSockets, &HeldSockets::dropping, this, [](QTcpSocket* socket, bool crowded) {
+    connect(m_startingSockets, &HeldSockets::dropping, this, [](QObject* dropped, bool crowded) {
+        const auto* socket = static_cast<QTcpSocket*>(dropped);
         qWarning("CDeviceConnectorDeviceSide: Dropped connection of %s:%u due to %s.",
                  qUtf8Printable(socket->peerAddress().toString()), socket->peerPort(),
                  crowded ? "too many connections without TLS" : "TLS handshake timeout");

@@ -64,10 +64,15 @@ void CDeviceDiscoveryAppSide::onTcpReadyRead()
     disconnect(socket, &QTcpSocket::readyRead, this, &CDeviceDiscoveryAppSide::onTcpReadyRead);
     DatagramType type = NoDatagram;
     const auto headers = parseHeaders(socket->readAll(), type);
-    if (type != NoDatagram)
-        receiveMessage(type, headers, plainAddress(socket->peerAddress()), socket->peerPort());
-    else
+    if (type == NoDatagram) {
         Q_EMIT tcpQueryFailed(socket);
+        return;
+    }
+    const QPointer<CDeviceDiscoveryAppSide> alive(this);
+    m_answering = socket;
+    receiveMessage(type, headers, plainAddress(socket->peerAddress()), socket->peerPort());
+    if (alive)
+        m_answering = nullptr;
 }
 
 bool CDeviceDiscoveryAppSide::parseDeviceInfoResult(QTcpSocket* socket, CDeviceId& deviceId, CSystemId& systemId,

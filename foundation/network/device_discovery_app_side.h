@@ -4,6 +4,7 @@
 #include <foundation/core/system_id.h>
 #include <foundation/network/device_discovery_base.h>
 
+#include <QtCore/QPointer>
 #include <QtNetwork/QTcpSocket>
 
 /// The asking end of device discovery: sends queries and reports the devices that answer.
@@ -34,6 +35,9 @@ public:
     /// what is absent or out of range); otherwise they are left as they were.
     bool parseDeviceInfoResult(QTcpSocket* socket, CDeviceId& deviceId, CSystemId& systemId, int& deviceType);
 
+    /// The connection whose answer is being reported, within the signals that report it; null for a datagram.
+    QTcpSocket* answeringSocket() const { return m_answering; }
+
     void receiveMessage(DatagramType type, const QMap<Header, QVariant>& headers, const QHostAddress& sender,
                         quint16 senderPort) override;
 
@@ -46,4 +50,7 @@ Q_SIGNALS:
                             const CSystemId& systemId, int deviceType);
     /// The socket was not connected, or what it answered is no discovery message.
     void tcpQueryFailed(QTcpSocket* tcpSocket);
+
+private:
+    QPointer<QTcpSocket> m_answering;
 };

@@ -7,6 +7,7 @@
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/ssl_connection.h>
+#include <foundation/network/unread_answers_p.h>
 
 #include <kyr_crypto/crypto_service.h>
 
@@ -116,7 +117,8 @@ void DeviceHandshake::challenge(QWebSocket* webSocket)
     if (m_socket) {
         disconnect(m_socket, nullptr, this, nullptr);
         m_socket->setParent(webSocket); // lives as long as the WebSocket, whoever takes that over
-        connect(m_socket, &QSslSocket::readyRead, this, &DeviceHandshake::checkBacklog);
+        connect(new UnreadAnswers(m_socket, this), &UnreadAnswers::exceeded, this,
+                [this] { fail(QStringLiteral("unread answers")); });
     }
     m_webSocket = webSocket;
     webSocket->setParent(m_server);
@@ -138,8 +140,6 @@ void DeviceHandshake::onAnswer(const QByteArray& answer)
         return; // onTimeOut is on its way
     // One answer is examined, and after the WebSocket has left its own code: whoever is told may delete it.
     disconnect(m_webSocket, &QWebSocket::binaryMessageReceived, this, nullptr);
-    if (m_socket)
-        disconnect(m_socket, &QSslSocket::readyRead, this, nullptr);
     m_timer.stop();
     const auto examine = [this, answer] {
         if (m_stage != Stage::Challenged || !m_webSocket || m_webSocket->state() != QAbstractSocket::ConnectedState)
@@ -184,16 +184,6 @@ void DeviceHandshake::onPeerGone()
     const bool tooMuch = m_webSocket && m_webSocket->closeCode() == QWebSocketProtocol::CloseCodeTooMuchData;
     fail(tooMuch ? QStringLiteral("message above %1 bytes").arg(ConnectionLimits::message)
                  : QStringLiteral("connection closed before authentication"));
-}
-
-// A peer that pings and does not read the answers lets them pile up here.
-void DeviceHandshake::checkBacklog()
-{
-    if (!m_socket || m_socket->bytesToWrite() + m_socket->encryptedBytesToWrite() <= ConnectionLimits::writeBacklog)
-        return;
-    disconnect(m_socket, &QSslSocket::readyRead, this, nullptr);
-    QMetaObject::invokeMethod(
-        this, [this] { fail(QStringLiteral("unread answers")); }, Qt::QueuedConnection);
 }
 
 void DeviceHandshake::onTimeOut()

@@ -71,7 +71,6 @@ private:
     void readRequestLine();
     void onAnswer(const QByteArray& answer);
     void onPeerGone();
-    void checkBacklog();
     void onTimeOut();
 
     QPointer<QSslSocket> m_socket;

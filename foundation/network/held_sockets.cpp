@@ -1,7 +1,7 @@
 #include <foundation/network/held_sockets_p.h>
 
 #include <QtCore/QPointer>
-#include <QtNetwork/QTcpSocket>
+#include <QtNetwork/QAbstractSocket>
 
 #include <algorithm>
 
@@ -11,48 +11,57 @@ HeldSockets::HeldSockets(int limit, QObject* parent)
     , m_timer(this)
 {
     m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &HeldSockets::dropExpired);
 }
 
-void HeldSockets::add(QTcpSocket* socket, int milliseconds)
+void HeldSockets::add(QObject* socket, int milliseconds)
 {
-    const QPointer<QTcpSocket> added(socket);
-    while (m_sockets.size() >= m_limit)
+    release(socket);
+    const QPointer<QObject> added(socket);
+    const QPointer<HeldSockets> alive(this);
+    while (alive && m_held.size() >= m_limit)
         dropFirst(true);
-    if (!added)
+    if (!added || !alive)
         return;
     connect(socket, &QObject::destroyed, this, &HeldSockets::release);
-    connect(socket, &QTcpSocket::disconnected, this, [this, socket] { release(socket); });
-    m_sockets.append({socket, QDeadlineTimer(milliseconds)});
+    if (auto* networkSocket = qobject_cast<QAbstractSocket*>(socket))
+        connect(networkSocket, &QAbstractSocket::disconnected, this, [this, socket] { release(socket); });
+    m_held.append({socket, QDeadlineTimer(milliseconds, Qt::PreciseTimer)});
     if (!m_timer.isActive())
         m_timer.start(milliseconds);
 }
 
-void HeldSockets::release(QObject* socket)
+void HeldSockets::release(const QObject* socket)
 {
     const auto held =
-        std::find_if(m_sockets.begin(), m_sockets.end(), [socket](const auto& entry) { return entry.first == socket; });
-    if (held == m_sockets.end())
+        std::find_if(m_held.begin(), m_held.end(), [socket](const auto& entry) { return entry.first == socket; });
+    if (held == m_held.end())
         return;
-    m_sockets.erase(held);
+    m_held.erase(held);
     disconnect(socket, nullptr, this, nullptr);
-    if (m_sockets.isEmpty())
+    if (m_held.isEmpty())
         m_timer.stop();
 }
 
 void HeldSockets::dropFirst(bool crowded)
 {
-    QTcpSocket* socket = m_sockets.first().first;
+    const QPointer<QObject> socket(m_held.first().first);
     release(socket);
     Q_EMIT dropping(socket, crowded);
-    socket->abort();
-    socket->deleteLater();
+    if (!socket)
+        return;
+    if (auto* networkSocket = qobject_cast<QAbstractSocket*>(socket.data()))
+        networkSocket->abort();
+    if (socket)
+        socket->deleteLater();
 }
 
 void HeldSockets::dropExpired()
 {
-    while (!m_sockets.isEmpty() && m_sockets.first().second.hasExpired())
+    const QPointer<HeldSockets> alive(this);
+    while (alive && !m_held.isEmpty() && m_held.first().second.hasExpired())
         dropFirst(false);
-    if (!m_sockets.isEmpty())
-        m_timer.start(int(m_sockets.first().second.remainingTime()) + 1);
+    if (alive && !m_held.isEmpty())
+        m_timer.start(int(m_held.first().second.remainingTime()) + 1);
 }

@@ -5,6 +5,7 @@
 #include <support/device_certificates.h>
 
 #include <QtCore/QRegularExpression>
+#include <QtNetwork/QSslKey>
 #include <QtTest/QTest>
 
 #include <openssl/err.h>
@@ -103,6 +104,33 @@ private Q_SLOTS:
                 errors.append(QByteArray::number(error.error()));
             QVERIFY2(errors.join(' ') == row.errors, row.name);
             QCOMPARE(ERR_peek_error(), 0UL);
+        }
+    }
+
+    // The quick look finds the certificate that QSslCertificate finds, and judges it alike.
+    void quickLook()
+    {
+        if (compiledIn() != m_authority.chainPem())
+            QSKIP("another CA chain than the development CA's is compiled in");
+        const QByteArray own = m_authority.issue(label).certificate().toPem();
+        const QByteArray other = m_authority.issue(QStringLiteral("000.000.011")).certificate().toPem();
+        const QByteArray oldMark = QByteArray(own).replace(" CERTIFICATE", " X509 CERTIFICATE");
+        const QByteArrayList rows{own,
+                                  other,
+                                  oldMark,
+                                  oldMark + other,
+                                  other + own,
+                                  own + other,
+                                  "text\n" + own,
+                                  QByteArray(own).replace("\n", ""),
+                                  own.left(own.size() / 2),
+                                  "",
+                                  "-----BEGIN"};
+        for (const QByteArray& pem : rows) {
+            const QSslCertificate certificate(pem, QSsl::Pem);
+            const bool accepted = CSslConnection::checkDeviceCertificate(certificate, device);
+            const QByteArray key = CaChain::compiledIn().publicKeyIfFlawless(pem, label);
+            QCOMPARE(key, accepted ? certificate.publicKey().toDer() : QByteArray());
         }
     }
 

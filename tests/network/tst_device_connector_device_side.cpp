@@ -87,6 +87,7 @@ public:
     QByteArrayList requestLines;
     QByteArray received; // outside WebSockets
     QByteArrayList answers;
+    QByteArray behindChallenge;
     QByteArray acceptance = RawWebSocket::frame(RawWebSocket::Binary, "OK", false);
 
 private:
@@ -98,8 +99,12 @@ private:
             const bool upgrade = data.contains("Upgrade: websocket");
             socket->write(upgrade ? RawWebSocket::upgradeResponse(data)
                                   : QByteArray("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n"));
-            if (upgrade)
+            if (upgrade && !challenge.isEmpty())
                 socket->write(RawWebSocket::frame(RawWebSocket::Binary, challenge, false));
+            if (upgrade && !behindChallenge.isEmpty()) {
+                socket->setReadBufferSize(1); // reads no more
+                socket->write(behindChallenge);
+            }
             socket->setProperty("web", upgrade);
         } else if (socket->property("web").toBool()) {
             const auto frames = RawWebSocket::takeFrames(data);
@@ -216,6 +221,21 @@ private Q_SLOTS:
             RawApplication application(challenge);
             QCOMPARE(device.call(application.url()), QVariantList{false});
             QVERIFY2(application.answers.isEmpty() && device.sockets.isEmpty(), challenge);
+        }
+    }
+
+    // A server that pings and reads no answer, before it has sent a challenge and after.
+    void pingsWithoutEnd()
+    {
+        const QByteArray ping = RawWebSocket::frame(RawWebSocket::Ping, QByteArray(125, 'x'), false);
+        for (const QByteArray challenge : {"", "{\"random\": \"0123456789\"}"}) {
+            RawApplication application(challenge);
+            application.behindChallenge = ping.repeated(80000);
+            application.acceptance.clear();
+            QNetworkAccessManager manager;
+            Device device(false, &manager);
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Unread answers at http")));
+            QCOMPARE(device.call(application.url()), QVariantList{false});
         }
     }
 

@@ -47,6 +47,7 @@ struct Device : CDeviceDiscoveryDeviceSide
 struct App : CDeviceDiscoveryAppSide
 {
     QStringList reports;
+    QTcpSocket* lastAnswered = nullptr;
 
     App()
         : CDeviceDiscoveryAppSide(freePort(), nullptr)
@@ -54,6 +55,7 @@ struct App : CDeviceDiscoveryAppSide
         connect(this, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
                 [this](const QHostAddress& address, quint16 port, const CDeviceId& device, const CSystemId& system,
                        int type) {
+                    lastAnswered = answeringSocket();
                     reports += QStringLiteral("%1:%2 %3 %4 %5")
                                    .arg(address.toString())
                                    .arg(port)
@@ -267,6 +269,7 @@ private Q_SLOTS:
         QCOMPARE(TcpPair::read(*pair.accepted, 2 * query.size()), query + query);
         pair.accepted->write(result + "DeviceType: 41\r\nDeviceId: 7\r\nSystemId: 3\r\n");
         QTRY_COMPARE(app.reports, QStringList(loopback(pair.server.serverPort()) + QStringLiteral(" 7 3 41")));
+        QVERIFY(app.lastAnswered == &pair.client && !app.answeringSocket());
         // What comes later is no answer and stays in the socket.
         pair.accepted->write(result);
         QTRY_COMPARE(pair.client.bytesAvailable(), qint64(result.size()));

@@ -103,17 +103,14 @@ public:
         if (!options.error().isEmpty())
             return;
 
-        m_udp.setSystemId(system.value());
-        m_tcp.setSystemId(system.value());
-        connect(&m_udp, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
+        m_discovery.setSystemId(system.value());
+        connect(&m_discovery, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
                 [this](const QHostAddress& address, quint16 from, CDeviceId id, CSystemId of, int type) {
-                    onFound({id, of, type, plainAddress(address), from, {}, 0}, QString());
+                    onFound({id, of, type, plainAddress(address), from, {}, 0},
+                            m_discovery.answeringSocket() ? QStringLiteral("TCP") : QString());
                 });
-        connect(&m_tcp, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
-                [this](const QHostAddress& address, quint16 from, CDeviceId id, CSystemId of, int type) {
-                    onFound({id, of, type, plainAddress(address), from, {}, 0}, QStringLiteral("TCP"));
-                });
-        connect(&m_tcp, &CDeviceDiscoveryAppSide::tcpQueryFailed, this, [](QTcpSocket* socket) { socket->abort(); });
+        connect(&m_discovery, &CDeviceDiscoveryAppSide::tcpQueryFailed, this,
+                [](QTcpSocket* socket) { socket->abort(); });
 
         m_clock.start();
         if (addresses.isEmpty() || options.isSet(QStringLiteral("broadcast"))) {
@@ -161,11 +158,11 @@ private:
     void addTarget(const Target& target)
     {
         m_targets.append(target);
-        m_udp.sendGetDeviceInfoUdp(target.address, target.udpPort);
+        m_discovery.sendGetDeviceInfoUdp(target.address, target.udpPort);
         if (target.tcpPort == 0)
             return;
         auto* socket = new QTcpSocket(this);
-        connect(socket, &QTcpSocket::connected, this, [this, socket] { m_tcp.sendGetDeviceInfoTcp(socket); });
+        connect(socket, &QTcpSocket::connected, this, [this, socket] { m_discovery.sendGetDeviceInfoTcp(socket); });
         socket->connectToHost(target.address, target.tcpPort);
     }
 
@@ -203,7 +200,7 @@ private:
             ++m_round;
             m_roundStart = m_clock.nsecsElapsed();
             for (const Target& target : qAsConst(m_targets))
-                m_udp.sendGetDeviceInfoUdp(target.address, target.udpPort);
+                m_discovery.sendGetDeviceInfoUdp(target.address, target.udpPort);
         }
         output().progress(QStringLiteral("%1 found, %2 s left")
                               .arg(m_found.size())
@@ -250,9 +247,7 @@ private:
                  .arg(m_failures.join(QLatin1String(", "))));
     }
 
-    // Two, so that it is known which way an answer came. Both use ports that the system chooses.
-    CDeviceDiscoveryAppSide m_udp{0, nullptr};
-    CDeviceDiscoveryAppSide m_tcp{0, nullptr};
+    CDeviceDiscoveryAppSide m_discovery{0, nullptr}; // on a port that the system chooses
     QVector<Target> m_targets;
     QStringList m_lookUps; // names that are not known to be right or wrong yet
     QStringList m_failures;
