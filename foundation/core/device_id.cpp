@@ -1,13 +1,18 @@
 #include <foundation/core/device_id.h>
 
 #include <foundation/core/id_label_p.h>
+#include <foundation/core/id_types_p.h>
 
 #include <QtCore/QDataStream>
+#include <QtCore/QDebug>
 
 namespace {
 
 const bool registered = [] {
-    qRegisterMetaType<CDeviceId>("CDeviceId");
+    IdTypes::registerType<CDeviceId>("CDeviceId", "QList<CDeviceId>");
+    QtCompat::registerStreaming<CDeviceId>("CDeviceId");
+    QMetaType::registerConverter<CDeviceId, CItemId>();
+    QMetaType::registerConverter<CItemId, CDeviceId>();
     return true;
 }();
 
@@ -23,6 +28,11 @@ QString CDeviceId::toLabel() const
 CDeviceId CDeviceId::fromLabel(const QString& label, bool* ok)
 {
     return CDeviceId(deviceLabel.read(label, ok));
+}
+
+QDebug operator<<(QDebug debug, const CDeviceId& id)
+{
+    return debug << id.toLabel().toLatin1().constData();
 }
 
 QDataStream& operator<<(QDataStream& stream, const CDeviceId& id)

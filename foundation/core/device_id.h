@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 
 class QDataStream;
+class QDebug;
 
 /// The serial number of a device, 1 to 0x3FFFFFF (26 bits). Whatever lies outside becomes 0, "no device".
 ///
@@ -70,6 +71,9 @@ inline auto qHash(CDeviceId id, decltype(qHash(0)) seed = 0)
 {
     return qHash(id.value(), seed);
 }
+
+/// Writes the label, without quotes, spaced as the stream is set.
+KYR_FOUNDATION_EXPORT QDebug operator<<(QDebug debug, const CDeviceId& id);
 
 /// As a qint32. A number out of range is read as the invalid id.
 KYR_FOUNDATION_EXPORT QDataStream& operator<<(QDataStream& stream, const CDeviceId& id);

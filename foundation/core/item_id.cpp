@@ -1,18 +1,14 @@
 #include <foundation/core/item_id.h>
 
+#include <foundation/core/id_types_p.h>
+
 #include <QtCore/QDebug>
 
 namespace {
 
-// Done when the library is loaded: names are looked up before the first list of ids is put into a variant.
 const bool registered = [] {
-    qRegisterMetaType<CItemId>("CItemId");
-    qRegisterMetaType<CItemIdList>("CItemIdList");
+    IdTypes::registerType<CItemId>("CItemId", "CItemIdList");
     qRegisterMetaType<CItemIdList>("QList<CItemId>");
-    // So that an id in a variant shows as text, and a number in a variant is taken for an id.
-    QMetaType::registerConverter<CItemId, QString>([](CItemId id) { return QString::number(id.value()); });
-    QMetaType::registerConverter<CItemId, qlonglong>(&CItemId::value);
-    QMetaType::registerConverter<qlonglong, CItemId>([](qlonglong id) { return CItemId(id); });
     return true;
 }();
 

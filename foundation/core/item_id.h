@@ -8,6 +8,7 @@
 
 #include <type_traits>
 
+class QDataStream;
 class QDebug;
 
 /// Names one object of the access-control database: a user, a group, a medium, a door, a device.
@@ -17,6 +18,10 @@ class QDebug;
 ///
 ///     CItemId user = 4711;
 ///     QString text = QString::number(user.value());
+///
+/// In a variant it turns into any number or text and comes from any of them, as what a script or a JSON text held; what
+/// is no number, or does not fit, is 0. The same holds for CDeviceId and CSystemId, and for lists of ids: their text is
+/// "[1, 2]", and they come from that or from lists of numbers and texts.
 class CItemId
 {
 public:
@@ -56,6 +61,10 @@ inline auto qHash(CItemId id, decltype(qHash(0)) seed = 0)
 {
     return qHash(id.value(), seed);
 }
+
+// It would go as a CDeviceId, cut to what that holds: write value().
+QDataStream& operator<<(QDataStream& stream, const CItemId& id) = delete;
+QDataStream& operator>>(QDataStream& stream, CItemId& id) = delete;
 
 /// Writes the id as a decimal number, spaced as the stream is set.
 KYR_FOUNDATION_EXPORT QDebug& operator<<(QDebug& debug, const CItemId& id);

@@ -53,6 +53,26 @@ inline bool isStreamable(const QVariant& value)
     return QMetaType::save(stream, value.userType(), value.constData());
 }
 
+/// Lets variants of a type be compared. Qt 6 finds the operators by itself.
+template<typename T>
+void registerComparison()
+{
+    QMetaType::registerComparators<T>();
+}
+
+template<typename T>
+void registerEquality()
+{
+    QMetaType::registerEqualsComparator<T>();
+}
+
+/// Lets variants of a type go through a data stream.
+template<typename T>
+void registerStreaming(const char* name)
+{
+    qRegisterMetaTypeStreamOperators<T>(name);
+}
+
 /// Takes bytes away in front without moving the rest, which remove() of Qt 5 does. A sole owner lets the array begin
 /// further behind instead: Qt then treats the bytes as it treats raw data, that is, it copies them before the first
 /// change, and still frees the block with its last owner.
@@ -104,6 +124,21 @@ inline bool isEnumeration(const QVariant& value)
 inline bool isStreamable(const QVariant& value)
 {
     return value.metaType().hasRegisteredDataStreamOperators();
+}
+
+template<typename T>
+void registerComparison()
+{
+}
+
+template<typename T>
+void registerEquality()
+{
+}
+
+template<typename T>
+void registerStreaming(const char*)
+{
 }
 
 inline void dropFront(QByteArray& bytes, int count)

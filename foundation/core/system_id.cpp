@@ -1,13 +1,16 @@
 #include <foundation/core/system_id.h>
 
 #include <foundation/core/id_label_p.h>
+#include <foundation/core/id_types_p.h>
 
 #include <QtCore/QDataStream>
+#include <QtCore/QDebug>
 
 namespace {
 
 const bool registered = [] {
-    qRegisterMetaType<CSystemId>("CSystemId");
+    IdTypes::registerType<CSystemId>("CSystemId", "QList<CSystemId>");
+    QtCompat::registerStreaming<CSystemId>("CSystemId");
     return true;
 }();
 
@@ -23,6 +26,11 @@ QString CSystemId::toLabel() const
 CSystemId CSystemId::fromLabel(const QString& label, bool* ok)
 {
     return CSystemId(systemLabel.read(label, ok));
+}
+
+QDebug operator<<(QDebug debug, const CSystemId& id)
+{
+    return debug << id.toLabel().toLatin1().constData();
 }
 
 QDataStream& operator<<(QDataStream& stream, const CSystemId& id)

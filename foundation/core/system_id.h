@@ -9,6 +9,7 @@
 #include <type_traits>
 
 class QDataStream;
+class QDebug;
 
 /// The number of an installation, 0 to 0x7FFFFF (23 bits). Whatever lies outside becomes 0.
 ///
@@ -56,6 +57,9 @@ inline auto qHash(CSystemId id, decltype(qHash(0)) seed = 0)
 {
     return qHash(id.value(), seed);
 }
+
+/// Writes the label, without quotes, spaced as the stream is set.
+KYR_FOUNDATION_EXPORT QDebug operator<<(QDebug debug, const CSystemId& id);
 
 /// As a qint32. A number out of range is read as 0.
 KYR_FOUNDATION_EXPORT QDataStream& operator<<(QDataStream& stream, const CSystemId& id);

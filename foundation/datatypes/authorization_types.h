@@ -14,9 +14,9 @@ public:
         : CAuthorizationType01(0, 0)
     {
     }
-    CAuthorizationType01(quint32 id, unsigned long long secondaryId)
+    CAuthorizationType01(quint32 id, unsigned long long secondary)
         : CAuthorizationTypeData(AuthType01, IdTypeTechnicalMediaId, id)
-        , CAuthorizationWithSecondaryId{secondaryId}
+        , CAuthorizationWithSecondaryId{secondary}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -65,10 +65,10 @@ public:
         : CAuthorizationType04(0, 0, 0)
     {
     }
-    CAuthorizationType04(quint32 id, quint8 timeProfile, quint8 authorizationPoint)
+    CAuthorizationType04(quint32 id, quint8 profile, quint8 point)
         : CAuthorizationTypeData(AuthType04, IdTypeTechnicalMediaId, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
-        , CAuthorizationWithAuthorizationPoint{authorizationPoint}
+        , CAuthorizationWithTimeProfile{profile}
+        , CAuthorizationWithAuthorizationPoint{point}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -86,12 +86,11 @@ public:
         : CAuthorizationType05(0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType05(quint32 id, quint8 timeProfile, quint8 authorizationPoint, const QDateTime& from,
-                         const QDateTime& to)
+    CAuthorizationType05(quint32 id, quint8 profile, quint8 point, const QDateTime& begin, const QDateTime& end)
         : CAuthorizationTypeData(AuthType05, IdTypeTechnicalMediaId, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
-        , CAuthorizationWithAuthorizationPoint{authorizationPoint}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationWithTimeProfile{profile}
+        , CAuthorizationWithAuthorizationPoint{point}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -109,12 +108,12 @@ public:
         : CAuthorizationType06(0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType06(unsigned long long id, quint8 timeProfile, quint8 authorizationPoint, const QDateTime& from,
-                         const QDateTime& to)
+    CAuthorizationType06(unsigned long long id, quint8 profile, quint8 point, const QDateTime& begin,
+                         const QDateTime& end)
         : CAuthorizationTypeData(AuthType06, IdTypeCode, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
-        , CAuthorizationWithAuthorizationPoint{authorizationPoint}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationWithTimeProfile{profile}
+        , CAuthorizationWithAuthorizationPoint{point}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -164,12 +163,12 @@ public:
         : CAuthorizationType09(0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType09(unsigned long long id, quint8 timeProfile, quint8 authorizationPoint, const QDateTime& from,
-                         const QDateTime& to)
+    CAuthorizationType09(unsigned long long id, quint8 profile, quint8 point, const QDateTime& begin,
+                         const QDateTime& end)
         : CAuthorizationTypeData(AuthType09, IdTypeUid, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
-        , CAuthorizationWithAuthorizationPoint{authorizationPoint}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationWithTimeProfile{profile}
+        , CAuthorizationWithAuthorizationPoint{point}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -188,13 +187,13 @@ public:
         : CAuthorizationType10(0, 0, 0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType10(quint8 eventType, quint32 eventValue1, quint32 eventValue2, quint8 timeProfile,
-                         quint8 authorizationPoint, const QDateTime& from, const QDateTime& to)
+    CAuthorizationType10(quint8 eventType, quint32 value1, quint32 value2, quint8 profile, quint8 point,
+                         const QDateTime& begin, const QDateTime& end)
         : CAuthorizationTypeData(AuthType10, IdTypeEventType, eventType)
-        , CAuthorizationWithTimeProfile{timeProfile}
-        , CAuthorizationWithAuthorizationPoint{authorizationPoint}
-        , CAuthorizationWithEvent{eventValue1, eventValue2}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationWithTimeProfile{profile}
+        , CAuthorizationWithAuthorizationPoint{point}
+        , CAuthorizationWithEvent{value1, value2}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -212,12 +211,12 @@ public:
         : CAuthorizationType11(0, 0, 0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType11(quint32 id, quint8 timeProfile, quint8 point1, quint8 point2, quint8 point3,
-                         const QDateTime& from, const QDateTime& to)
+    CAuthorizationType11(quint32 id, quint8 profile, quint8 point1, quint8 point2, quint8 point3,
+                         const QDateTime& begin, const QDateTime& end)
         : CAuthorizationTypeData(AuthType11, IdTypeTechnicalMediaId, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
+        , CAuthorizationWithTimeProfile{profile}
         , CAuthorizationWithTimedAuthPoints{{point1, point2, point3}}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -235,12 +234,12 @@ public:
         : CAuthorizationType12(0, 0, 0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType12(unsigned long long id, quint8 timeProfile, quint8 point1, quint8 point2, quint8 point3,
-                         const QDateTime& from, const QDateTime& to)
+    CAuthorizationType12(unsigned long long id, quint8 profile, quint8 point1, quint8 point2, quint8 point3,
+                         const QDateTime& begin, const QDateTime& end)
         : CAuthorizationTypeData(AuthType12, IdTypeUid, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
+        , CAuthorizationWithTimeProfile{profile}
         , CAuthorizationWithTimedAuthPoints{{point1, point2, point3}}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;
@@ -259,13 +258,13 @@ public:
         : CAuthorizationType13(0, 0, 0, 0, 0, 0, 0, QDateTime(), QDateTime())
     {
     }
-    CAuthorizationType13(unsigned long long id, quint8 timeProfile, quint8 authorizationPoint, quint8 button1,
-                         quint8 button2, quint8 button3, quint8 button4, const QDateTime& from, const QDateTime& to)
+    CAuthorizationType13(unsigned long long id, quint8 profile, quint8 point, quint8 button1, quint8 button2,
+                         quint8 button3, quint8 button4, const QDateTime& begin, const QDateTime& end)
         : CAuthorizationTypeData(AuthType13, IdTypeCode, id)
-        , CAuthorizationWithTimeProfile{timeProfile}
-        , CAuthorizationWithAuthorizationPoint{authorizationPoint}
+        , CAuthorizationWithTimeProfile{profile}
+        , CAuthorizationWithAuthorizationPoint{point}
         , CAuthorizationWithButtonAuthPoints{{button1, button2, button3, button4}}
-        , CAuthorizationTimeLimited{from, to}
+        , CAuthorizationTimeLimited{begin, end}
     {
     }
     CAuthorizationTypeData* clone() const override;

@@ -172,6 +172,7 @@ QString CDataType::broadcastZoneFlagsCompactString(unsigned int zones)
 
 QString CDataType::deviceOutputFlagsCompactString(unsigned int outputs)
 {
+    outputs = static_cast<unsigned int>(DeviceOutputs::Int(deviceOutputsCast(outputs)));
     QStringList pieces;
     if (outputs & DeviceOutputMotor)
         pieces << translated(deviceOutputToString(DeviceOutputMotor));

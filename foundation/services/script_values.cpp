@@ -131,9 +131,8 @@ void ScriptValues::addOperationEntries(QVariantMap* properties)
         if (!value.isNull())
             properties->insert(QLatin1String(target), convert(value));
     };
-    // Wider than the ids, which then notice that a number is too large.
-    add("deviceId", "deviceid", [](const QVariant& id) { return CDeviceId(id.toULongLong()).toLabel(); });
-    add("systemId", "systemid", [](const QVariant& id) { return CSystemId(id.toULongLong()).toLabel(); });
+    add("deviceId", "deviceid", [](const QVariant& id) { return id.value<CDeviceId>().toLabel(); });
+    add("systemId", "systemid", [](const QVariant& id) { return id.value<CSystemId>().toLabel(); });
     add("uid", "uid", [](const QVariant& uid) {
         return CDataType::rfidUidExternalRepresentationFromLabel(CDataType::rfidUidToLabel(uid.toByteArray()));
     });

@@ -1,6 +1,7 @@
 #include <foundation/core/check_digit.h>
 #include <foundation/core/device_id.h>
 #include <foundation/core/device_time_zone_settings.h>
+#include <foundation/core/json_parser.h>
 #include <foundation/core/mira_revision.h>
 #include <foundation/core/qt_compat_p.h>
 #include <foundation/core/system_id.h>
@@ -27,6 +28,13 @@ static_assert(static_cast<quint32>(CDeviceId(7)) == 7 && static_cast<qint64>(CIt
 static_assert(CItemId(5) == 5 && 4 < CItemId(5) && CDeviceId(4) < CDeviceId(5), "comparisons");
 static_assert(modulo10Checksum(0) == 0 && modulo10Checksum(1) == 1 && modulo10Checksum(2) == 6, "check digit");
 static_assert(modulo10Checksum(12345) == 7 && modulo10Checksum(1234567) == 6, "check digit");
+
+// An item id would be cut to a device id's 26 bits on its way through a stream.
+template<typename T, typename = void>
+constexpr bool isStreamable = false;
+template<typename T>
+constexpr bool isStreamable<T, std::void_t<decltype(std::declval<QDataStream&>() << std::declval<T>())>> = true;
+static_assert(isStreamable<CDeviceId> && isStreamable<CSystemId> && !isStreamable<CItemId>, "streams");
 
 template<typename T>
 QByteArray streamed(const T& value)
@@ -117,16 +125,81 @@ private Q_SLOTS:
         QVERIFY(QtCompat::typeId("CItemIdList") != QMetaType::UnknownType);
         QCOMPARE(QtCompat::typeId("CItemIdList"), QtCompat::typeId("QList<CItemId>"));
         QCOMPARE(QVariant::fromValue(QList<CItemId>{1, -2}).value<QList<CItemId>>(), (QList<CItemId>{1, -2}));
-        QCOMPARE(QVariant::fromValue(CItemId(-2)).toString(), "-2");
         QCOMPARE((QSet<CDeviceId>{CDeviceId(1), CDeviceId(1), CDeviceId(2)}).size(), 2);
         QCOMPARE(qHash(CDeviceId(77)), qHash(77u));
 
         QString text;
         QDebug debug(&text);
-        debug << CItemId(-5) << CDeviceId(6);
+        debug << CItemId(-5) << CDeviceId(1) << CSystemId(12345);
         debug.nospace() << CItemId(std::numeric_limits<qint64>::max());
         QDebug(&text) << CItemId(7);
-        QCOMPARE(text, "-5 6 92233720368547758077 ");
+        QCOMPARE(text, "-5 000.000.011 0012.3457 92233720368547758077 ");
+    }
+
+    void idsInVariants()
+    {
+        // What a property or a JSON text may hold in place of an id, and which id it is then: of an item, a device and
+        // a system.
+        const QVector<std::tuple<QVariant, qint64, quint32, quint32>> rows{
+            {7, 7, 7, 7},
+            {7u, 7, 7, 7},
+            {QVariant::fromValue<uchar>(7), 7, 7, 7},
+            {QVariant::fromValue<short>(-7), -7, 0, 0},
+            {qlonglong(0x100000001), 0x100000001, 0, 0},
+            {qulonglong(0xFFFFFFFFFFFFFFFF), 0, 0, 0},
+            {0x3FFFFFF, 0x3FFFFFF, 0x3FFFFFF, 0},
+            {7.0, 7, 7, 7},
+            {7.5, 0, 0, 0},
+            {1e30, 0, 0, 0},
+            {"7", 7, 7, 7},
+            {"E-7", 0, 0, 0},
+            {QVariant(), 0, 0, 0},
+            {QVariant::fromValue(CItemId(0x100000001)), 0x100000001, 0, 0},
+        };
+        for (const auto& [value, item, device, system] : rows) {
+            QCOMPARE(value.value<CItemId>(), CItemId(item));
+            QCOMPARE(value.value<CDeviceId>(), CDeviceId(device));
+            if (value.userType() != qMetaTypeId<CItemId>())
+                QCOMPARE(value.value<CSystemId>(), CSystemId(system));
+        }
+        QCOMPARE(QVariant::fromValue(CDeviceId(7)).value<CItemId>(), CItemId(7));
+
+        // And the other way round; what does not fit is 0.
+        for (const QVariant& id : {QVariant::fromValue(CItemId(200)), QVariant::fromValue(CDeviceId(200)),
+                                   QVariant::fromValue(CSystemId(200))}) {
+            QCOMPARE(id.toInt() + id.toUInt() + id.toLongLong() + id.toULongLong(), 800u);
+            QCOMPARE(id.value<short>() + id.value<uchar>(), 400);
+            QCOMPARE(int(id.value<signed char>()), 0);
+            QCOMPARE(id.toDouble(), 200.0);
+            QCOMPARE(id.toString(), "200");
+        }
+        QCOMPARE(QVariant::fromValue(CItemId(0x100000001)).toInt(), 0);
+        QCOMPARE(QVariant::fromValue(CItemId(-1)).toUInt(), 0u);
+
+        const auto list = QVariant::fromValue(CItemIdList{1, -2});
+        QVERIFY(list == QVariant::fromValue(CItemIdList{1, -2}) && list != QVariant::fromValue(CItemIdList{1, 2}));
+        QVERIFY(QVariant::fromValue(CDeviceId(7)) == QVariant::fromValue(CDeviceId(7)));
+        QCOMPARE(list.toString(), "[1, -2]");
+        for (const QVariant& source :
+             {list, QVariant("[1,-2 ]"), QVariant(QVariantList{1, "-2"}), QVariant(QStringList{"1", "-2"})})
+            QCOMPARE(source.value<CItemIdList>(), (CItemIdList{1, -2}));
+        for (const QVariant& source : {QVariant("[]"), QVariant("7"), QVariant("["), QVariant()})
+            QCOMPARE(source.value<CItemIdList>(), CItemIdList());
+        QCOMPARE(QVariant("[7, 67108864]").value<QList<CDeviceId>>(), (QList<CDeviceId>{CDeviceId(7), CDeviceId()}));
+
+        // What is written is read.
+        const QVariantMap map{
+            {"id", QVariant::fromValue(CItemId(7))}, {"device", QVariant::fromValue(CDeviceId(8))}, {"ids", list}};
+        const QString json = CJsonParser::serialize(map);
+        QCOMPARE(json, "{\"device\": 8, \"id\": 7, \"ids\": [1, -2]}");
+        const QVariantMap read = CJsonParser::deserialize(json, nullptr, false);
+        QCOMPARE(read.value("id").value<CItemId>(), CItemId(7));
+        QCOMPARE(read.value("device").value<CDeviceId>(), CDeviceId(8));
+        QCOMPARE(read.value("ids").value<CItemIdList>(), (CItemIdList{1, -2}));
+        const QVariantList ids{QVariant::fromValue(CDeviceId(8)), QVariant::fromValue(CSystemId(9))};
+        const auto unstreamedIds = unstreamed<QVariantList>(streamed(ids));
+        QCOMPARE(unstreamedIds.value(0).value<CDeviceId>(), CDeviceId(8));
+        QCOMPARE(unstreamedIds.value(1).value<CSystemId>(), CSystemId(9));
     }
 
     void boardRevisions()

@@ -252,9 +252,9 @@ private Q_SLOTS:
             {0x10, "Zone 5", "Relay 4", "5 digits"},
             {0x6, "Zones 2-3", "Relays 1-2", "2-3 digits"},
             {0x17, "Zones 1-3, 5", "Motor, Relays 1-2, 4", "1-3, 5 digits"},
-            {0x80000001, "Zones 1, 32", "Motor, Relay 31", "1 digits"},
-            {0xC0000000, "Zones 31-32", "Relays 30-31", nullptr},
-            {0xFFFFFFFF, "Zones 1-32", "Motor, Relays 1-31", "1-12 digits"},
+            {0x80000001, "Zones 1, 32", "Motor", "1 digits"},
+            {0xC0000000, "Zones 31-32", nullptr, nullptr},
+            {0xFFFFFFFF, "Zones 1-32", "Motor, Relays 1-8", "1-12 digits"},
         };
         for (const auto& [bits, zones, outputs, digits] : rows) {
             QCOMPARE(T::broadcastZoneFlagsCompactString(bits), QString(zones));
