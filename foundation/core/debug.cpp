@@ -45,6 +45,12 @@ std::atomic<FILE*> stream{stderr};
 // Not owned by a smart pointer: messages come until the very end of the process.
 std::atomic<CCircularLogBuffer*> circularBuffer{nullptr};
 
+// Where the last line that was written whole ends in the stream: what stands behind it after a failure is a line that
+// was cut. -1 in a stream that has no positions, where a line goes whole or not at all.
+constexpr long unknownPosition = -2;
+std::atomic<long> wholeLinesEnd{unknownPosition};
+std::atomic<bool> lineIsCut{false};
+
 using Line = QVarLengthArray<char, 512>;
 
 char* writeNumber(char* to, int number, int digits)
@@ -84,6 +90,27 @@ void formatLine(Line& line, const char* tag, const QString& message)
     line.last() = '\0';
 }
 
+// A line there was no room for, as on a full disk, may be cut: then the next one does not continue it.
+void writeLine(FILE* output, const char* line)
+{
+    long end = wholeLinesEnd.load(std::memory_order_relaxed);
+    if (end == unknownPosition)
+        end = std::ftell(output);
+    if (lineIsCut.exchange(false, std::memory_order_relaxed)) {
+        std::fputc('\n', output);
+        end = std::ftell(output);
+    }
+    std::fputs(line, output);
+    std::fputc('\n', output);
+    if (std::fflush(output) == 0 && !std::ferror(output)) {
+        wholeLinesEnd.store(end < 0 ? end : end + static_cast<long>(std::strlen(line)) + 1, std::memory_order_relaxed);
+        return;
+    }
+    std::clearerr(output);
+    wholeLinesEnd.store(end, std::memory_order_relaxed);
+    lineIsCut.store(end >= 0 && std::ftell(output) != end, std::memory_order_relaxed);
+}
+
 // Kept apart from the test of the level, so that a suppressed message does not even set up the line's memory.
 Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
 {
@@ -92,14 +119,7 @@ Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
     if (CCircularLogBuffer* buffer = circularBuffer.load(std::memory_order_relaxed))
         buffer->append(QByteArray::fromRawData(line.constData(), static_cast<int>(line.size())));
     if (FILE* output = stream.load(std::memory_order_relaxed)) {
-        // The last line may be cut, as on a full disk: the next one does not continue it.
-        if (std::ferror(output)) {
-            std::clearerr(output);
-            std::fputc('\n', output);
-        }
-        std::fputs(line.constData(), output);
-        std::fputc('\n', output);
-        std::fflush(output);
+        writeLine(output, line.constData());
     }
 }
 
@@ -149,7 +169,11 @@ bool CDebug::setMessageOutputFile(const QString& name)
         ok = chosen != nullptr;
         if (!ok)
             chosen = stderr;
+        else if (append)
+            std::fseek(chosen, 0, SEEK_END);
     }
+    wholeLinesEnd = unknownPosition;
+    lineIsCut = false;
     stream = chosen;
     if (!ok)
         qWarning("Debug: Could not open message output file %s", qUtf8Printable(target));

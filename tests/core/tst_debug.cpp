@@ -6,6 +6,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
+#include <csignal>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -122,6 +124,30 @@ private Q_SLOTS:
         QVERIFY(CDebug::setMessageOutputFile("none"));
         QVERIFY(CCircularLogBuffer::getInstanceUsedAsMessageHandler()->readAll().endsWith(
             QByteArray(" WRN Debug: Could not open message output file " + m_folder.path().toUtf8() + '\n')));
+    }
+
+    // A file that must not grow stands for a full disk.
+    void linesWithoutRoom()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit unlimited{};
+        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+        for (const bool append : {false, true}) {
+            QVERIFY(CDebug::setMessageOutputFile((append ? ">>" : "") + m_file));
+            for (const int room : {0, 0, 20, 17}) {
+                qInfo("there");
+                const rlimit limit{rlim_t(QFileInfo(m_file).size() + room), unlimited.rlim_max};
+                QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+                qInfo("cut");
+                qInfo("lost");
+                QCOMPARE(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+            }
+            qInfo("end");
+        }
+        QByteArray texts;
+        for (const QByteArray& line : written().split('\n'))
+            texts += line.mid(17) + '|';
+        QCOMPARE(texts, QByteArray("there|there|there|cut|there||end|").repeated(2) + '|');
     }
 
     void manyThreadsLoseNoLine()

@@ -233,8 +233,11 @@ private Q_SLOTS:
                  R"({"architecture":3,"cardArchitecture":"MIFARE Classic","deviceId":123457,"deviceid":"001.234.570",)"
                  R"("publicMediaId":null,"results":["1","true","x"],"uid":"04A122"})");
 
-        const std::pair<QVariant, const char*> ids[] = {
-            {123457LL, "001.234.570"}, {(1LL << 32) + 1, "000.000.000"}, {-1, "000.000.000"}};
+        const std::pair<QVariant, const char*> ids[] = {{123457LL, "001.234.570"},
+                                                        {QVariant::fromValue(CDeviceId(123457)), "001.234.570"},
+                                                        {"123457", "001.234.570"},
+                                                        {(1LL << 32) + 1, "000.000.000"},
+                                                        {-1, "000.000.000"}};
         for (const auto& [id, label] : ids) {
             m_service->deviceOperation("read", {}, m_callback);
             m_devices->operation->setProperty("deviceId", id);
