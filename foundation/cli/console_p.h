@@ -27,6 +27,8 @@ public:
     void interrupt();
     /// Writes all bytes; false when the other end has gone. Any thread.
     bool writeOutput(const char* data, std::size_t size);
+    /// The same for a prompt, which is text in the console's own 8-bit encoding.
+    bool writePrompt(const char* data, std::size_t size);
     bool writeError(const char* data, std::size_t size);
 
 private:

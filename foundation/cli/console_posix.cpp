@@ -7,8 +7,25 @@
 
 namespace {
 
+// Descriptors that were closed when the library was loaded. What has their numbers by now was opened for something
+// else, a socket perhaps or the event loop's own; only a terminal was put there on purpose.
+struct StandardDescriptors
+{
+    bool closedAtStart[3];
+
+    StandardDescriptors()
+    {
+        for (int descriptor = 0; descriptor < 3; ++descriptor)
+            closedAtStart[descriptor] = ::fcntl(descriptor, F_GETFD) < 0;
+    }
+    bool isUsable(int descriptor) const { return !closedAtStart[descriptor] || ::isatty(descriptor) == 1; }
+};
+const StandardDescriptors standardDescriptors;
+
 bool writeAll(int descriptor, const char* data, std::size_t size)
 {
+    if (!standardDescriptors.isUsable(descriptor))
+        return false;
     while (size > 0) {
         const ssize_t written = ::write(descriptor, data, size);
         if (written >= 0) {
@@ -59,6 +76,8 @@ void CConsole::interrupt()
 
 CConsole::Fill CConsole::fill()
 {
+    if (!standardDescriptors.isUsable(STDIN_FILENO))
+        return Fill::End;
     for (;;) {
         pollfd descriptors[2] = {{STDIN_FILENO, POLLIN, 0}, {m_wakeUp[0], POLLIN, 0}};
         if (::poll(descriptors, 2, -1) < 0 && errno != EINTR)
@@ -82,6 +101,11 @@ CConsole::Fill CConsole::fill()
 bool CConsole::writeOutput(const char* data, std::size_t size)
 {
     return writeAll(STDOUT_FILENO, data, size);
+}
+
+bool CConsole::writePrompt(const char* data, std::size_t size)
+{
+    return writeOutput(data, size);
 }
 
 bool CConsole::writeError(const char* data, std::size_t size)

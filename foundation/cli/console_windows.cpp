@@ -12,34 +12,43 @@ bool isConsole(HANDLE handle)
     return GetConsoleMode(handle, &mode) != 0;
 }
 
+// Redirected to a file or a pipe: the bytes as they are.
+bool writeToFile(HANDLE handle, const char* data, std::size_t size)
+{
+    while (size > 0) {
+        DWORD written = 0;
+        const DWORD part = size < 0x10000 ? DWORD(size) : 0x10000;
+        if (!WriteFile(handle, data, part, &written, nullptr) || written == 0)
+            return false;
+        data += written;
+        size -= written;
+    }
+    return true;
+}
+
+// One call of the console's functions takes a limited amount (64 KiB in older consoles).
+template<typename Character, typename Function>
+bool writeToConsole(Function write, HANDLE handle, const Character* text, std::size_t size)
+{
+    while (size > 0) {
+        DWORD written = 0;
+        if (!write(handle, text, size < 8192 ? DWORD(size) : 8192, &written, nullptr) || written == 0)
+            return false;
+        text += written;
+        size -= written;
+    }
+    return true;
+}
+
 bool writeAll(DWORD which, const char* data, std::size_t size)
 {
     const HANDLE handle = GetStdHandle(which);
-    if (!isConsole(handle)) {
-        // Redirected to a file or a pipe: the bytes as they are.
-        while (size > 0) {
-            DWORD written = 0;
-            const DWORD part = size < 0x10000 ? DWORD(size) : 0x10000;
-            if (!WriteFile(handle, data, part, &written, nullptr) || written == 0)
-                return false;
-            data += written;
-            size -= written;
-        }
-        return true;
-    }
+    if (!isConsole(handle))
+        return writeToFile(handle, data, size);
     const int length = MultiByteToWideChar(CP_UTF8, 0, data, int(size), nullptr, 0);
     std::wstring text(std::size_t(length), L'\0');
     MultiByteToWideChar(CP_UTF8, 0, data, int(size), &text[0], length);
-    // One call takes a limited amount (64 KiB in older consoles).
-    for (std::size_t done = 0; done < text.size();) {
-        const std::size_t left = text.size() - done;
-        DWORD written = 0;
-        if (!WriteConsoleW(handle, text.data() + done, left < 8192 ? DWORD(left) : 8192, &written, nullptr)
-            || written == 0)
-            return false;
-        done += written;
-    }
-    return true;
+    return writeToConsole(WriteConsoleW, handle, text.data(), text.size());
 }
 
 std::string toUtf8(const std::wstring& text)
@@ -113,6 +122,12 @@ CConsole::Fill CConsole::fill()
 bool CConsole::writeOutput(const char* data, std::size_t size)
 {
     return writeAll(STD_OUTPUT_HANDLE, data, size);
+}
+
+bool CConsole::writePrompt(const char* data, std::size_t size)
+{
+    const HANDLE handle = GetStdHandle(STD_OUTPUT_HANDLE);
+    return isConsole(handle) ? writeToConsole(WriteConsoleA, handle, data, size) : writeToFile(handle, data, size);
 }
 
 bool CConsole::writeError(const char* data, std::size_t size)

@@ -1,8 +1,18 @@
 #include <foundation/cli/local_socket_cli_io.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QDebug>
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
+
+namespace {
+
+// How long the end of a program waits for clients to take its last lines.
+constexpr int lastLinesTimeoutMs = 2000;
+// A client that takes nothing does not hold up the others for longer.
+constexpr int turnMs = 20;
+
+} // namespace
 
 CLocalSocketCliIO::CLocalSocketCliIO(const QString& serverName)
     : CAbstractCliIO(nullptr)
@@ -21,6 +31,7 @@ void CLocalSocketCliIO::start()
     if (m_server->isListening())
         m_server->close();
     QLocalServer::removeServer(m_serverName);
+    m_stopped = false;
     if (m_server->listen(m_serverName))
         qDebug("CLI: Started listening at %s", qUtf8Printable(m_server->fullServerName()));
     else
@@ -29,7 +40,23 @@ void CLocalSocketCliIO::start()
 
 void CLocalSocketCliIO::stop()
 {
+    m_stopped = true;
     m_server->close();
+
+    // The program may end right behind this, and what the event loop would still have sent with it. The waiting reads,
+    // too: m_stopped keeps that from becoming a line.
+    const QDeadlineTimer deadline(lastLinesTimeoutMs);
+    QList<QPointer<QLocalSocket>> unsent;
+    const auto sockets = m_server->findChildren<QLocalSocket*>();
+    for (QLocalSocket* socket : sockets)
+        unsent.append(socket);
+    while (!unsent.isEmpty() && !deadline.hasExpired()) {
+        const QPointer<QLocalSocket> socket = unsent.takeFirst();
+        if (!socket || socket->bytesToWrite() == 0)
+            continue;
+        socket->waitForBytesWritten(static_cast<int>(qMin<qint64>(turnMs, deadline.remainingTime())));
+        unsent.append(socket);
+    }
 }
 
 void CLocalSocketCliIO::onNewConnection()
@@ -48,6 +75,8 @@ void CLocalSocketCliIO::onReadyRead()
     if (!socket)
         return;
     const QByteArray data = socket->readAll();
+    if (m_stopped)
+        return;
     m_socket = socket;
     // From the plain pointer: the text ends at the first zero byte.
     Q_EMIT lineReady(QString::fromLocal8Bit(data.constData()));
@@ -62,8 +91,11 @@ void CLocalSocketCliIO::onDisconnected()
 
 void CLocalSocketCliIO::writeLine(const QString& line)
 {
-    if (m_socket)
-        m_socket->write(QString(line + QLatin1Char('\n')).toLocal8Bit());
+    if (!m_socket)
+        return;
+    m_socket->write(QString(line + QLatin1Char('\n')).toLocal8Bit());
+    // At once: a command may keep the event loop busy, or end the program.
+    m_socket->flush();
 }
 
 void CLocalSocketCliIO::writeErrorLine(const QString& line)

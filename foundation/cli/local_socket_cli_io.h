@@ -22,7 +22,8 @@ public:
     explicit CLocalSocketCliIO(const QString& serverName);
     ~CLocalSocketCliIO() override;
 
-    /// Dropped while no client has sent anything, or when the client that sent last has gone.
+    /// Sent at once, as far as the client takes it. Dropped while no client has sent anything, or when the client that
+    /// sent last has gone.
     void writeLine(const QString& line) override;
     /// The same as writeLine().
     void writeErrorLine(const QString& line) override;
@@ -30,7 +31,8 @@ public:
     void readLine() override;
     /// Listens under the name, in place of whoever held it; a failure is logged. Called again it opens anew.
     void start() override;
-    /// Takes no more clients; those that are connected stay.
+    /// Takes no more clients and no more lines; those clients that are connected stay. Waits until they have taken what
+    /// was written, 2 s at most: nothing that was written before is lost when the program ends behind this.
     void stop() override;
 
 private Q_SLOTS:
@@ -42,4 +44,5 @@ private:
     QPointer<QLocalSocket> m_socket;
     QLocalServer* m_server;
     QString m_serverName;
+    bool m_stopped = false;
 };

@@ -73,14 +73,17 @@ void CStandardIOHandler::readLine()
 
 void CStandardIOHandler::blockingReadLine()
 {
+    if (m_ended)
+        return;
     if (m_prompt)
-        m_console->writeOutput(m_prompt, qstrlen(m_prompt));
+        m_console->writePrompt(m_prompt, qstrlen(m_prompt));
     std::string line;
     switch (m_console->readLine(line)) {
     case CConsole::ReadResult::Line:
         Q_EMIT lineReady(QString::fromUtf8(line.data(), int(line.size())));
         break;
     case CConsole::ReadResult::End:
+        m_ended = true;
         if (isSignalConnected(QMetaMethod::fromSignal(&CAbstractCliIO::inputEnded)))
             Q_EMIT inputEnded();
         else

@@ -42,6 +42,7 @@ private Q_SLOTS:
 private:
     const char* m_prompt;
     QPointer<QThread> m_thread;
+    bool m_ended = false; // used in the input thread only
     // Shared with what ends the input thread when the application quits, which may come after the handler has gone.
     std::shared_ptr<CConsole> m_console;
 };

@@ -36,7 +36,10 @@ public:
         const QString rest = line.section(' ', 1);
         if (word == "err")
             writeErrorLine(rest);
-        else if (word == "code") {
+        else if (word == "lines") {
+            for (int i = 0; i < rest.toInt(); ++i)
+                writeLine(QString::number(i));
+        } else if (word == "code") {
             setReturnCode(rest.toInt());
             writeLine(word);
         } else if (word == "thread")
@@ -63,8 +66,27 @@ int runTool(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     const QStringList arguments = app.arguments();
-    auto* io = new CStandardIOHandler(arguments.contains("--prompt") ? "> " : nullptr); // deletes itself
+    std::unique_ptr<CAbstractCliIO> socket;
+    CAbstractCliIO* io = nullptr;
+    if (arguments.contains("--socket")) {
+        socket = std::make_unique<CLocalSocketCliIO>(arguments.last());
+        io = socket.get();
+    } else {
+        io = new CStandardIOHandler(arguments.contains("--prompt") ? "> " : nullptr); // deletes itself
+    }
     Tool tool(io);
+    if (arguments.contains("--ends")) {
+        // Asked for more after the end, the channel does not say again that it was there.
+        QObject::disconnect(io, &CAbstractCliIO::inputEnded, nullptr, nullptr);
+        QObject::connect(io, &CAbstractCliIO::inputEnded, &app, [io] {
+            io->writeLine("end");
+            io->readLine();
+            io->readLine();
+            QTimer::singleShot(50, QCoreApplication::instance(), &QCoreApplication::quit);
+        });
+        io->start();
+        return app.exec();
+    }
     tool.execute();
     if (arguments.contains("--leave"))
         QTimer::singleShot(50, &app, [] { QCoreApplication::exit(7); });
@@ -131,6 +153,56 @@ private Q_SLOTS:
         QCOMPARE(process.exitCode(), 0);
     }
 
+    // What got the number of a descriptor that was closed at the start is not the user's input or output.
+    void closedDescriptors()
+    {
+        for (const char* redirection : {"<&-", "</dev/null >&-", "<&- >&- 2>&-"}) {
+            QProcess process;
+            process.start("sh", {"-c", QString("exec \"$0\" --tool --prompt %1").arg(redirection), self()});
+            QVERIFY(process.waitForFinished(WaitMs));
+            QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+            QCOMPARE(process.exitCode(), 0);
+        }
+    }
+
+    void endIsToldOnce()
+    {
+        QProcess process;
+        process.start(self(), {"--tool", "--ends"});
+        process.closeWriteChannel();
+        QVERIFY(process.waitForFinished(WaitMs));
+        QCOMPARE(process.readAllStandardOutput(), QByteArray("end\n"));
+    }
+
+    // Nothing of a long answer is lost when the program ends right behind it, whoever runs the event loop.
+    void endBehindAnAnswer()
+    {
+        const QString name = QStringLiteral("kyr-cli-end-%1").arg(QCoreApplication::applicationPid());
+        QByteArray answer;
+        for (int i = 0; i < 100000; ++i)
+            answer += QByteArray::number(i) + '\n';
+        for (const char* noGlib : {"", "1"}) {
+            QProcess process;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert("QT_NO_GLIB", noGlib);
+            process.setProcessEnvironment(environment);
+            process.start(self(), {"--tool", "--socket", name});
+            QLocalSocket client;
+            const auto isConnected = [&] {
+                client.abort();
+                client.connectToServer(name);
+                return client.state() == QLocalSocket::ConnectedState;
+            };
+            QVERIFY(QTest::qWaitFor(isConnected, WaitMs));
+            client.write("lines 100000");
+            QVERIFY(client.waitForReadyRead(WaitMs));
+            client.write("quit");
+            QVERIFY(QTest::qWaitFor([&] { return client.state() == QLocalSocket::UnconnectedState; }, WaitMs));
+            QVERIFY(client.readAll() == answer + "bye\n");
+            QTRY_COMPARE(process.state(), QProcess::NotRunning);
+        }
+    }
+
     // The writing end stays open: nothing but the program itself can end the read.
     void endWhileReading()
     {
@@ -176,7 +248,21 @@ private Q_SLOTS:
         QTRY_COMPARE(io.findChildren<QLocalSocket*>().size(), 1);
         io.writeLine("to a dead client");
 
+        // Stopped it hears nobody, also not who is still connected, and waits for a client that takes nothing no longer
+        // than it says.
+        first.write("before");
+        QVERIFY(lines.wait(WaitMs));
+        first.setReadBufferSize(1);
+        for (int i = 0; i < 40; ++i)
+            io.writeLine(QString(100000, 'x'));
+        lines.clear();
+        QElapsedTimer elapsed;
+        elapsed.start();
         io.stop();
+        QVERIFY(elapsed.elapsed() >= 1900 && elapsed.elapsed() < 3000);
+        first.write("after");
+        QVERIFY(first.waitForBytesWritten(WaitMs));
+        QVERIFY(!lines.wait(100));
         second.connectToServer(name);
         QVERIFY(!second.waitForConnected(WaitMs));
         CLocalSocketCliIO bad("/nowhere/at/all");
