@@ -1,5 +1,6 @@
-// Reads a report as HTML from standard input and writes it as PDF to standard output; the argument is the text at the
-// foot of each page. For programs that have no graphical application object of their own.
+// Reads the sheets of a report from standard input and writes it as PDF to standard output; what there is to tell goes
+// to standard error, a line each, see report_sheets.h. For programs that have no graphical application object of their
+// own, and for those that go on meanwhile.
 #include "pdf_renderer.h"
 
 #include <QtCore/QFile>
@@ -15,15 +16,59 @@ extern "C" Q_DECL_EXPORT int __lsan_is_turned_off()
 }
 #endif
 
+namespace {
+
+void tell(const char* word, const QString& about)
+{
+    std::fprintf(stderr, "%s %s\n", word, about.toUtf8().constData());
+}
+
+// Empty at the end, and for half a frame, which `whole` tells apart.
+QByteArray nextFrame(QFile& in, bool& whole)
+{
+    const QByteArray length = in.read(ReportSheets::lengthBytes);
+    whole = length.isEmpty();
+    const quint32 size = ReportSheets::lengthOf(length);
+    if (ReportSheets::isAbsurd(size))
+        return {};
+    const QByteArray frame = in.read(size);
+    whole = quint32(frame.size()) == size;
+    return whole ? frame : QByteArray();
+}
+
+bool run()
+{
+    QFile in;
+    QFile out;
+    if (!in.open(stdin, QIODevice::ReadOnly) || !out.open(stdout, QIODevice::WriteOnly))
+        return false;
+    bool whole = false;
+    ReportSheets::Setup setup;
+    if (!ReportSheets::decode(nextFrame(in, whole), setup)) {
+        tell("error", QStringLiteral("this program is started by the report plugin and takes no input from people"));
+        return false;
+    }
+    PdfRenderer renderer(setup, tell);
+    for (;;) {
+        const QByteArray frame = nextFrame(in, whole);
+        if (frame.isEmpty())
+            break;
+        ReportSheets::Sheet sheet;
+        if (!ReportSheets::decode(frame, sheet) || !renderer.add(sheet))
+            return false;
+    }
+    if (!whole) // whoever made the report has given it up
+        return false;
+    const QByteArray pdf = renderer.finish();
+    return !pdf.isEmpty() && out.write(pdf) == pdf.size() && out.flush();
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication app(argc, argv);
-    QFile in;
-    QFile out;
-    if (!in.open(stdin, QIODevice::ReadOnly) || !out.open(stdout, QIODevice::WriteOnly))
-        return 1;
-    const QByteArray pdf = PdfRenderer::render(QString::fromUtf8(in.readAll()), app.arguments().value(1));
-    return out.write(pdf) == pdf.size() && out.flush() ? 0 : 1;
+    return run() ? 0 : 1;
 }

@@ -2,41 +2,86 @@
 
 #include <foundation/formats/string_template.h>
 
-namespace {
+#include <algorithm>
+
+SectionTemplate::SectionTemplate(const QString& text)
+    : m_pieces(parsed(text))
+{
+}
+
+QString SectionTemplate::fill(const Entry& entry) const
+{
+    QString result;
+    append(result, m_pieces, entry, {});
+    return result;
+}
+
+bool SectionTemplate::split(const QString& section, SectionTemplate& before, SectionTemplate& within,
+                            SectionTemplate& behind) const
+{
+    const auto isWanted = [&](const Piece& piece) { return piece.section == section; };
+    const auto found = std::find_if(m_pieces.cbegin(), m_pieces.cend(), isWanted);
+    if (std::count_if(m_pieces.cbegin(), m_pieces.cend(), isWanted) != 1)
+        return false;
+    before.m_pieces.assign(m_pieces.cbegin(), found);
+    within.m_pieces = {*found};
+    behind.m_pieces.assign(found + 1, m_pieces.cend());
+    return true;
+}
+
+bool SectionTemplate::mentions(const QString& key) const
+{
+    return mentions(m_pieces, QLatin1Char('$') + key);
+}
+
+bool SectionTemplate::mentions(const std::vector<Piece>& pieces, const QString& key)
+{
+    return std::any_of(pieces.cbegin(), pieces.cend(),
+                       [&](const Piece& piece) { return piece.text.contains(key) || mentions(piece.pieces, key); });
+}
+
+// A comment that nothing closes is text.
+std::vector<SectionTemplate::Piece> SectionTemplate::parsed(const QString& text)
+{
+    const QLatin1String opening("<!-- ");
+    const QLatin1String end(" -->");
+    std::vector<Piece> pieces;
+    int begin = 0;
+    int position = 0;
+    for (;;) {
+        const int open = int(text.indexOf(opening, position));
+        const int openEnd = open < 0 ? -1 : int(text.indexOf(end, open));
+        if (openEnd < 0)
+            break;
+        const QString name = text.mid(open + opening.size(), openEnd - open - opening.size());
+        const QString closing = QString(QLatin1String("<!-- /") + name + end);
+        const int inner = openEnd + end.size();
+        const int close = int(text.indexOf(closing, inner));
+        position = inner;
+        if (close < 0)
+            continue;
+        pieces.push_back({text.mid(begin, open - begin), {}, {}});
+        pieces.push_back({{}, name, parsed(text.mid(inner, close - inner))});
+        begin = position = close + int(closing.size());
+    }
+    pieces.push_back({text.mid(begin), {}, {}});
+    return pieces;
+}
 
 // Values of an entry hide those of the entries around it.
-QString fillWith(const QString& text, const SectionTemplate::Entry& entry, const QVariantMap& outerValues)
+void SectionTemplate::append(QString& result, const std::vector<Piece>& pieces, const Entry& entry,
+                             const QVariantMap& outerValues)
 {
     QVariantMap values = outerValues;
     for (auto value = entry.values.cbegin(); value != entry.values.cend(); ++value)
-        values.insert(value.key(), value->toString().toHtmlEscaped());
-
-    QString result;
-    int position = 0;
-    for (;;) {
-        const int open = text.indexOf(QLatin1String("<!-- "), position);
-        const int openEnd = open < 0 ? -1 : text.indexOf(QLatin1String(" -->"), open);
-        const QString name = openEnd < 0 ? QString() : text.mid(open + 5, openEnd - open - 5);
-        const QString closing = QLatin1String("<!-- /") + name + QLatin1String(" -->");
-        const int close = openEnd < 0 ? -1 : text.indexOf(closing, openEnd);
-        const int plainEnd = open < 0 ? text.size() : close < 0 ? openEnd < 0 ? text.size() : openEnd + 4 : open;
-        result += CStringTemplate(text.mid(position, plainEnd - position)).substitute(values);
-        if (plainEnd == text.size())
-            return result;
-        position = plainEnd;
-        if (close < 0)
+        values.insert(value.key(), QString(QLatin1String("") + value->toString().toHtmlEscaped())); // not null: unknown
+    for (const Piece& piece : pieces) {
+        if (piece.section.isEmpty()) {
+            result += CStringTemplate(piece.text).substitute(values);
             continue;
-        const QString inner = text.mid(openEnd + 4, close - openEnd - 4);
-        const QList<SectionTemplate::Entry> entries = entry.sections.value(name);
-        for (const SectionTemplate::Entry& element : entries)
-            result += fillWith(inner, element, values);
-        position = close + closing.size();
+        }
+        const QList<Entry> elements = entry.sections.value(piece.section);
+        for (const Entry& element : elements)
+            append(result, piece.pieces, element, values);
     }
-}
-
-} // namespace
-
-QString SectionTemplate::fill(const QString& text, const Entry& entry)
-{
-    return fillWith(text, entry, {});
 }

@@ -10,6 +10,8 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -28,6 +30,10 @@ QStringList toList(const char* const (&names)[count])
         list.append(QLatin1String(name));
     return list;
 }
+
+// Above that many users whole lists are read at once: one question for each user would cost an installation in memory,
+// or a database without an index, a look at all its media each time.
+constexpr int fewUsers = 16;
 
 bool isProperties(const QString& model)
 {
@@ -54,6 +60,13 @@ bool appliesToUsers(const QVariant& classes)
 
 } // namespace
 
+struct CBaseReportServer::Snapshot
+{
+    bool hasDefinitions = false;
+    QVariantList definitions;
+    QHash<QString, QHash<qint64, QVariantList>> lists; // by model and user
+};
+
 CBaseReportServer::CBaseReportServer(QObject* parent)
     : QObject(parent)
 {
@@ -64,6 +77,7 @@ CBaseReportServer::~CBaseReportServer() = default;
 void CBaseReportServer::setAccessControl(ISimpleAccessControl* accessControl)
 {
     m_accessControl = accessControl;
+    m_snapshot.reset();
 }
 
 void CBaseReportServer::setReportTemplate(const QString& templateText)
@@ -76,21 +90,26 @@ void CBaseReportServer::setBaseModel(const QString& modelName, const QString& da
     m_modelName = modelName;
     m_dataName = dataName;
     m_userIds = sortIds(ids);
+    m_snapshot = m_userIds.size() > fewUsers ? std::make_unique<Snapshot>() : nullptr;
 }
 
 QList<CItemId> CBaseReportServer::sortIds(const QList<CItemId>& ids) const
 {
-    QHash<CItemId, QString> labels;
-    if (m_accessControl) {
-        for (const CItemId id : ids)
-            labels.insert(id, m_accessControl->getUserProperty(QStringLiteral("label"), id).toString());
+    std::vector<std::pair<QString, CItemId>> labelled;
+    labelled.reserve(size_t(ids.size()));
+    for (const CItemId id : ids) {
+        labelled.emplace_back(
+            m_accessControl ? m_accessControl->getUserProperty(QStringLiteral("label"), id).toString() : QString(), id);
     }
     const QCollator collator{QLocale()};
-    QList<CItemId> sorted = ids;
-    std::sort(sorted.begin(), sorted.end(), [&](CItemId a, CItemId b) {
-        const int order = collator.compare(labels.value(a), labels.value(b));
-        return order != 0 ? order < 0 : a < b;
+    std::sort(labelled.begin(), labelled.end(), [&](const auto& a, const auto& b) {
+        const int order = collator.compare(a.first, b.first);
+        return order != 0 ? order < 0 : a.second < b.second;
     });
+    QList<CItemId> sorted;
+    sorted.reserve(ids.size());
+    for (const auto& element : labelled)
+        sorted.append(element.second);
     return sorted;
 }
 
@@ -174,8 +193,10 @@ QVariantList CBaseReportServer::userData(CItemId user, const QString& model) con
     const QStringList fields = fieldsOf(model);
     if (!m_accessControl || fields.isEmpty())
         return {};
-    if (!isProperties(model))
-        return m_accessControl->getModel(model, {{QStringLiteral("userId"), user.value()}}, fields);
+    if (!isProperties(model)) {
+        return m_snapshot ? wholeList(model).value(user.value())
+                          : m_accessControl->getModel(model, {{QStringLiteral("userId"), user.value()}}, fields);
+    }
     QVariantList properties = propertyDefinitions();
     for (QVariant& entry : properties) {
         QVariantMap property = entry.toMap();
@@ -185,8 +206,30 @@ QVariantList CBaseReportServer::userData(CItemId user, const QString& model) con
     return properties;
 }
 
-// The definitions for users in the model's order, each with its path.
+const QHash<qint64, QVariantList>& CBaseReportServer::wholeList(const QString& model) const
+{
+    const auto known = m_snapshot->lists.constFind(model);
+    if (known != m_snapshot->lists.constEnd())
+        return *known;
+    QHash<qint64, QVariantList>& byUser = m_snapshot->lists[model];
+    const QVariantList all = m_accessControl->getModel(model, {}, fieldsOf(model));
+    for (const QVariant& entry : all)
+        byUser[entry.toMap().value(QStringLiteral("userId")).toLongLong()].append(entry);
+    return byUser;
+}
+
 QVariantList CBaseReportServer::propertyDefinitions() const
+{
+    if (!m_snapshot)
+        return readPropertyDefinitions();
+    if (!m_snapshot->hasDefinitions)
+        m_snapshot->definitions = readPropertyDefinitions();
+    m_snapshot->hasDefinitions = true;
+    return m_snapshot->definitions;
+}
+
+// The definitions for users in the model's order, each with its path.
+QVariantList CBaseReportServer::readPropertyDefinitions() const
 {
     QVariantList applying;
     if (!m_accessControl)

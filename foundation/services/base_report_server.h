@@ -4,11 +4,14 @@
 #include <foundation/core/item_id.h>
 #include <foundation/services/simple_access_control.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
+
+#include <memory>
 
 /// Hands the data of users to whatever renders a report: one row for each user of the base model, its properties, and
 /// for each row the lists "Media", "Codes" and "Properties".
@@ -37,7 +40,8 @@ public:
     void setReportTemplate(const QString& templateText);
     QString reportTemplate() const { return m_reportTemplate; }
 
-    /// Keeps the ids in the order of sortIds(); set the model of the installation before.
+    /// Keeps the ids in the order of sortIds(); set the model of the installation before. The lists of more than a few
+    /// users are read once, when they are first asked for, and stay as they were until the base model is set again.
     void setBaseModel(const QString& modelName, const QString& dataName, const QList<CItemId>& ids);
     QString modelName() const { return m_modelName; }
     QString dataName() const { return m_dataName; }
@@ -68,8 +72,12 @@ public:
     void logMissingFonts(const QStringList& fonts, const QString& report) const;
 
 private:
+    struct Snapshot;
+
     QVariantList userData(CItemId user, const QString& model) const;
+    const QHash<qint64, QVariantList>& wholeList(const QString& model) const;
     QVariantList propertyDefinitions() const;
+    QVariantList readPropertyDefinitions() const;
     bool isDefined(const QString& name) const;
     QVariant propertyValue(CItemId user, const QVariantMap& definition) const;
 
@@ -78,4 +86,5 @@ private:
     QString m_modelName;
     QString m_dataName;
     QList<CItemId> m_userIds;
+    std::unique_ptr<Snapshot> m_snapshot; // what was read of a base model of many users
 };

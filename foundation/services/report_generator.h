@@ -9,6 +9,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QtPlugin>
 
+#include <functional>
+
 class ISimpleAccessControl;
 
 /// A plugin that makes reports about users. Found by its interface id among the modules in the plugin directories:
@@ -39,4 +41,27 @@ public:
     virtual ~IReportGenerator() = default;
 };
 
+/// What a plugin may offer beside IReportGenerator: long reports made while the event loop goes on.
+///
+///     if (auto* jobs = qobject_cast<IReportJobs*>(loader.instance()))
+///         job = jobs->startUserReportAsPdf(userIds, this, onProgress, onFinished);
+///
+/// Both functions are called from the event loop, never before the start has returned.
+class KYR_FOUNDATION_EXPORT IReportJobs
+{
+public:
+    /// How many of the users are done. May come seldom or not at all.
+    using Progress = std::function<void(int done, int total)>;
+    /// Called once, at the end. `error` is empty on success, `pdf` otherwise.
+    using Finished = std::function<void(const QByteArray& pdf, const QString& error)>;
+
+    /// Begins a report with the model and template that the plugin has now; the model must live until the end. The
+    /// object given back belongs to `parent` and deletes itself after the end; deleting it before gives the report up,
+    /// and nothing is called any more.
+    virtual QObject* startUserReportAsPdf(const QList<CItemId>& userIds, QObject* parent, const Progress& progress,
+                                          const Finished& finished) = 0;
+    virtual ~IReportJobs() = default;
+};
+
 Q_DECLARE_INTERFACE(IReportGenerator, "com.brell.Quintor.IReportGenerator/1.0")
+Q_DECLARE_INTERFACE(IReportJobs, "com.brell.Quintor.IReportJobs/1.0")

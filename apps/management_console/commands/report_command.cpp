@@ -7,7 +7,11 @@
 #include <foundation/services/simple_access_control.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QPointer>
+#include <QtCore/QSet>
 #include <QtCore/QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -35,8 +39,9 @@ public:
             return;
         if (m_file.isEmpty())
             options.setError(QStringLiteral("--pdf is needed"));
-        if (!findUsers(users))
-            options.setError(QStringLiteral("--users \"%1\": there is no such user").arg(users));
+        const QString unknown = findUsers(users);
+        if (!unknown.isNull())
+            options.setError(QStringLiteral("--users: there is no user \"%1\"").arg(unknown));
         if (!options.error().isEmpty())
             return;
 
@@ -55,38 +60,62 @@ public:
             m_generator->setReportTemplate(QString());
         }
         output().progress(QStringLiteral("rendering %1 users").arg(m_users.size()));
-        // After the user has seen that.
-        QTimer::singleShot(0, this, [this] { render(); });
+        auto* jobs = qobject_cast<IReportJobs*>(dynamic_cast<QObject*>(m_generator));
+        if (!jobs) {
+            // After the user has seen that.
+            QTimer::singleShot(0, this, [this] {
+                QByteArray pdf;
+                const bool made = m_generator->getUserReportAsPdf(m_users, &pdf) && !pdf.isEmpty();
+                save(pdf, made ? QString() : QStringLiteral("(see: log)"));
+            });
+            return;
+        }
+        m_job = jobs->startUserReportAsPdf(
+            m_users, this,
+            [this](int done, int total) {
+                output().progress(QStringLiteral("rendered %1 of %2 users").arg(done).arg(total));
+            },
+            [this](const QByteArray& pdf, const QString& error) { save(pdf, error); });
+    }
+
+    void cancel() override
+    {
+        delete m_job;
+        Command::cancel();
     }
 
 private:
-    bool findUsers(const QString& text)
+    // Fills the list of users; gives the first id that is none, empty if all are.
+    QString findUsers(const QString& text)
     {
-        const QVariantList known = m_model->getModel(QStringLiteral("UsersGroups"), {}, {});
-        const QStringList wanted = text.split(QLatin1Char(','));
-        int found = 0;
-        for (const QVariant& item : known) {
-            const QVariantMap user = item.toMap();
-            const QString id = user.value(QStringLiteral("id")).toString();
-            const bool isUser = user.value(QStringLiteral("class")).toInt() == UserClassUser;
-            if (!isUser || (text != QLatin1String("all") && !wanted.contains(id)))
-                continue;
-            m_users.append(CItemId(id.toLongLong()));
-            ++found;
+        const QVariantList known = m_model->getModel(
+            QStringLiteral("UsersGroups"), {{QStringLiteral("class"), int(UserClassUser)}}, {QStringLiteral("id")});
+        const bool all = text == QLatin1String("all");
+        QStringList wanted = all ? QStringList() : text.split(QLatin1Char(','));
+        for (QString& id : wanted)
+            id = id.trimmed();
+        QSet<QString> missing(wanted.cbegin(), wanted.cend());
+        for (const QVariant& user : known) {
+            const QString id = user.toMap().value(QStringLiteral("id")).toString();
+            if (missing.remove(id) || all)
+                m_users.append(CItemId(id.toLongLong()));
         }
-        return found > 0 && (text == QLatin1String("all") || found == wanted.size());
+        const auto unknown =
+            std::find_if(wanted.cbegin(), wanted.cend(), [&](const QString& id) { return missing.contains(id); });
+        return unknown != wanted.cend() ? *unknown : m_users.isEmpty() ? text : QString();
     }
 
-    void render()
+    void save(const QByteArray& pdf, const QString& error)
     {
-        QByteArray pdf;
-        if (!m_generator->getUserReportAsPdf(m_users, &pdf) || pdf.isEmpty())
-            return fail(QStringLiteral("the report could not be made (see: log)"));
-        QString error;
+        if (!error.isEmpty())
+            return fail(QStringLiteral("the report could not be made: %1").arg(error));
+        QString saveError;
         if (!saveFile(
-                m_file, [&pdf](QIODevice& file) { file.write(pdf); }, error))
-            return fail(error);
-        output().line(QStringLiteral("Wrote a report of %1 users to %2.").arg(m_users.size()).arg(m_file));
+                m_file, [&pdf](QIODevice& file) { file.write(pdf); }, saveError))
+            return fail(saveError);
+        output().line(QStringLiteral("Wrote a report of %1 %2 to %3.")
+                          .arg(m_users.size())
+                          .arg(m_users.size() == 1 ? QStringLiteral("user") : QStringLiteral("users"), m_file));
         done();
     }
 
@@ -94,6 +123,7 @@ private:
     ISimpleAccessControl* m_model = nullptr;
     QList<CItemId> m_users;
     QString m_file;
+    QPointer<QObject> m_job; // deletes itself at its end
 };
 
 } // namespace
