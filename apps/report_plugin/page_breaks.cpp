@@ -58,9 +58,25 @@ private:
         const qreal top = m_layout->blockBoundingRect(block).top();
         for (int i = 0; i < block.layout()->lineCount(); ++i) {
             const QRectF line = block.layout()->lineAt(i).rect();
+            // Heights are rounded up, so that a line may begin within the one above.
+            if (!lines.empty())
+                lines.back().bottom = std::min(lines.back().bottom, top + line.top());
             lines.push_back({top + line.top(), top + line.bottom()});
         }
         return lines;
+    }
+
+    // The lines of a cell, those of tables within it, too.
+    void addLines(std::vector<Strip>& lines, QTextFrame::iterator part) const
+    {
+        for (; !part.atEnd(); ++part) {
+            if (part.currentFrame() != nullptr) {
+                addLines(lines, part.currentFrame()->begin());
+                continue;
+            }
+            const std::vector<Strip> further = linesOf(part.currentBlock());
+            lines.insert(lines.end(), further.begin(), further.end());
+        }
     }
 
     void addBlock(const QTextBlock& block)
@@ -98,19 +114,11 @@ private:
                     goesOn[size_t(row)] = true;
                     continue;
                 }
-                for (auto part = cell.begin(); !part.atEnd(); ++part) {
-                    std::vector<Strip> lines;
-                    if (part.currentFrame() != nullptr) {
-                        const QRectF inner = m_layout->frameBoundingRect(part.currentFrame());
-                        lines.push_back({inner.top(), inner.bottom()});
-                    } else if (part.currentBlock().isValid()) {
-                        lines = linesOf(part.currentBlock());
-                    }
-                    for (const Strip& line : lines)
-                        tops[size_t(row)] = std::min(tops[size_t(row)], line.top - format.cellPadding());
-                    auto& all = pieces[size_t(row)].lines;
-                    all.insert(all.end(), lines.begin(), lines.end());
-                }
+                auto& lines = pieces[size_t(row)].lines;
+                const size_t before = lines.size();
+                addLines(lines, cell.begin());
+                for (size_t i = before; i < lines.size(); ++i)
+                    tops[size_t(row)] = std::min(tops[size_t(row)], lines[i].top - format.cellPadding());
             }
         }
         // A row without a text of its own has no height of its own.
@@ -139,7 +147,7 @@ private:
     bool m_breakNext = false;
 };
 
-// The last place at or above `limit`, but below `top`, that cuts no line; `limit` itself if there is none.
+// The last place at or above `limit` that cuts no line; `top` if there is none below that.
 qreal cutBetweenLines(const std::vector<Strip>& lines, qreal top, qreal limit)
 {
     qreal cut = limit;
@@ -147,7 +155,7 @@ qreal cutBetweenLines(const std::vector<Strip>& lines, qreal top, qreal limit)
         if (line->top < cut && line->bottom > cut)
             cut = line->top;
     }
-    return cut > top ? cut : limit;
+    return std::max(cut, top);
 }
 
 class Paginator
@@ -179,6 +187,7 @@ public:
                 m_open = wasOpen;
                 loose = last + 1;
             } else {
+                m_open = wasOpen;
                 cut(m_pieces[next++]);
             }
         }
@@ -218,9 +227,19 @@ private:
     void cut(const Piece& piece)
     {
         qreal top = piece.strip.top;
-        while (piece.strip.bottom - top + repeatedFor(piece).height() > m_height) {
+        if (m_open) {
+            Page& page = m_pages.last();
+            const qreal limit = page.content.top + m_height - page.repeated.height();
+            // Down to the page's end, if at least a line of it has room there.
+            const bool begins = !piece.lines.empty() && piece.lines.front().bottom <= limit;
+            if (begins)
+                page.content.bottom = top = cutBetweenLines(piece.lines, top, limit);
+        }
+        const qreal room = m_height - repeatedFor(piece).height();
+        while (piece.strip.bottom - top > room) {
             open(piece, top);
-            top = cutBetweenLines(piece.lines, top, top + m_height - repeatedFor(piece).height());
+            const qreal next = cutBetweenLines(piece.lines, top, top + room);
+            top = next > top ? next : top + room;
             m_pages.last().content.bottom = top;
         }
         open(piece, top);

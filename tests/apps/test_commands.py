@@ -5,6 +5,7 @@ import email
 import email.policy
 import json
 import os
+import shutil
 import ssl
 import subprocess
 import tempfile
@@ -13,7 +14,7 @@ import unittest
 from aiosmtpd.controller import Controller
 from aiosmtpd.smtp import AuthResult
 
-from tools import BUILD, ROOT, console, main
+from tools import BIN, BUILD, ROOT, console, main
 
 
 class Mailbox:
@@ -81,8 +82,43 @@ class Commands(unittest.TestCase):
             self.assertEqual((code, error), (0, ""))
             with open(file, "rb") as pdf:
                 self.assertEqual(pdf.read(5), b"%PDF-")
-            self.assertEqual(console("report", "--users", "33,99", "--pdf", file)[0], 2)
+            self.assertEqual(console("report", "--users", "33, 31", "--pdf", file)[:2],
+                             (0, f"Wrote a report of 2 users to {file}.\n"))
+            code, _, error = console("report", "--users", "33, 99,7", "--pdf", file)
+            self.assertEqual((code, "there is no user \"99\"" in error), (2, True))
             self.assertEqual(console("report", "--pdf", f"{where}/none/users.pdf")[0], 1)
+
+    def test_report_helper(self):
+        """A helper program that fails, each in its way, makes no report; nor does a machine without fonts."""
+        with tempfile.TemporaryDirectory() as where:
+            if not os.path.exists(f"{BIN}/plugins/kyr_report.so"):
+                self.skipTest("no report plugin")
+            os.mkdir(f"{where}/plugins")
+            shutil.copy(f"{BIN}/kyr_console", where)
+            shutil.copy(f"{BIN}/plugins/kyr_report.so", f"{where}/plugins")
+            file, helper = f"{where}/users.pdf", f"{where}/kyr_report_pdf"
+
+            def report(script, **env):
+                with open(helper, "w", encoding="utf-8") as text:
+                    text.write("#!/bin/sh\n" + script)
+                os.chmod(helper, 0o700)
+                result = subprocess.run([f"{where}/kyr_console", "report", "--pdf", file], capture_output=True, text=True,
+                                        timeout=50, env={**os.environ, **env})
+                self.assertEqual((result.returncode, os.path.exists(file)), (1, False), result.stderr)
+                return result.stderr
+
+            for script, reason in (("cat >/dev/null; echo junk", "no PDF document"),
+                                   ("cat >/dev/null; printf '%%PDF-1.4 and no end'", "no PDF document"),
+                                   ("printf '%%PDF-1.4\\n%%%%EOF'; exec <&-; exit 3", "code 3"),
+                                   ("kill -9 $$", "crashed"),
+                                   ("echo error it is late >&2; exit 1", "it is late"),
+                                   ("yes >&2 & cat >/dev/null; kill $!; exit 7", "code 7"),
+                                   ("cat /dev/zero", "too much")):
+                self.assertIn(reason, report(script))
+            with open(f"{where}/fonts.conf", "w", encoding="utf-8") as fonts:
+                fonts.write("<fontconfig></fontconfig>")
+            error = report(f"exec {BIN}/kyr_report_pdf", FONTCONFIG_FILE=f"{where}/fonts.conf")
+            self.assertIn("font", error)
 
     def mail(self, *arguments, port=2525, **server):
         """Runs the mail command against a server: (exit code, standard output, what the server was given)."""

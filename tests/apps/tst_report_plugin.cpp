@@ -4,6 +4,30 @@
 
 #include <QtTest/QtTest>
 
+namespace {
+
+// With many users, a name that HTML writes in another way, and counts of the questions that each user costs.
+class Model : public CAccessControlMock
+{
+public:
+    QVariantMap getSystemInfo() override { return {{"systemName", "R & D"}}; }
+    QVariantList getModel(const QString& name, const QVariantMap& filter, const QStringList& fields) const override
+    {
+        ++asked;
+        return CAccessControlMock::getModel(name, filter, fields);
+    }
+    bool logEvent(const QString& text, const QString& source, int, int, CItemId, int, bool) override
+    {
+        events += text + source;
+        return true;
+    }
+
+    mutable int asked = 0;
+    QStringList events;
+};
+
+} // namespace
+
 // The plugin is found and loaded as the tools do it, and renders in a process without a graphical application object.
 class TestReportPlugin : public QObject
 {
@@ -42,6 +66,63 @@ private Q_SLOTS:
         m_generator->setReportTemplate(QString());
     }
 
+    void language()
+    {
+        for (const QStringList& row :
+             {QStringList{"de_CH", "Zutrittsrechte", "Karte"}, QStringList{"fr", "acc\u00E8s", "Carte"}}) {
+            QLocale::setDefault(QLocale(row[0]));
+            const QString html = userReportAsHtml({31});
+            QLocale::setDefault(QLocale::c());
+            QVERIFY2(html.contains(row[1]) && html.contains(row[2]) && !html.contains("[["), qPrintable(html));
+            for (const char* english : {"Access", "Groups", "Valid", "Media<", "Number", "Department"})
+                QVERIFY2(!html.contains(english), english);
+        }
+    }
+
+    void longReport()
+    {
+        CItemIdList users;
+        for (int i = 0; i < 300; ++i)
+            users.append(m_model.createUser({{"label", QString("User %1").arg(i)}}));
+        auto* jobs = qobject_cast<IReportJobs*>(dynamic_cast<QObject*>(m_generator));
+        QVERIFY(jobs);
+        QByteArray pdf;
+        QString error = "none";
+        int done = 0;
+        QElapsedTimer turn;
+        qint64 longestTurn = 0;
+        QTimer beat;
+        connect(&beat, &QTimer::timeout, this, [&] { longestTurn = qMax(longestTurn, turn.restart()); });
+        m_model.asked = 0;
+        jobs->startUserReportAsPdf(
+            users, this, [&](int count, int total) { done = count + 1000 * total; },
+            [&](const QByteArray& result, const QString& reason) {
+                pdf = result;
+                error = reason;
+            });
+        turn.start();
+        beat.start(0);
+        QTRY_COMPARE(error, QString());
+        QCOMPARE(done, 300300);
+        QCOMPARE(pdf.count("/Type /Page\n"), 300);
+        QVERIFY2(m_model.asked < 10, qPrintable(QString::number(m_model.asked))); // whole lists, not one a user
+        QVERIFY2(longestTurn < 1000, qPrintable(QString::number(longestTurn)));
+
+        // Given up in the middle, and deleted by the one who is told.
+        QObject* job = nullptr;
+        int told = 0;
+        job = jobs->startUserReportAsPdf(
+            users, this, [&](int, int) { delete job; }, [&](const QByteArray&, const QString&) { ++told; });
+        QPointer<QObject> guard = job;
+        QTRY_VERIFY(!guard);
+        guard = job = jobs->startUserReportAsPdf({999}, this, nullptr, [&](const QByteArray&, const QString& reason) {
+            told += reason.isEmpty() ? 10 : 1;
+            delete job;
+        });
+        QTRY_VERIFY(!guard);
+        QCOMPARE(told, 1);
+    }
+
     void pdf()
     {
         QByteArray pdf;
@@ -49,6 +130,15 @@ private Q_SLOTS:
         QVERIFY(m_generator->getUserReportAsPdf({31, 32, 33, 34, 35}, &pdf));
         QVERIFY(pdf.startsWith("%PDF-") && pdf.trimmed().endsWith("%%EOF"));
         QCOMPARE(pdf.count("/Type /Page\n"), 5);
+        const auto utf16 = [](const QString& text) {
+            QByteArray bytes;
+            for (const QChar c : text)
+                bytes += QByteArray(1, char(c.unicode() >> 8)) + char(c.unicode());
+            return bytes;
+        };
+        QVERIFY(pdf.contains(utf16("R & D")) && !pdf.contains(utf16("amp;")));
+        QCOMPARE(pdf.count("/Parent " + pdf.mid(pdf.indexOf("/Outlines ") + 10, 4).simplified().split(' ')[0] + " 0 R"),
+                 5); // bookmarks
     }
 
 private:
@@ -60,7 +150,7 @@ private:
         return html;
     }
 
-    CAccessControlMock m_model;
+    Model m_model;
     IReportGenerator* m_generator = nullptr;
 };
 
