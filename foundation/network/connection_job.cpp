@@ -1,8 +1,11 @@
+#include <foundation/core/string_utils.h>
 #include <foundation/core/utf8_p.h>
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/candidate_list_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
+#include <foundation/network/hand_over_p.h>
+#include <foundation/network/redirect_probe_p.h>
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/unread_answers_p.h>
@@ -37,30 +40,79 @@
 namespace {
 
 constexpr char discoverAddressProperty[] = "discoverAddress";
+constexpr int longestShown = 300; // characters of a peer's text in the log
 
 QString discoverAddressOf(const QObject* object)
 {
     return object->property(discoverAddressProperty).toString();
 }
 
-// QWebSocket keeps all lines of the answer to its request, however many come.
-void boundAnswer(QWebSocket* webSocket)
+// What a peer sent, on one line of the log.
+QByteArray shown(const QString& text)
 {
-    webSocket->setReadBufferSize(ConnectionLimits::readBuffer);
-    QObject::connect(webSocket, &QWebSocket::connected, webSocket, [webSocket] { webSocket->setReadBufferSize(0); });
-    const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
-    for (QTcpSocket* socket : sockets) {
-        QObject::connect(socket, &QTcpSocket::readyRead, webSocket, [webSocket, socket, pieces = 0]() mutable {
-            // Of a line without end nothing is taken, with Qt 6 of lines without end: a full buffer is the last sign.
-            const bool full = socket->bytesAvailable() >= ConnectionLimits::readBuffer;
-            if (webSocket->state() != QAbstractSocket::ConnectingState
-                || (++pieces != ConnectionLimits::answerPieces + 1 && !full))
-                return;
-            qWarning("ConnectionJob: Too long an answer from %s", qUtf8Printable(discoverAddressOf(webSocket)));
-            QMetaObject::invokeMethod(webSocket, &QWebSocket::abort, Qt::QueuedConnection);
-        });
-    }
+    return CStringUtils::printable(text, longestShown).toUtf8();
 }
+
+// Bounds the answer to a WebSocket's request: QWebSocket itself keeps all its lines, however many come.
+class AnswerBounds : public QObject
+{
+public:
+    // The WebSocket is connecting.
+    explicit AnswerBounds(QWebSocket* webSocket)
+        : QObject(webSocket)
+        , m_webSocket(webSocket)
+        , m_socket(webSocket->findChild<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly))
+    {
+        if (!m_socket)
+            return;
+        m_wire = m_socket->findChild<QTcpSocket*>(); // beneath TLS
+        m_wire = m_wire ? m_wire : m_socket;
+        m_webSocket->setReadBufferSize(ConnectionLimits::readBuffer);
+        limitPiece();
+        connect(m_wire, &QTcpSocket::readyRead, this, &AnswerBounds::onPiece);
+        connect(m_webSocket, &QWebSocket::connected, this, &AnswerBounds::onConnected);
+    }
+
+private:
+    // What QWebSocket has taken already cannot be counted any more. So it is given little at a time, and not often.
+    void limitPiece()
+    {
+        if (m_webSocket->state() != QAbstractSocket::ConnectingState)
+            return;
+        m_wire->setReadBufferSize(1); // the same size once more would not make a full socket read on
+        m_wire->setReadBufferSize(m_wire->bytesAvailable() + ConnectionLimits::answerPiece);
+    }
+
+    void onPiece()
+    {
+        // The socket is not to be bothered while it reads.
+        QMetaObject::invokeMethod(this, &AnswerBounds::limitPiece, Qt::QueuedConnection);
+        if (m_wire != m_socket && !static_cast<QSslSocket*>(m_socket)->isEncrypted())
+            return;
+        // Of a line without end nothing is taken, with Qt 6 of lines without end: a full buffer is a sign, too.
+        if (++m_pieces > ConnectionLimits::answerPieces || m_socket->bytesAvailable() >= ConnectionLimits::readBuffer)
+            giveUp();
+    }
+
+    void onConnected()
+    {
+        disconnect(m_wire, nullptr, this, nullptr);
+        m_webSocket->setReadBufferSize(qint64(2 * ConnectionLimits::message)); // a whole frame has to fit in
+        deleteLater();
+    }
+
+    void giveUp()
+    {
+        m_wire->disconnect(this);
+        qWarning("ConnectionJob: Too long an answer from %s", shown(discoverAddressOf(m_webSocket)).constData());
+        QMetaObject::invokeMethod(m_webSocket, &QWebSocket::abort, Qt::QueuedConnection);
+    }
+
+    QWebSocket* m_webSocket;
+    QTcpSocket* m_socket;
+    QTcpSocket* m_wire = nullptr;
+    int m_pieces = 0;
+};
 
 // Whoever pings and does not read the answers may keep so much waiting, as long as the job or its connector has it.
 void boundUnread(QWebSocket* webSocket)
@@ -68,7 +120,7 @@ void boundUnread(QWebSocket* webSocket)
     const auto sockets = webSocket->findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
     for (QTcpSocket* socket : sockets) {
         QObject::connect(new UnreadAnswers(socket, webSocket), &UnreadAnswers::exceeded, webSocket, [webSocket] {
-            qWarning("ConnectionJob: Unread answers at %s", qUtf8Printable(discoverAddressOf(webSocket)));
+            qWarning("ConnectionJob: Unread answers at %s", shown(discoverAddressOf(webSocket)).constData());
             webSocket->abort();
         });
     }
@@ -88,6 +140,7 @@ struct ConnectionJob::Private
     bool useSsl;
     QPointer<QNetworkAccessManager> networkAccessManager;
     QString path;
+    RedirectProbe* probe = nullptr;
     int stepTimer = 0;
     int lookUp = -1;
     bool success = false;
@@ -119,10 +172,15 @@ QString ConnectionJob::currentCandidate() const
     return hasCandidates() ? d->candidates.first() : QString();
 }
 
+bool ConnectionJob::isOver() const
+{
+    return d->over;
+}
+
 bool ConnectionJob::isAnsweredBy(const QHostAddress& address, const CDeviceId& deviceId,
                                  const QString& discoverAddress) const
 {
-    if (!hasCandidates())
+    if (d->over || !hasCandidates())
         return false;
     const CandidateAddress candidate = CandidateAddress::parse(d->candidates.first(), d->port);
     if (candidate.kind == CandidateAddress::Kind::Url)
@@ -174,7 +232,14 @@ void ConnectionJob::dispose()
     d->over = true;
     stopStepTimer();
     abortLookUp();
+    abortProbe();
     disconnect();
+    const auto tcpSockets = findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QTcpSocket* socket : tcpSockets)
+        discard(socket);
+    const auto webSockets = findChildren<QWebSocket*>(QString(), Qt::FindDirectChildrenOnly);
+    for (QWebSocket* socket : webSockets)
+        discard(socket);
     deleteLater();
 }
 
@@ -195,6 +260,7 @@ void ConnectionJob::timerEvent(QTimerEvent* event)
 
 ConnectionJob::Step ConnectionJob::tryCandidate()
 {
+    abortProbe();
     const QString text = d->candidates.first();
     const CandidateAddress candidate = CandidateAddress::parse(text, d->port);
     switch (candidate.kind) {
@@ -222,6 +288,7 @@ ConnectionJob::Step ConnectionJob::connectTcp(const QString& candidate, const QH
     QTcpSocket* socket = d->useSsl ? new QSslSocket(this) : new QTcpSocket(this);
     socket->setProperty(discoverAddressProperty, candidate);
     setLowDelay(socket);
+    socket->setReadBufferSize(ConnectionLimits::readBuffer);
     connect(socket, &QTcpSocket::connected, this, &ConnectionJob::onTcpConnected, queuedOnce);
     connect(socket, &QTcpSocket::errorOccurred, this, &ConnectionJob::onConnectionError, queuedOnce);
     connect(socket, &QTcpSocket::disconnected, this, &ConnectionJob::onConnectionError, queuedOnce);
@@ -277,7 +344,7 @@ void ConnectionJob::onConnectionError()
 ConnectionJob::Step ConnectionJob::lookUpHostName(const QString& host)
 {
     abortLookUp();
-    qInfo("ConnectionJob: Look up IP address for hostname %s", qUtf8Printable(host));
+    qInfo("ConnectionJob: Look up IP address for hostname %s", shown(host).constData());
     d->lookUp = QHostInfo::lookupHost(host, this, &ConnectionJob::onHostInfoReceived);
     return Step::Waits;
 }
@@ -299,7 +366,8 @@ void ConnectionJob::onHostInfoReceived(QHostInfo info)
     d->candidates.removeFirst();
     const QPointer<ConnectionJob> alive(this);
     if (info.error() != QHostInfo::NoError) {
-        qWarning("ConnectionJob: Error for %s: %s", qUtf8Printable(candidate.host), qUtf8Printable(info.errorString()));
+        qWarning("ConnectionJob: Error for %s: %s", shown(candidate.host).constData(),
+                 qUtf8Printable(info.errorString()));
         Q_EMIT updateResolvedHostname(candidate.host, QHostAddress());
     } else {
         QStringList resolved;
@@ -309,11 +377,11 @@ void ConnectionJob::onHostInfoReceived(QHostInfo info)
                                           : CandidateAddress::toText(address);
         }
         d->candidates.prepend(resolved);
-        qInfo("ConnectionJob: Resolved IP address %s", qUtf8Printable(resolved.join(QLatin1String(", "))));
         for (const QHostAddress& address : addresses) {
             if (alive && !d->over)
                 Q_EMIT updateResolvedHostname(candidate.host, address);
         }
+        qInfo("ConnectionJob: Resolved IP address %s", qUtf8Printable(resolved.join(QLatin1String(", "))));
     }
     if (alive)
         resume();
@@ -325,36 +393,28 @@ ConnectionJob::Step ConnectionJob::askWebService(const QString& url)
         d->candidates.removeFirst();
         return Step::GoesOn;
     }
-    QNetworkRequest request{QUrl(url)};
-    // Qt 6 follows redirects unless told otherwise; here the target is all that is wanted.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    QNetworkReply* reply = d->networkAccessManager->get(request);
-    reply->setParent(this);
-    reply->setProperty(discoverAddressProperty, url);
-    reply->setReadBufferSize(ConnectionLimits::readBuffer); // nobody reads the body
-    reply->ignoreSslErrors();
-    connect(reply, &QNetworkReply::finished, this, &ConnectionJob::onProbeFinished, queuedOnce);
-    QTimer::singleShot(ConnectionTiming::current().probe, reply, &QNetworkReply::abort);
+    d->probe = new RedirectProbe(QUrl(url), d->networkAccessManager->proxy(), this);
+    connect(d->probe, &RedirectProbe::finished, this, &ConnectionJob::onProbeFinished);
     return Step::Waits;
 }
 
-void ConnectionJob::onProbeFinished()
+void ConnectionJob::abortProbe()
 {
-    auto* reply = qobject_cast<QNetworkReply*>(sender());
-    if (!reply)
-        return;
-    reply->disconnect(this);
-    reply->deleteLater();
-    const QString candidate = discoverAddressOf(reply);
-    if (d->over || !hasCandidates() || d->candidates.first() != candidate)
-        return;
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    QString location;
-    if (status >= 300 && status <= 399) {
-        location = utf8UpToZero(reply->rawHeader(QByteArrayLiteral("Location")));
-        qInfo("ConnectionJob: redirect to %s", qUtf8Printable(location));
+    if (d->probe) {
+        d->probe->disconnect(this);
+        d->probe->deleteLater();
     }
-    openWebSocket(candidate, location);
+    d->probe = nullptr;
+}
+
+void ConnectionJob::onProbeFinished(const QString& location)
+{
+    abortProbe();
+    if (d->over || !hasCandidates())
+        return;
+    if (!location.isNull())
+        qInfo("ConnectionJob: redirect to %s", shown(location).constData());
+    openWebSocket(d->candidates.first(), location);
 }
 
 void ConnectionJob::openWebSocket(const QString& candidate, const QString& location)
@@ -373,9 +433,10 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
         for (const QSslError& error : errors)
             qWarning("%s [%i]", qUtf8Printable(error.errorString()), static_cast<int>(error.error()));
     });
+    connect(socket, &QWebSocket::binaryMessageReceived, socket, [socket] { MessageBacklog::begin(socket); });
     socket->open(CandidateAddress::webSocketUrl(target, d->useSsl, d->path));
     setLowDelay(socket);
-    boundAnswer(socket);
+    new AnswerBounds(socket);
     boundUnread(socket);
 }
 
@@ -387,7 +448,9 @@ void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)
     // Only the first message: a further one that is already queued finds the connection gone.
     if (!disconnect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived))
         return;
+    HandOver<QWebSocket> offer(socket);
     Q_EMIT webSocketInitialDataReceived(socket, data, discoverAddressOf(socket));
+    offer.announce();
 }
 
 void ConnectionJob::onIpAddressReceived()
@@ -403,12 +466,12 @@ void ConnectionJob::onIpAddressReceived()
     if (hasCandidates())
         d->candidates.removeFirst();
     if (reply->error() != QNetworkReply::NoError) {
-        qWarning("ConnectionJob: Error for %s: %s", qUtf8Printable(reply->url().toString()),
-                 qUtf8Printable(reply->errorString()));
+        qWarning("ConnectionJob: Error for %s: %s", shown(reply->url().toString()).constData(),
+                 shown(reply->errorString()).constData());
     } else {
-        const QString body = utf8UpToZero(reply->readAll()).trimmed();
-        qInfo("ConnectionJob: Received IP address: %s", qUtf8Printable(body));
-        QStringList addresses = body.split(QLatin1Char(','), Qt::SkipEmptyParts);
+        const QString body = utf8UpToZero(reply->readAll());
+        qInfo("ConnectionJob: Received IP address: %s", shown(body).constData());
+        QStringList addresses = body.trimmed().split(QLatin1Char(','), Qt::SkipEmptyParts);
         for (QString& address : addresses)
             address = address.trimmed();
         d->candidates.prepend(addresses);

@@ -35,11 +35,14 @@ class KYR_FOUNDATION_EXPORT ConnectionJob : public QObject
 
 public:
     /// `port` serves candidates without one of their own. Without `tcpDiscovery` no TCP attempts are made. URLs need a
-    /// network access manager, which stays the caller's, and a `path`, which is appended to theirs.
+    /// network access manager, which stays the caller's and whose proxy leads to them, and a `path`, which is appended
+    /// to theirs.
     ConnectionJob(const QStringList& candidates, quint16 port, bool tcpDiscovery, bool useSsl,
                   QNetworkAccessManager* networkAccessManager, const QString& path, QObject* parent = nullptr);
     ~ConnectionJob() override;
 
+    /// Finished or disposed of: nobody waits for its sockets any more.
+    bool isOver() const;
     bool hasCandidates() const;
     /// The candidate that is being tried; empty without candidates.
     QString currentCandidate() const;
@@ -53,7 +56,7 @@ public:
 public Q_SLOTS:
     /// Starts the job, or goes on with the next kind of attempt or the next candidate.
     void resume();
-    /// Ends the job without another signal; it is deleted later.
+    /// Ends the job and its connections, without another signal; it is deleted later.
     void dispose();
     /// For a reply whose body lists addresses, separated by commas: connect the reply's `finished` to this slot. The
     /// addresses take the place of the current candidate, and the reply is deleted later.
@@ -67,7 +70,8 @@ Q_SIGNALS:
     /// A UDP query is due. A receiver that sends one sets `dataSent`, directly: the job reads it after the emission.
     void sendDataUsingUdp(const QHostAddress& hostAddress, quint16 port, bool& dataSent);
     void tcpConnectionEstablished(QTcpSocket* socket);
-    /// The first message on a WebSocket that was opened for the candidate `discoverAddress`.
+    /// The first message on a WebSocket that was opened for the candidate `discoverAddress`. Those that have come in
+    /// behind it are announced after this signal, unless a receiver has closed the WebSocket.
     void webSocketInitialDataReceived(QWebSocket* socket, const QByteArray& data, const QString& discoverAddress);
     /// A host name was resolved; a null address tells that it was not.
     void updateResolvedHostname(const QString& hostName, const QHostAddress& address);
@@ -90,10 +94,11 @@ private:
     Step lookUpHostName(const QString& host);
     Step connectTcp(const QString& candidate, const QHostAddress& address, quint16 port);
     Step queryUdp(const QString& candidate, const QHostAddress& address, quint16 port);
-    void onProbeFinished();
+    void onProbeFinished(const QString& location);
     void openWebSocket(const QString& candidate, const QString& location);
     void stopStepTimer();
     void abortLookUp();
+    void abortProbe();
 
     struct Private;
     std::unique_ptr<Private> d;

@@ -33,8 +33,10 @@ constexpr int refusedConnections = 256;
 /// Bytes buffered of a connection that nobody reads yet. A discovery message has about 80.
 constexpr qint64 readBuffer = 0x4000;
 
-/// Times that the answer to a WebSocket request may bring more, each at most twice the above. A real one has 200 bytes.
-constexpr int answerPieces = 64;
+/// The answer to a WebSocket request is taken in pieces of so many bytes, one of which may be one byte, and so many of
+/// them: 128 KiB at most, and any answer that has up to 2 KiB however slowly it comes. A real one has 200 bytes.
+constexpr qint64 answerPiece = 64;
+constexpr int answerPieces = 2048;
 
 } // namespace ConnectionLimits
 

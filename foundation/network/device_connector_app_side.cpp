@@ -3,6 +3,7 @@
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/network/device_discovery_app_side.h>
 #include <foundation/network/device_handshake_p.h>
+#include <foundation/network/hand_over_p.h>
 #include <foundation/network/held_sockets_p.h>
 #include <foundation/network/socket_options_p.h>
 
@@ -122,19 +123,13 @@ void CDeviceConnectorAppSide::onDeviceInfoReceived(const QHostAddress& hostAddre
                                                    const CDeviceId& deviceId, const CSystemId& systemId, int deviceType)
 {
     const QPointer<QTcpSocket> socket = m_discovery->answeringSocket();
+    const bool byTcp = socket;
     const auto report = [=] {
-        if (socket) {
-            // No longer the job's: it stays when the job ends.
-            if (auto* job = qobject_cast<ConnectionJob*>(socket->parent()))
-                disconnect(socket, nullptr, job, nullptr);
-            socket->setParent(this);
-            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        }
-        const QPointer<CDeviceConnectorAppSide> alive(this);
+        const auto* job = qobject_cast<ConnectionJob*>(socket ? socket->parent() : nullptr);
+        if (byTcp && (!socket || (job && job->isOver())))
+            return; // the run was aborted meanwhile
         // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): what is captured as `this` is never null
         reportDevice(hostAddress, port, deviceId, systemId, deviceType, socket);
-        if (alive)
-            connectionJobCompleted(hostAddress, deviceId, QString());
     };
     QMetaObject::invokeMethod(this, report, Qt::QueuedConnection);
 }
@@ -142,13 +137,36 @@ void CDeviceConnectorAppSide::onDeviceInfoReceived(const QHostAddress& hostAddre
 void CDeviceConnectorAppSide::reportDevice(const QHostAddress& address, quint16 port, const CDeviceId& deviceId,
                                            const CSystemId& systemId, int deviceType, QTcpSocket* socket)
 {
-    const QPointer<QTcpSocket> guard(socket);
-    if (socket && !isSignalConnected(QMetaMethod::fromSignal(&CDeviceConnectorAppSide::deviceInfoReceived)))
+    const QPointer<CDeviceConnectorAppSide> alive(this);
+    if (!socket) {
+        Q_EMIT deviceInfoReceived(address, port, deviceId, systemId, deviceType, nullptr);
+        if (alive)
+            connectionJobCompleted(address, deviceId, QString());
+        return;
+    }
+    const QPointer<ConnectionJob> job = qobject_cast<ConnectionJob*>(socket->parent());
+    const bool outgoing = job;
+    if (outgoing) {
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    }
+    if (!isSignalConnected(QMetaMethod::fromSignal(&CDeviceConnectorAppSide::deviceInfoReceived)))
         socket->abort();
+    HandOver<QTcpSocket> offer(socket);
     Q_EMIT deviceInfoReceived(address, port, deviceId, systemId, deviceType, socket);
-    // What came in behind the device info was announced before the receiver listened.
-    if (guard && guard->bytesAvailable() > 0)
-        Q_EMIT guard->readyRead();
+    const bool isWanted = alive && job && job->isAnsweredBy(address, deviceId, QString());
+    if (offer.isTaken()) {
+        offer.release();
+        if (alive && job && !isWanted && job->currentCandidate() == socket->property("discoverAddress").toString())
+            job->resume(); // nothing comes of this attempt any more
+    } else if (offer.isLeft() && isWanted) {
+        disconnect(socket, nullptr, job, nullptr); // the receiver may go on with it where it is
+        socket->setParent(this);
+    } else if (offer.isLeft() && job) {
+        socket->abort(); // the job goes on
+    }
+    if (alive && outgoing)
+        connectionJobCompleted(address, deviceId, QString());
+    offer.announce();
 }
 
 // --- Devices that call by TCP ----------------------------------------------------------------------------------------
@@ -175,7 +193,6 @@ void CDeviceConnectorAppSide::onIncomingConnectionDataReceived()
         return;
     disconnect(socket, &QTcpSocket::readyRead, this, &CDeviceConnectorAppSide::onIncomingConnectionDataReceived);
     m_silentSockets->release(socket);
-    socket->setReadBufferSize(0);
     const QHostAddress address = CDeviceDiscoveryBase::plainAddress(socket->peerAddress());
     const quint16 port = socket->peerPort();
     CDeviceId deviceId;
@@ -187,8 +204,10 @@ void CDeviceConnectorAppSide::onIncomingConnectionDataReceived()
         socket->abort();
         return;
     }
-    const QPointer<QTcpSocket> guard(socket);
-    const auto report = [=] { reportDevice(address, port, deviceId, systemId, deviceType, guard); };
+    const auto report = [=, guard = QPointer<QTcpSocket>(socket)] {
+        if (guard)
+            reportDevice(address, port, deviceId, systemId, deviceType, guard);
+    };
     QMetaObject::invokeMethod(this, report, Qt::QueuedConnection);
 }
 
@@ -271,16 +290,15 @@ void CDeviceConnectorAppSide::onNewIncomingWebSocketConnection()
 void CDeviceConnectorAppSide::establish(DeviceHandshake* handshake)
 {
     QWebSocket* const webSocket = handshake->webSocket();
-    const QPointer<QWebSocket> alive(webSocket);
     const DeviceIdentity device = handshake->request().device;
     const QString text = handshake->text();
     forget(handshake);
-    const QObject* const parent = webSocket->parent();
-    webSocket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());
-    webSocket->setMaxAllowedIncomingMessageSize(QWebSocket::maxIncomingMessageSize());
+    HandOver<QWebSocket> offer(webSocket);
     webSocket->sendBinaryMessage(HandshakeMessages::acceptance());
-    Q_EMIT webSocketConnectionEstablished(device.id, device.type, device.system, alive, text);
+    Q_EMIT webSocketConnectionEstablished(device.id, device.type, device.system, webSocket, text);
     // The receiver may have deleted either of them; nothing below touches the connector.
-    if (alive && alive->parent() == parent)
-        DeviceHandshake::drop(alive, QStringLiteral("unhandled websocket"));
+    if (offer.isTaken())
+        offer.conclude();
+    else if (offer.isLeft())
+        DeviceHandshake::drop(webSocket, QStringLiteral("unhandled websocket"));
 }

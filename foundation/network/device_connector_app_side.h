@@ -60,8 +60,9 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     /// A device has said who it is; nothing has proved it. `socket` is the connection it said so on, in plain text so
-    /// far, and null for UDP. The receiver that wants it uses it or sets another parent, one that does not aborts it;
-    /// it is deleted after it has disconnected. When nothing is connected to this signal, the socket is aborted.
+    /// far, and null for UDP. The receiver that wants it sets another parent, or uses it as it is and reads before 16
+    /// KiB have come together; one that does not want it aborts it. It is deleted after it has disconnected. When
+    /// nothing is connected to this signal, or a job goes on because another device is wanted, the socket is aborted.
     void deviceInfoReceived(const QHostAddress& hostAddress, quint16 port, const CDeviceId& deviceId,
                             const CSystemId& systemId, int deviceType, QTcpSocket* socket);
     /// A device that called in has proved who it is. A receiver takes the WebSocket over by setting another parent;

@@ -3,13 +3,14 @@
 #include <foundation/core/device_id.h>
 #include <foundation/core/export.h>
 
+#include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 #include <QtNetwork/QHostAddress>
+#include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QTcpServer>
 
 class ConnectionJob;
-class QNetworkAccessManager;
 class QWebSocket;
 
 /// What the connectors of both ends share: listening for TCP connections, and running connection jobs.
@@ -81,7 +82,7 @@ private:
     bool m_useSsl;
     bool m_tcpListeningEnabled = false;
     quint16 m_tcpListeningPort = 0;
-    QNetworkAccessManager* m_networkAccessManager;
+    QPointer<QNetworkAccessManager> m_networkAccessManager;
     bool m_connectSucceeded = false;
     QList<ConnectionJob*> m_jobs;
 };

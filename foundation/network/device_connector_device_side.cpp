@@ -1,11 +1,10 @@
-#include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_device_side.h>
 #include <foundation/network/device_discovery_device_side.h>
+#include <foundation/network/hand_over_p.h>
 #include <foundation/network/handshake_messages_p.h>
 #include <foundation/network/held_sockets_p.h>
 #include <foundation/network/socket_options_p.h>
-#include <foundation/network/unread_answers_p.h>
 
 #include <kyr_crypto/crypto_service.h>
 
@@ -23,8 +22,7 @@ namespace {
 constexpr char discoveryPrefix[] = "DISCOVERY";
 constexpr int discoveryPrefixLength = sizeof discoveryPrefix - 1;
 
-// The application's acceptance has arrived on a WebSocket, and what follows it in the same instant belongs to the new
-// owner, who does not listen yet: it is kept and announced once he does.
+// Waits for the application's acceptance on a WebSocket; what follows it belongs to the new owner.
 class Acceptance : public QObject
 {
 public:
@@ -33,45 +31,28 @@ public:
         , m_socket(socket)
         , m_conclude(std::move(conclude))
     {
-        connect(socket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& message) {
-            if (m_accepted)
-                m_kept.append([this, message] { Q_EMIT m_socket->binaryMessageReceived(message); });
-            else
-                accept();
-        });
-        connect(socket, &QWebSocket::textMessageReceived, this, [this](const QString& message) {
-            if (m_accepted)
-                m_kept.append([this, message] { Q_EMIT m_socket->textMessageReceived(message); });
-        });
+        connect(socket, &QWebSocket::binaryMessageReceived, this, &Acceptance::accept);
     }
 
 private:
     void accept()
     {
-        m_accepted = true;
-        delete m_socket->findChild<UnreadAnswers*>(QString(), Qt::FindDirectChildrenOnly);
-        m_socket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());
-        m_socket->setMaxAllowedIncomingMessageSize(QWebSocket::maxIncomingMessageSize());
+        disconnect(m_socket, nullptr, this, nullptr);
+        MessageBacklog::begin(m_socket);
+        liftLimits(m_socket); // what stands behind the acceptance in the same packet may be large
         QMetaObject::invokeMethod(this, &Acceptance::handOver, Qt::QueuedConnection);
     }
 
     void handOver()
     {
         const QPointer<Acceptance> alive(this); // dies with the socket
-        disconnect(m_socket, nullptr, this, nullptr);
         m_conclude();
-        for (int i = 0; alive && i < m_kept.size(); ++i) {
-            const auto announce = m_kept[i];
-            announce();
-        }
         if (alive)
             deleteLater();
     }
 
     QWebSocket* m_socket;
     std::function<void()> m_conclude;
-    bool m_accepted = false;
-    QList<std::function<void()>> m_kept;
 };
 
 } // namespace
@@ -140,25 +121,18 @@ void CDeviceConnectorDeviceSide::printSslErrors(const QList<QSslError>& errors)
 
 void CDeviceConnectorDeviceSide::handOver(QTcpSocket* socket, bool outgoing)
 {
-    const QPointer<QTcpSocket> guard(socket);
     const QPointer<CDeviceConnectorDeviceSide> alive(this);
-    QObject* const parent = socket->parent();
     const QHostAddress peer = socket->peerAddress();
+    HandOver<QTcpSocket> offer(socket);
     Q_EMIT newTcpConnectionToApplication(socket, outgoing);
-    if (!guard || !alive)
+    if (offer.isLeft())
+        socket->abort();
+    if (!offer.isTaken())
         return;
-    if (guard->parent() == parent) {
-        guard->abort();
-        return;
-    }
-    if (outgoing) {
-        if (auto* job = qobject_cast<ConnectionJob*>(parent))
-            disconnect(guard, nullptr, job, nullptr);
+    offer.release();
+    if (alive && outgoing)
         connectionJobCompleted(peer, CDeviceId(), QString());
-    }
-    // What came in before the receiver listened is announced again.
-    if (guard && guard->bytesAvailable() > 0)
-        Q_EMIT guard->readyRead();
+    offer.announce();
 }
 
 // --- Applications that are called ------------------------------------------------------------------------------------
@@ -224,20 +198,18 @@ void CDeviceConnectorDeviceSide::concludeOutgoingWebSocketConnection(QWebSocket*
 {
     if (socket->state() != QAbstractSocket::ConnectedState)
         return; // the job goes on by itself
-    const QPointer<QWebSocket> guard(socket);
     const QPointer<CDeviceConnectorDeviceSide> alive(this);
-    QObject* const parent = socket->parent();
     const QHostAddress peer = socket->peerAddress();
+    HandOver<QWebSocket> offer(socket);
     Q_EMIT newWebSocketConnectionToApplication(socket, discoverAddress);
-    if (!guard || !alive)
+    if (offer.isLeft())
+        socket->abort();
+    if (!offer.isTaken())
         return;
-    if (guard->parent() == parent) {
-        guard->abort();
-        return;
-    }
-    if (auto* job = qobject_cast<ConnectionJob*>(parent))
-        disconnect(guard, nullptr, job, nullptr);
-    connectionJobCompleted(peer, CDeviceId(), discoverAddress);
+    offer.release();
+    if (alive)
+        connectionJobCompleted(peer, CDeviceId(), discoverAddress);
+    offer.announce();
 }
 
 // --- Applications that call ------------------------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <foundation/network/ca_chain_p.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_handshake_p.h>
+#include <foundation/network/hand_over_p.h>
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/ssl_connection.h>
@@ -140,6 +141,7 @@ void DeviceHandshake::onAnswer(const QByteArray& answer)
         return; // onTimeOut is on its way
     // One answer is examined, and after the WebSocket has left its own code: whoever is told may delete it.
     disconnect(m_webSocket, &QWebSocket::binaryMessageReceived, this, nullptr);
+    MessageBacklog::begin(m_webSocket);
     m_timer.stop();
     const auto examine = [this, answer] {
         if (m_stage != Stage::Challenged || !m_webSocket || m_webSocket->state() != QAbstractSocket::ConnectedState)

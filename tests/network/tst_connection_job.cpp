@@ -10,6 +10,7 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QTimer>
 #include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QNetworkReply>
 #include <QtNetwork/QSslSocket>
@@ -18,6 +19,7 @@
 #include <QtWebSockets/QWebSocket>
 
 #include <functional>
+#include <memory>
 
 namespace {
 
@@ -77,7 +79,8 @@ struct Attempt
     bool success = false;
 };
 
-// A web server that answers each request as told: with an upgrade, a fixed text, or not at all.
+// A web server that answers each request as told: with an upgrade, a fixed text, or not at all; with "SLOWLY" in front
+// byte by byte.
 class WebServer : public QTcpServer
 {
 public:
@@ -91,12 +94,19 @@ public:
                 if (!request.startsWith("GET "))
                     return; // a close frame
                 requests += request.left(request.indexOf(" HTTP"));
-                if (!request.contains("Upgrade: websocket") || answer.startsWith("HTTP/1.1 101"))
-                    socket->write(QByteArray(answer).replace("PORT", QByteArray::number(serverPort())));
-                else
-                    socket->write(RawWebSocket::upgradeResponse(request)
-                                  + RawWebSocket::frame(RawWebSocket::Binary, "hello", false)
-                                  + RawWebSocket::frame(RawWebSocket::Binary, "more", false));
+                const bool slowly = answer.startsWith("SLOWLY");
+                QByteArray text = answer.mid(slowly ? 6 : 0).replace("PORT", QByteArray::number(serverPort()));
+                if (request.contains("Upgrade: websocket") && !answer.startsWith("HTTP/1.1 101"))
+                    text = RawWebSocket::upgradeResponse(request)
+                           + RawWebSocket::frame(RawWebSocket::Binary, "hello", false)
+                           + RawWebSocket::frame(RawWebSocket::Text, "more", false);
+                if (!slowly)
+                    socket->write(text);
+                socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+                for (int i = 0; slowly && i < text.size(); ++i) {
+                    const auto write = [socket, byte = char(text.at(i))] { socket->write(&byte, 1); };
+                    QTimer::singleShot(i / 2, Qt::PreciseTimer, socket, write);
+                }
             });
         });
     }
@@ -288,25 +298,35 @@ private Q_SLOTS:
         row("error", "HTTP/1.1 404 No\r\nContent-Length: 0\r\n\r\n");
         row("redirect", "HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:PORT/b%20c/d///\r\nContent-Length: 0\r\n\r\n",
             "GET /b%20c/d/gw/x");
-        row("relative", "HTTP/1.1 302 Found\r\nLocation: /elsewhere\r\nContent-Length: 0\r\n\r\n");
+        row("relative, after an interim answer",
+            "HTTP/1.1 103 Early\r\nLocation: http://a/\r\n\r\nHTTP/1.1 302 Found\nlocation : /else\x1b[2J\n\n");
+        row("byte by byte", "SLOWLYHTTP/1.0 301 M\r\nLocation: http://127.0.0.1:PORT/e\r\n\r\n", "GET /e/gw/x");
         row("silent", "");
         row("garbage", QByteArray("\0\1\2\r\n\r\n", 7));
         row("endless", "HTTP/1.1 200 OK\r\n\r\n" + QByteArray(300000, 'x'));
+        row("endless head", "HTTP/1.1 302 OK\r\n" + QByteArray("a: b\r\n").repeated(50000) + "Location: /z\r\n\r\n");
+        row("endless line", "HTTP/1.1 302 OK\r\nLocation: http://" + QByteArray(300000, 'x'));
     }
     void urls()
     {
         QFETCH(QByteArray, answer);
-        ConnectionTiming::current().probe = 150;
+        ConnectionTiming::current().probe = answer.isEmpty() ? 150 : 2500;
         WebServer server(answer);
         const QString url = QStringLiteral("http://%1/a/").arg(addressOf(server));
-        QNetworkAccessManager manager;
-        Connector connector(false, &manager);
-        connector.action = [&](QObject*) { // decides when the second message has come in, too
-            const auto complete = [&] { connector.connectionJobCompleted(QHostAddress(), CDeviceId(), url); };
-            QMetaObject::invokeMethod(&connector, complete, Qt::QueuedConnection);
+        auto manager = std::make_unique<QNetworkAccessManager>();
+        Connector connector(false, manager.get());
+        connector.action = [&](QObject* socket) {
+            connect(static_cast<QWebSocket*>(socket), &QWebSocket::textMessageReceived, this, [&](const QString& text) {
+                connector.events += text;
+                connector.connectionJobCompleted(QHostAddress(), CDeviceId(), url);
+            });
         };
+        if (answer.contains("\x1b"))
+            QTest::ignoreMessage(QtInfoMsg, "ConnectionJob: redirect to /else?[2J");
+        QMetaObject::invokeMethod(
+            this, [&] { manager.reset(); }, Qt::QueuedConnection); // is needed no longer
         QCOMPARE(connector.run({url}), QVariantList{true});
-        QCOMPARE(connector.events, QStringList(QStringLiteral("web %1 hello").arg(url)));
+        QCOMPARE(connector.events, (QStringList{QStringLiteral("web %1 hello").arg(url), QStringLiteral("more")}));
         QCOMPARE(server.requests.first(), QByteArrayLiteral("GET /a/"));
         QTEST(server.requests.last(), "upgrade");
         QVERIFY(connector.lowDelay);
@@ -328,14 +348,39 @@ private Q_SLOTS:
         QVERIFY(connector.events.isEmpty());
     }
 
+    // A peer whose connection nobody reads may send what it likes: little of it is taken.
+    void streamingPeer()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        qint64 sent = 0;
+        connect(&server, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket* peer = server.nextPendingConnection();
+            peer->write(QByteArray(0x1000000, 'x'));
+            connect(peer, &QTcpSocket::bytesWritten, this, [&](qint64 bytes) { sent += bytes; });
+        });
+        ConnectionTiming::current().step = 300;
+        Connector connector;
+        qint64 held = 0;
+        connector.action = [&](QObject* socket) {
+            auto* tcp = qobject_cast<QTcpSocket*>(socket);
+            if (tcp)
+                connect(tcp, &QTcpSocket::readyRead, this, [&held, tcp] { held = qMax(held, tcp->bytesAvailable()); });
+        };
+        QCOMPARE(connector.run({addressOf(server)}), QVariantList{false});
+        QVERIFY(sent > held);
+        QCOMPARE(held, qint64(0x4000));
+    }
+
     void addressesFromWebService()
     {
-        WebServer server("HTTP/1.1 200 OK\r\nContent-Length: 18\r\n\r\n 127.0.0.1:9,,::1\r\n");
+        WebServer server("HTTP/1.1 200 OK\r\nContent-Length: 19\r\n\r\n 127.0.0.1:9,,::1\r\n");
         QNetworkAccessManager manager;
         Connector connector;
         ConnectionJob job({QStringLiteral("service"), QStringLiteral("127.0.0.9")}, 5, false, false, nullptr, {});
         connect(&job, &ConnectionJob::sendDataUsingUdp, &connector, &Connector::onSendDataUsingUdp);
         QSignalSpy finished(&job, &ConnectionJob::jobFinished);
+        QTest::ignoreMessage(QtInfoMsg, "ConnectionJob: Received IP address:  127.0.0.1:9,,::1??");
         QPointer<QNetworkReply> reply =
             manager.get(QNetworkRequest(QUrl(QStringLiteral("http://") + addressOf(server))));
         connect(reply, &QNetworkReply::finished, &job, &ConnectionJob::onIpAddressReceived);

@@ -1,6 +1,8 @@
 #include <foundation/core/json_parser.h>
+#include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_app_side.h>
+#include <foundation/network/device_discovery_app_side.h>
 
 #include <kyr_crypto/crypto_service.h>
 
@@ -527,6 +529,57 @@ private Q_SLOTS:
         call({});
         QTRY_COMPARE(device.state(), QAbstractSocket::UnconnectedState);
         QCOMPARE(devices.size(), 2);
+    }
+
+    // A device that is called by TCP keeps its connection when it is the wanted one or somebody takes that over; with
+    // another one the job goes on at once, and after an abort nobody hears of it.
+    void devicesThatAreCalled_data()
+    {
+        QTest::addColumn<QByteArray>("deed");
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<bool>("connected");
+        QTest::newRow("wanted") << QByteArray() << QString::fromLatin1(own) << true;
+        QTest::newRow("refused") << QByteArray("abort socket") << QString::fromLatin1(own) << false;
+        QTest::newRow("another") << QByteArray() << QString::fromLatin1(other) << false;
+        QTest::newRow("another, taken over") << QByteArray("take") << QString::fromLatin1(other) << true;
+        QTest::newRow("aborted") << QByteArray("abort run") << QString::fromLatin1(own) << false;
+    }
+    void devicesThatAreCalled()
+    {
+        QFETCH(QByteArray, deed);
+        QFETCH(QString, label);
+        QTcpServer device;
+        QVERIFY(device.listen(QHostAddress::LocalHost));
+        QByteArray query;
+        connect(&device, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket* peer = device.nextPendingConnection();
+            connect(peer, &QTcpSocket::readyRead, this, [peer, &query] {
+                query += peer->readAll();
+                peer->write(deviceInfo);
+            });
+        });
+        CDeviceConnectorAppSide connector(0, false, true);
+        if (deed == "abort run")
+            connect(connector.findChild<CDeviceDiscoveryAppSide*>(), &CDeviceDiscoveryAppSide::deviceInfoReceived,
+                    &connector, &CDeviceConnectorAppSide::abortConnectToDevices);
+        QPointer<QTcpSocket> socket;
+        connect(&connector, &CDeviceConnectorAppSide::deviceInfoReceived, this,
+                [&](const QHostAddress&, quint16, const CDeviceId&, const CSystemId&, int, QTcpSocket* handed) {
+                    socket = handed;
+                    if (deed == "take")
+                        handed->setParent(this);
+                    if (deed == "abort socket")
+                        handed->abort();
+                });
+        QSignalSpy finished(&connector, &CDeviceConnectorAppSide::connectToDevicesFinished);
+        connector.connectToDevices({{addressOf(device), label}});
+        QTRY_VERIFY_WITH_TIMEOUT(deed == "abort run" ? !query.isEmpty() : !finished.isEmpty(), 2000);
+        QCOMPARE(finished,
+                 deed == "abort run" ? QList<QVariantList>() : QList<QVariantList>{{label == QLatin1String(own)}});
+        QTest::qWait(20);
+        QTEST(socket && socket->state() == QAbstractSocket::ConnectedState, "connected");
+        QVERIFY(connector.findChildren<ConnectionJob*>().isEmpty());
+        delete socket;
     }
 
     void devicesThatAreAskedByUdp()
