@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtCore/QString>
+
+/// Files that only their owner may read, from the first byte on, whatever the umask.
+namespace NewFile {
+
+enum Result
+{
+    Made,
+    Exists,
+    Failed
+};
+
+/// Makes an empty file of mode 0600. `errorString` says why it failed.
+Result make(const QString& path, QString* errorString);
+/// Makes the folder of a file, and what is missing above it, mode 0700.
+bool makeFolder(const QString& file, QString* errorString);
+/// What was written to the file survives a power failure, its name included.
+bool sync(const QString& path);
+
+} // namespace NewFile

@@ -1,0 +1,116 @@
+#include <server/database/schema_p.h>
+
+#include <server/database/sql_dialect_p.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QVariant>
+#include <QtCore/QtEndian>
+#include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlError>
+#include <QtSql/QSqlQuery>
+
+namespace {
+
+// Of SQLite's file header: 16 bytes of a mark, the version at 60, the application's id at 68, both big-endian.
+constexpr int headerSize = 100;
+constexpr int versionAt = 60;
+constexpr int applicationIdAt = 68;
+
+QStringList statements(const QString& script)
+{
+    QStringList result;
+    QString statement;
+    const QStringList lines = script.split(QLatin1Char('\n'));
+    for (const QString& line : lines) {
+        if (line.trimmed().startsWith(QLatin1String("--")))
+            continue;
+        statement += line;
+        statement += QLatin1Char('\n');
+        if (line.trimmed().endsWith(QLatin1Char(';'))) {
+            result.append(statement.trimmed());
+            statement.clear();
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+QList<QStringList> Schema::scripts(const QString& folder)
+{
+    QList<QStringList> result;
+    for (;;) {
+        QFile file(folder + QStringLiteral("/%1.sql").arg(result.size() + 1, 3, 10, QLatin1Char('0')));
+        if (!file.open(QIODevice::ReadOnly))
+            return result;
+        result.append(statements(QString::fromUtf8(file.readAll())));
+    }
+}
+
+QString Schema::refusal(const QString& path, int newest)
+{
+    const QFileInfo info(path);
+    if (info.isDir())
+        return path + QLatin1String(" is a folder, not a database");
+    if (!info.isFile())
+        return path + QLatin1String(" is not a file");
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return path + QLatin1String(" cannot be read: ") + file.errorString();
+    const QByteArray header = file.read(headerSize);
+    // An empty file is what a program leaves behind that was killed before its first change.
+    if (header.isEmpty())
+        return QString();
+    const auto number = [&](int at) { return qFromBigEndian<qint32>(header.constData() + at); };
+    if (header.size() < headerSize || !header.startsWith(QByteArrayLiteral("SQLite format 3\0"))
+        || number(applicationIdAt) != applicationId)
+        return path + QLatin1String(" is not a database of this system");
+    if (number(versionAt) > newest)
+        return path
+               + QStringLiteral(" is of version %1, this program knows up to %2; use a newer program")
+                     .arg(number(versionAt))
+                     .arg(newest);
+    return QString();
+}
+
+int Schema::version(QSqlDatabase& connection)
+{
+    QSqlQuery query(connection);
+    return query.exec(QStringLiteral("PRAGMA user_version")) && query.next() ? query.value(0).toInt() : -1;
+}
+
+bool Schema::migrate(QSqlDatabase& connection, const QString& location, const QList<QStringList>& scripts,
+                     QString* errorString)
+{
+    QSqlQuery query(connection);
+    const auto failed = [&] {
+        *errorString = SqlDialect::explain(location, query.lastError());
+        query.exec(QStringLiteral("ROLLBACK"));
+        return false;
+    };
+    for (;;) {
+        if (!query.exec(SqlDialect::sqlite().beginWrite)) {
+            *errorString = SqlDialect::explain(location, query.lastError());
+            return false;
+        }
+        // Looked up under the lock: another process may have been here meanwhile.
+        const int present = version(connection);
+        if (present < 0 || present >= scripts.size()) {
+            query.exec(QStringLiteral("ROLLBACK"));
+            if (present > scripts.size())
+                *errorString = location + QLatin1String(" was brought to a newer version by another program");
+            return present == scripts.size();
+        }
+        for (const QString& statement : scripts.at(present)) {
+            if (!query.exec(statement))
+                return failed();
+        }
+        // Part of the transaction, as they stand in the file's first page.
+        if (!query.exec(QStringLiteral("PRAGMA application_id=%1").arg(applicationId))
+            || !query.exec(QStringLiteral("PRAGMA user_version=%1").arg(present + 1))
+            || !query.exec(QStringLiteral("COMMIT")))
+            return failed();
+    }
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <server/database/database.h>
+
+#include <QtCore/QVariant>
+#include <QtSql/QSqlQuery>
+
+/// One statement, prepared once a connection and given back when this goes out of scope, so that it never holds up
+/// the database longer. The same text may be in use several times at once.
+///
+///     SqlStatement find(database, QStringLiteral("SELECT id FROM item WHERE kind=? AND label=?"));
+///     for (find.bind(kind).bind(label).exec(); find.next();)
+///         ids.append(find.integer(0));
+class KYR_SERVER_TEST_EXPORT SqlStatement
+{
+public:
+    SqlStatement(CDatabase* database, const QString& sql);
+    ~SqlStatement();
+    Q_DISABLE_COPY(SqlStatement)
+
+    /// The value of the next place; an invalid one is NULL.
+    SqlStatement& bind(const QVariant& value);
+    SqlStatement& bind(qint64 value) { return bind(QVariant(value)); }
+    SqlStatement& bind(int value) { return bind(QVariant(value)); }
+    /// Never NULL: a null text is the empty one.
+    SqlStatement& bind(const QString& value) { return bind(QVariant(value.isNull() ? QStringLiteral("") : value)); }
+    /// False when it failed; the database's errorString() says why.
+    bool exec();
+    bool next();
+
+    qint64 integer(int column) const { return m_query.value(column).toLongLong(); }
+    QString text(int column) const { return m_query.value(column).toString(); }
+    QByteArray bytes(int column) const { return m_query.value(column).toByteArray(); }
+    QVariant value(int column) const { return m_query.value(column); }
+    bool isNull(int column) const { return m_query.isNull(column); }
+    /// Rows that were changed.
+    int changed() const { return m_query.numRowsAffected(); }
+
+private:
+    CDatabase* m_database;
+    QString m_sql;
+    QSqlQuery m_query;
+    int m_place = 0;
+    bool m_good = true;
+};

@@ -1,0 +1,146 @@
+#include <server/model/checked_value_p.h>
+
+#include <foundation/access/time_profile.h>
+#include <foundation/datatypes/data_type.h>
+
+#include <QtCore/QDateTime>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTimeZone>
+
+using namespace Model;
+
+namespace {
+
+bool refuse(QString* errorString, const QString& name, const char* reason)
+{
+    *errorString = name + QLatin1String(": ") + QString::fromUtf8(reason);
+    return false;
+}
+
+// 4, 7 or 8 bytes; none for anything else.
+QByteArray uidOf(const QVariant& value)
+{
+    QByteArray bytes = value.toByteArray();
+    if (value.userType() == QMetaType::QString) {
+        static const QRegularExpression form(QStringLiteral("\\A(?:[0-9A-Fa-f]{2}:?)*[0-9A-Fa-f]{2}\\z"));
+        const QString text = value.toString();
+        bytes = form.match(text).hasMatch() ? QByteArray::fromHex(text.toLatin1()) : QByteArray();
+    } else if (value.userType() != QMetaType::QByteArray) {
+        return QByteArray();
+    }
+    return bytes.size() == 4 || bytes.size() == 7 || bytes.size() == 8 ? bytes : QByteArray();
+}
+
+bool checkFlag(const QString& name, QVariant* value, QString* errorString)
+{
+    if (value->userType() == QMetaType::Bool)
+        return true;
+    const QString text = value->userType() == QMetaType::QString ? value->toString() : QString();
+    if (text != QLatin1String("true") && text != QLatin1String("false"))
+        return refuse(errorString, name, "is \"true\" or \"false\"");
+    *value = text == QLatin1String("true");
+    return true;
+}
+
+bool checkLength(const QString& name, const QVariant& value, QString* errorString)
+{
+    if (name == labelKey) {
+        const QString label = value.toString();
+        if (label.trimmed().isEmpty())
+            return refuse(errorString, name, "must not be empty");
+        return label.size() <= CheckedValues::longestLabel || refuse(errorString, name, "is too long");
+    }
+    const bool isLong =
+        (value.userType() == QMetaType::QString && value.toString().size() > CheckedValues::longestText)
+        || (value.userType() == QMetaType::QByteArray && value.toByteArray().size() > CheckedValues::longestText);
+    return !isLong || refuse(errorString, name, "is too long");
+}
+
+} // namespace
+
+QDateTime CheckedValues::instantOf(const QVariant& value, bool isEnd)
+{
+    const auto atDate = [&](const QDate& date) {
+        return isEnd ? QDateTime(date, QTime(23, 59, 59)) : date.startOfDay();
+    };
+    QDateTime instant;
+    if (value.userType() == QMetaType::QDateTime) {
+        instant = value.toDateTime();
+    } else if (value.userType() == QMetaType::QDate) {
+        instant = atDate(value.toDate());
+    } else if (value.userType() == QMetaType::QString) {
+        static const QRegularExpression form(QStringLiteral(
+            "\\A\\d{4}-\\d\\d-\\d\\d(?:T\\d\\d:\\d\\d(?::\\d\\d(?:\\.\\d{1,3})?)?(?:Z|[+-]\\d\\d:\\d\\d)?)?\\z"));
+        const QString text = value.toString();
+        if (!form.match(text).hasMatch())
+            return QDateTime();
+        instant =
+            text.size() == 10 ? atDate(QDate::fromString(text, Qt::ISODate)) : QDateTime::fromString(text, Qt::ISODate);
+    }
+    if (!instant.isValid())
+        return QDateTime();
+    // Down to the second, before 1970 as well.
+    const qint64 milliseconds = instant.toMSecsSinceEpoch();
+    const qint64 remainder = milliseconds % 1000;
+    return QDateTime::fromMSecsSinceEpoch(milliseconds - (remainder < 0 ? remainder + 1000 : remainder));
+}
+
+bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QString* errorString)
+{
+    if (name.isEmpty() || name.size() > longestName)
+        return refuse(errorString, name.left(40), "is no name of a property");
+    if (isFixed(name) || isRelation(name))
+        return refuse(errorString, name, "cannot be set");
+    if (!value->isValid() && name != labelKey)
+        return true;
+    if (!checkLength(name, *value, errorString))
+        return false;
+    if (name == labelKey) {
+        *value = value->toString();
+        return true;
+    }
+    if (name == enabledKey || name == blockedKey)
+        return checkFlag(name, value, errorString);
+    if (name == validFromKey || name == validToKey) {
+        const QDateTime instant = instantOf(*value, name == validToKey);
+        if (!instant.isValid())
+            return refuse(errorString, name, "is a time such as 2026-11-22T03:10, or a date");
+        *value = instant;
+        return true;
+    }
+    if (kind == KindTimeProfile && name == slotsKey) {
+        QString reason;
+        const auto profile = CTimeProfile::fromText(value->toString(), &reason);
+        if (!profile) {
+            *errorString = name + QLatin1String(": ") + reason;
+            return false;
+        }
+        *value = profile->toText();
+        return true;
+    }
+    if (kind == KindMedium && name == uidKey) {
+        const QByteArray uid = uidOf(*value);
+        if (uid.isEmpty())
+            return refuse(errorString, name, "is 4, 7 or 8 pairs of hexadecimal digits");
+        *value = uid;
+        return true;
+    }
+    if (kind == KindCode && name == codeKey) {
+        static const QRegularExpression form(QStringLiteral("\\A[0-9]{1,12}\\z"));
+        if (!form.match(value->toString()).hasMatch())
+            return refuse(errorString, name, "is 1 to 12 digits");
+        *value = value->toString();
+        return true;
+    }
+    if (kind == KindAccessPoint && name == timeZoneKey
+        && !QTimeZone::isTimeZoneIdAvailable(value->toString().toLatin1()))
+        return refuse(errorString, name, "is a time zone such as Europe/Berlin");
+    if (kind == KindHoliday && name == QLatin1String("date")) {
+        const QDate date =
+            value->userType() == QMetaType::QDate ? value->toDate() : QDate::fromString(value->toString(), Qt::ISODate);
+        if (!date.isValid())
+            return refuse(errorString, name, "is a date such as 2026-12-25");
+        *value = date;
+    }
+    return true;
+}
