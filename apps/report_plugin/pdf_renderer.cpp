@@ -185,10 +185,10 @@ void PdfRenderer::lookAtFonts(const QTextDocument& document)
 {
     const QVector<QTextFormat> formats = document.allFormats();
     for (const QTextFormat& format : formats) {
-        if (!format.isCharFormat())
+        const QStringList families = format.property(QTextFormat::FontFamilies).toStringList();
+        if (!format.isCharFormat() || families.isEmpty())
             continue;
-        const QFont font = format.toCharFormat().font();
-        const QString family = font.families().value(0, font.family()).section(QLatin1Char(','), 0, 0).trimmed();
+        const QString family = families.constFirst().section(QLatin1Char(','), 0, 0).trimmed();
         if (isGeneric(family) || m_seenFonts.contains(family))
             continue;
         m_seenFonts.insert(family);

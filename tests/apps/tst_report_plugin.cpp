@@ -2,6 +2,7 @@
 
 #include <foundation/services/access_control_mock.h>
 
+#include <QtCore/QScopeGuard>
 #include <QtTest/QtTest>
 
 namespace {
@@ -139,6 +140,20 @@ private Q_SLOTS:
         QVERIFY(pdf.contains(utf16("R & D")) && !pdf.contains(utf16("amp;")));
         QCOMPARE(pdf.count("/Parent " + pdf.mid(pdf.indexOf("/Outlines ") + 10, 4).simplified().split(' ')[0] + " 0 R"),
                  5); // bookmarks
+    }
+
+    void missingFonts()
+    {
+        QTemporaryFile none;
+        QVERIFY(none.open() && none.write("<fontconfig></fontconfig>") > 0 && none.flush());
+        const auto restore = qScopeGuard([] { qunsetenv("FONTCONFIG_FILE"); });
+        qputenv("FONTCONFIG_FILE", none.fileName().toLocal8Bit());
+        m_model.events.clear();
+        QByteArray pdf("old");
+        QVERIFY(!m_generator->getUserReportAsPdf({31}, &pdf) && pdf.isEmpty());
+        QCOMPARE(m_model.events.size(), 1);
+        QVERIFY2(m_model.events[0].startsWith("Font $font missing for User Report $report.{\"font\":\"'DejaVu Sans'"),
+                 qPrintable(m_model.events[0]));
     }
 
 private:
