@@ -207,7 +207,8 @@ void PdfRenderer::lookAtCharacters(const QTextDocument& document)
             if (character <= 0x7E || m_seenCharacters.contains(character))
                 continue;
             m_seenCharacters.insert(character);
-            const QString text = QString::fromUcs4(&character, 1);
+            const char32_t code = character;
+            const QString text = QString::fromUcs4(&code, 1);
             // Blanks, marks and what only formats have no shape of their own.
             const bool visible =
                 QChar::isLetterOrNumber(character) || QChar::isPunct(character) || QChar::isSymbol(character);

@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr int endMs = 1000;             // for a process that was killed, which takes none
 constexpr int feedingMs = 20;           // of the event loop, at a time
 constexpr qint64 fedAhead = 512 * 1024; // bytes that wait for the helper
 constexpr int longestWordLine = 4096;   // of the helper's standard error
@@ -155,6 +156,7 @@ ReportJob::~ReportJob()
 {
     m_helper.disconnect(this);
     m_helper.kill();
+    m_helper.waitForFinished(endMs);
 }
 
 void ReportJob::start(const Progress& progress, const Finished& finished)

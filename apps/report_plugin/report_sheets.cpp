@@ -1,6 +1,8 @@
 #include "report_sheets.h"
 
 #include <QtCore/QDataStream>
+#include <QtCore/QIODevice>
+#include <QtCore/QStringList>
 #include <QtCore/QtEndian>
 
 namespace {
