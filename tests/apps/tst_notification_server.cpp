@@ -10,6 +10,7 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtNetwork/QSslSocket>
+#include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 
 namespace {
@@ -103,18 +104,19 @@ private Q_SLOTS:
         peer.login();
         peer.send(request("login", {"again"}, 2));
         peer.send("{not json");
+        peer.send(R"({"jsonrpc":"2.0","method":"x","params":[{"a":[],"a":1}]})");
         peer.send("{\"id\":3}");
         peer.send(request("quit", {1}, "four"));
         peer.send(request("registerObserver", {}, 5));
         peer.send(request("registerExtension", {"bell"}, 6));
-        const auto messages = peer.messages(8);
+        const auto messages = peer.messages(9);
         QStringList summary;
         for (const QJsonObject& message : messages) {
             summary.append(message.value("id").toVariant().toString() + ':'
                            + QString::number(message.value("error").toObject().value("code").toInt())
                            + message.value("method").toString());
         }
-        QCOMPARE(summary.join(' '), "1:0 2:0 :-32700 3:-32600 four:-32601 5:-32602 6:0 :0acknowledge");
+        QCOMPARE(summary.join(' '), "1:0 2:0 :-32700 :-32700 3:-32600 four:-32601 5:-32602 6:0 :0acknowledge");
         QVERIFY(m_service->getObservedSources().contains("ExtensionManager"));
     }
 
@@ -126,6 +128,9 @@ private Q_SLOTS:
         QTest::newRow("no token") << request("login", {}, 1) << "wrong token";
         QTest::newRow("no log-in") << request("registerObserver", {"Users"}) << "no log-in";
         QTest::newRow("garbage") << QByteArray("hello") << "no log-in";
+        const QByteArray good = request("login", {token}, 1);
+        QTest::newRow("key twice") << QByteArray(good).replace(0, 1, "{\"par\\u0061ms\":[],") << "no log-in";
+        QTest::newRow("nested") << QByteArray(good).replace(0, 1, "{\"more\":[\"\\\"]\"],") << "no log-in";
         QTest::newRow("too long") << QByteArray(NotificationServer::longestLogin + 1, ' ') << QString();
     }
 
@@ -171,8 +176,84 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server->others(), 1);
         auto* client = m_server->findChild<NotificationClient*>();
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no log-in in time"));
-        Q_EMIT client->timeout();
+        Q_EMIT client->overdue();
         QTRY_VERIFY(peer.ended());
+    }
+
+    // What a client registers is bounded, is nobody else's, and goes with it.
+    void namesAndSources()
+    {
+        QSignalSpy registrations(m_service.get(), &CNotificationService::extensionRegistrationChanged);
+        m_service->receiveMessage("host", "registerExtension", {"host's"}, 0);
+        Peer peer(m_server->port());
+        Peer other(m_server->port());
+        peer.login();
+        other.login();
+        QCOMPARE(peer.messages(1).size() + other.messages(1).size(), 2);
+        const auto code = [](Peer& asking, const char* method, const QJsonArray& params) {
+            asking.send(request(method, params, 7));
+            for (;;) {
+                const auto messages = asking.messages(1);
+                if (messages.isEmpty())
+                    return -1;
+                for (const QJsonObject& message : messages) {
+                    if (!message.contains("method"))
+                        return message.value("error").toObject().value("code").toInt();
+                }
+            }
+        };
+        QJsonArray sources;
+        for (int i = 0; i < NotificationServer::mostSources; ++i)
+            sources.append(QString::number(i));
+        QCOMPARE(code(peer, "registerObserver", QJsonArray{QJsonValue(sources)}), 0);
+        QCOMPARE(code(peer, "registerObserver", QJsonArray{QJsonValue(sources)}), 0);
+        QCOMPARE(code(peer, "registerObserver", {"one more"}), -32002);
+        QCOMPARE(code(peer, "unregisterObserver", {"7"}), 0);
+        QCOMPARE(code(peer, "registerObserver", {QString(NotificationServer::longestName + 1, 'x')}), -32002);
+        QCOMPARE(code(peer, "registerObserver", {"one more"}), 0);
+
+        for (int i = 0; i < NotificationServer::mostExtensions; ++i)
+            QCOMPARE(code(peer, "registerExtension", {QString::number(i), "said of it"}), 0);
+        QCOMPARE(code(peer, "registerExtension", {"0"}), 0);
+        QCOMPARE(code(peer, "registerExtension", {"one more"}), -32002);
+        QCOMPARE(code(other, "registerExtension", {QString(NotificationServer::longestName + 1, 'x')}), -32002);
+        for (const char* name : {"0", "host's"}) {
+            QCOMPARE(code(other, "registerExtension", {name}), -32003);
+            QCOMPARE(code(other, "unregisterExtension", {name}), -32003);
+        }
+        QCOMPARE(code(other, "unregisterExtension", {"nobody's"}), 0);
+        registrations.clear();
+        peer.socket.abort();
+        QTRY_COMPARE(registrations.size(), int(NotificationServer::mostExtensions));
+        QCOMPARE(registrations.first(), (QVariantList{"1", false})); // "0" was registered again
+        QCOMPARE(m_service->extensionHolder("host's"), "host");
+        QCOMPARE(code(other, "registerExtension", {"0"}), 0);
+        m_service->disconnectSubscriber("host");
+    }
+
+    // Whoever is told of a client may end the server: in the middle of its message, and when it is gone.
+    void survivesItsDeletion()
+    {
+        for (const bool atTheEnd : {false, true}) {
+            m_server.reset();
+            init();
+            const auto context = std::make_unique<QObject>();
+            connect(m_service.get(), &CNotificationService::extensionRegistrationChanged, context.get(),
+                    [&](const QString&, bool came) {
+                        if (came != atTheEnd)
+                            m_server.reset();
+                    });
+            Peer peer(m_server->port());
+            peer.login();
+            peer.send(request("registerExtension", {"bell"}, 2));
+            peer.send(request("registerExtension", {"lamp"}, 3));
+            peer.messages(atTheEnd ? 5 : 3);
+            if (atTheEnd)
+                peer.socket.abort();
+            QTRY_VERIFY(!m_server);
+            QVERIFY(m_service->extensionHolder("bell").isNull() && m_service->getObservedSources().isEmpty());
+        }
+        init();
     }
 
     // One that does not read is cut off, named in the log and told how much it missed; the others go on.

@@ -3,6 +3,7 @@
 #include "server/front_door.h"
 #include "server/notification_server.h"
 
+#include <foundation/core/string_utils.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/services/notification_service.h>
 
@@ -113,8 +114,10 @@ void DeviceServer::onLinkEnded(DeviceLink* link)
     Q_EMIT deviceLeft(device);
 }
 
-void DeviceServer::refuse(const QString& peer, const QString& device, const QString& reason)
+void DeviceServer::refuse(const QString& peer, const QString& device, const QString& cause)
 {
+    // Strangers have a say in it: nobody who watches is to be flooded with it.
+    const QString reason = CStringUtils::printable(cause);
     const Refusal refusal{QDateTime::currentDateTime(), peer, device, reason};
     if (m_refusals.size() >= mostRefusals)
         m_refusals.removeFirst();

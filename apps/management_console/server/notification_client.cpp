@@ -2,18 +2,12 @@
 
 #include "server/notification_server.h"
 
-#include <QtCore/QJsonDocument>
 #include <QtWebSockets/QWebSocket>
 
 namespace {
 
 // Beyond this the connection is given no more: what it holds can no longer be dropped.
 constexpr qint64 mostInConnection = 0x10000; // bytes
-
-QString toText(const QJsonObject& object)
-{
-    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
-}
 
 } // namespace
 
@@ -25,21 +19,69 @@ NotificationClient::NotificationClient(QWebSocket* socket, QSslSocket* tls, qint
     , m_address(QStringLiteral("%1:%2 #%3").arg(socket->peerAddress().toString()).arg(socket->peerPort()).arg(number))
 {
     socket->setParent(this);
+    setLongestMessage(NotificationServer::longestLogin);
     m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, &NotificationClient::timeout);
+    connect(&m_timer, &QTimer::timeout, this, &NotificationClient::onTimeout);
     connect(socket, &QWebSocket::textMessageReceived, this, &NotificationClient::messageReceived);
-    connect(socket, &QWebSocket::disconnected, this, &NotificationClient::gone);
+    connect(socket, &QWebSocket::disconnected, this, [this] {
+        m_stage = Stage::Gone;
+        m_timer.stop();
+        Q_EMIT gone();
+    });
     // TLS takes all it is given at once; what it has not sent yet it holds as encrypted bytes.
     if (tls != nullptr)
         connect(tls, &QSslSocket::encryptedBytesWritten, this, &NotificationClient::pump);
     else
         connect(socket, &QWebSocket::bytesWritten, this, &NotificationClient::pump);
+    m_timer.start(NotificationServer::loginMs);
 }
 
-bool NotificationClient::enqueue(const QString& messageStart)
+void NotificationClient::setLongestMessage(quint64 bytes)
 {
-    ++m_sequence;
-    if (put(messageStart + QString::number(m_sequence) + QLatin1Char('}')))
+    m_socket->setMaxAllowedIncomingFrameSize(bytes);
+    m_socket->setMaxAllowedIncomingMessageSize(bytes);
+}
+
+void NotificationClient::admit()
+{
+    m_stage = Stage::LoggedIn;
+    m_timer.stop();
+    setLongestMessage(NotificationServer::longestMessage);
+}
+
+void NotificationClient::part(const QString& reason)
+{
+    if (m_stage == Stage::Gone)
+        return;
+    m_stage = Stage::Parting;
+    disconnect(m_socket, &QWebSocket::textMessageReceived, this, nullptr);
+    m_timer.start(NotificationServer::partingMs);
+    m_socket->close(QWebSocketProtocol::CloseCodePolicyViolated, reason);
+}
+
+void NotificationClient::abort()
+{
+    m_socket->abort();
+}
+
+void NotificationClient::releaseSocket()
+{
+    m_socket->disconnect(this);
+    m_socket->setParent(nullptr);
+    m_socket->deleteLater();
+}
+
+void NotificationClient::onTimeout()
+{
+    if (m_stage == Stage::Stranger)
+        Q_EMIT overdue();
+    else
+        abort();
+}
+
+bool NotificationClient::enqueue(const QString& method, const QString& params)
+{
+    if (put(NotificationMessage::numbered(++m_sequence, method, params)))
         return true;
     ++m_dropped;
     return false;
@@ -47,33 +89,29 @@ bool NotificationClient::enqueue(const QString& messageStart)
 
 bool NotificationClient::answer(const QJsonValue& id, const QJsonObject& resultOrError)
 {
-    if (id.isUndefined())
-        return true;
-    QJsonObject object = resultOrError;
-    object.insert(QStringLiteral("jsonrpc"), QStringLiteral("2.0"));
-    object.insert(QStringLiteral("id"), id);
-    return put(toText(object));
+    return id.isUndefined() || put(NotificationMessage::answer(id, resultOrError));
 }
 
-bool NotificationClient::put(const QString& text)
+bool NotificationClient::put(const NotificationMessage& message)
 {
     // A single message may be longer than all that may wait.
     if (m_queue.size() >= NotificationServer::mostQueued
-        || (!m_queue.isEmpty() && m_queuedCharacters + text.size() > NotificationServer::mostQueuedCharacters))
+        || (!m_queue.isEmpty() && m_queuedCharacters + message.size() > NotificationServer::mostQueuedCharacters))
         return false;
-    m_queuedCharacters += text.size();
-    m_queue.enqueue(text);
+    m_queuedCharacters += message.size();
+    m_queue.enqueue(message);
     pump();
     return true;
 }
 
 void NotificationClient::pump()
 {
-    while (!m_queue.isEmpty()
+    const QPointer<NotificationClient> self(this);
+    while (self && !m_queue.isEmpty()
            && m_socket->bytesToWrite() + (m_tls ? m_tls->encryptedBytesToWrite() : 0) < mostInConnection) {
-        const QString text = m_queue.dequeue();
-        m_queuedCharacters -= text.size();
-        m_socket->sendTextMessage(text);
+        const NotificationMessage message = m_queue.dequeue();
+        m_queuedCharacters -= message.size();
+        m_socket->sendTextMessage(message.text());
     }
 }
 
@@ -82,19 +120,6 @@ void NotificationClient::dropQueue()
     m_dropped += quint64(m_queue.size());
     m_queue.clear();
     m_queuedCharacters = 0;
-    m_socket->sendTextMessage(
-        toText({{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-                {QStringLiteral("method"), QStringLiteral("lagging")},
-                {QStringLiteral("params"), QJsonObject{{QStringLiteral("dropped"), qint64(m_dropped)}}},
-                {QStringLiteral("seq"), qint64(++m_sequence)}}));
-}
-
-void NotificationClient::part(const QString& reason)
-{
-    // Nothing it still says counts, and nothing it does keeps it alive.
-    disconnect(m_socket, &QWebSocket::textMessageReceived, this, nullptr);
-    disconnect(&m_timer, &QTimer::timeout, this, nullptr);
-    connect(&m_timer, &QTimer::timeout, m_socket, &QWebSocket::abort);
-    m_timer.start(NotificationServer::partingMs);
-    m_socket->close(QWebSocketProtocol::CloseCodePolicyViolated, reason);
+    const QString params = QStringLiteral("{\"dropped\":%1}").arg(m_dropped);
+    m_socket->sendTextMessage(NotificationMessage::numbered(++m_sequence, QStringLiteral("lagging"), params).text());
 }

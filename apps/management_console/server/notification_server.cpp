@@ -2,14 +2,17 @@
 
 #include "server/notification_client.h"
 
+#include <foundation/core/json_text.h>
 #include <foundation/services/notification_service.h>
 
 #include <QtCore/QCryptographicHash>
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QSet>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 #include <QtWebSockets/QWebSocketServer>
+
+#include <algorithm>
 
 namespace {
 
@@ -20,13 +23,15 @@ enum Fault
     UnknownMethod = -32601,
     BadParams = -32602,
     NotLoggedIn = -32001,
+    TooMuch = -32002,
+    NotTheirs = -32003,
 };
 
 const char* faultText(Fault fault)
 {
     switch (fault) {
     case NoJson:
-        return "no JSON";
+        return "no JSON, or a key twice";
     case NoRequest:
         return "no JSON-RPC 2.0 request";
     case UnknownMethod:
@@ -35,6 +40,10 @@ const char* faultText(Fault fault)
         return "params is no list, or empty";
     case NotLoggedIn:
         return "not logged in";
+    case TooMuch:
+        return "too many sources or names, or too long a name";
+    case NotTheirs:
+        return "the name is another client's";
     }
     return "";
 }
@@ -79,6 +88,58 @@ bool isServiceMethod(const QString& method)
     return methods.contains(method);
 }
 
+// A log-in is one object with one list in it: of a stranger no more is read.
+bool isFlat(const QByteArray& json)
+{
+    int brackets[2] = {0, 0};
+    bool quoted = false;
+    for (int i = 0; i < json.size(); ++i) {
+        if (json[i] == '"')
+            quoted = !quoted;
+        else if (quoted && json[i] == '\\')
+            ++i;
+        else if (!quoted && (json[i] == '{' || json[i] == '['))
+            ++brackets[json[i] == '['];
+    }
+    return brackets[0] <= 1 && brackets[1] <= 1;
+}
+
+// What the service would allow and a client may not; 0 for nothing.
+int objection(const CNotificationService& service, const QString& address, const QString& method,
+              const QVariant& parameter)
+{
+    const auto tooLong = [](const QString& name) { return name.size() > NotificationServer::longestName; };
+    if (method == QLatin1String("registerObserver")) {
+        const QSet<QString> sources = CNotificationService::sourceNames(parameter);
+        if (std::any_of(sources.cbegin(), sources.cend(), tooLong)
+            || (service.sourcesOf(address) + sources).size() > NotificationServer::mostSources)
+            return TooMuch;
+    } else if (method == QLatin1String("registerExtension") || method == QLatin1String("unregisterExtension")) {
+        const QString name = parameter.toString();
+        const QString holder = service.extensionHolder(name);
+        if (!holder.isNull())
+            return holder != address ? NotTheirs : 0;
+        if (method == QLatin1String("registerExtension")
+            && (tooLong(name) || service.extensionsOf(address).size() >= NotificationServer::mostExtensions))
+            return TooMuch;
+    }
+    return 0;
+}
+
+// The service takes back one name of who goes: the others are unregistered. Whoever is told may call back, and delete.
+void signOff(CNotificationService& registeredWith, const QString& address)
+{
+    const QString leaving = address;
+    const QPointer<CNotificationService> service(&registeredWith);
+    const QStringList names = service->extensionsOf(leaving);
+    for (const QString& name : names) {
+        if (service && service->extensionHolder(name) == leaving)
+            service->receiveMessage(leaving, QStringLiteral("unregisterExtension"), {name}, 0);
+    }
+    if (service)
+        service->disconnectSubscriber(leaving);
+}
+
 } // namespace
 
 NotificationServer::NotificationServer(CNotificationService& service, const QString& token, QObject* parent)
@@ -98,9 +159,22 @@ NotificationServer::~NotificationServer()
     const QList<NotificationClient*> all = findChildren<NotificationClient*>(QString(), Qt::FindDirectChildrenOnly);
     for (NotificationClient* client : all) {
         client->disconnect(this);
-        if (m_clients.contains(client->address()))
-            m_service.disconnectSubscriber(client->address());
+        if (m_signalsOfSocket > 0)
+            client->releaseSocket();
+        const bool loggedIn = m_clients.contains(client->address());
+        const QString address = client->address();
         delete client;
+        if (loggedIn)
+            signOff(m_service, address);
+    }
+    if (m_signalsOfSocket > 0) {
+        // What carries the WebSockets goes after them.
+        const QList<QTcpSocket*> carriers = findChildren<QTcpSocket*>(QString(), Qt::FindDirectChildrenOnly);
+        for (QTcpSocket* carrier : carriers)
+            carrier->setParent(m_server);
+        m_server->setParent(nullptr);
+        m_server->close();
+        m_server->deleteLater();
     }
 }
 
@@ -140,34 +214,49 @@ void NotificationServer::onConnection()
         if (m_strangers.size() >= mostStrangers) {
             NotificationClient* longest = m_strangers.takeFirst();
             qWarning("NotificationServer: %s: too many wait for their log-in", qUtf8Printable(longest->address()));
-            longest->socket()->abort();
+            longest->abort();
         }
         QSslSocket* tls = m_tlsSockets.take(peerKey(socket->peerAddress(), socket->peerPort()));
         auto* client = new NotificationClient(socket, tls, ++m_connections, this);
-        socket->setMaxAllowedIncomingFrameSize(longestLogin);
-        socket->setMaxAllowedIncomingMessageSize(longestLogin);
         m_strangers.append(client);
-        connect(client, &NotificationClient::messageReceived, this,
-                [this, client](const QString& text) { onMessage(client, text); });
-        connect(client, &NotificationClient::gone, this, [this, client] { forget(client); });
-        connect(client, &NotificationClient::timeout, this, [client] {
-            qWarning("NotificationServer: %s: no log-in in time", qUtf8Printable(client->address()));
-            client->socket()->abort();
+        connect(client, &NotificationClient::messageReceived, this, [this, client](const QString& text) {
+            inSignalOfSocket([this, client, text] { onMessage(client, text); });
         });
-        client->startTimer(loginMs);
+        connect(client, &NotificationClient::gone, this,
+                [this, client] { inSignalOfSocket([this, client] { forget(client); }); });
+        connect(client, &NotificationClient::overdue, this, [this, client] { onOverdue(client); });
     }
+}
+
+// What is done may end in somebody deleting this server: then the socket has to outlive its signal.
+template<typename Handle>
+void NotificationServer::inSignalOfSocket(Handle handle)
+{
+    const QPointer<NotificationServer> self(this);
+    ++m_signalsOfSocket;
+    handle();
+    if (self)
+        --m_signalsOfSocket;
 }
 
 void NotificationServer::onMessage(NotificationClient* client, const QString& text)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
-    const QJsonObject request = document.object();
-    if (!m_clients.contains(client->address()))
-        login(client, request);
-    else if (document.isNull())
+    const QByteArray json = text.toUtf8();
+    if (client->stage() == NotificationClient::Stage::Stranger) {
+        login(client, isFlat(json) ? CJsonText::read(json).object() : QJsonObject());
+        return;
+    }
+    const QJsonDocument document = CJsonText::read(json);
+    if (document.isNull())
         reply(client, QJsonValue::Null, errorObject(NoJson));
     else
-        onRequest(client, request);
+        onRequest(client, document.object());
+}
+
+void NotificationServer::onOverdue(NotificationClient* client)
+{
+    qWarning("NotificationServer: %s: no log-in in time", qUtf8Printable(client->address()));
+    client->abort();
 }
 
 void NotificationServer::login(NotificationClient* client, const QJsonObject& request)
@@ -188,9 +277,7 @@ void NotificationServer::login(NotificationClient* client, const QJsonObject& re
         client->part(QLatin1String(refusal));
         return;
     }
-    client->stopTimer();
-    client->socket()->setMaxAllowedIncomingFrameSize(longestMessage);
-    client->socket()->setMaxAllowedIncomingMessageSize(longestMessage);
+    client->admit();
     m_clients.insert(client->address(), client);
     qInfo("NotificationServer: %s logged in", qUtf8Printable(client->address()));
     reply(client, id, success());
@@ -209,8 +296,11 @@ void NotificationServer::onRequest(NotificationClient* client, const QJsonObject
         return reply(client, id, errorObject(UnknownMethod));
     if (params.isEmpty())
         return reply(client, id, errorObject(BadParams));
+    if (const int fault = objection(m_service, client->address(), method, params.first()))
+        return reply(client, id, errorObject(Fault(fault)));
+    const QPointer<NotificationClient> alive(client);
     reply(client, id, success());
-    if (m_clients.contains(client->address()))
+    if (alive && client->stage() == NotificationClient::Stage::LoggedIn)
         m_service.receiveMessage(client->address(), method, params, client->number());
 }
 
@@ -225,17 +315,12 @@ void NotificationServer::send(const QString& address, const QString& method, con
     NotificationClient* client = m_clients.value(address);
     if (client == nullptr)
         return;
-    if (m_lastText.isEmpty() || method != m_lastMethod || !params.isSharedWith(m_lastParams)) {
-        m_lastMethod = method;
-        m_lastParams = params;
-        const QJsonObject message{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-                                  {QStringLiteral("method"), method},
-                                  {QStringLiteral("params"), QJsonArray::fromVariantList(params)}};
-        m_lastText = QString::fromUtf8(QJsonDocument(message).toJson(QJsonDocument::Compact));
-        m_lastText.chop(1);
-        m_lastText += QLatin1String(",\"seq\":");
-    }
-    if (!client->enqueue(m_lastText))
+    QString text = NotificationMessage::parameters(QJsonArray::fromVariantList(params));
+    if (text == m_lastParams)
+        text = m_lastParams; // many clients are sent the same: what waits for them stands in memory once
+    else
+        m_lastParams = text;
+    if (!client->enqueue(method, text))
         cutOff(client);
 }
 
@@ -245,7 +330,7 @@ void NotificationServer::cutOff(NotificationClient* client)
     m_clients.remove(client->address());
     client->dropQueue();
     client->part(QStringLiteral("lagging"));
-    m_service.disconnectSubscriber(client->address());
+    signOff(m_service, client->address());
 }
 
 void NotificationServer::forget(NotificationClient* client)
@@ -254,6 +339,6 @@ void NotificationServer::forget(NotificationClient* client)
     client->deleteLater();
     if (m_clients.remove(client->address())) {
         qInfo("NotificationServer: %s is gone", qUtf8Printable(client->address()));
-        m_service.disconnectSubscriber(client->address());
+        signOff(m_service, client->address());
     }
 }

@@ -37,7 +37,12 @@ class QWebSocketServer;
 /// is cut off at once, with a log line: it is forgotten, what waited is dropped, and the last it can read is "lagging"
 /// with the number of messages dropped, its "seq" behind theirs. If it does not even read that within partingMs, the
 /// connection is aborted. Before log-in a client may send longestLogin bytes and take loginMs; at most mostStrangers
-/// wait for their log-in, the longest-waiting goes first. A wrong token ends the connection.
+/// wait for their log-in, the longest-waiting goes first. A wrong token ends the connection. A text in which an object
+/// has a key twice counts as no JSON.
+///
+/// A client may observe mostSources sources and hold mostExtensions extension names, none longer than longestName. A
+/// name that another subscriber holds it can neither take over nor take away. A request beyond that is answered with an
+/// error and changes nothing. When the client goes, its names are free again.
 class NotificationServer : public QObject
 {
     Q_OBJECT
@@ -48,6 +53,9 @@ public:
     static constexpr int loginMs = 5000;
     static constexpr int longestLogin = 4096;         ///< bytes
     static constexpr int longestMessage = 256 * 1024; ///< bytes, after log-in
+    static constexpr int mostSources = 1000;
+    static constexpr int mostExtensions = 100;
+    static constexpr int longestName = 200; ///< characters, of a source or an extension
     static constexpr int mostQueued = 1000;
     static constexpr int mostQueuedCharacters = 1024 * 1024;
     static constexpr int partingMs = 5000;
@@ -74,21 +82,21 @@ private:
     void onMessage(NotificationClient* client, const QString& text);
     void onRequest(NotificationClient* client, const QJsonObject& request);
     void login(NotificationClient* client, const QJsonObject& request);
+    void onOverdue(NotificationClient* client);
     void reply(NotificationClient* client, const QJsonValue& id, const QJsonObject& resultOrError);
     void send(const QString& address, const QString& method, const QVariantList& params);
     void cutOff(NotificationClient* client);
     void forget(NotificationClient* client);
+    template<typename Handle>
+    void inSignalOfSocket(Handle handle);
 
     CNotificationService& m_service;
     QByteArray m_tokenHash;
     QWebSocketServer* m_server;
-    QHash<QString, NotificationClient*> m_clients;     // by address
+    QHash<QString, NotificationClient*> m_clients;     // those logged in, by address
     QList<NotificationClient*> m_strangers;            // the longest-waiting first
     QHash<QString, QPointer<QSslSocket>> m_tlsSockets; // taken over and not yet WebSockets, by peer
     qint64 m_connections = 0;
-
-    // The text of the last message: many clients are sent the same one.
-    QString m_lastMethod;
-    QVariantList m_lastParams;
-    QString m_lastText;
+    QString m_lastParams;      // shared by all that were sent the same
+    int m_signalsOfSocket = 0; // that are being handled
 };
