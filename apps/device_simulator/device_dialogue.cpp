@@ -1,5 +1,7 @@
 #include "device_dialogue.h"
 
+#include <foundation/core/json_text.h>
+
 #include <QtCore/QJsonDocument>
 
 namespace {
@@ -48,7 +50,7 @@ QJsonObject DeviceDialogue::run(const QJsonObject& question)
 
 QByteArray DeviceDialogue::answer(const QByteArray& message)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(message);
+    const QJsonDocument document = CJsonText::read(message);
     QJsonObject answer =
         document.isObject() ? run(document.object()) : errorAnswer(QStringLiteral("this is no JSON object"));
     if (document.object().contains(QLatin1String("id")))

@@ -3,8 +3,7 @@
 #include "device_dialogue.h"
 #include "faulty_wire.h"
 
-#include <foundation/core/device_id.h>
-#include <foundation/core/system_id.h>
+#include <foundation/network/device_identity.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
@@ -37,11 +36,8 @@ public:
         int falseAnswers = 0;
     };
 
-    struct Settings
+    struct Settings : DeviceIdentity
     {
-        CDeviceId id;
-        int type = 0;
-        CSystemId system;
         QStringList urls;                               ///< applications to call, in order of preference; may be empty
         QSslConfiguration tls;                          ///< null: no TLS, and no proof of who the device is
         bool replay = false;                            ///< answers another challenge than the one it was given

@@ -7,16 +7,9 @@ namespace {
 // What the query asks for: network gateways.
 constexpr int queriedDeviceType = 41;
 
-struct DeviceInfo
-{
-    CDeviceId deviceId;
-    CSystemId systemId;
-    int deviceType = 0;
-};
-
 // The content of a result that came from `sender`.
-DeviceInfo receivedDeviceInfo(const QMap<CDeviceDiscoveryBase::Header, QVariant>& headers, const QHostAddress& sender,
-                              quint16 senderPort)
+DeviceIdentity receivedDeviceInfo(const QMap<CDeviceDiscoveryBase::Header, QVariant>& headers,
+                                  const QHostAddress& sender, quint16 senderPort)
 {
     qInfo("CDeviceDiscovery: Received device info from %s:%u", qPrintable(sender.toString()), senderPort);
     return {CDeviceId(headers.value(CDeviceDiscoveryBase::DeviceId).toUInt()),
@@ -84,10 +77,10 @@ bool CDeviceDiscoveryAppSide::parseDeviceInfoResult(QTcpSocket* socket, CDeviceI
     const auto headers = parseHeaders(socket->readAll(), type);
     if (type != DeviceInfoResult)
         return false;
-    const DeviceInfo info = receivedDeviceInfo(headers, plainAddress(socket->peerAddress()), socket->peerPort());
-    deviceId = info.deviceId;
-    systemId = info.systemId;
-    deviceType = info.deviceType;
+    const DeviceIdentity device = receivedDeviceInfo(headers, plainAddress(socket->peerAddress()), socket->peerPort());
+    deviceId = device.id;
+    systemId = device.system;
+    deviceType = device.type;
     return true;
 }
 
@@ -96,6 +89,6 @@ void CDeviceDiscoveryAppSide::receiveMessage(DatagramType type, const QMap<Heade
 {
     if (type != DeviceInfoResult)
         return;
-    const DeviceInfo info = receivedDeviceInfo(headers, sender, senderPort);
-    Q_EMIT deviceInfoReceived(sender, senderPort, info.deviceId, info.systemId, info.deviceType);
+    const DeviceIdentity device = receivedDeviceInfo(headers, sender, senderPort);
+    Q_EMIT deviceInfoReceived(sender, senderPort, device.id, device.system, device.type);
 }

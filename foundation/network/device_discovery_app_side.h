@@ -1,8 +1,7 @@
 #pragma once
 
-#include <foundation/core/device_id.h>
-#include <foundation/core/system_id.h>
 #include <foundation/network/device_discovery_base.h>
+#include <foundation/network/device_identity.h>
 
 #include <QtCore/QPointer>
 #include <QtNetwork/QTcpSocket>

@@ -23,11 +23,8 @@ struct Target
     bool broadcast = false;
 };
 
-struct Found
+struct Found : DeviceIdentity
 {
-    CDeviceId id;
-    CSystemId system;
-    int type = 0;
     QHostAddress address;
     quint16 port = 0;
     QStringList how;
@@ -106,7 +103,7 @@ public:
         m_discovery.setSystemId(system.value());
         connect(&m_discovery, &CDeviceDiscoveryAppSide::deviceInfoReceived, this,
                 [this](const QHostAddress& address, quint16 from, CDeviceId id, CSystemId of, int type) {
-                    onFound({id, of, type, plainAddress(address), from, {}, 0},
+                    onFound({{id, of, type}, plainAddress(address), from, {}, 0},
                             m_discovery.answeringSocket() ? QStringLiteral("TCP") : QString());
                 });
         connect(&m_discovery, &CDeviceDiscoveryAppSide::tcpQueryFailed, this,

@@ -1,5 +1,6 @@
 #include "server/device_link.h"
 
+#include <foundation/core/json_text.h>
 #include <foundation/network/web_socket_connection.h>
 
 #include <QtCore/QJsonDocument>
@@ -42,6 +43,6 @@ void DeviceLink::close()
 void DeviceLink::onData(const QByteArray& data)
 {
     ++m_received;
-    const QJsonObject answer = QJsonDocument::fromJson(data).object();
+    const QJsonObject answer = CJsonText::read(data).object();
     Q_EMIT answered(answer.value(QLatin1String("id")).toInt(), answer);
 }

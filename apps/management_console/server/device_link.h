@@ -1,7 +1,6 @@
 #pragma once
 
-#include <foundation/core/device_id.h>
-#include <foundation/core/system_id.h>
+#include <foundation/network/device_identity.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonObject>
@@ -17,11 +16,8 @@ class DeviceLink : public QObject
     Q_OBJECT
 
 public:
-    struct Identity
+    struct Identity : DeviceIdentity
     {
-        CDeviceId id;
-        int type = 0;
-        CSystemId system;
         QString peer;
         int handshakeMs = 0; ///< from accept to the end of all checks
     };

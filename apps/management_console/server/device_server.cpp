@@ -89,7 +89,7 @@ void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebS
 {
     const int blank = origin.lastIndexOf(QLatin1Char(' '));
     const qint64 acceptedMs = origin.mid(blank + 1).toLongLong();
-    const DeviceLink::Identity device{id, type, system, origin.left(blank), int(m_door->elapsedMs() - acceptedMs)};
+    const DeviceLink::Identity device{{id, system, type}, origin.left(blank), int(m_door->elapsedMs() - acceptedMs)};
     auto* link = new DeviceLink(device, socket, m_pingSeconds, this);
     // A device that calls again has lost its old link, even if this end does not know it yet.
     if (DeviceLink* stale = m_links.value(id.value())) {
