@@ -172,6 +172,17 @@ QString ConnectionJob::currentCandidate() const
     return hasCandidates() ? d->candidates.first() : QString();
 }
 
+void ConnectionJob::holdClock()
+{
+    stopStepTimer();
+}
+
+void ConnectionJob::letClockGo()
+{
+    if (!d->over && !d->stepping && d->stepTimer == 0)
+        startStepTimer();
+}
+
 bool ConnectionJob::isOver() const
 {
     return d->over;
@@ -224,7 +235,7 @@ void ConnectionJob::resume()
             d->stepAgain = true;
     }
     d->stepping = false;
-    d->stepTimer = startTimer(ConnectionTiming::current().step, Qt::CoarseTimer);
+    startStepTimer();
 }
 
 void ConnectionJob::dispose()
@@ -477,6 +488,11 @@ void ConnectionJob::onIpAddressReceived()
         d->candidates.prepend(addresses);
     }
     resume();
+}
+
+void ConnectionJob::startStepTimer()
+{
+    d->stepTimer = startTimer(ConnectionTiming::current().step, Qt::CoarseTimer);
 }
 
 void ConnectionJob::stopStepTimer()

@@ -41,6 +41,9 @@ public:
                   QNetworkAccessManager* networkAccessManager, const QString& path, QObject* parent = nullptr);
     ~ConnectionJob() override;
 
+    /// While a receiver decides about a socket, however long that takes, the attempt's time stands still.
+    void holdClock();
+    void letClockGo();
     /// Finished or disposed of: nobody waits for its sockets any more.
     bool isOver() const;
     bool hasCandidates() const;
@@ -96,6 +99,7 @@ private:
     Step queryUdp(const QString& candidate, const QHostAddress& address, quint16 port);
     void onProbeFinished(const QString& location);
     void openWebSocket(const QString& candidate, const QString& location);
+    void startStepTimer();
     void stopStepTimer();
     void abortLookUp();
     void abortProbe();

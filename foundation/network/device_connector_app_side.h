@@ -3,17 +3,11 @@
 #include <foundation/core/system_id.h>
 #include <foundation/network/device_connector_base.h>
 
-#include <QtCore/QHash>
-#include <QtCore/QPointer>
-#include <QtCore/QTimer>
 #include <QtNetwork/QSslSocket>
 #include <QtNetwork/QTcpSocket>
 #include <QtWebSockets/QWebSocket>
 
-class CDeviceDiscoveryAppSide;
-class DeviceHandshake;
-class HeldSockets;
-class QWebSocketServer;
+#include <memory>
 
 /// An application's end of the device link: reaches devices, and lets those in that call and prove who they are.
 ///
@@ -80,16 +74,7 @@ protected:
 private:
     void reportDevice(const QHostAddress& address, quint16 port, const CDeviceId& deviceId, const CSystemId& systemId,
                       int deviceType, QTcpSocket* socket);
-    void admit(DeviceHandshake* handshake);
-    void admitWaiting();
-    void forget(DeviceHandshake* handshake);
-    void establish(DeviceHandshake* handshake);
 
-    CDeviceDiscoveryAppSide* m_discovery;
-    bool m_udpDisabled;
-    QWebSocketServer* m_webSocketServer;
-    QHash<QPair<QHostAddress, quint16>, DeviceHandshake*> m_handshakes;
-    QList<DeviceHandshake*> m_waiting; // those of m_handshakes that wait for a place
-    QTimer m_admissionTimer;           // runs while there are any
-    HeldSockets* m_silentSockets;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -7,14 +7,25 @@
 
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
+#include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QNetworkInterface>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 
+struct CDeviceConnectorBase::Private
+{
+    bool useSsl;
+    QPointer<QNetworkAccessManager> networkAccessManager;
+    bool tcpListeningEnabled = false;
+    quint16 tcpListeningPort = 0;
+    bool connectSucceeded = false;
+    QList<ConnectionJob*> jobs = {};
+    int aborts = 0;
+};
+
 CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* networkAccessManager, QObject* parent)
     : QTcpServer(parent)
-    , m_useSsl(useSsl)
-    , m_networkAccessManager(networkAccessManager)
+    , d(new Private{useSsl, networkAccessManager})
 {
     // Travel in signals: spies, string connections and queued calls look them up by name.
     qRegisterMetaType<QHostAddress>("QHostAddress");
@@ -28,31 +39,36 @@ CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* n
 
 CDeviceConnectorBase::~CDeviceConnectorBase() = default;
 
+bool CDeviceConnectorBase::useSsl() const
+{
+    return d->useSsl;
+}
+
 void CDeviceConnectorBase::setTcpListeningPort(quint16 port)
 {
-    m_tcpListeningPort = port;
-    if (m_tcpListeningEnabled)
+    d->tcpListeningPort = port;
+    if (d->tcpListeningEnabled)
         applyTcpListeningPort();
 }
 
 void CDeviceConnectorBase::enableTcpListening()
 {
-    m_tcpListeningEnabled = true;
-    if (m_tcpListeningPort != 0)
+    d->tcpListeningEnabled = true;
+    if (d->tcpListeningPort != 0)
         applyTcpListeningPort();
 }
 
 void CDeviceConnectorBase::applyTcpListeningPort()
 {
     if (isListening()) {
-        if (serverPort() == m_tcpListeningPort)
+        if (serverPort() == d->tcpListeningPort)
             return;
         close();
     }
-    if (m_tcpListeningPort == 0)
+    if (d->tcpListeningPort == 0)
         return;
-    if (!listen(QHostAddress::Any, m_tcpListeningPort)) {
-        qWarning("CDeviceConnector: TCP listening failed on port %u", m_tcpListeningPort);
+    if (!listen(QHostAddress::Any, d->tcpListeningPort)) {
+        qWarning("CDeviceConnector: TCP listening failed on port %u", d->tcpListeningPort);
         return;
     }
     setListenBacklog(socketDescriptor(), ConnectionLimits::listenBacklog);
@@ -61,7 +77,7 @@ void CDeviceConnectorBase::applyTcpListeningPort()
 
 void CDeviceConnectorBase::addIncomingConnection(qintptr descriptor)
 {
-    QTcpSocket* socket = m_useSsl ? new QSslSocket(this) : new QTcpSocket(this);
+    QTcpSocket* socket = d->useSsl ? new QSslSocket(this) : new QTcpSocket(this);
     if (!socket->setSocketDescriptor(descriptor)) {
         delete socket;
         return;
@@ -76,7 +92,7 @@ void CDeviceConnectorBase::connectToAddresses(const QVector<QStringList>& addres
     // All jobs stand in the list before the first one starts: a group that fails at once does not end the run.
     QList<QPointer<ConnectionJob>> started;
     for (const QStringList& group : addressGroups) {
-        auto* job = new ConnectionJob(group, port, tcpDiscovery, m_useSsl, m_networkAccessManager, path, this);
+        auto* job = new ConnectionJob(group, port, tcpDiscovery, d->useSsl, d->networkAccessManager, path, this);
         connect(job, &ConnectionJob::tcpConnectionEstablished, this, &CDeviceConnectorBase::onNewOutgoingConnection);
         connect(job, &ConnectionJob::sendDataUsingUdp, this, &CDeviceConnectorBase::onSendDataUsingUdp,
                 Qt::DirectConnection);
@@ -84,11 +100,11 @@ void CDeviceConnectorBase::connectToAddresses(const QVector<QStringList>& addres
         connect(job, &ConnectionJob::updateResolvedHostname, this, &CDeviceConnectorBase::updateResolvedHostname);
         connect(job, &ConnectionJob::webSocketInitialDataReceived, this,
                 &CDeviceConnectorBase::onNewOutgoingWebSocketConnection);
-        if (m_jobs.isEmpty()) {
+        if (d->jobs.isEmpty()) {
             qDebug("CDeviceConnector: Start connect to addresses");
-            m_connectSucceeded = false;
+            d->connectSucceeded = false;
         }
-        m_jobs.append(job);
+        d->jobs.append(job);
         started.append(job);
     }
     // A receiver may abort the run or delete the connector meanwhile; jobs that were disposed of do not start.
@@ -100,18 +116,24 @@ void CDeviceConnectorBase::connectToAddresses(const QVector<QStringList>& addres
 
 void CDeviceConnectorBase::abortConnectToAddresses()
 {
-    const auto jobs = m_jobs;
-    m_jobs.clear();
-    m_connectSucceeded = true; // an aborted run is not a failed one
+    const auto jobs = d->jobs;
+    d->jobs.clear();
+    d->connectSucceeded = true; // an aborted run is not a failed one
+    ++d->aborts;
     for (ConnectionJob* job : jobs)
         job->dispose();
+}
+
+int CDeviceConnectorBase::aborts() const
+{
+    return d->aborts;
 }
 
 void CDeviceConnectorBase::connectionJobCompleted(const QHostAddress& address, const CDeviceId& deviceId,
                                                   const QString& discoverAddress)
 {
     QList<QPointer<ConnectionJob>> answered;
-    for (ConnectionJob* job : qAsConst(m_jobs)) {
+    for (ConnectionJob* job : qAsConst(d->jobs)) {
         if (job->isAnsweredBy(address, deviceId, discoverAddress))
             answered.append(job);
     }
@@ -125,15 +147,15 @@ void CDeviceConnectorBase::connectionJobCompleted(const QHostAddress& address, c
 void CDeviceConnectorBase::onConnectionJobFinished(bool success)
 {
     auto* job = qobject_cast<ConnectionJob*>(sender());
-    if (!job || !m_jobs.removeOne(job))
+    if (!job || !d->jobs.removeOne(job))
         return;
     job->dispose();
     if (success)
-        m_connectSucceeded = true;
-    if (!m_jobs.isEmpty())
+        d->connectSucceeded = true;
+    if (!d->jobs.isEmpty())
         return;
-    qDebug("CDeviceConnector: Finished connect to address %s", m_connectSucceeded ? "successfully" : "without result");
-    Q_EMIT connectToAddressesFinished(m_connectSucceeded);
+    qDebug("CDeviceConnector: Finished connect to address %s", d->connectSucceeded ? "successfully" : "without result");
+    Q_EMIT connectToAddressesFinished(d->connectSucceeded);
 }
 
 QStringList CDeviceConnectorBase::getTcpListeningAddrs() const

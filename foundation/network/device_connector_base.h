@@ -3,14 +3,15 @@
 #include <foundation/core/device_id.h>
 #include <foundation/core/export.h>
 
-#include <QtCore/QPointer>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 #include <QtNetwork/QHostAddress>
-#include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QTcpServer>
 
+#include <memory>
+
 class ConnectionJob;
+class QNetworkAccessManager;
 class QWebSocket;
 
 /// What the connectors of both ends share: listening for TCP connections, and running connection jobs.
@@ -33,7 +34,7 @@ public:
     CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* networkAccessManager, QObject* parent = nullptr);
     ~CDeviceConnectorBase() override;
 
-    bool useSsl() const { return m_useSsl; }
+    bool useSsl() const;
 
     /// The port to listen on, at once when listening is enabled; 0 stops listening. A failure is logged once.
     void setTcpListeningPort(quint16 port);
@@ -74,15 +75,13 @@ Q_SIGNALS:
 protected:
     /// Queues an accepted connection as a TLS socket that has not started TLS yet, or as a plain one.
     void addIncomingConnection(qintptr descriptor);
+    /// How many runs were aborted: what was heard before the last of them is reported no more.
+    int aborts() const;
 
 private:
     void applyTcpListeningPort();
     void onConnectionJobFinished(bool success);
 
-    bool m_useSsl;
-    bool m_tcpListeningEnabled = false;
-    quint16 m_tcpListeningPort = 0;
-    QPointer<QNetworkAccessManager> m_networkAccessManager;
-    bool m_connectSucceeded = false;
-    QList<ConnectionJob*> m_jobs;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -57,15 +57,22 @@ private:
 
 } // namespace
 
+struct CDeviceConnectorDeviceSide::Private
+{
+    CDeviceDiscoveryDeviceSide* discovery;
+    HeldSockets* startingSockets; // accepted, TLS not up yet
+    HeldSockets* refusedSockets;
+};
+
 CDeviceConnectorDeviceSide::CDeviceConnectorDeviceSide(quint16 udpPort, bool useSsl,
                                                        QNetworkAccessManager* networkAccessManager, QObject* parent)
     : CDeviceConnectorBase(useSsl, networkAccessManager, parent)
-    , m_discovery(new CDeviceDiscoveryDeviceSide(udpPort, this))
-    , m_startingSockets(new HeldSockets(ConnectionLimits::startingConnections, this))
-    , m_refusedSockets(new HeldSockets(ConnectionLimits::refusedConnections, this))
+    , d(new Private{new CDeviceDiscoveryDeviceSide(udpPort, this),
+                    new HeldSockets(ConnectionLimits::startingConnections, this),
+                    new HeldSockets(ConnectionLimits::refusedConnections, this)})
 {
     connect(this, &QTcpServer::newConnection, this, &CDeviceConnectorDeviceSide::onNewIncomingConnection);
-    connect(m_startingSockets, &HeldSockets::dropping, this, [](QObject* dropped, bool crowded) {
+    connect(d->startingSockets, &HeldSockets::dropping, this, [](QObject* dropped, bool crowded) {
         const auto* socket = static_cast<QTcpSocket*>(dropped);
         qWarning("CDeviceConnectorDeviceSide: Dropped connection of %s:%u due to %s.",
                  qUtf8Printable(socket->peerAddress().toString()), socket->peerPort(),
@@ -78,29 +85,29 @@ CDeviceConnectorDeviceSide::~CDeviceConnectorDeviceSide() = default;
 
 void CDeviceConnectorDeviceSide::setDeviceId(quint32 deviceId)
 {
-    m_discovery->setDeviceId(deviceId);
+    d->discovery->setDeviceId(deviceId);
 }
 
 void CDeviceConnectorDeviceSide::setDeviceType(int deviceType)
 {
-    m_discovery->setDeviceType(deviceType);
+    d->discovery->setDeviceType(deviceType);
 }
 
 void CDeviceConnectorDeviceSide::setSystemId(quint32 systemId)
 {
-    m_discovery->setSystemId(systemId);
+    d->discovery->setSystemId(systemId);
 }
 
 void CDeviceConnectorDeviceSide::setUdpDiscoveryPort(quint16 port)
 {
-    m_discovery->bindOnUdpPort(port);
+    d->discovery->bindOnUdpPort(port);
 }
 
 void CDeviceConnectorDeviceSide::connectToApplication(const QStringList& addresses)
 {
     abortConnectToAddresses();
     const QString path = DeviceRequest::pathOf(
-        {CDeviceId(m_discovery->deviceId()), CSystemId(m_discovery->systemId()), m_discovery->deviceType()});
+        {CDeviceId(d->discovery->deviceId()), CSystemId(d->discovery->systemId()), d->discovery->deviceType()});
     connectToAddresses({addresses}, 0, true, path);
 }
 
@@ -139,7 +146,7 @@ void CDeviceConnectorDeviceSide::handOver(QTcpSocket* socket, bool outgoing)
 
 void CDeviceConnectorDeviceSide::onNewOutgoingConnection(QTcpSocket* socket)
 {
-    m_discovery->sendDeviceInfoResult(socket);
+    d->discovery->sendDeviceInfoResult(socket);
     if (auto* sslSocket = qobject_cast<QSslSocket*>(socket)) {
         connect(sslSocket, &QSslSocket::encrypted, this, &CDeviceConnectorDeviceSide::onOutgoingConnectionEncrypted,
                 Qt::QueuedConnection);
@@ -167,7 +174,7 @@ QByteArray CDeviceConnectorDeviceSide::answerTo(const QByteArray& initialRequest
     ChallengeRequest request;
     if (!ChallengeRequest::parse(initialRequest, request))
         return QByteArray();
-    ChallengeAnswer answer{Challenge::textFor(request, CDeviceId(m_discovery->deviceId()), server), {}, {}};
+    ChallengeAnswer answer{Challenge::textFor(request, CDeviceId(d->discovery->deviceId()), server), {}, {}};
     const QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
     const QSslCertificate certificate = configuration.localCertificate();
     const QSslKey key = configuration.privateKey();
@@ -228,7 +235,7 @@ void CDeviceConnectorDeviceSide::incomingConnection(qintptr descriptor)
     socket->setReadBufferSize(1);
     connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
     if (socket->setSocketDescriptor(descriptor))
-        m_refusedSockets->add(socket, ConnectionTiming::current().refused);
+        d->refusedSockets->add(socket, ConnectionTiming::current().refused);
     else
         delete socket;
 }
@@ -241,7 +248,7 @@ void CDeviceConnectorDeviceSide::onNewIncomingConnection()
         if (auto* sslSocket = qobject_cast<QSslSocket*>(socket)) {
             connect(socket, &QTcpSocket::readyRead, this,
                     &CDeviceConnectorDeviceSide::onIncomingConnectionDataReceived);
-            m_startingSockets->add(sslSocket, ConnectionTiming::current().tls);
+            d->startingSockets->add(sslSocket, ConnectionTiming::current().tls);
         } else {
             handOver(socket, false);
         }
@@ -255,7 +262,7 @@ void CDeviceConnectorDeviceSide::onIncomingConnectionDataReceived()
         return;
     disconnect(socket, &QTcpSocket::readyRead, this, &CDeviceConnectorDeviceSide::onIncomingConnectionDataReceived);
     if (socket->peek(discoveryPrefixLength) == discoveryPrefix)
-        m_discovery->checkMessageAndSendDeviceInforResult(socket);
+        d->discovery->checkMessageAndSendDeviceInforResult(socket);
     connect(socket, &QSslSocket::encrypted, this, &CDeviceConnectorDeviceSide::onIncomingConnectionEncrypted,
             Qt::QueuedConnection);
     startTls(socket);
@@ -266,6 +273,6 @@ void CDeviceConnectorDeviceSide::onIncomingConnectionEncrypted()
     auto* socket = qobject_cast<QSslSocket*>(sender());
     if (!socket || socket->state() != QAbstractSocket::ConnectedState)
         return;
-    m_startingSockets->release(socket);
+    d->startingSockets->release(socket);
     handOver(socket, false);
 }

@@ -6,8 +6,7 @@
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 
-class CDeviceDiscoveryDeviceSide;
-class HeldSockets;
+#include <memory>
 
 /// A device's end of the device link: answers discovery, accepts applications that call, and calls applications.
 ///
@@ -72,7 +71,6 @@ private:
     QByteArray answerTo(const QByteArray& initialRequest, const QHostAddress& server) const;
     void concludeOutgoingWebSocketConnection(QWebSocket* socket, const QString& discoverAddress);
 
-    CDeviceDiscoveryDeviceSide* m_discovery;
-    HeldSockets* m_startingSockets; // accepted, TLS not up yet
-    HeldSockets* m_refusedSockets;
+    struct Private;
+    std::unique_ptr<Private> d;
 };

@@ -16,6 +16,18 @@ void silenceJob(QObject* socket, QObject* owner)
 
 } // namespace
 
+void holdClock(QObject* owner)
+{
+    if (auto* job = qobject_cast<ConnectionJob*>(owner))
+        job->holdClock();
+}
+
+void letClockGo(QObject* owner)
+{
+    if (auto* job = qobject_cast<ConnectionJob*>(owner))
+        job->letClockGo();
+}
+
 void liftLimits(QWebSocket* webSocket)
 {
     webSocket->setMaxAllowedIncomingFrameSize(QWebSocket::maxIncomingFrameSize());

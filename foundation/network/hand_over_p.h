@@ -10,6 +10,10 @@
 class QTcpSocket;
 class QWebSocket;
 
+/// Nothing happens when `owner` is no job.
+void holdClock(QObject* owner);
+void letClockGo(QObject* owner);
+
 /// A socket's way from one owner to the next. It is offered by a signal; a receiver takes it over by setting another
 /// parent. What arrived before the new owner listened is announced to it once more.
 ///
@@ -21,6 +25,7 @@ class QWebSocket;
 ///         socket->abort();
 ///
 /// Nothing but the socket is touched, so that the sender need not exist any more.
+/// The time of a job to which the socket belonged stands still meanwhile.
 template<typename Socket>
 class HandOver
 {
@@ -31,7 +36,11 @@ public:
         , m_formerly(socket->parent())
         , m_state(socket->state())
     {
+        holdClock(m_owner);
     }
+    ~HandOver() { letClockGo(m_owner); }
+    HandOver(const HandOver&) = delete;
+    HandOver& operator=(const HandOver&) = delete;
 
     /// It has another parent. Neither this nor isLeft: it was deleted.
     bool isTaken() const { return m_socket && m_socket->parent() != m_formerly; }

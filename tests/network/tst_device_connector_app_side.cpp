@@ -3,6 +3,7 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/network/device_discovery_app_side.h>
+#include <foundation/network/device_discovery_app_side.h>
 
 #include <kyr_crypto/crypto_service.h>
 
@@ -605,6 +606,16 @@ private Q_SLOTS:
         ConnectionTiming::current().step = 200;
         connector.connectToDevices({{QStringLiteral("127.0.0.1"), QLatin1String(other)}});
         QTRY_COMPARE(finished.value(1), QVariantList{false});
+        QCOMPARE(reported.size(), 2);
+
+        // After an abort nothing is reported of what was heard before.
+        const auto* discovery = connector.findChild<CDeviceDiscoveryAppSide*>();
+        QSignalSpy heard(discovery, &CDeviceDiscoveryAppSide::deviceInfoReceived);
+        connect(discovery, &CDeviceDiscoveryAppSide::deviceInfoReceived, &connector,
+                &CDeviceConnectorAppSide::abortConnectToDevices);
+        connector.connectToDevices({{QStringLiteral("127.0.0.1")}});
+        QTRY_COMPARE(heard.size(), 1);
+        QTest::qWait(20);
         QCOMPARE(reported.size(), 2);
     }
 };

@@ -346,7 +346,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("way");
         QTest::addColumn<QByteArray>("deed");
         for (const char* way : {"tcp out", "tls in", "tcp in", "web"}) {
-            for (const char* deed : {"delete socket", "delete device", "abort run", "nothing"})
+            for (const char* deed : {"delete socket", "delete device", "abort run", "nothing", "take long"})
                 QTest::addRow("%s: %s", way, deed) << QByteArray(way) << QByteArray(deed);
         }
     }
@@ -354,7 +354,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, way);
         QFETCH(QByteArray, deed);
-        ConnectionTiming::current().step = way == "web" ? 1500 : 200;
+        ConnectionTiming::current().step = way != "web" ? 200 : deed == "take long" ? 300 : 1500;
         QNetworkAccessManager manager;
         RawApplication application("{\"random\": \"0123456789abcdef\"}");
         QPointer<Device> device = new Device(way.startsWith("tls"), &manager);
@@ -366,6 +366,8 @@ private Q_SLOTS:
                 delete socket;
             else if (hold == "abort run")
                 device->abortConnectToAddresses();
+            else if (hold == "take long") // with an event loop of its own, until the attempt's time is long over
+                QTest::qWait(3 * ConnectionTiming::current().step), socket->setParent(&device->owner);
             else if (hold == "delete device")
                 QMetaObject::invokeMethod(
                     socket, [&] { delete device; }, Qt::DirectConnection);
@@ -384,6 +386,8 @@ private Q_SLOTS:
         QTRY_VERIFY(deeds > 0);
         if (!way.endsWith("in") && (deed == "nothing" || deed == "delete socket"))
             QTRY_COMPARE(finished.value(0), QVariantList{false});
+        if (!way.endsWith("in") && deed == "take long")
+            QTRY_COMPARE(finished.value(0), QVariantList{true});
         QTest::qWait(20);
         delete device;
     }
