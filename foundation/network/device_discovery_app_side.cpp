@@ -62,10 +62,11 @@ void CDeviceDiscoveryAppSide::onTcpReadyRead()
         return;
     }
     const QPointer<CDeviceDiscoveryAppSide> alive(this);
+    const auto outer = m_answering; // of a receiver that runs an event loop of its own
     m_answering = socket;
     receiveMessage(type, headers, plainAddress(socket->peerAddress()), socket->peerPort());
     if (alive)
-        m_answering = nullptr;
+        m_answering = outer;
 }
 
 bool CDeviceDiscoveryAppSide::parseDeviceInfoResult(QTcpSocket* socket, CDeviceId& deviceId, CSystemId& systemId,
