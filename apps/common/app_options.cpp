@@ -14,6 +14,7 @@ void AppOptions::addSwitch(const QString& name, const QString& description)
 {
     if (!add(QCommandLineOption(name, description)))
         return;
+    m_switches.append(name);
     m_optionHelp.append(QStringLiteral("  --%1%2").arg(name.leftJustified(24), description));
 }
 
@@ -88,23 +89,29 @@ QByteArray AppOptions::variable(const QString& name) const
     return m_prefix + '_' + name.toUpper().replace(QLatin1Char('-'), QLatin1Char('_')).toLatin1();
 }
 
+QString AppOptions::fromEnvironment(const QString& name) const
+{
+    if (name == QLatin1String("help") || name == QLatin1String("version"))
+        return QString();
+    return CEnvironmentVariable::valueTrimmed(variable(name).constData());
+}
+
 bool AppOptions::isSet(const QString& name) const
 {
-    if (CEnvironmentVariable::isSet(variable(name).constData()))
-        return CEnvironmentVariable::hasArg({}, "", variable(name).constData());
-    return m_parser.isSet(name);
+    if (fromEnvironment(name).isEmpty())
+        return m_parser.isSet(name);
+    return !m_switches.contains(name) || CEnvironmentVariable::hasArg({}, "", variable(name).constData());
 }
 
 QString AppOptions::value(const QString& name) const
 {
-    if (CEnvironmentVariable::isSet(variable(name).constData()))
-        return CEnvironmentVariable::valueTrimmed(variable(name).constData());
-    return m_parser.value(name);
+    const QString text = fromEnvironment(name);
+    return text.isEmpty() ? m_parser.value(name) : text;
 }
 
 QStringList AppOptions::values(const QString& name) const
 {
-    if (CEnvironmentVariable::isSet(variable(name).constData()))
+    if (!fromEnvironment(name).isEmpty())
         return value(name).split(QLatin1Char(','));
     return m_parser.values(name);
 }

@@ -19,10 +19,17 @@ IReportGenerator* loadReportGenerator(QString& error)
         for (const QString& file : files) {
             if (!QLibrary::isLibrary(file))
                 continue;
+            // The folder may hold other libraries, which are nobody's business: only what would be loaded is warned of.
             QPluginLoader loader(directory.absoluteFilePath(file));
             const QString iid = loader.metaData().value(QStringLiteral("IID")).toString();
             if (iid != QLatin1String(qobject_interface_iid<IReportGenerator*>()))
                 continue;
+            const QString trusted = CPluginHelper::trustedFile(loader.fileName());
+            if (trusted.isEmpty()) {
+                reason = QStringLiteral("%1 may be written by others: it is not loaded").arg(loader.fileName());
+                continue;
+            }
+            loader.setFileName(trusted);
             if (auto* generator = qobject_cast<IReportGenerator*>(loader.instance()))
                 return generator;
             reason = loader.errorString();

@@ -1,5 +1,10 @@
 #include <foundation/services/plugin_helper.h>
 
+#include <foundation/services/file_protection_p.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
 QList<QDir> CPluginHelper::findPluginsDirectories(const QString& basePath)
 {
     QDir directory(basePath);
@@ -25,4 +30,14 @@ QList<QDir> CPluginHelper::findPluginsDirectories(const QString& basePath)
             modules.append(module);
     }
     return modules;
+}
+
+QString CPluginHelper::trustedFile(const QString& path)
+{
+    const QString file = QFileInfo(path).canonicalFilePath();
+    if (!file.isEmpty() && isProtectedFile(QFile::encodeName(file).constData()))
+        return file;
+    qWarning("PluginHelper: %s is passed over: others than the user and root may write it or a folder above",
+             qUtf8Printable(path));
+    return QString();
 }

@@ -5,6 +5,8 @@
 
 #include <QtTest/QtTest>
 
+#include <sys/stat.h>
+
 #include <array>
 
 namespace {
@@ -169,6 +171,35 @@ private Q_SLOTS:
             for (const QDir& directory : CPluginHelper::findPluginsDirectories(root.filePath(base)))
                 found.append(root.relativeFilePath(directory.canonicalPath()));
             QCOMPARE(found.join(' '), expected);
+        }
+    }
+
+    void trustsNoFileThatOthersMayWrite()
+    {
+        const QTemporaryDir temporary; // stands in a folder that all may write, but not delete each other's files in
+        const QDir root(QFileInfo(temporary.path()).canonicalFilePath());
+        QVERIFY(root.mkpath("above/folder"));
+        const QString file = root.filePath("above/folder/module");
+        QVERIFY(QFile("/dev/null").copy(file) && QFile::link(file, root.filePath("link")));
+        // Modes of the file, its folder and the one above.
+        const std::tuple<uint, uint, uint, bool> rows[] = {
+            {0644, 0755, 0755, true},  {0664, 0755, 0755, false},  {0646, 0755, 0755, false},
+            {0644, 0775, 0755, false}, {0644, 0757, 0755, false},  {0644, 0755, 0777, false},
+            {0644, 0755, 01777, true}, {0644, 01777, 0755, false}, {0400, 0700, 0700, true},
+        };
+        for (const auto& [fileMode, folderMode, aboveMode, trusted] : rows) {
+            QCOMPARE(::chmod(QFile::encodeName(file), fileMode)
+                         + ::chmod(QFile::encodeName(root.filePath("above/folder")), folderMode)
+                         + ::chmod(QFile::encodeName(root.filePath("above")), aboveMode),
+                     0);
+            for (const QString& path : {file, root.filePath("link")}) {
+                if (!trusted)
+                    QTest::ignoreMessage(
+                        QtWarningMsg,
+                        qPrintable("PluginHelper: " + path
+                                   + " is passed over: others than the user and root may write it or a folder above"));
+                QCOMPARE(CPluginHelper::trustedFile(path), trusted ? file : QString());
+            }
         }
     }
 };
