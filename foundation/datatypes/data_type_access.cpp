@@ -148,89 +148,26 @@ using IntegrationFamily = Enumeration<integrationTable, CDataType::IntegrationUn
 
 // One line a function.
 // clang-format off
-const char* CDataType::actionProfileClassToString(CActionProfileClass value) { return ActionProfileClassFamily::text(value); }
-CActionProfileClass CDataType::actionProfileClassCast(int value) { return ActionProfileClassFamily::cast(value); }
-QList<CActionProfileClass> CDataType::actionProfileClassValues() { return ActionProfileClassFamily::values(); }
-CActionProfileClass CDataType::actionProfileClassFromString(const QByteArray& text) { return ActionProfileClassFamily::fromText(text); }
-
-const char* CDataType::authPointClassToString(CAuthPointClass value) { return AuthPointClassFamily::text(value); }
-CAuthPointClass CDataType::authPointClassCast(int value) { return AuthPointClassFamily::cast(value); }
-QList<CAuthPointClass> CDataType::authPointClassValues() { return AuthPointClassFamily::values(); }
-CAuthPointClass CDataType::authPointClassFromString(const QByteArray& text) { return AuthPointClassFamily::fromText(text); }
-
-const char* CDataType::positionClassToString(CPositionClass value) { return PositionClassFamily::text(value); }
-CPositionClass CDataType::positionClassCast(int value) { return PositionClassFamily::cast(value); }
-QList<CPositionClass> CDataType::positionClassValues() { return PositionClassFamily::values(); }
-CPositionClass CDataType::positionClassFromString(const QByteArray& text) { return PositionClassFamily::fromText(text); }
-
-const char* CDataType::userClassToString(CUserClass value) { return UserClassFamily::text(value); }
-CUserClass CDataType::userClassCast(int value) { return UserClassFamily::cast(value); }
-QList<CUserClass> CDataType::userClassValues() { return UserClassFamily::values(); }
-CUserClass CDataType::userClassFromString(const QByteArray& text) { return UserClassFamily::fromText(text); }
-
-const char* CDataType::accessPointFunctionToString(AccessPointFunction value) { return AccessPointFunctionFamily::text(value); }
-CDataType::AccessPointFunction CDataType::accessPointFunctionCast(int value) { return AccessPointFunctionFamily::cast(value); }
-QList<CDataType::AccessPointFunction> CDataType::accessPointFunctionValues() { return AccessPointFunctionFamily::values(); }
-CDataType::AccessPointFunction CDataType::accessPointFunctionFromString(const QByteArray& text) { return AccessPointFunctionFamily::fromText(text); }
-
-const char* CDataType::accessRightOptionToString(AccessRightOption value) { return AccessRightOptionFamily::text(value); }
-CDataType::AccessRightOption CDataType::accessRightOptionCast(int value) { return AccessRightOptionFamily::cast(value); }
-QList<CDataType::AccessRightOption> CDataType::accessRightOptionValues(AccessRightOptions flags) { return AccessRightOptionFamily::values(flags); }
-CDataType::AccessRightOption CDataType::accessRightOptionFromString(const QByteArray& text) { return AccessRightOptionFamily::fromText(text); }
-CDataType::AccessRightOptions CDataType::accessRightOptionsCast(unsigned int value) { return AccessRightOptionFamily::castSet(value); }
-QStringList CDataType::accessRightOptionsToStrings(AccessRightOptions flags) { return AccessRightOptionFamily::texts(flags); }
+KYR_ENUMERATION(ActionProfileClassFamily, actionProfileClass)
+KYR_ENUMERATION(AuthPointClassFamily, authPointClass)
+KYR_ENUMERATION(PositionClassFamily, positionClass)
+KYR_ENUMERATION(UserClassFamily, userClass)
+KYR_ENUMERATION(AccessPointFunctionFamily, accessPointFunction)
+KYR_FLAG_ENUMERATION(AccessRightOptionFamily, accessRightOption, accessRightOptions, nullptr)
 QVariant CDataType::accessRightOptionsToVariant(AccessRightOptions flags) { return AccessRightOptionFamily::toVariant(flags); }
 CDataType::AccessRightOptions CDataType::accessRightOptionsFromVariant(const QVariant& variant) { return AccessRightOptionFamily::fromVariant(variant); }
 
-const char* CDataType::alarmTypeToString(AlarmType value) { return AlarmTypeFamily::text(value); }
-CDataType::AlarmType CDataType::alarmTypeCast(int value) { return AlarmTypeFamily::cast(value); }
-QList<CDataType::AlarmType> CDataType::alarmTypeValues() { return AlarmTypeFamily::values(); }
-CDataType::AlarmType CDataType::alarmTypeFromString(const QByteArray& text) { return AlarmTypeFamily::fromText(text); }
-
-const char* CDataType::eventTypeToString(EventType value) { return EventTypeFamily::text(value); }
-CDataType::EventType CDataType::eventTypeCast(int value) { return EventTypeFamily::cast(value); }
-QList<CDataType::EventType> CDataType::eventTypeValues() { return EventTypeFamily::values(); }
-CDataType::EventType CDataType::eventTypeFromString(const QByteArray& text) { return EventTypeFamily::fromText(text); }
-
-const char* CDataType::propertyClassToString(PropertyClass value) { return PropertyClassFamily::text(value); }
-CDataType::PropertyClass CDataType::propertyClassCast(int value) { return PropertyClassFamily::cast(value); }
-QList<CDataType::PropertyClass> CDataType::propertyClassValues(PropertyClasses flags) { return PropertyClassFamily::values(flags); }
-CDataType::PropertyClass CDataType::propertyClassFromString(const QByteArray& text) { return PropertyClassFamily::fromText(text); }
-CDataType::PropertyClasses CDataType::propertyClassesCast(unsigned int value) { return PropertyClassFamily::castSet(value, "PropertyClasses"); }
-QStringList CDataType::propertyClassesToStrings(PropertyClasses flags) { return PropertyClassFamily::texts(flags); }
-
-const char* CDataType::propertyTypeToString(PropertyType value) { return PropertyTypeFamily::text(value); }
-CDataType::PropertyType CDataType::propertyTypeCast(int value) { return PropertyTypeFamily::cast(value); }
-QList<CDataType::PropertyType> CDataType::propertyTypeValues() { return PropertyTypeFamily::values(); }
-CDataType::PropertyType CDataType::propertyTypeFromString(const QByteArray& text) { return PropertyTypeFamily::fromText(text); }
-
-const char* CDataType::timeSlotDayToString(TimeSlotDay value) { return TimeSlotDayFamily::text(value); }
-CDataType::TimeSlotDay CDataType::timeSlotDayCast(int value) { return TimeSlotDayFamily::cast(value); }
-QList<CDataType::TimeSlotDay> CDataType::timeSlotDayValues(TimeSlotDays flags) { return TimeSlotDayFamily::values(flags); }
-CDataType::TimeSlotDay CDataType::timeSlotDayFromString(const QByteArray& text) { return TimeSlotDayFamily::fromText(text); }
-CDataType::TimeSlotDays CDataType::timeSlotDaysCast(unsigned int value) { return TimeSlotDayFamily::castSet(value, "TimeSlotDays"); }
-QStringList CDataType::timeSlotDaysToStrings(TimeSlotDays flags) { return TimeSlotDayFamily::texts(flags); }
-
-const char* CDataType::unlockFilterFlagToString(UnlockFilterFlag value) { return UnlockFilterFlagFamily::text(value); }
-CDataType::UnlockFilterFlag CDataType::unlockFilterFlagCast(int value) { return UnlockFilterFlagFamily::cast(value); }
-QList<CDataType::UnlockFilterFlag> CDataType::unlockFilterFlagValues(UnlockFilterFlags flags) { return UnlockFilterFlagFamily::values(flags); }
-CDataType::UnlockFilterFlag CDataType::unlockFilterFlagFromString(const QByteArray& text) { return UnlockFilterFlagFamily::fromText(text); }
-CDataType::UnlockFilterFlags CDataType::unlockFilterFlagsCast(unsigned int value) { return UnlockFilterFlagFamily::castSet(value); }
-QStringList CDataType::unlockFilterFlagsToStrings(UnlockFilterFlags flags) { return UnlockFilterFlagFamily::texts(flags); }
-
-const char* CDataType::userActionToString(UserAction value) { return UserActionFamily::text(value); }
-CDataType::UserAction CDataType::userActionCast(int value) { return UserActionFamily::cast(value); }
-QList<CDataType::UserAction> CDataType::userActionValues(UserActions flags) { return UserActionFamily::values(flags); }
-CDataType::UserAction CDataType::userActionFromString(const QByteArray& text) { return UserActionFamily::fromText(text); }
-CDataType::UserActions CDataType::userActionsCast(unsigned int value) { return UserActionFamily::castSet(value); }
-QStringList CDataType::userActionsToStrings(UserActions flags) { return UserActionFamily::texts(flags); }
+KYR_ENUMERATION(AlarmTypeFamily, alarmType)
+KYR_ENUMERATION(EventTypeFamily, eventType)
+KYR_FLAG_ENUMERATION(PropertyClassFamily, propertyClass, propertyClasses, "PropertyClasses")
+KYR_ENUMERATION(PropertyTypeFamily, propertyType)
+KYR_FLAG_ENUMERATION(TimeSlotDayFamily, timeSlotDay, timeSlotDays, "TimeSlotDays")
+KYR_FLAG_ENUMERATION(UnlockFilterFlagFamily, unlockFilterFlag, unlockFilterFlags, nullptr)
+KYR_FLAG_ENUMERATION(UserActionFamily, userAction, userActions, nullptr)
 QVariant CDataType::userActionsToVariant(UserActions flags) { return UserActionFamily::toVariant(flags); }
 CDataType::UserActions CDataType::userActionsFromVariant(const QVariant& variant) { return UserActionFamily::fromVariant(variant); }
 
-const char* CDataType::integrationToString(Integration value) { return IntegrationFamily::text(value); }
-CDataType::Integration CDataType::integrationCast(int value) { return IntegrationFamily::cast(value); }
-QList<CDataType::Integration> CDataType::integrationValues() { return IntegrationFamily::values(); }
-CDataType::Integration CDataType::integrationFromString(const QByteArray& text) { return IntegrationFamily::fromText(text); }
+KYR_ENUMERATION(IntegrationFamily, integration)
 // clang-format on
 
 CDataType::DeviceRoles CDataType::accessPointDeviceRoles(AccessPointFunction function)

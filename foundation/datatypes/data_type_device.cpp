@@ -188,100 +188,28 @@ using EdgeActivationFamily = Enumeration<edgeActivationTable>;
 
 // One line a function.
 // clang-format off
-const char* CDataType::deviceCapabilityToString(DeviceCapability value) { return DeviceCapabilityFamily::text(value); }
-CDataType::DeviceCapability CDataType::deviceCapabilityCast(int value) { return DeviceCapabilityFamily::cast(value); }
-QList<CDataType::DeviceCapability> CDataType::deviceCapabilityValues() { return DeviceCapabilityFamily::values(); }
-CDataType::DeviceCapability CDataType::deviceCapabilityFromString(const QByteArray& text) { return DeviceCapabilityFamily::fromText(text); }
-
-const char* CDataType::deviceCategoryToString(DeviceCategory value) { return DeviceCategoryFamily::text(value); }
-CDataType::DeviceCategory CDataType::deviceCategoryCast(int value) { return DeviceCategoryFamily::cast(value); }
-QList<CDataType::DeviceCategory> CDataType::deviceCategoryValues() { return DeviceCategoryFamily::values(); }
-CDataType::DeviceCategory CDataType::deviceCategoryFromString(const QByteArray& text) { return DeviceCategoryFamily::fromText(text); }
-
-const char* CDataType::deviceInputToString(DeviceInput value) { return DeviceInputFamily::text(value); }
-CDataType::DeviceInput CDataType::deviceInputCast(int value) { return DeviceInputFamily::cast(value); }
-QList<CDataType::DeviceInput> CDataType::deviceInputValues(DeviceInputs flags) { return DeviceInputFamily::values(flags); }
-CDataType::DeviceInput CDataType::deviceInputFromString(const QByteArray& text) { return DeviceInputFamily::fromText(text); }
-CDataType::DeviceInputs CDataType::deviceInputsCast(unsigned int value) { return DeviceInputFamily::castSet(value); }
-QStringList CDataType::deviceInputsToStrings(DeviceInputs flags) { return DeviceInputFamily::texts(flags); }
-
-const char* CDataType::deviceKnownSelectionToString(DeviceKnownSelection value) { return DeviceKnownSelectionFamily::text(value); }
-CDataType::DeviceKnownSelection CDataType::deviceKnownSelectionCast(int value) { return DeviceKnownSelectionFamily::cast(value); }
-QList<CDataType::DeviceKnownSelection> CDataType::deviceKnownSelectionValues() { return DeviceKnownSelectionFamily::values(); }
-CDataType::DeviceKnownSelection CDataType::deviceKnownSelectionFromString(const QByteArray& text) { return DeviceKnownSelectionFamily::fromText(text); }
-
-const char* CDataType::deviceOutputToString(DeviceOutput value) { return DeviceOutputFamily::text(value); }
-CDataType::DeviceOutput CDataType::deviceOutputCast(int value) { return DeviceOutputFamily::cast(value); }
-QList<CDataType::DeviceOutput> CDataType::deviceOutputValues(DeviceOutputs flags) { return DeviceOutputFamily::values(flags); }
-CDataType::DeviceOutput CDataType::deviceOutputFromString(const QByteArray& text) { return DeviceOutputFamily::fromText(text); }
-CDataType::DeviceOutputs CDataType::deviceOutputsCast(unsigned int value) { return DeviceOutputFamily::castSet(value); }
-QStringList CDataType::deviceOutputsToStrings(DeviceOutputs flags) { return DeviceOutputFamily::texts(flags); }
-
-const char* CDataType::deviceReachableSelectionToString(DeviceReachableSelection value) { return DeviceReachableSelectionFamily::text(value); }
-CDataType::DeviceReachableSelection CDataType::deviceReachableSelectionCast(int value) { return DeviceReachableSelectionFamily::cast(value); }
-QList<CDataType::DeviceReachableSelection> CDataType::deviceReachableSelectionValues() { return DeviceReachableSelectionFamily::values(); }
-CDataType::DeviceReachableSelection CDataType::deviceReachableSelectionFromString(const QByteArray& text) { return DeviceReachableSelectionFamily::fromText(text); }
-
-const char* CDataType::deviceRoleToString(DeviceRole value) { return DeviceRoleFamily::text(value); }
-CDataType::DeviceRole CDataType::deviceRoleCast(int value) { return DeviceRoleFamily::cast(value); }
-QList<CDataType::DeviceRole> CDataType::deviceRoleValues(DeviceRoles flags) { return DeviceRoleFamily::values(flags); }
-CDataType::DeviceRole CDataType::deviceRoleFromString(const QByteArray& text) { return DeviceRoleFamily::fromText(text); }
-CDataType::DeviceRoles CDataType::deviceRolesCast(unsigned int value) { return DeviceRoleFamily::castSet(value); }
-QStringList CDataType::deviceRolesToStrings(DeviceRoles flags) { return DeviceRoleFamily::texts(flags); }
-
-const char* CDataType::deviceScanFilterToString(DeviceScanFilter value) { return DeviceScanFilterFamily::text(value); }
-CDataType::DeviceScanFilter CDataType::deviceScanFilterCast(int value) { return DeviceScanFilterFamily::cast(value); }
-QList<CDataType::DeviceScanFilter> CDataType::deviceScanFilterValues() { return DeviceScanFilterFamily::values(); }
-CDataType::DeviceScanFilter CDataType::deviceScanFilterFromString(const QByteArray& text) { return DeviceScanFilterFamily::fromText(text); }
-
-const char* CDataType::deviceSignallingIdToString(DeviceSignallingId value) { return DeviceSignallingIdFamily::text(value); }
-CDataType::DeviceSignallingId CDataType::deviceSignallingIdCast(int value) { return DeviceSignallingIdFamily::cast(value); }
-QList<CDataType::DeviceSignallingId> CDataType::deviceSignallingIdValues() { return DeviceSignallingIdFamily::values(); }
-CDataType::DeviceSignallingId CDataType::deviceSignallingIdFromString(const QByteArray& text) { return DeviceSignallingIdFamily::fromText(text); }
-
-const char* CDataType::eventInputToString(EventInput value) { return EventInputFamily::text(value); }
-CDataType::EventInput CDataType::eventInputCast(int value) { return EventInputFamily::cast(value); }
-QList<CDataType::EventInput> CDataType::eventInputValues() { return EventInputFamily::values(); }
-CDataType::EventInput CDataType::eventInputFromString(const QByteArray& text) { return EventInputFamily::fromText(text); }
-
-const char* CDataType::interfaceFlagToString(InterfaceFlag value) { return InterfaceFlagFamily::text(value); }
-CDataType::InterfaceFlag CDataType::interfaceFlagCast(int value) { return InterfaceFlagFamily::cast(value); }
-QList<CDataType::InterfaceFlag> CDataType::interfaceFlagValues(InterfaceFlags flags) { return InterfaceFlagFamily::values(flags); }
-CDataType::InterfaceFlag CDataType::interfaceFlagFromString(const QByteArray& text) { return InterfaceFlagFamily::fromText(text); }
-CDataType::InterfaceFlags CDataType::interfaceFlagsCast(unsigned int value) { return InterfaceFlagFamily::castSet(value, "InterfaceFlags"); }
-QStringList CDataType::interfaceFlagsToStrings(InterfaceFlags flags) { return InterfaceFlagFamily::texts(flags); }
-
-const char* CDataType::interfaceTypeFlagToString(InterfaceTypeFlag value) { return InterfaceTypeFlagFamily::text(value); }
-CDataType::InterfaceTypeFlag CDataType::interfaceTypeFlagCast(int value) { return InterfaceTypeFlagFamily::cast(value); }
-QList<CDataType::InterfaceTypeFlag> CDataType::interfaceTypeFlagValues(InterfaceTypeFlags flags) { return InterfaceTypeFlagFamily::values(flags); }
-CDataType::InterfaceTypeFlag CDataType::interfaceTypeFlagFromString(const QByteArray& text) { return InterfaceTypeFlagFamily::fromText(text); }
-CDataType::InterfaceTypeFlags CDataType::interfaceTypeFlagsCast(unsigned int value) { return InterfaceTypeFlagFamily::castSet(value); }
-QStringList CDataType::interfaceTypeFlagsToStrings(InterfaceTypeFlags flags) { return InterfaceTypeFlagFamily::texts(flags); }
-
-const char* CDataType::inputActivationTypeToString(InputActivationType value) { return InputActivationTypeFamily::text(value); }
-CDataType::InputActivationType CDataType::inputActivationTypeCast(int value) { return InputActivationTypeFamily::cast(value); }
-QList<CDataType::InputActivationType> CDataType::inputActivationTypeValues() { return InputActivationTypeFamily::values(); }
-CDataType::InputActivationType CDataType::inputActivationTypeFromString(const QByteArray& text) { return InputActivationTypeFamily::fromText(text); }
-
-const char* CDataType::inputTypeToString(InputType value) { return InputTypeFamily::text(value); }
-CDataType::InputType CDataType::inputTypeCast(int value) { return InputTypeFamily::cast(value); }
-QList<CDataType::InputType> CDataType::inputTypeValues() { return InputTypeFamily::values(); }
-CDataType::InputType CDataType::inputTypeFromString(const QByteArray& text) { return InputTypeFamily::fromText(text); }
-
-const char* CDataType::operatingModeToString(OperatingMode value) { return OperatingModeFamily::text(value); }
-CDataType::OperatingMode CDataType::operatingModeCast(int value) { return OperatingModeFamily::cast(value); }
-QList<CDataType::OperatingMode> CDataType::operatingModeValues() { return OperatingModeFamily::values(); }
-CDataType::OperatingMode CDataType::operatingModeFromString(const QByteArray& text) { return OperatingModeFamily::fromText(text); }
+KYR_ENUMERATION(DeviceCapabilityFamily, deviceCapability)
+KYR_ENUMERATION(DeviceCategoryFamily, deviceCategory)
+KYR_FLAG_ENUMERATION(DeviceInputFamily, deviceInput, deviceInputs, nullptr)
+KYR_ENUMERATION(DeviceKnownSelectionFamily, deviceKnownSelection)
+KYR_FLAG_ENUMERATION(DeviceOutputFamily, deviceOutput, deviceOutputs, nullptr)
+KYR_ENUMERATION(DeviceReachableSelectionFamily, deviceReachableSelection)
+KYR_FLAG_ENUMERATION(DeviceRoleFamily, deviceRole, deviceRoles, nullptr)
+KYR_ENUMERATION(DeviceScanFilterFamily, deviceScanFilter)
+KYR_ENUMERATION(DeviceSignallingIdFamily, deviceSignallingId)
+KYR_ENUMERATION(EventInputFamily, eventInput)
+KYR_FLAG_ENUMERATION(InterfaceFlagFamily, interfaceFlag, interfaceFlags, "InterfaceFlags")
+KYR_FLAG_ENUMERATION(InterfaceTypeFlagFamily, interfaceTypeFlag, interfaceTypeFlags, nullptr)
+KYR_ENUMERATION(InputActivationTypeFamily, inputActivationType)
+KYR_ENUMERATION(InputTypeFamily, inputType)
+KYR_ENUMERATION(OperatingModeFamily, operatingMode)
 
 const char* CDataType::outputStateToString(OutputState value) { return OutputStateFamily::text(value, "Invalid"); }
 CDataType::OutputState CDataType::outputStateCast(int value) { return OutputStateFamily::cast(value); }
 QList<CDataType::OutputState> CDataType::outputStateValues() { return OutputStateFamily::values(); }
 CDataType::OutputState CDataType::outputStateFromString(const QByteArray& text) { return OutputStateFamily::fromText(text); }
 
-const char* CDataType::outputTypeToString(OutputType value) { return OutputTypeFamily::text(value); }
-CDataType::OutputType CDataType::outputTypeCast(int value) { return OutputTypeFamily::cast(value); }
-QList<CDataType::OutputType> CDataType::outputTypeValues() { return OutputTypeFamily::values(); }
-CDataType::OutputType CDataType::outputTypeFromString(const QByteArray& text) { return OutputTypeFamily::fromText(text); }
+KYR_ENUMERATION(OutputTypeFamily, outputType)
 // clang-format on
 
 const char* CDataType::inputActivationToString(InputActivation activation, InputActivationType type)

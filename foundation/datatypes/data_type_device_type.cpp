@@ -258,10 +258,7 @@ constexpr Keyword keywords[] = {
 
 // One line a function.
 // clang-format off
-const char* CDataType::deviceTypeToString(DeviceType value) { return DeviceTypeFamily::text(value); }
-CDataType::DeviceType CDataType::deviceTypeCast(int value) { return DeviceTypeFamily::cast(value); }
-QList<CDataType::DeviceType> CDataType::deviceTypeValues() { return DeviceTypeFamily::values(); }
-CDataType::DeviceType CDataType::deviceTypeFromString(const QByteArray& text) { return DeviceTypeFamily::fromText(text); }
+KYR_ENUMERATION(DeviceTypeFamily, deviceType)
 
 CDataType::DeviceCategory CDataType::deviceCategory(DeviceType type) { return facts(type).category; }
 CDataType::DeviceRoles CDataType::deviceTypeDeviceRoles(DeviceType type) { return DeviceRoles(QFlag(facts(type).roles)); }

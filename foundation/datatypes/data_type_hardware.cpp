@@ -114,61 +114,16 @@ constexpr CDataType::PcbType boardOfCategory[] = {
 
 // One line a function.
 // clang-format off
-const char* CDataType::batteryTypeToString(battery_type value) { return BatteryTypeFamily::text(value); }
-CDataType::battery_type CDataType::batteryTypeCast(int value) { return BatteryTypeFamily::cast(value); }
-QList<CDataType::battery_type> CDataType::batteryTypeValues() { return BatteryTypeFamily::values(); }
-CDataType::battery_type CDataType::batteryTypeFromString(const QByteArray& text) { return BatteryTypeFamily::fromText(text); }
-
-const char* CDataType::boardTypeToString(BoardType value) { return BoardTypeFamily::text(value); }
-CDataType::BoardType CDataType::boardTypeCast(int value) { return BoardTypeFamily::cast(value); }
-QList<CDataType::BoardType> CDataType::boardTypeValues() { return BoardTypeFamily::values(); }
-CDataType::BoardType CDataType::boardTypeFromString(const QByteArray& text) { return BoardTypeFamily::fromText(text); }
-
-const char* CDataType::factoryResetFlagToString(FactoryResetFlag value) { return FactoryResetFlagFamily::text(value); }
-CDataType::FactoryResetFlag CDataType::factoryResetFlagCast(int value) { return FactoryResetFlagFamily::cast(value); }
-QList<CDataType::FactoryResetFlag> CDataType::factoryResetFlagValues(FactoryResetFlags flags) { return FactoryResetFlagFamily::values(flags); }
-CDataType::FactoryResetFlag CDataType::factoryResetFlagFromString(const QByteArray& text) { return FactoryResetFlagFamily::fromText(text); }
-CDataType::FactoryResetFlags CDataType::factoryResetFlagsCast(unsigned int value) { return FactoryResetFlagFamily::castSet(value, "FactoryResetFlags"); }
-QStringList CDataType::factoryResetFlagsToStrings(FactoryResetFlags flags) { return FactoryResetFlagFamily::texts(flags); }
-
-const char* CDataType::firmwareToString(Firmware value) { return FirmwareFamily::text(value); }
-CDataType::Firmware CDataType::firmwareCast(int value) { return FirmwareFamily::cast(value); }
-QList<CDataType::Firmware> CDataType::firmwareValues() { return FirmwareFamily::values(); }
-CDataType::Firmware CDataType::firmwareFromString(const QByteArray& text) { return FirmwareFamily::fromText(text); }
-
-const char* CDataType::firmwareCapabilityFlagToString(FirmwareCapabilityFlag value) { return FirmwareCapabilityFlagFamily::text(value); }
-CDataType::FirmwareCapabilityFlag CDataType::firmwareCapabilityFlagCast(int value) { return FirmwareCapabilityFlagFamily::cast(value); }
-QList<CDataType::FirmwareCapabilityFlag> CDataType::firmwareCapabilityFlagValues(FirmwareCapabilityFlags flags) { return FirmwareCapabilityFlagFamily::values(flags); }
-CDataType::FirmwareCapabilityFlag CDataType::firmwareCapabilityFlagFromString(const QByteArray& text) { return FirmwareCapabilityFlagFamily::fromText(text); }
-CDataType::FirmwareCapabilityFlags CDataType::firmwareCapabilityFlagsCast(unsigned int value) { return FirmwareCapabilityFlagFamily::castSet(value); }
-QStringList CDataType::firmwareCapabilityFlagsToStrings(FirmwareCapabilityFlags flags) { return FirmwareCapabilityFlagFamily::texts(flags); }
-
-const char* CDataType::genericStatusToString(GenericStatus value) { return GenericStatusFamily::text(value); }
-CDataType::GenericStatus CDataType::genericStatusCast(int value) { return GenericStatusFamily::cast(value); }
-QList<CDataType::GenericStatus> CDataType::genericStatusValues() { return GenericStatusFamily::values(); }
-CDataType::GenericStatus CDataType::genericStatusFromString(const QByteArray& text) { return GenericStatusFamily::fromText(text); }
-
-const char* CDataType::hardwareFlagToString(hardware_flags value) { return HardwareFlagFamily::text(value); }
-CDataType::hardware_flags CDataType::hardwareFlagCast(int value) { return HardwareFlagFamily::cast(value); }
-QList<CDataType::hardware_flags> CDataType::hardwareFlagValues(HardwareFlags flags) { return HardwareFlagFamily::values(flags); }
-CDataType::hardware_flags CDataType::hardwareFlagFromString(const QByteArray& text) { return HardwareFlagFamily::fromText(text); }
-CDataType::HardwareFlags CDataType::hardwareFlagsCast(unsigned int value) { return HardwareFlagFamily::castSet(value); }
-QStringList CDataType::hardwareFlagsToStrings(HardwareFlags flags) { return HardwareFlagFamily::texts(flags); }
-
-const char* CDataType::memoryTypeToString(MemoryType value) { return MemoryTypeFamily::text(value); }
-CDataType::MemoryType CDataType::memoryTypeCast(int value) { return MemoryTypeFamily::cast(value); }
-QList<CDataType::MemoryType> CDataType::memoryTypeValues() { return MemoryTypeFamily::values(); }
-CDataType::MemoryType CDataType::memoryTypeFromString(const QByteArray& text) { return MemoryTypeFamily::fromText(text); }
-
-const char* CDataType::pcbTypeToString(PcbType value) { return PcbTypeFamily::text(value); }
-CDataType::PcbType CDataType::pcbTypeCast(int value) { return PcbTypeFamily::cast(value); }
-QList<CDataType::PcbType> CDataType::pcbTypeValues() { return PcbTypeFamily::values(); }
-CDataType::PcbType CDataType::pcbTypeFromString(const QByteArray& text) { return PcbTypeFamily::fromText(text); }
-
-const char* CDataType::simulationModeToString(SimulationMode value) { return SimulationModeFamily::text(value); }
-CDataType::SimulationMode CDataType::simulationModeCast(int value) { return SimulationModeFamily::cast(value); }
-QList<CDataType::SimulationMode> CDataType::simulationModeValues() { return SimulationModeFamily::values(); }
-CDataType::SimulationMode CDataType::simulationModeFromString(const QByteArray& text) { return SimulationModeFamily::fromText(text); }
+KYR_ENUMERATION(BatteryTypeFamily, batteryType)
+KYR_ENUMERATION(BoardTypeFamily, boardType)
+KYR_FLAG_ENUMERATION(FactoryResetFlagFamily, factoryResetFlag, factoryResetFlags, "FactoryResetFlags")
+KYR_ENUMERATION(FirmwareFamily, firmware)
+KYR_FLAG_ENUMERATION(FirmwareCapabilityFlagFamily, firmwareCapabilityFlag, firmwareCapabilityFlags, nullptr)
+KYR_ENUMERATION(GenericStatusFamily, genericStatus)
+KYR_FLAG_ENUMERATION(HardwareFlagFamily, hardwareFlag, hardwareFlags, nullptr)
+KYR_ENUMERATION(MemoryTypeFamily, memoryType)
+KYR_ENUMERATION(PcbTypeFamily, pcbType)
+KYR_ENUMERATION(SimulationModeFamily, simulationMode)
 // clang-format on
 
 QList<CDataType::DeviceType> CDataType::getDeviceTypes(PcbType type)

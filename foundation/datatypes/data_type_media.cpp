@@ -70,37 +70,10 @@ using PinCodeEventFlagFamily = FlagEnumeration<pinCodeEventFlagTable, 0xC0000FFF
 
 // One line a function.
 // clang-format off
-const char* CDataType::cardArchitectureToString(CardArchitecture value) { return CardArchitectureFamily::text(value); }
-CDataType::CardArchitecture CDataType::cardArchitectureCast(int value) { return CardArchitectureFamily::cast(value); }
-QList<CDataType::CardArchitecture> CDataType::cardArchitectureValues() { return CardArchitectureFamily::values(); }
-CDataType::CardArchitecture CDataType::cardArchitectureFromString(const QByteArray& text) { return CardArchitectureFamily::fromText(text); }
-
-const char* CDataType::cardDesignToString(CardDesign value) { return CardDesignFamily::text(value); }
-CDataType::CardDesign CDataType::cardDesignCast(int value) { return CardDesignFamily::cast(value); }
-QList<CDataType::CardDesign> CDataType::cardDesignValues() { return CardDesignFamily::values(); }
-CDataType::CardDesign CDataType::cardDesignFromString(const QByteArray& text) { return CardDesignFamily::fromText(text); }
-
-const char* CDataType::cardMediumTypeToString(CardMediumType value) { return CardMediumTypeFamily::text(value); }
-CDataType::CardMediumType CDataType::cardMediumTypeCast(int value) { return CardMediumTypeFamily::cast(value); }
-QList<CDataType::CardMediumType> CDataType::cardMediumTypeValues() { return CardMediumTypeFamily::values(); }
-CDataType::CardMediumType CDataType::cardMediumTypeFromString(const QByteArray& text) { return CardMediumTypeFamily::fromText(text); }
-
-const char* CDataType::keysetToString(Keyset value) { return KeysetFamily::text(value); }
-CDataType::Keyset CDataType::keysetCast(int value) { return KeysetFamily::cast(value); }
-QList<CDataType::Keyset> CDataType::keysetValues() { return KeysetFamily::values(); }
-CDataType::Keyset CDataType::keysetFromString(const QByteArray& text) { return KeysetFamily::fromText(text); }
-
-const char* CDataType::mediaEventFlagToString(MediaEventFlag value) { return MediaEventFlagFamily::text(value); }
-CDataType::MediaEventFlag CDataType::mediaEventFlagCast(int value) { return MediaEventFlagFamily::cast(value); }
-QList<CDataType::MediaEventFlag> CDataType::mediaEventFlagValues(MediaEventFlags flags) { return MediaEventFlagFamily::values(flags); }
-CDataType::MediaEventFlag CDataType::mediaEventFlagFromString(const QByteArray& text) { return MediaEventFlagFamily::fromText(text); }
-CDataType::MediaEventFlags CDataType::mediaEventFlagsCast(unsigned int value) { return MediaEventFlagFamily::castSet(value, "MediaEventFlags"); }
-QStringList CDataType::mediaEventFlagsToStrings(MediaEventFlags flags) { return MediaEventFlagFamily::texts(flags); }
-
-const char* CDataType::pinCodeEventFlagToString(PinCodeEventFlag value) { return PinCodeEventFlagFamily::text(value); }
-CDataType::PinCodeEventFlag CDataType::pinCodeEventFlagCast(int value) { return PinCodeEventFlagFamily::cast(value); }
-QList<CDataType::PinCodeEventFlag> CDataType::pinCodeEventFlagValues(PinCodeEventFlags flags) { return PinCodeEventFlagFamily::values(flags); }
-CDataType::PinCodeEventFlag CDataType::pinCodeEventFlagFromString(const QByteArray& text) { return PinCodeEventFlagFamily::fromText(text); }
-CDataType::PinCodeEventFlags CDataType::pinCodeEventFlagsCast(unsigned int value) { return PinCodeEventFlagFamily::castSet(value, "PinCodeEventFlags"); }
-QStringList CDataType::pinCodeEventFlagsToStrings(PinCodeEventFlags flags) { return PinCodeEventFlagFamily::texts(flags); }
+KYR_ENUMERATION(CardArchitectureFamily, cardArchitecture)
+KYR_ENUMERATION(CardDesignFamily, cardDesign)
+KYR_ENUMERATION(CardMediumTypeFamily, cardMediumType)
+KYR_ENUMERATION(KeysetFamily, keyset)
+KYR_FLAG_ENUMERATION(MediaEventFlagFamily, mediaEventFlag, mediaEventFlags, "MediaEventFlags")
+KYR_FLAG_ENUMERATION(PinCodeEventFlagFamily, pinCodeEventFlag, pinCodeEventFlags, "PinCodeEventFlags")
 // clang-format on

@@ -133,40 +133,13 @@ QVariantMap valueSpec(Parameter parameter)
 
 // One line a function.
 // clang-format off
-const char* CDataType::backupIntervalToString(CBackupInterval value) { return BackupIntervalFamily::text(value); }
-CBackupInterval CDataType::backupIntervalCast(int value) { return BackupIntervalFamily::cast(value); }
-QList<CBackupInterval> CDataType::backupIntervalValues() { return BackupIntervalFamily::values(); }
-CBackupInterval CDataType::backupIntervalFromString(const QByteArray& text) { return BackupIntervalFamily::fromText(text); }
-
-const char* CDataType::dataRetainPeriodToString(CDataRetainPeriod value) { return DataRetainPeriodFamily::text(value); }
-CDataRetainPeriod CDataType::dataRetainPeriodCast(int value) { return DataRetainPeriodFamily::cast(value); }
-QList<CDataRetainPeriod> CDataType::dataRetainPeriodValues() { return DataRetainPeriodFamily::values(); }
-CDataRetainPeriod CDataType::dataRetainPeriodFromString(const QByteArray& text) { return DataRetainPeriodFamily::fromText(text); }
-
-const char* CDataType::deviceCalibrationParameterToString(DeviceCalibrationParameter value) { return DeviceCalibrationParameterFamily::text(value); }
-CDataType::DeviceCalibrationParameter CDataType::deviceCalibrationParameterCast(int value) { return DeviceCalibrationParameterFamily::cast(value); }
-QList<CDataType::DeviceCalibrationParameter> CDataType::deviceCalibrationParameterValues() { return DeviceCalibrationParameterFamily::values(); }
-CDataType::DeviceCalibrationParameter CDataType::deviceCalibrationParameterFromString(const QByteArray& text) { return DeviceCalibrationParameterFamily::fromText(text); }
-
-const char* CDataType::deviceConfigurationParameterToString(DeviceConfigurationParameter value) { return DeviceConfigurationParameterFamily::text(value); }
-CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterCast(int value) { return DeviceConfigurationParameterFamily::cast(value); }
-QList<CDataType::DeviceConfigurationParameter> CDataType::deviceConfigurationParameterValues() { return DeviceConfigurationParameterFamily::values(); }
-CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterFromString(const QByteArray& text) { return DeviceConfigurationParameterFamily::fromText(text); }
-
-const char* CDataType::deviceEventParameterToString(DeviceEventParameter value) { return DeviceEventParameterFamily::text(value); }
-CDataType::DeviceEventParameter CDataType::deviceEventParameterCast(int value) { return DeviceEventParameterFamily::cast(value); }
-QList<CDataType::DeviceEventParameter> CDataType::deviceEventParameterValues() { return DeviceEventParameterFamily::values(); }
-CDataType::DeviceEventParameter CDataType::deviceEventParameterFromString(const QByteArray& text) { return DeviceEventParameterFamily::fromText(text); }
-
-const char* CDataType::deviceInformationParameterToString(DeviceInformationParameter value) { return DeviceInformationParameterFamily::text(value); }
-CDataType::DeviceInformationParameter CDataType::deviceInformationParameterCast(int value) { return DeviceInformationParameterFamily::cast(value); }
-QList<CDataType::DeviceInformationParameter> CDataType::deviceInformationParameterValues() { return DeviceInformationParameterFamily::values(); }
-CDataType::DeviceInformationParameter CDataType::deviceInformationParameterFromString(const QByteArray& text) { return DeviceInformationParameterFamily::fromText(text); }
-
-const char* CDataType::softwareSettingParameterToString(SoftwareSettingParameter value) { return SoftwareSettingParameterFamily::text(value); }
-CDataType::SoftwareSettingParameter CDataType::softwareSettingParameterCast(int value) { return SoftwareSettingParameterFamily::cast(value); }
-QList<CDataType::SoftwareSettingParameter> CDataType::softwareSettingParameterValues() { return SoftwareSettingParameterFamily::values(); }
-CDataType::SoftwareSettingParameter CDataType::softwareSettingParameterFromString(const QByteArray& text) { return SoftwareSettingParameterFamily::fromText(text); }
+KYR_ENUMERATION(BackupIntervalFamily, backupInterval)
+KYR_ENUMERATION(DataRetainPeriodFamily, dataRetainPeriod)
+KYR_ENUMERATION(DeviceCalibrationParameterFamily, deviceCalibrationParameter)
+KYR_ENUMERATION(DeviceConfigurationParameterFamily, deviceConfigurationParameter)
+KYR_ENUMERATION(DeviceEventParameterFamily, deviceEventParameter)
+KYR_ENUMERATION(DeviceInformationParameterFamily, deviceInformationParameter)
+KYR_ENUMERATION(SoftwareSettingParameterFamily, softwareSettingParameter)
 // clang-format on
 
 CDataType::DeviceConfigurationParameter CDataType::deviceConfigurationParameterFromName(const QByteArray& name)

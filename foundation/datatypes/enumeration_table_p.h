@@ -22,8 +22,9 @@
 //     };
 //     using ColourFamily = Enumeration<colourTable>;                  // or FlagEnumeration<colourTable, 0x3>
 //
-//     const char* colourToString(Colour value) { return ColourFamily::text(value); }
+//     KYR_ENUMERATION(ColourFamily, colour)               // or KYR_FLAG_ENUMERATION(ColourFamily, colour, colours, nullptr)
 //
+// The macros define the functions that CDataType declares for it: colourToString and so on.
 // A table stands in ascending order of its values, without doubles; that is checked when it is compiled.
 
 template<typename Enum>
@@ -163,14 +164,12 @@ public:
     using Enum = typename Lookup<Rows>::Enum;
     using Set = QFlags<Enum>;
 
-    static Set castSet(quint32 bits) { return Set(QFlag(bits & Mask)); }
-
-    /// The same with a warning under this name when other bits are set.
-    static Set castSet(quint32 bits, const char* name)
+    /// With a name, warns under it when other bits are set.
+    static Set castSet(quint32 bits, const char* name = nullptr)
     {
-        if (bits & ~Mask)
+        if (name && (bits & ~Mask))
             qWarning("%s: Cast with invalid value %x", name, bits);
-        return castSet(bits);
+        return Set(QFlag(bits & Mask));
     }
 
     /// The bits that are set and kept, lowest first.
@@ -214,3 +213,23 @@ private:
     }
     static_assert(withinMask(), "the rows of a flag table are single bits within the mask");
 };
+
+// clang-format off
+#define KYR_ENUMERATION_BASE(Family, name)                                                                             \
+    const char* CDataType::name##ToString(Family::Enum value) { return Family::text(value); }                          \
+    Family::Enum CDataType::name##Cast(int value) { return Family::cast(value); }                                      \
+    Family::Enum CDataType::name##FromString(const QByteArray& text) { return Family::fromText(text); }
+
+/// The four functions of a plain enumeration.
+#define KYR_ENUMERATION(Family, name)                                                                                  \
+    KYR_ENUMERATION_BASE(Family, name)                                                                                 \
+    QList<Family::Enum> CDataType::name##Values() { return Family::values(); }
+
+/// The six functions of a flag enumeration. A set with bits outside the mask is warned of under the name `warning`, or
+/// not at all when that is null.
+#define KYR_FLAG_ENUMERATION(Family, name, names, warning)                                                             \
+    KYR_ENUMERATION_BASE(Family, name)                                                                                 \
+    QList<Family::Enum> CDataType::name##Values(Family::Set flags) { return Family::values(flags); }                   \
+    Family::Set CDataType::names##Cast(unsigned int value) { return Family::castSet(value, warning); }                 \
+    QStringList CDataType::names##ToStrings(Family::Set flags) { return Family::texts(flags); }
+// clang-format on

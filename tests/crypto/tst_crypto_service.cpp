@@ -8,7 +8,7 @@
 #include <openssl/err.h>
 
 // The openssl tool makes the keys, and signs and verifies independently.
-class CryptoServiceTest : public QObject
+class tst_CryptoService : public QObject
 {
     Q_OBJECT
 
@@ -120,6 +120,6 @@ private:
     QTemporaryDir m_dir;
 };
 
-QTEST_GUILESS_MAIN(CryptoServiceTest)
+QTEST_GUILESS_MAIN(tst_CryptoService)
 
 #include "tst_crypto_service.moc"

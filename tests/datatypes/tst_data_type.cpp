@@ -93,7 +93,7 @@ void flags(const char* name, const char* (*text)(Enum), Enum (*cast)(int), Enum 
 
 } // namespace
 
-class TestDataType : public QObject
+class tst_DataType : public QObject
 {
     Q_OBJECT
 
@@ -388,5 +388,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDataType)
+QTEST_GUILESS_MAIN(tst_DataType)
 #include "tst_data_type.moc"

@@ -27,7 +27,7 @@ int rectified(T::DeviceType type, bool variant)
 
 } // namespace
 
-class TestDeviceType : public QObject
+class tst_DeviceType : public QObject
 {
     Q_OBJECT
 
@@ -167,5 +167,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDeviceType)
+QTEST_GUILESS_MAIN(tst_DeviceType)
 #include "tst_device_type.moc"

@@ -3,7 +3,7 @@
 
 #include <QtTest/QtTest>
 
-class TestTranslations : public QObject
+class tst_Translations : public QObject
 {
     Q_OBJECT
 
@@ -76,5 +76,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTranslations)
+QTEST_GUILESS_MAIN(tst_Translations)
 #include "tst_translations.moc"

@@ -66,7 +66,7 @@ QByteArray bytes(const CFirmwareByteArray& firmware)
 
 } // namespace
 
-class TestFirmwareByteArray : public QObject
+class tst_FirmwareByteArray : public QObject
 {
     Q_OBJECT
 
@@ -334,5 +334,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestFirmwareByteArray)
+QTEST_GUILESS_MAIN(tst_FirmwareByteArray)
 #include "tst_firmware_byte_array.moc"
