@@ -162,12 +162,9 @@ void CFirmwareByteArray::readFields(qint64 headerEnd)
     }
 
     // How many bytes an element has; a rest that is none is left out.
-    static constexpr int elementSizes[valueCount] = {0, 3, 1, 1, 4, 3, 0, 1, 4};
     for (int tag = 1; tag < valueCount; ++tag) {
-        if (elementSizes[tag] != 0) {
-            const qint64 count = fields[tag].length / elementSizes[tag] * elementSizes[tag];
-            m_values[tag] = QByteArray(constData() + fields[tag].offset, int(count));
-        }
+        if (const int element = elementSize(tag))
+            m_values[tag] = QByteArray(constData() + fields[tag].offset, int(fields[tag].length / element * element));
     }
     if (fields[1].length != 3)
         m_values[1].clear();
@@ -445,6 +442,12 @@ QByteArray CFirmwareByteArray::fieldValue(int tag) const
     return tag >= 0 && tag < valueCount ? m_values[tag] : QByteArray();
 }
 
+int CFirmwareByteArray::elementSize(int tag)
+{
+    static constexpr int sizes[valueCount] = {0, 3, 1, 1, 4, 3, 0, 1, 4};
+    return tag >= 0 && tag < valueCount ? sizes[tag] : 0;
+}
+
 QList<QByteArray> CFirmwareByteArray::softwarePackageNames() const
 {
     return packageHalves(true);
@@ -461,17 +464,38 @@ QList<QByteArray> CFirmwareByteArray::packageHalves(bool names) const
     QList<QByteArray> halves;
     qint64 begin = m_dataStart;
     for (const quint32 packageSize : toWords(m_values[8])) {
-        const qint64 end = begin + packageSize;
-        if (end > size())
+        const SoftwarePackage package = packageAt(begin, packageSize);
+        begin += package.size;
+        if (begin > size())
             break;
-        const char* const package = constData() + begin;
-        const auto* zero = packageSize == 0 ? nullptr : static_cast<const char*>(std::memchr(package, 0, packageSize));
-        if (zero)
-            halves.append(names ? QByteArray(package, int(zero - package))
-                                : QByteArray(zero + 1, int(package + packageSize - zero - 1)));
-        begin = end;
+        if (package.nameLength >= 0)
+            halves.append(
+                names ? mid(int(package.offset), int(package.nameLength))
+                      : mid(int(package.offset + package.nameLength + 1), int(package.size - package.nameLength - 1)));
     }
     return halves;
+}
+
+CFirmwareByteArray::SoftwarePackage CFirmwareByteArray::packageAt(qint64 offset, quint32 packageSize) const
+{
+    SoftwarePackage package{offset, packageSize, -1};
+    if (packageSize > 0 && offset + package.size <= size()) {
+        const char* const begin = constData() + offset;
+        if (const void* zero = std::memchr(begin, 0, packageSize))
+            package.nameLength = static_cast<const char*>(zero) - begin;
+    }
+    return package;
+}
+
+QList<CFirmwareByteArray::SoftwarePackage> CFirmwareByteArray::softwarePackages(int most) const
+{
+    QList<SoftwarePackage> packages;
+    qint64 begin = m_dataStart;
+    for (int i = 0; i < m_values[8].size() / 4 && i < most; ++i) {
+        packages.append(packageAt(begin, qFromLittleEndian<quint32>(m_values[8].constData() + qint64(i) * 4)));
+        begin += packages.constLast().size;
+    }
+    return packages;
 }
 
 // Where the last software package ends; 64 bits hold the sum of any list that fits into memory.

@@ -32,6 +32,14 @@ class KYR_FOUNDATION_EXPORT CFirmwareByteArray : public QByteArray
 public:
     using HardwareArchitecture = CHardwareArchitecture::HardwareArchitecture;
 
+    /// Where a software package should stand by the sizes that the header tells, whether or not it is there.
+    struct SoftwarePackage
+    {
+        qint64 offset;     ///< in the byte array
+        qint64 size;       ///< of name, zero byte and content
+        qint64 nameLength; ///< in bytes; -1 when no zero byte ends it, or the package does not end within the file
+    };
+
     /// Nothing is parsed: all members are empty or zero until checkHeader().
     CFirmwareByteArray();
     CFirmwareByteArray(const QByteArray& file);
@@ -83,6 +91,10 @@ public:
     QList<QByteArray> softwarePackageContents() const;
     /// The bytes of tags 1 to 5, 7 and 8 as they stand in the header; empty when absent, and for all other tags.
     QByteArray fieldValue(int tag) const;
+    /// The bytes that one element of such a field has; 0 for all other tags.
+    static int elementSize(int tag);
+    /// The first packages of the current part, so many at most: a file may tell of millions.
+    QList<SoftwarePackage> softwarePackages(int most) const;
 
     /// What the data's leading bytes say: 0 unknown, otherwise a value of HardwareArchitecture.
     int dataArchitecture() const { return m_dataArchitecture; }
@@ -104,6 +116,7 @@ private:
     bool fault(qint64 offset, const QString& text);
     quint32 wordAt(qint64 offset) const;
     qint64 packageEnd() const;
+    SoftwarePackage packageAt(qint64 offset, quint32 packageSize) const;
     QList<QByteArray> packageHalves(bool names) const;
     void clearPart();
 

@@ -5,8 +5,6 @@
 #include <QtCore/QStringList>
 #include <QtCore/QtEndian>
 
-#include <cstring>
-
 namespace {
 
 constexpr int shownElements = 16;   // of a list
@@ -81,10 +79,9 @@ private:
 
     void describeFields()
     {
-        static constexpr int elementSizes[] = {0, 3, 1, 1, 4, 3, 0, 1};
-        for (int tag = 1; tag < int(std::size(elementSizes)); ++tag) {
+        for (int tag = 1; tag < 8; ++tag) { // 8 is the sizes of the packages, which are shown themselves
             const QByteArray value = m_firmware.fieldValue(tag);
-            const int elementSize = elementSizes[tag];
+            const int elementSize = CFirmwareByteArray::elementSize(tag);
             if (value.isEmpty() || elementSize == 0)
                 continue;
             const int count = int(value.size()) / elementSize;
@@ -106,31 +103,28 @@ private:
 
     void describePackages()
     {
-        const QByteArray sizes = m_firmware.fieldValue(8);
-        const int count = int(sizes.size()) / 4;
-        qint64 begin = m_firmware.dataStart();
-        for (int i = 0; i < qMin(count, shownElements); ++i) {
-            const qint64 size = qFromLittleEndian<quint32>(sizes.constData() + qint64(i) * 4);
-            const qint64 inFile = qBound(qint64(0), m_firmware.size() - begin, size);
-            const char* const package = m_firmware.constData() + begin;
-            const auto* zero = inFile > 0 ? static_cast<const char*>(std::memchr(package, 0, size_t(inFile))) : nullptr;
-            const QString place = QStringLiteral("%1 to %2").arg(m_partOffset + begin).arg(m_partOffset + begin + size);
-            if (inFile < size || !zero) {
+        const auto packages = m_firmware.softwarePackages(shownElements);
+        for (int i = 0; i < packages.size(); ++i) {
+            const CFirmwareByteArray::SoftwarePackage& package = packages.at(i);
+            const qint64 end = package.offset + package.size;
+            const QString place = QStringLiteral("%1 to %2").arg(m_partOffset + package.offset).arg(m_partOffset + end);
+            const bool isInFile = end <= m_firmware.size();
+            if (package.nameLength < 0) {
                 m_faultless = false;
                 line(QStringLiteral("  FAULT at %1: package %2, %3, %4")
-                         .arg(m_partOffset + begin)
+                         .arg(m_partOffset + package.offset)
                          .arg(i + 1)
-                         .arg(place, inFile < size ? QStringLiteral("ends behind the file")
-                                                   : QStringLiteral("has no name that ends in a zero byte")));
-                if (inFile < size)
+                         .arg(place, isInFile ? QStringLiteral("has no name that ends in a zero byte")
+                                              : QStringLiteral("ends behind the file")));
+                if (!isInFile)
                     return;
             } else {
                 line(QStringLiteral("  package       \"%1\", %2 (%3 bytes of content)")
-                         .arg(printable(QByteArray(package, int(zero - package))), place)
-                         .arg(size - (zero - package) - 1));
+                         .arg(printable(m_firmware.mid(int(package.offset), int(package.nameLength))), place)
+                         .arg(package.size - package.nameLength - 1));
             }
-            begin += size;
         }
+        const int count = int(m_firmware.fieldValue(8).size()) / CFirmwareByteArray::elementSize(8);
         if (count > shownElements)
             line(QStringLiteral("  package       ... (%1 in all)").arg(count));
     }
