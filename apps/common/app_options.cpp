@@ -89,31 +89,31 @@ QByteArray AppOptions::variable(const QString& name) const
     return m_prefix + '_' + name.toUpper().replace(QLatin1Char('-'), QLatin1Char('_')).toLatin1();
 }
 
-QString AppOptions::fromEnvironment(const QString& name) const
+bool AppOptions::isInEnvironment(const QString& name) const
 {
-    if (name == QLatin1String("help") || name == QLatin1String("version"))
-        return QString();
-    return CEnvironmentVariable::valueTrimmed(variable(name).constData());
+    const QByteArray named = variable(name);
+    if (!CEnvironmentVariable::isSet(named.constData()) || name == QLatin1String("help")
+        || name == QLatin1String("version"))
+        return false;
+    return !m_switches.contains(name) || !CEnvironmentVariable::valueTrimmed(named.constData()).isEmpty();
 }
 
 bool AppOptions::isSet(const QString& name) const
 {
-    if (fromEnvironment(name).isEmpty())
+    if (!isInEnvironment(name))
         return m_parser.isSet(name);
     return !m_switches.contains(name) || CEnvironmentVariable::hasArg({}, "", variable(name).constData());
 }
 
 QString AppOptions::value(const QString& name) const
 {
-    const QString text = fromEnvironment(name);
-    return text.isEmpty() ? m_parser.value(name) : text;
+    return isInEnvironment(name) ? CEnvironmentVariable::valueTrimmed(variable(name).constData())
+                                 : m_parser.value(name);
 }
 
 QStringList AppOptions::values(const QString& name) const
 {
-    if (!fromEnvironment(name).isEmpty())
-        return value(name).split(QLatin1Char(','));
-    return m_parser.values(name);
+    return isInEnvironment(name) ? value(name).split(QLatin1Char(',')) : m_parser.values(name);
 }
 
 int AppOptions::number(const QString& name, int minimum, int maximum)

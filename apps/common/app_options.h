@@ -5,8 +5,8 @@
 
 /// The options of a tool or of one of its commands. Each may be given as an argument ("--udp-port 4000",
 /// "--udp-port=4000") or by an environment variable ("KYR_SIMULATOR_UDP_PORT=4000"), which takes precedence.
-/// A variable that is set and empty counts as not set, and "0" and "false" switch a switch off. "--help" and
-/// "--version" are for people who type them: no variable stands for these.
+/// Of a switch, a variable that is set and empty says nothing, and "0" and "false" switch it off; of an option with a
+/// value it says the empty value. "--help" and "--version" are for people who type them: no variable stands for these.
 ///
 /// Mistakes are collected: after the values were read, error() is the first of them, one line for the user.
 class AppOptions
@@ -49,8 +49,8 @@ private:
     bool add(const QCommandLineOption& option);
     void checkPositional();
     QByteArray variable(const QString& name) const;
-    /// What the option's variable says; empty without one.
-    QString fromEnvironment(const QString& name) const;
+    /// Whether the option's variable decides.
+    bool isInEnvironment(const QString& name) const;
 
     QCommandLineParser m_parser;
     QByteArray m_prefix;

@@ -25,8 +25,8 @@ private Q_SLOTS:
             bool isFast, isPort;
             const char *withArgument, *without;
         } const rows[] = {{nullptr, nullptr, false, false, "1", "80"},
-                          {"", "", false, false, "1", "80"},
-                          {" ", "''", false, false, "1", "80"},
+                          {"", "", false, true, "", ""},
+                          {" ", "''", false, true, "", ""},
                           {"1", "2", true, true, "2", "2"},
                           {"false", "0", false, true, "0", "0"}};
         for (const auto& row : rows) {
