@@ -17,6 +17,21 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KyrFoundationConfigVersio
 install(FILES ${PROJECT_BINARY_DIR}/KyrFoundationConfig.cmake ${PROJECT_BINARY_DIR}/KyrFoundationConfigVersion.cmake
     DESTINATION ${kyr_package_dir} COMPONENT development)
 
+# The server's library is found, and packaged, on its own: whoever only links devices gets neither it nor Qt Sql.
+install(TARGETS kyr_server EXPORT KyrServerTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT server NAMELINK_COMPONENT server_development)
+set_target_properties(kyr_server PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/server
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT server_development
+    FILES_MATCHING PATTERN "*.h" PATTERN "*_p.h" EXCLUDE PATTERN "migrations" EXCLUDE)
+set(kyr_server_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KyrServer)
+install(EXPORT KyrServerTargets NAMESPACE Kyr:: DESTINATION ${kyr_server_package_dir} COMPONENT server_development)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/KyrServerConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/KyrServerConfig.cmake INSTALL_DESTINATION ${kyr_server_package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/KyrServerConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/KyrServerConfig.cmake ${PROJECT_BINARY_DIR}/KyrServerConfigVersion.cmake
+    DESTINATION ${kyr_server_package_dir} COMPONENT server_development)
+
 # kyr_install_compressed(COMPONENT DIRECTORY FILE): installs a text the way manual pages and change logs are kept.
 find_program(KYR_GZIP gzip)
 function(kyr_install_compressed component directory file)
@@ -42,3 +57,6 @@ file(RELATIVE_PATH kyr_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kyr_foundation.pc.in ${PROJECT_BINARY_DIR}/kyr_foundation.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kyr_foundation.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/kyr_server.pc.in ${PROJECT_BINARY_DIR}/kyr_server.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kyr_server.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT server_development)

@@ -4,6 +4,8 @@
 set(kyr_package_runtime libkyr-foundation${PROJECT_VERSION_MAJOR})
 set(kyr_package_development libkyr-foundation-dev)
 set(kyr_package_tools kyr-tools)
+set(kyr_package_server libkyr-server${PROJECT_VERSION_MAJOR})
+set(kyr_package_server_development libkyr-server-dev)
 set(CPACK_PACKAGE_CONTACT "The libkyr_foundation developers <developers@kyr.invalid>")
 
 # What only a system's own packages have. It goes to fixed places, so not into any other prefix.
@@ -11,7 +13,7 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND KYR_BUILD_APPS)
     set(kyr_packaging ${PROJECT_SOURCE_DIR}/packaging)
     string(TIMESTAMP kyr_package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
     configure_file(${kyr_packaging}/changelog.in ${PROJECT_BINARY_DIR}/changelog @ONLY)
-    foreach(component runtime development tools)
+    foreach(component runtime development tools server server_development)
         set(documents ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_${component}})
         kyr_install_compressed(${component} ${documents} ${PROJECT_BINARY_DIR}/changelog)
         install(FILES ${kyr_packaging}/copyright DESTINATION ${documents} COMPONENT ${component})
@@ -43,7 +45,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_OUTPUT_FILE_PREFIX ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 
-set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_COMPONENTS_ALL runtime development tools server server_development)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
@@ -55,7 +57,9 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
-set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
+set(CPACK_COMPONENT_SERVER_DEPENDS runtime)
+set(CPACK_COMPONENT_SERVER_DEVELOPMENT_DEPENDS server development)
+set(CPACK_COMPONENT_TOOLS_DEPENDS runtime server)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${kyr_package_runtime})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
@@ -80,6 +84,28 @@ endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "foundation library of the access-control system: development files
 Headers, examples, and the files by which CMake and pkg-config find the
 library.")
+
+set(CPACK_DEBIAN_SERVER_PACKAGE_NAME ${kyr_package_server})
+set(CPACK_DEBIAN_SERVER_PACKAGE_SECTION libs)
+# Qt loads it when a database is opened, so nothing links it.
+if(KYR_QT_MAJOR EQUAL 5)
+    set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS "libqt5sql5-sqlite")
+else()
+    set(CPACK_DEBIAN_SERVER_PACKAGE_DEPENDS "libqt6sql6-sqlite")
+endif()
+set(CPACK_COMPONENT_SERVER_DESCRIPTION "server library of the access-control system
+The model of an installation in a database: users, groups, doors, media,
+rights, schedules, logins and sessions.")
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/server/shlibs CONTENT
+"libkyr_server @PROJECT_VERSION_MAJOR@ @kyr_package_server@ (>= @PROJECT_VERSION@)
+" @ONLY)
+set(CPACK_DEBIAN_SERVER_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/server/shlibs
+    ${PROJECT_SOURCE_DIR}/packaging/library/triggers)
+
+set(CPACK_DEBIAN_SERVER_DEVELOPMENT_PACKAGE_NAME ${kyr_package_server_development})
+set(CPACK_DEBIAN_SERVER_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_SERVER_DEVELOPMENT_DESCRIPTION "server library of the access-control system: development files
+Headers, and the files by which CMake and pkg-config find the library.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${kyr_package_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)

@@ -140,6 +140,9 @@ bool CDatabase::Private::openFile()
                                     : QString(location + QLatin1String(" cannot be read")));
     }
     query.finish();
+    // The header may be older than the log beside the file.
+    if (version > scripts.size())
+        return fail(Schema::newerText(location, version, scripts.size()));
     if (version < scripts.size()
         && ((version > 0 && !copyBeforeMigration(version))
             || !Schema::migrate(connection, location, scripts, &errorString)))

@@ -49,6 +49,14 @@ QList<QStringList> Schema::scripts(const QString& folder)
     }
 }
 
+QString Schema::newerText(const QString& location, int version, int newest)
+{
+    return location
+           + QStringLiteral(" is of version %1, this program knows up to %2; use a newer program")
+                 .arg(version)
+                 .arg(newest);
+}
+
 QString Schema::refusal(const QString& path, int newest)
 {
     const QFileInfo info(path);
@@ -68,10 +76,7 @@ QString Schema::refusal(const QString& path, int newest)
         || number(applicationIdAt) != applicationId)
         return path + QLatin1String(" is not a database of this system");
     if (number(versionAt) > newest)
-        return path
-               + QStringLiteral(" is of version %1, this program knows up to %2; use a newer program")
-                     .arg(number(versionAt))
-                     .arg(newest);
+        return newerText(path, number(versionAt), newest);
     return QString();
 }
 
@@ -100,7 +105,7 @@ bool Schema::migrate(QSqlDatabase& connection, const QString& location, const QL
         if (present < 0 || present >= scripts.size()) {
             query.exec(QStringLiteral("ROLLBACK"));
             if (present > scripts.size())
-                *errorString = location + QLatin1String(" was brought to a newer version by another program");
+                *errorString = newerText(location, present, scripts.size());
             return present == scripts.size();
         }
         for (const QString& statement : scripts.at(present)) {

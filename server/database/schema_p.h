@@ -18,6 +18,9 @@ QList<QStringList> scripts(const QString& folder);
 /// What the header of a file says before a database engine touches it; empty when it may be opened.
 QString refusal(const QString& path, int newest);
 
+/// Why a file of a newer version is refused.
+QString newerText(const QString& location, int version, int newest);
+
 /// Brings the database to the version of the last script, each step in one transaction of its own. False and
 /// `errorString` when a step failed; what was done before it stays.
 bool migrate(QSqlDatabase& connection, const QString& location, const QList<QStringList>& scripts,

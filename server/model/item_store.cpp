@@ -368,15 +368,19 @@ qint64 ItemStore::propertyId(Kind kind, const QString& name)
 
 qint64 ItemStore::insert(Kind kind, int itemClass, const QString& label, qint64 id)
 {
-    SqlStatement statement(m_database,
-                           QStringLiteral("INSERT INTO item(id,kind,class,label) VALUES(?,?,?,'') RETURNING id"));
-    statement.bind(id > 0 ? QVariant(id) : QVariant()).bind(int(kind)).bind(itemClass);
-    if (!statement.exec() || !statement.next())
-        return 0;
-    const qint64 made = statement.integer(0);
-    const QString text =
-        label.isEmpty() ? QString(wordOf(kind, itemClass) + QLatin1Char(' ') + QString::number(made)) : label;
-    return setLabel(kind, made, text) ? made : 0;
+    const QString lookUp = StoredValues::lookUpText(label);
+    qint64 made = 0;
+    {
+        SqlStatement statement(m_database,
+                               QStringLiteral("INSERT INTO item(id,kind,class,label) VALUES(?,?,?,?) RETURNING id"));
+        statement.bind(id > 0 ? QVariant(id) : QVariant()).bind(int(kind)).bind(itemClass).bind(lookUp);
+        if (!statement.exec() || !statement.next())
+            return 0;
+        made = statement.integer(0);
+    }
+    if (label.isEmpty())
+        return setLabel(kind, made, wordOf(kind, itemClass) + QLatin1Char(' ') + QString::number(made)) ? made : 0;
+    return lookUp == label || setValue(kind, made, labelKey, label) ? made : 0;
 }
 
 bool ItemStore::erase(qint64 id)

@@ -244,8 +244,7 @@ bool CSqlAccessControl::Private::put(Kind kind, const QString& name, const QVari
     if (!CheckedValues::check(kind, name, &checked, &reason))
         return refuse(reason);
     if (name == labelKey) {
-        const bool isNamed = kind == KindTimeProfile || kind == KindCalendar;
-        return (!isNamed || isUnique(kind, name, checked, id)) && items.setLabel(kind, id, checked.toString());
+        return isLabelFree(kind, checked, id) && items.setLabel(kind, id, checked.toString());
     }
     const bool isSingle = (kind == KindMedium && name == uidKey) || (kind == KindCode && name == codeKey);
     if (isSingle && checked.isValid() && !isUnique(kind, name, checked, id))
@@ -257,15 +256,30 @@ bool CSqlAccessControl::Private::put(Kind kind, const QString& name, const QVari
 
 qint64 CSqlAccessControl::Private::create(Kind kind, int itemClass, const QVariantMap& properties, qint64 id)
 {
-    const qint64 made = items.insert(kind, itemClass, QString(), id);
+    QString reason;
+    QVariant label = properties.value(labelKey);
+    const bool isNamed = !label.toString().isEmpty();
+    if ((isNamed && !CheckedValues::check(kind, labelKey, &label, &reason)) || !isLabelFree(kind, label, 0)) {
+        refuse(reason);
+        return 0;
+    }
+    const qint64 made = items.insert(kind, itemClass, isNamed ? label.toString() : QString(), id);
     if (made == 0) {
         refuse(database.errorString());
         return 0;
     }
-    if (!fill(kind, itemClass, made, properties))
+    QVariantMap further = properties;
+    further.remove(labelKey);
+    if (!fill(kind, itemClass, made, further))
         return 0;
     record(kind, made, Created);
     return made;
+}
+
+bool CSqlAccessControl::Private::isLabelFree(Kind kind, const QVariant& label, qint64 id)
+{
+    // Those that are told apart by their names.
+    return (kind != KindTimeProfile && kind != KindCalendar) || isUnique(kind, labelKey, label, id);
 }
 
 bool CSqlAccessControl::Private::fill(Kind kind, int itemClass, qint64 id, const QVariantMap& properties)
@@ -273,7 +287,7 @@ bool CSqlAccessControl::Private::fill(Kind kind, int itemClass, qint64 id, const
     const bool isGroup = kind == KindUserOrGroup && itemClass == UserClassGroup;
     for (auto entry = properties.cbegin(); entry != properties.cend(); ++entry) {
         const QString& name = entry.key();
-        if (isFixed(name) || (name == labelKey && entry->toString().isEmpty()))
+        if (isFixed(name) || !entry->isValid() || (name == labelKey && entry->toString().isEmpty()))
             continue;
         bool good = false;
         if (name == membersKey && isGroup)

@@ -52,6 +52,7 @@ public:
     bool setRight(qint64 holder, qint64 accessPoint, QVariantMap properties);
     qint64 addRight(qint64 holder, qint64 accessPoint, QVariantMap properties);
     bool checkRight(QVariantMap* properties);
+    bool isLabelFree(Model::Kind kind, const QVariant& label, qint64 id);
     bool isUnique(Model::Kind kind, const QString& name, const QVariant& value, qint64 id);
     bool remove(Model::Kind kind, int itemClass, qint64 id);
     bool replace(Model::Kind kind, const QVariantList& replacement);

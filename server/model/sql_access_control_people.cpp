@@ -195,7 +195,9 @@ bool CSqlAccessControl::deleteAuthorizationPointProperty(const QString& name)
 
 QVariantMap CSqlAccessControl::getUser(const QVariantMap& filter) const
 {
-    return d->items.first(KindUserOrGroup, UserClassUser, filter);
+    QVariantMap ofUsers = filter;
+    ofUsers.insert(classKey, int(UserClassUser));
+    return d->items.first(KindUserOrGroup, anyClass, ofUsers);
 }
 
 CItemId CSqlAccessControl::createUser(const QVariantMap& properties)
@@ -263,7 +265,9 @@ bool CSqlAccessControl::deleteUserProperty(const QString& name)
 
 QVariantMap CSqlAccessControl::getGroup(const QVariantMap& filter) const
 {
-    return d->items.first(KindUserOrGroup, UserClassGroup, filter);
+    QVariantMap ofGroups = filter;
+    ofGroups.insert(classKey, int(UserClassGroup));
+    return d->items.first(KindUserOrGroup, anyClass, ofGroups);
 }
 
 CItemId CSqlAccessControl::createGroup(const QVariantMap& properties)
