@@ -61,9 +61,13 @@ constexpr int terminationSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 void onSignal(int number)
 {
-    const char byte = number == SIGINT ? char(Termination::Interrupt) : char(Termination::End);
+    const Termination request = number == SIGINT   ? Termination::Interrupt
+                                : number == SIGHUP ? Termination::Hangup
+                                                   : Termination::End;
+    const char byte = char(request);
     // Asked again before the event loop has taken notice, the process ends at once.
-    std::signal(number, SIG_DFL);
+    if (number != SIGHUP)
+        std::signal(number, SIG_DFL);
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
 }
 

@@ -14,10 +14,12 @@ bool applyLogOptions(AppOptions& options);
 enum class Termination
 {
     Interrupt, ///< the user's Ctrl+C
-    End        ///< the system wants the process gone: kill, end of a service, closed terminal
+    End,       ///< the system wants the process gone: kill, end of a service
+    Hangup     ///< the terminal was closed; a service is asked so to read its settings again
 };
 /// Calls `handler` from the event loop when the user or the system asks the process to end; asked for the second time
-/// before that the process ends at once. One for each process; does nothing on systems without such signals.
+/// before that, hangups aside, the process ends at once. One for each process; does nothing on systems without such
+/// signals.
 void onTerminationRequest(QObject* context, const std::function<void(Termination)>& handler);
 
 /// Makes sure that descriptors 0 to 2 are open, or sockets of the program would take their places. To be called first.

@@ -1,11 +1,9 @@
 #include "simulator.h"
 
 #include "common/app_options.h"
-#include "common/command_socket.h"
 #include "common/default_ports.h"
 #include "simulator_control.h"
 
-#include <foundation/cli/local_socket_cli_io.h>
 #include <foundation/network/device_discovery_device_side.h>
 
 #include <QtCore/QFile>
@@ -207,11 +205,9 @@ bool Simulator::start(QString& error)
         }
     }
     if (!m_controlName.isEmpty()) {
-        m_controlIo = openCommandSocket(m_controlName, error);
-        if (!m_controlIo)
+        m_control = std::make_unique<SimulatorControl>(*this);
+        if (!m_control->listen(m_controlName, error))
             return false;
-        m_control = std::make_unique<SimulatorControl>(*this, m_controlIo.get());
-        m_control->execute();
     }
     return true;
 }

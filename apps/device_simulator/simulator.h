@@ -11,7 +11,6 @@
 #include <memory>
 
 class AppOptions;
-class CLocalSocketCliIO;
 class SimulatorControl;
 class CDeviceDiscoveryBase;
 
@@ -46,7 +45,6 @@ private:
     SimulatedDevice::Faults m_faults;
     QFile m_journal;
     QString m_controlName;
-    std::unique_ptr<CLocalSocketCliIO> m_controlIo;
     std::unique_ptr<SimulatorControl> m_control;
     QVector<SimulatedDevice*> m_devices;
     CDeviceDiscoveryBase* m_hub = nullptr;

@@ -18,22 +18,29 @@ QString help()
 
 } // namespace
 
-SimulatorControl::SimulatorControl(Simulator& simulator, CAbstractCliIO* io)
-    : CAbstractCli(io, nullptr)
-    , m_simulator(simulator)
+SimulatorControl::SimulatorControl(Simulator& simulator)
+    : m_simulator(simulator)
 {
+    connect(&m_server, &CommandServer::clientCame, this, [this](CommandClient* client) {
+        connect(client, &CommandClient::commandReceived, this,
+                [this, client](const QStringList& words) { answer(*client, words); });
+        connect(client, &CommandClient::lineReceived, this, [this, client](const QString& line) {
+            answer(*client, line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts));
+        });
+    });
 }
 
-void SimulatorControl::readLine(const QString& line)
+void SimulatorControl::answer(CommandClient& client, const QStringList& words)
 {
-    // Several lines may come at once.
-    const QStringList commands = line.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    for (const QString& command : commands) {
-        const QString answer = run(command.simplified().split(QLatin1Char(' ')));
-        writeLine(answer);
-        writeLine(answer.startsWith(QLatin1Char('{')) ? QStringLiteral("= 0") : QStringLiteral("= 1"));
-    }
-    promptNextLine();
+    if (words.isEmpty())
+        return client.sendCode(0);
+    const QString answer = run(words);
+    const bool done = answer.startsWith(QLatin1Char('{'));
+    if (done)
+        client.sendLine(answer);
+    else
+        client.sendError(answer);
+    client.sendCode(done ? 0 : 1);
 }
 
 QString SimulatorControl::run(const QStringList& words)

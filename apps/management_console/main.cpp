@@ -1,14 +1,13 @@
 // kyr_console: finds, serves and manages the devices of an installation.
 #include "commands/command_table.h"
 #include "common/app_options.h"
-#include "common/command_socket.h"
 #include "common/process_setup.h"
 #include "shell/attach.h"
 #include "shell/console.h"
 #include "shell/session.h"
+#include "shell/socket_console.h"
 #include "shell/terminal.h"
 
-#include <foundation/cli/local_socket_cli_io.h>
 #include <foundation/cli/standard_io_handler.h>
 #include <foundation/core/debug.h>
 
@@ -31,6 +30,9 @@ void addGlobalOptions(AppOptions& options)
                      QStringLiteral("take commands from a local socket instead of the terminal"));
     options.addValue(QStringLiteral("attach"), QStringLiteral("NAME"),
                      QStringLiteral("talk to a console that was started with --socket"));
+    options.addValue(QStringLiteral("patience"), QStringLiteral("S"),
+                     QStringLiteral("give that console up when nothing is heard from it for so many seconds"),
+                     QStringLiteral("30"));
     options.addValue(QStringLiteral("database"), QStringLiteral("LOCATION"),
                      QStringLiteral("where the installation is kept; memory: the demonstration, gone at the end"),
                      QStringLiteral("memory"));
@@ -46,10 +48,29 @@ int runConsole(QCoreApplication& app, Session& session, CAbstractCliIO* io, Cons
 {
     Console console(session, io, input);
     onTerminationRequest(&app, [&console](Termination request) {
-        if (request == Termination::End)
-            console.end();
-        else
+        if (request == Termination::Interrupt)
             console.interrupt();
+        else if (request == Termination::End || !console.isService())
+            console.end();
+    });
+    console.begin(arguments);
+    const int code = app.exec();
+    endSoon(code);
+    return code;
+}
+
+// Without a terminal, for clients of a local socket.
+int runSocketConsole(QCoreApplication& app, Session& session, const QString& name, const QStringList& arguments)
+{
+    SocketConsole console(session);
+    QString error;
+    if (!console.listen(name, error)) {
+        failed(error);
+        return 1;
+    }
+    onTerminationRequest(&app, [&console](Termination request) {
+        if (request != Termination::Hangup)
+            console.end();
     });
     console.begin(arguments);
     const int code = app.exec();
@@ -80,18 +101,14 @@ int run(int argc, char** argv)
 
     const QString attachName = options.value(QStringLiteral("attach"));
     const QString socketName = options.value(QStringLiteral("socket"));
+    const int patience = options.number(QStringLiteral("patience"), 1, 86400);
+    if (!options.error().isEmpty())
+        return failed(options.error());
     if (!attachName.isEmpty())
-        return runAttached(app, attachName, command);
+        return runAttached(app, attachName, command, patience);
     Session session(commandTable(), options.value(QStringLiteral("database")));
-    if (!socketName.isEmpty()) {
-        QString error;
-        const auto io = openCommandSocket(socketName, error);
-        if (!io) {
-            failed(error);
-            return 1;
-        }
-        return runConsole(app, session, io.get(), Console::Input::Socket, command);
-    }
+    if (!socketName.isEmpty())
+        return runSocketConsole(app, session, socketName, command);
     if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
         const bool terminal = Terminal::isInteractive();
         return runConsole(app, session, new CStandardIOHandler(terminal ? Console::prompt : nullptr),

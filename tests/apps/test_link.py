@@ -136,7 +136,7 @@ class Link(Installation):
                 self.assertIn('"linked":1', console("--attach", control, "status")[1])
                 self.assertEqual(console("--attach", control, "faults", "drop", "101")[0], 1)
                 console("--attach", control, "halt", "all")
-                code, answer, _ = server.ask("send", LABELS[0], "--wait", "300", "status")
+                code, _, answer = server.ask("send", LABELS[0], "--wait", "300", "status")
                 self.assertEqual((code, "no answer in time" in answer), (1, True))
                 console("--attach", control, "drop", "all")
                 server.until("came in")
@@ -227,7 +227,7 @@ class Link(Installation):
             for name, text in ((server.socket, "another program"), ("/nowhere/socket", "cannot listen")):
                 code, _, error = console("--socket", name, "help")
                 self.assertEqual((code, error.count("\n"), text in error), (1, 1, True), error)
-            self.assertIn("already serving", server.ask("serve", *pem)[1])
+            self.assertIn("already serving", server.ask("serve", *pem)[2])
             self.assertEqual(server.ask("serve", "--stop")[0], 0)
             self.assertEqual(server.ask("devices")[0], 1)
 

@@ -22,8 +22,9 @@ public:
 
     void start(AppOptions&) override
     {
-        session().shutDown();
+        // First, or the end of all commands would end this one as interrupted.
         done();
+        session().shutDown();
     }
 };
 

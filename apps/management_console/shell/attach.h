@@ -4,6 +4,8 @@
 
 class QCoreApplication;
 
-/// Talks to the console behind a local socket: sends `command`, or what is typed or piped in, and shows the answers.
-/// Returns the exit code of the last command that failed, 0 when none did, 1 without a console.
-int runAttached(QCoreApplication& app, const QString& socketName, const QStringList& command);
+/// Talks to the tool that takes commands behind a local socket: sends `command`, or what is typed or piped in, and
+/// shows the answers. A tool from which nothing is heard for `patienceSeconds` while it should answer is given up.
+/// Returns the exit code of the command, of piped ones that of the last that failed, 0 when none did; 1 without a tool,
+/// or when it belongs to another user.
+int runAttached(QCoreApplication& app, const QString& socketName, const QStringList& command, int patienceSeconds);

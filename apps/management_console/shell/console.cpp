@@ -1,19 +1,27 @@
 #include "shell/console.h"
 
+#include "shell/command_words.h"
 #include "shell/terminal.h"
-
-#include <foundation/core/string_utils.h>
 
 Console::Console(Session& session, CAbstractCliIO* io, Input input, QObject* parent)
     : CAbstractCli(io, parent)
     , m_session(session)
     , m_runner(session, *this, this)
     , m_input(input)
-    , m_colour(input != Input::Socket && Terminal::wantsColour())
+    , m_colour(Terminal::wantsColour())
 {
     connect(&m_runner, &CommandRunner::finished, this, &Console::onCommandFinished);
     connect(&m_runner, &CommandRunner::leaveWanted, this, [this] { m_ending = true; });
     connect(&m_session, &Session::shutdownWanted, this, [this] { m_ending = true; });
+    connect(&m_runner, &CommandRunner::inputWanted, this, [this] {
+        // Lines that are typed or piped in are commands.
+        if (m_input == Input::Arguments)
+            m_lineInput.want();
+        else
+            QMetaObject::invokeMethod(&m_runner, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
+    });
+    connect(&m_lineInput, &InputLines::lineRead, &m_runner, &CommandRunner::giveInput);
+    connect(&m_lineInput, &InputLines::ended, &m_runner, &CommandRunner::giveInputEnd);
     connect(&m_session, &Session::news, this, &Console::showNews);
 }
 
@@ -21,9 +29,6 @@ Console::~Console() = default;
 
 void Console::begin(const QStringList& arguments)
 {
-    // Who reads that a service is ready may call it at once.
-    if (m_input == Input::Socket)
-        execute();
     if (!arguments.isEmpty())
         m_runner.run(arguments);
     else
@@ -33,14 +38,7 @@ void Console::begin(const QStringList& arguments)
 void Console::readLine(const QString& line)
 {
     m_waiting = false;
-    // A client of the socket may send several at once.
-    const QStringList lines = line.split(QLatin1Char('\n'));
-    for (const QString& text : lines) {
-        if (!text.trimmed().isEmpty())
-            m_lines.append(text.trimmed());
-    }
-    if (m_lines.isEmpty())
-        m_lines.append(QString());
+    m_lines.append(line);
     if (!m_runner.isRunning())
         runNext();
 }
@@ -48,9 +46,8 @@ void Console::readLine(const QString& line)
 void Console::runNext()
 {
     while (!m_runner.isRunning() && !m_lines.isEmpty()) {
-        QStringList words = CStringUtils::splitQuotes(m_lines.takeFirst(), ' ');
-        words.removeAll(QString());
-        if (words.isEmpty() || words.constFirst().startsWith(QLatin1Char('#')))
+        const QStringList words = commandWords(m_lines.takeFirst());
+        if (words.isEmpty())
             commandDone(0);
         else
             m_runner.run(words);
@@ -65,7 +62,7 @@ void Console::onCommandFinished(int code)
 
 void Console::commandDone(int code)
 {
-    // At a prompt the user sees what failed, and each client of a socket is told its own code: leaving is no failure.
+    // At a prompt the user sees what failed: leaving is no failure.
     if (code != 0 && m_input == Input::Pipe)
         setReturnCode(code);
     if (!m_started && code != 0) {
@@ -83,12 +80,8 @@ void Console::commandDone(int code)
     if (!m_started) {
         m_started = true;
         m_waiting = true;
-        if (m_input != Input::Socket)
-            execute();
-        return;
+        return execute();
     }
-    if (m_input == Input::Socket)
-        writeLine(codeMark + QString::number(code));
     if (m_lines.isEmpty()) {
         m_waiting = true;
         promptNextLine();
@@ -113,20 +106,13 @@ void Console::end()
 void Console::line(const QString& text)
 {
     progress(QString());
-    // Of a service, what the command says that it was started with: nobody is there to ask for it.
-    if (m_input == Input::Socket && !m_started)
-        Terminal::show(text + QLatin1Char('\n'));
-    else
-        writeLine(text);
+    writeLine(text);
 }
 
 void Console::error(const QString& text)
 {
     progress(QString());
-    if (m_input == Input::Socket && !m_started)
-        Terminal::showError(Terminal::printable(text) + QLatin1Char('\n'));
-    else
-        writeErrorLine(Terminal::printable(text));
+    writeErrorLine(Terminal::printable(text));
 }
 
 void Console::showNews(const QString& text)
@@ -143,17 +129,12 @@ void Console::showNews(const QString& text)
         if (m_waiting)
             Terminal::show(QString::fromLatin1(prompt));
         break;
-    case Input::Socket:
-        Terminal::show(text + QLatin1Char('\n'));
-        if (m_started)
-            writeLine(eventMark + text);
-        break;
     }
 }
 
 void Console::progress(const QString& text)
 {
-    if (m_input == Input::Socket || !Terminal::isInteractive() || (text.isEmpty() && !m_progress))
+    if (!Terminal::isInteractive() || (text.isEmpty() && !m_progress))
         return;
     Terminal::clearLine();
     Terminal::show(text);

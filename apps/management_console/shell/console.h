@@ -1,6 +1,7 @@
 #pragma once
 
 #include "shell/command_runner.h"
+#include "shell/input_lines.h"
 #include "shell/output.h"
 
 #include <foundation/cli/abstract_cli.h>
@@ -18,14 +19,10 @@ public:
     {
         Arguments, ///< one command from the command line, no lines
         Terminal,
-        Pipe,
-        Socket, ///< each answer ends with a line "= N", N being the command's exit code; "! " begins news
+        Pipe
     };
 
     static constexpr const char* prompt = "kyr> ";
-
-    static constexpr QLatin1String codeMark{"= ", 2};
-    static constexpr QLatin1String eventMark{"! ", 2};
 
     Console(Session& session, CAbstractCliIO* io, Input input, QObject* parent = nullptr);
     ~Console() override;
@@ -37,6 +34,8 @@ public:
     void interrupt();
     /// Ends the running command and the console.
     void end();
+    /// Nobody types: the closed terminal is nobody's, the program goes on as long as it serves.
+    bool isService() const { return m_input == Input::Arguments && m_session.server(); }
 
 public Q_SLOTS:
     void readLine(const QString& line) override;
@@ -56,6 +55,7 @@ private:
 
     Session& m_session;
     CommandRunner m_runner;
+    InputLines m_lineInput; // of a command that was given as arguments
     Input m_input;
     bool m_colour;
     bool m_started = false;

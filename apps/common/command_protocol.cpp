@@ -1,0 +1,56 @@
+#include "command_protocol.h"
+
+#include <QtCore/QJsonDocument>
+
+QByteArray CommandProtocol::message(const char* kind, const QJsonArray& arguments)
+{
+    QJsonArray whole = arguments;
+    whole.prepend(QLatin1String(kind));
+    return QJsonDocument(whole).toJson(QJsonDocument::Compact) + '\n';
+}
+
+QByteArray CommandProtocol::message(const char* kind, const QString& text)
+{
+    return message(kind, QJsonArray{text});
+}
+
+QJsonArray CommandProtocol::parse(const QByteArray& line)
+{
+    return QJsonDocument::fromJson(line).array();
+}
+
+QString CommandProtocol::kindOf(const QJsonArray& message)
+{
+    return message.at(0).toString();
+}
+
+QStringList CommandProtocol::textsOf(const QJsonArray& message)
+{
+    QStringList texts;
+    for (int i = 1; i < message.size(); ++i)
+        texts.append(message.at(i).toString());
+    return texts;
+}
+
+bool LineBuffer::take(QByteArray& line)
+{
+    const int end = int(m_data.indexOf('\n', m_scanned));
+    if (end < 0) {
+        // What was taken goes, once for all lines that came together.
+        m_data.remove(0, m_begin);
+        m_begin = 0;
+        m_scanned = int(m_data.size());
+        return false;
+    }
+    line = m_data.mid(m_begin, end - m_begin);
+    m_begin = m_scanned = end + 1;
+    return true;
+}
+
+QByteArray LineBuffer::takeRest()
+{
+    const QByteArray rest = m_data.mid(m_begin);
+    m_data.clear();
+    m_begin = m_scanned = 0;
+    return rest;
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
+#include <QtCore/QStringList>
+
+/// What passes between a tool that takes commands at a local socket and its clients: one JSON array a line, UTF-8, with
+/// the kind of the message first. Whatever a text holds, line feeds and quotes too, arrives as it was. Kinds that an
+/// end does not know are passed over.
+///
+///     to the tool      ["hello",1,TERMINAL,COLOUR]   first; whether somebody reads at a terminal, and wants colour
+///                      ["run",WORD,...]              a command with its arguments
+///                      ["line",TEXT]                 the same as typed, split by the tool
+///                      ["input",TEXT], ["end"]       the line that was asked for, or that there is none any more
+///                      ["cancel"]                    ends the command that runs
+///                      ["ping"]                      answered at once by ["pong"]
+///     to the client    ["hello",1]                   answers the other
+///                      ["out",TEXT], ["err",TEXT]    a line of a result, a line on what went wrong
+///                      ["progress",TEXT]             at terminals only: how far it has come
+///                      ["news",TEXT]                 at terminals only: what nobody asked for
+///                      ["ask"]                       the command wants a line of input
+///                      ["leave"]                     the next code is the last: the command was one that leaves
+///                      ["code",N]                    the command has ended
+namespace CommandProtocol {
+
+constexpr int version = 1;
+constexpr int longestMessage = 16 * 1024 * 1024; ///< bytes that a client may send as one message
+
+QByteArray message(const char* kind, const QJsonArray& arguments = {});
+QByteArray message(const char* kind, const QString& text);
+/// Empty when the line is no message.
+QJsonArray parse(const QByteArray& line);
+QString kindOf(const QJsonArray& message);
+/// The texts behind the kind.
+QStringList textsOf(const QJsonArray& message);
+
+} // namespace CommandProtocol
+
+/// Puts together the lines of a stream, in linear time however it is cut.
+class LineBuffer
+{
+public:
+    void add(const QByteArray& data) { m_data += data; }
+    /// Takes the next whole line without its line feed; false when there is none yet.
+    bool take(QByteArray& line);
+    /// Takes what stands behind the last line feed.
+    QByteArray takeRest();
+    /// How long the line is whose end has not come.
+    int pending() const { return int(m_data.size()) - m_begin; }
+
+private:
+    QByteArray m_data;
+    int m_begin = 0;   // of the first line that was not taken
+    int m_scanned = 0; // up to here there is no line feed
+};

@@ -1,0 +1,231 @@
+#include "command_server.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QTimer>
+#include <QtNetwork/QLocalServer>
+#include <QtNetwork/QLocalSocket>
+
+namespace {
+
+constexpr int probeMs = 1000;
+constexpr int drainMs = 2000;
+constexpr int drainStepMs = 10;
+
+} // namespace
+
+CommandClient::CommandClient(QLocalSocket* socket, QObject* parent)
+    : QObject(parent)
+    , m_socket(socket)
+{
+    socket->setParent(this);
+    connect(socket, &QLocalSocket::readyRead, this, &CommandClient::onReadable);
+    connect(socket, &QLocalSocket::disconnected, this, &CommandClient::onGone, Qt::QueuedConnection);
+    // What came before this object did; and that it may have gone already.
+    QMetaObject::invokeMethod(this, &CommandClient::onReadable, Qt::QueuedConnection);
+    if (socket->state() == QLocalSocket::UnconnectedState)
+        QMetaObject::invokeMethod(this, &CommandClient::onGone, Qt::QueuedConnection);
+}
+
+CommandClient::~CommandClient()
+{
+    m_socket->disconnect(this);
+}
+
+qint64 CommandClient::unread() const
+{
+    return m_gone ? 0 : m_socket->bytesToWrite();
+}
+
+void CommandClient::onReadable()
+{
+    const QByteArray data = m_socket->readAll();
+    if (data.isEmpty() || m_left)
+        return;
+    if (!m_known) {
+        m_known = true;
+        m_plain = !data.startsWith('[');
+    }
+    m_received.add(data);
+    QByteArray line;
+    while (!m_left && m_received.take(line))
+        take(line);
+    if (m_plain && !m_left && m_received.pending() > 0)
+        take(m_received.takeRest());
+    if (!m_left && m_received.pending() > CommandProtocol::longestMessage) {
+        sendError(
+            QStringLiteral("a command is at most %1 MiB long").arg(CommandProtocol::longestMessage / 1024 / 1024));
+        leave(2);
+    }
+}
+
+void CommandClient::take(const QByteArray& line)
+{
+    if (m_plain) {
+        // An empty line is answered, or who waits would wait for ever.
+        Q_EMIT lineReceived(QString::fromUtf8(line));
+        return;
+    }
+    const QJsonArray message = CommandProtocol::parse(line);
+    const QString kind = CommandProtocol::kindOf(message);
+    if (!m_greeted) {
+        m_greeted = true;
+        if (kind != QLatin1String("hello") || message.at(1).toInt() != CommandProtocol::version) {
+            sendError(QStringLiteral("this console is of another version than its client: restart it"));
+            return leave(1);
+        }
+        m_terminal = message.at(2).toBool();
+        m_colour = message.at(3).toBool();
+        return send(CommandProtocol::message("hello", QJsonArray{CommandProtocol::version}));
+    }
+    if (kind == QLatin1String("run"))
+        Q_EMIT commandReceived(CommandProtocol::textsOf(message));
+    else if (kind == QLatin1String("line"))
+        Q_EMIT lineReceived(message.at(1).toString());
+    else if (kind == QLatin1String("input"))
+        Q_EMIT inputReceived(message.at(1).toString());
+    else if (kind == QLatin1String("end"))
+        Q_EMIT inputEnded();
+    else if (kind == QLatin1String("cancel"))
+        Q_EMIT cancelRequested();
+    else if (kind == QLatin1String("ping"))
+        send(CommandProtocol::message("pong"));
+}
+
+void CommandClient::onGone()
+{
+    if (m_gone)
+        return;
+    m_gone = m_left = true;
+    Q_EMIT gone();
+    deleteLater();
+}
+
+void CommandClient::send(const QByteArray& data)
+{
+    if (m_gone || m_socket->state() != QLocalSocket::ConnectedState)
+        return;
+    m_socket->write(data);
+    if (m_socket->bytesToWrite() > mostUnread) {
+        qWarning("A client of the command socket does not read: dropped");
+        m_socket->abort();
+    }
+}
+
+void CommandClient::send(const char* kind, const QString& text)
+{
+    send(m_plain ? text.toUtf8() + '\n' : CommandProtocol::message(kind, text));
+}
+
+void CommandClient::sendLine(const QString& text)
+{
+    send("out", text);
+}
+
+void CommandClient::sendError(const QString& text)
+{
+    send("err", text);
+}
+
+void CommandClient::sendProgress(const QString& text)
+{
+    if (m_terminal && unread() < mostUnreadForNews)
+        send("progress", text);
+}
+
+void CommandClient::sendNews(const QString& text)
+{
+    if (!m_known || unread() > mostUnreadForNews)
+        return;
+    if (m_plain)
+        send("news", QLatin1String("! ") + text);
+    else if (m_terminal)
+        send("news", text);
+}
+
+void CommandClient::askForInput()
+{
+    if (!m_plain)
+        send(CommandProtocol::message("ask"));
+}
+
+void CommandClient::sendCode(int code)
+{
+    send(m_plain ? "= " + QByteArray::number(code) + '\n' : CommandProtocol::message("code", QJsonArray{code}));
+    if (!m_gone)
+        m_socket->flush();
+}
+
+void CommandClient::leave(int code)
+{
+    if (!m_plain)
+        send(CommandProtocol::message("leave"));
+    sendCode(code);
+    m_left = true;
+    m_socket->disconnectFromServer();
+}
+
+CommandServer::CommandServer(QObject* parent)
+    : QObject(parent)
+    , m_server(new QLocalServer(this))
+{
+    // Whoever reaches the socket commands the program.
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    m_server->setMaxPendingConnections(mostClients);
+    connect(m_server, &QLocalServer::newConnection, this, &CommandServer::onConnection);
+}
+
+CommandServer::~CommandServer()
+{
+    // The clients' sockets are the server's no more, but go with it in good order.
+    qDeleteAll(clients());
+}
+
+bool CommandServer::listen(const QString& name, QString& error)
+{
+    QLocalSocket probe;
+    probe.connectToServer(name);
+    if (probe.waitForConnected(probeMs)) {
+        error = QStringLiteral("another program takes commands at \"%1\"").arg(name);
+        return false;
+    }
+    QLocalServer::removeServer(name);
+    if (m_server->listen(name)) {
+        qDebug("Started listening at %s", qUtf8Printable(m_server->fullServerName()));
+        return true;
+    }
+    error = QStringLiteral("cannot listen at \"%1\": %2").arg(name, m_server->errorString());
+    return false;
+}
+
+void CommandServer::onConnection()
+{
+    while (QLocalSocket* socket = m_server->nextPendingConnection()) {
+        if (clients().size() >= mostClients) {
+            qWarning("More than %d clients of the command socket: one was sent away", mostClients);
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        Q_EMIT clientCame(new CommandClient(socket, this));
+    }
+}
+
+void CommandServer::drain(const std::function<void()>& then)
+{
+    m_server->close();
+    QElapsedTimer clock;
+    clock.start();
+    auto* timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, [this, timer, clock, then] {
+        bool allRead = true;
+        const QList<CommandClient*> all = clients();
+        for (const CommandClient* client : all)
+            allRead = allRead && client->unread() == 0;
+        if (!allRead && clock.elapsed() < drainMs)
+            return;
+        timer->stop();
+        then();
+    });
+    timer->start(drainStepMs);
+}

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "command_protocol.h"
+
+#include <QtCore/QObject>
+
+#include <functional>
+
+class QLocalServer;
+class QLocalSocket;
+
+/// One client of a tool that takes commands: a conversation of its own. Deletes itself after gone().
+///
+/// A client that does not speak the protocol sends plain lines (what arrives together counts as complete) and is
+/// answered by lines, the last of which is "= N", N being the exit code; lines that begin with "! " are news.
+class CommandClient : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// A client that lets more than this stand unread is dropped.
+    static constexpr qint64 mostUnread = 256 * 1024 * 1024;
+    /// News are for those who read: with more than this unread they are left out.
+    static constexpr qint64 mostUnreadForNews = 64 * 1024;
+
+    /// Takes the socket over.
+    CommandClient(QLocalSocket* socket, QObject* parent);
+    ~CommandClient() override;
+
+    /// Somebody reads at a terminal.
+    bool isTerminal() const { return m_terminal; }
+    bool wantsColour() const { return m_colour; }
+    /// A plain client cannot be asked for input.
+    bool canGiveInput() const { return !m_plain; }
+    /// Bytes that the client has not taken yet.
+    qint64 unread() const;
+
+    void sendLine(const QString& text);
+    void sendError(const QString& text);
+    void sendProgress(const QString& text);
+    void sendNews(const QString& text);
+    void askForInput();
+    void sendCode(int code);
+    /// The last code: the conversation ends from this side.
+    void leave(int code);
+
+Q_SIGNALS:
+    void commandReceived(const QStringList& words);
+    /// A command that is still to be split into words.
+    void lineReceived(const QString& line);
+    void inputReceived(const QString& line);
+    void inputEnded();
+    void cancelRequested();
+    void gone();
+
+private:
+    void onReadable();
+    void onGone();
+    void take(const QByteArray& line);
+    void send(const QByteArray& data);
+    void send(const char* kind, const QString& text);
+
+    QLocalSocket* m_socket;
+    LineBuffer m_received;
+    bool m_known = false; // has sent something
+    bool m_plain = true;
+    bool m_greeted = false;
+    bool m_terminal = false;
+    bool m_colour = false;
+    bool m_left = false; // nothing is taken any more
+    bool m_gone = false;
+};
+
+/// A local socket on which a tool takes commands. Only the same user, and root, gets in.
+class CommandServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int mostClients = 500;
+
+    explicit CommandServer(QObject* parent = nullptr);
+    ~CommandServer() override;
+
+    /// False with a reason when another program answers under that name, which would lose its clients, or when the
+    /// system refuses it. What a program that was killed has left behind is replaced.
+    bool listen(const QString& name, QString& error);
+    QList<CommandClient*> clients() const
+    {
+        return findChildren<CommandClient*>(QString(), Qt::FindDirectChildrenOnly);
+    }
+    /// Ends once each client has taken what was sent to it, or after two seconds; `then` is called.
+    void drain(const std::function<void()>& then);
+
+Q_SIGNALS:
+    void clientCame(CommandClient* client);
+
+private:
+    void onConnection();
+
+    QLocalServer* m_server;
+};
