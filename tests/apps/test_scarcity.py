@@ -65,7 +65,7 @@ class Scarcity(Installation):
                 server.eventually(lambda: server.links() == LABELS[:1])
                 linked = server.table("devices")[0]["peer"]
                 subprocess.run([*beside(server), "ip", "link", "set", "lo", "down"], check=True)
-                self.assertIn("no answer in time", server.ask("send", LABELS[0], "--wait", "300", "status")[1])
+                self.assertIn("no answer in time", server.ask("send", LABELS[0], "--wait", "300", "status")[2])
                 subprocess.run([*beside(server), "ip", "link", "set", "lo", "up"], check=True)
                 self.assertIn('"status":"ok"', server.ask("send", LABELS[0], "--wait", "5000", "status")[1])
                 self.assertEqual(server.table("devices")[0]["peer"], linked)
