@@ -2,6 +2,7 @@
 
 #include <foundation/core/debug.h>
 
+#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QThread>
@@ -12,6 +13,12 @@
 #    include <fcntl.h>
 #    include <unistd.h>
 #endif
+
+namespace {
+
+constexpr int mostTalkative = 5; // of the log levels
+
+} // namespace
 
 void addLogOptions(AppOptions& options, const QString& defaultLevel, const QString& defaultFile)
 {
@@ -32,12 +39,19 @@ bool applyLogOptions(AppOptions& options)
         return false;
     }
     qInstallMessageHandler(&CDebug::messageOutput);
-    CDebug::setLogLevel(number);
     const QString file = options.value(QStringLiteral("log-file"));
     if (!CDebug::setMessageOutputFile(file)) {
         options.setError(QStringLiteral("cannot write the log file \"%1\"").arg(file));
         return false;
     }
+    // The lines of a file have the time of day alone. The date is said whatever the level is.
+    if (file != QLatin1String("none") && file != QLatin1String("stderr") && file != QLatin1String("stdout")) {
+        const QDateTime now = QDateTime::currentDateTime();
+        CDebug::setLogLevel(mostTalkative);
+        qInfo("The log begins at %s",
+              qUtf8Printable(now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)));
+    }
+    CDebug::setLogLevel(number);
     return true;
 }
 

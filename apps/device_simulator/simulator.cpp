@@ -151,8 +151,6 @@ bool Simulator::setUp(AppOptions& options)
     if (!ok)
         options.setError(QStringLiteral("--system \"%1\" is no label of an installation").arg(systemLabel));
 
-    if (!options.positional().isEmpty())
-        options.setError(QStringLiteral("unexpected argument \"%1\"").arg(options.positional().constFirst()));
     m_controlName = options.value(QStringLiteral("control"));
     m_faults.rates.on = options.isSet(QStringLiteral("faults"));
     if (m_faults.rates.on)
@@ -163,6 +161,8 @@ bool Simulator::setUp(AppOptions& options)
         options.setError(QStringLiteral("cannot write \"%1\": %2").arg(journal, m_journal.errorString()));
     if (!options.error().isEmpty())
         return false;
+    if (type != gatewayType)
+        qWarning("Devices of type %d will not be found: applications ask for type %d", type, gatewayType);
     const bool withTls = options.isSet(QStringLiteral("certificate")) || options.isSet(QStringLiteral("key"));
     QSslConfiguration before;
     for (int i = 0; i < count; ++i) {

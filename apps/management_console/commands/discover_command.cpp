@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr int rounds = 3; // a datagram may get lost, so all are asked again
+constexpr int askedType = 41; // what the query asks for; devices of other types do not answer
+constexpr int rounds = 3;     // a datagram may get lost, so all are asked again
 
 struct Target
 {
@@ -239,9 +240,12 @@ private:
             m_failures.append(QStringLiteral("\"%1\": no name server answered in time").arg(name));
         if (!whom.isEmpty())
             m_failures.prepend(whom);
-        fail(QStringLiteral("nothing answered within %1 ms; asked: %2; a firewall here or in between may be in the way")
+        fail(QStringLiteral(
+                 "nothing answered within %1 ms; asked for devices of type %2 (%3) alone, others do not answer: %4; "
+                 "a firewall here or in between may be in the way")
                  .arg(m_clock.elapsed())
-                 .arg(m_failures.join(QLatin1String(", "))));
+                 .arg(askedType)
+                 .arg(deviceTypeName(askedType), m_failures.join(QLatin1String(", "))));
     }
 
     CDeviceDiscoveryAppSide m_discovery{0, nullptr}; // on a port that the system chooses
@@ -259,5 +263,6 @@ private:
 
 } // namespace
 
-extern const CommandEntry discoverCommand = {"discover", "Finds devices on the network.",
-                                             &makeCommand<DiscoverCommand>};
+extern const CommandEntry discoverCommand = {
+    "discover", "Finds the network gateways of an installation; other devices do not answer.",
+    &makeCommand<DiscoverCommand>};

@@ -118,6 +118,7 @@ private:
              {QStringLiteral("perSecond"), ifSeveral("Messages/s")},
              {QStringLiteral("answer"), m_count > 1 ? QStringLiteral("Last answer") : QStringLiteral("Answer")}});
         QStringList silent;
+        QStringList refused;
         for (const Asked& asked : qAsConst(m_asked)) {
             const double perSecond = asked.milliseconds > 0 ? asked.answers * 1000.0 / asked.milliseconds : 0.0;
             QJsonObject answer = asked.answer;
@@ -126,12 +127,23 @@ private:
                           QString::fromUtf8(QJsonDocument(answer).toJson(QJsonDocument::Compact))});
             if (asked.answers < m_count)
                 silent.append(asked.device.toLabel());
+            else if (answer.value(QLatin1String("status")).toString() == QLatin1String("error"))
+                refused.append(QStringLiteral("%1 (%2)").arg(asked.device.toLabel(),
+                                                             answer.value(QLatin1String("error")).toString()));
         }
         if (silent.size() < m_asked.size() || isJson())
             print(table);
-        if (silent.isEmpty())
+        QStringList faults;
+        if (!silent.isEmpty())
+            faults.append(QStringLiteral("%1 of %2 answered, no answer in time from %3")
+                              .arg(m_asked.size() - silent.size())
+                              .arg(m_asked.size())
+                              .arg(silent.join(QLatin1String(", "))));
+        if (!refused.isEmpty())
+            faults.append(QStringLiteral("refused by %1").arg(refused.join(QLatin1String(", "))));
+        if (faults.isEmpty())
             return done();
-        fail(QStringLiteral("no answer in time from %1").arg(silent.join(QLatin1String(", "))));
+        fail(faults.join(QLatin1String("; ")));
     }
 
     QJsonObject m_message;

@@ -1,5 +1,6 @@
 #include "common/default_ports.h"
 #include "server/device_server.h"
+#include "server/server_certificate.h"
 #include "shell/command.h"
 
 namespace {
@@ -56,8 +57,14 @@ public:
 
         auto server = std::make_unique<DeviceServer>();
         QString error;
-        if (!server->start(settings, error))
+        QString warning;
+        if (!checkServerCertificate(settings.certificateFile, settings.keyFile, error, warning)
+            || !server->start(settings, error))
             return fail(error);
+        if (!warning.isEmpty()) {
+            warn(warning);
+            qWarning("serve: %s", qUtf8Printable(warning));
+        }
         const quint16 port = server->port();
         session().setServer(std::move(server));
         if (isJson())
@@ -99,6 +106,7 @@ private:
                      {QStringLiteral("system"), QStringLiteral("System")},
                      {QStringLiteral("peer"), QStringLiteral("From")},
                      {QStringLiteral("since"), QStringLiteral("Since")},
+                     {QStringLiteral("lastHeard"), QStringLiteral("Last heard")},
                      {QStringLiteral("handshakeMs"), QStringLiteral("Handshake ms")},
                      {QStringLiteral("sent"), QStringLiteral("Sent")},
                      {QStringLiteral("received"), QStringLiteral("Received")}});
@@ -106,8 +114,8 @@ private:
         for (const DeviceLink* link : links) {
             const DeviceLink::Identity& device = link->identity();
             table.addRow({device.id.toLabel(), device.type, deviceTypeName(device.type), device.system.toLabel(),
-                          device.peer, link->since().toString(Qt::ISODate), device.handshakeMs, link->sent(),
-                          link->received()});
+                          device.peer, isoTime(link->since()), isoTime(link->lastHeard()), device.handshakeMs,
+                          link->sent(), link->received()});
         }
         print(table);
     }
@@ -119,7 +127,7 @@ private:
                      {QStringLiteral("device"), QStringLiteral("Claimed to be")},
                      {QStringLiteral("reason"), QStringLiteral("Reason")}});
         for (const DeviceServer::Refusal& refusal : server.refusals())
-            table.addRow({refusal.time.toString(Qt::ISODate), refusal.peer, refusal.device, refusal.reason});
+            table.addRow({isoTime(refusal.time), refusal.peer, refusal.device, refusal.reason});
         print(table);
     }
 };

@@ -6,11 +6,19 @@
 #include <QtCore/QJsonDocument>
 #include <QtWebSockets/QWebSocket>
 
+namespace {
+
+constexpr int watchMs = 500;
+
+} // namespace
+
 DeviceLink::DeviceLink(const Identity& identity, QWebSocket* socket, int pingSeconds, QObject* parent)
     : QObject(parent)
     , m_identity(identity)
     , m_connection(new CWebSocketConnection(socket, this))
     , m_since(QDateTime::currentDateTime())
+    , m_lastHeard(m_since)
+    , m_pingSeconds(pingSeconds)
 {
     socket->setParent(this);
     connect(m_connection, &CMessageTransfer::dataReceived, this, &DeviceLink::onData);
@@ -18,6 +26,10 @@ DeviceLink::DeviceLink(const Identity& identity, QWebSocket* socket, int pingSec
         if (!connected)
             Q_EMIT ended();
     });
+    connect(socket, &QWebSocket::pong, this, &DeviceLink::onHeard);
+    connect(&m_watch, &QTimer::timeout, this, &DeviceLink::onWatch);
+    m_silence.start();
+    m_watch.start(watchMs);
     m_connection->setKeepalive(pingSeconds);
     m_connection->updateConnectionState();
 }
@@ -43,6 +55,24 @@ void DeviceLink::close()
 void DeviceLink::onData(const QByteArray& data)
 {
     ++m_received;
+    onHeard();
     const QJsonObject answer = CJsonText::read(data).object();
     Q_EMIT answered(answer.value(QLatin1String("id")).toInt(), answer);
+}
+
+void DeviceLink::onHeard()
+{
+    m_silence.restart();
+    m_lastHeard = QDateTime::currentDateTime();
+}
+
+void DeviceLink::onWatch()
+{
+    // One ping went out after the last sign of life, and the time for its answer is over.
+    if (!m_silence.hasExpired(m_pingSeconds * 2000LL + graceMs))
+        return;
+    m_watch.stop();
+    qInfo("Device %s %s is silent: its link ends", qUtf8Printable(m_identity.id.toLabel()),
+          qUtf8Printable(m_identity.peer));
+    Q_EMIT ended();
 }

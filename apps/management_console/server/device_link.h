@@ -3,8 +3,10 @@
 #include <foundation/network/device_identity.h>
 
 #include <QtCore/QDateTime>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonObject>
 #include <QtCore/QObject>
+#include <QtCore/QTimer>
 
 class CWebSocketConnection;
 class QWebSocket;
@@ -22,12 +24,18 @@ public:
         int handshakeMs = 0; ///< from accept to the end of all checks
     };
 
-    /// Takes the socket over. Asks for a sign of life every `pingSeconds`; without an answer the link ends.
+    /// A slow network may take so much more than one turn of the pings.
+    static constexpr int graceMs = 2000;
+
+    /// Takes the socket over. Asks for a sign of life every `pingSeconds`; when nothing is heard of the device until
+    /// the next one is due, or for graceMs after that, the link ends.
     DeviceLink(const Identity& identity, QWebSocket* socket, int pingSeconds, QObject* parent);
     ~DeviceLink() override;
 
     const Identity& identity() const { return m_identity; }
     QDateTime since() const { return m_since; }
+    /// When a message or a sign of life came last.
+    QDateTime lastHeard() const { return m_lastHeard; }
     int sent() const { return m_sent; }
     int received() const { return m_received; }
 
@@ -42,10 +50,16 @@ Q_SIGNALS:
 
 private:
     void onData(const QByteArray& data);
+    void onHeard();
+    void onWatch();
 
     Identity m_identity;
     CWebSocketConnection* m_connection;
     QDateTime m_since;
+    QDateTime m_lastHeard;
+    QElapsedTimer m_silence;
+    int m_pingSeconds;
+    QTimer m_watch;
     int m_lastNumber = 0;
     int m_sent = 0;
     int m_received = 0;

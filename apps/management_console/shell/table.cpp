@@ -23,6 +23,11 @@ QString cellText(const QVariant& value)
 
 } // namespace
 
+QString isoTime(const QDateTime& time)
+{
+    return time.isValid() ? time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODate) : QString();
+}
+
 QString Table::text(int row, int column) const
 {
     return cellText(m_rows.at(row).value(column));

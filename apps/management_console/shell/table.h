@@ -1,8 +1,12 @@
 #pragma once
 
+#include <QtCore/QDateTime>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
+
+/// To the second, with the offset from UTC; empty for none.
+QString isoTime(const QDateTime& time);
 
 /// Rows under named columns, shown as aligned text or as a JSON array with an object for each row.
 class Table
