@@ -45,11 +45,12 @@ bool applyLogOptions(AppOptions& options)
         return false;
     }
     // The lines of a file have the time of day alone. The date is said whatever the level is.
-    if (file != QLatin1String("none") && file != QLatin1String("stderr") && file != QLatin1String("stdout")) {
+    const QString target = file.startsWith(QLatin1String(">>")) ? file.mid(2) : file;
+    if (!QStringList{QStringLiteral("none"), QStringLiteral("stderr"), QStringLiteral("stdout"), QStringLiteral("-")}
+             .contains(target)) {
         const QDateTime now = QDateTime::currentDateTime();
         CDebug::setLogLevel(mostTalkative);
-        qInfo("The log begins at %s",
-              qUtf8Printable(now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)));
+        qInfo("The log begins at %s", qUtf8Printable(now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)));
     }
     CDebug::setLogLevel(number);
     return true;

@@ -3,6 +3,7 @@
 import json
 import os
 import shutil
+import signal
 import socket
 import ssl
 import subprocess
@@ -99,7 +100,8 @@ class Link(Installation):
                 self.assertEqual(json.loads(rows[0]["answer"]), {"status": "ok", "data": "\u00e4"})
                 self.assertIn('"door":"open"', server.ask("send", LABELS[0], "open")[1])
                 self.assertIn('"opened":1', server.ask("send", LABELS[0], "status")[1])
-                self.assertIn('unknown command', server.ask("send", LABELS[0], "fly")[1])
+                code, out, error = server.ask("send", "all", "fly")
+                self.assertEqual((code, out.count("unknown command"), error.count("unknown command")), (1, 2, 2))
                 self.assertEqual(server.ask("send", LABELS[2], "status")[0], 1)
             server.eventually(lambda: server.links() == [])
 
@@ -141,6 +143,18 @@ class Link(Installation):
                 console("--attach", control, "drop", "all")
                 server.until("came in")
                 self.assertIn('"status":"ok"', server.ask("send", LABELS[0], "status")[1])
+
+    def test_a_silent_device_is_no_link(self):
+        with Server(self.dir, "--ping", "1") as server, \
+                self.device(server.port, LABELS[0]), self.device(server.port, LABELS[1]) as halted:
+            server.eventually(lambda: server.links() == LABELS[:2])
+            halted.process.send_signal(signal.SIGSTOP)
+            code, out, error = server.ask("send", "all", "--wait", "300", "status")
+            self.assertEqual((code, f"1 of 2 answered, no answer in time from {LABELS[1]}" in error), (1, True), error)
+            rows = server.table("devices")
+            self.assertLessEqual(rows[1]["since"], rows[1]["lastHeard"])
+            server.eventually(lambda: server.links() == LABELS[:1])
+            halted.process.send_signal(signal.SIGCONT)
 
     def test_ordinary_requests_and_rubbish(self):
         with Server(self.dir) as server:
@@ -215,11 +229,18 @@ class Link(Installation):
                               (["--certificate", f"{self.dir}/console.key", "--key", f"{self.dir}/console.key"],
                                "holds no certificate"),
                               (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.pem"],
-                               "holds no key")):
+                               "holds no key"),
+                              (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/{LABELS[0]}.key"],
+                               "is not that of the first certificate")):
             code, out, error = console("serve", *options)
             self.assertNotEqual(code, 0)
             self.assertEqual(error.count("\n"), 1)
             self.assertIn(text, error)
+        certificate("console", f"{self.dir}/old", f"{BUILD}/dev-ca", "--expired", "--name", "IP:127.0.0.1")
+        with Running("kyr_console", "--socket", f"{self.dir}/old/socket", "serve", "--port", 0, "--certificate",
+                     f"{self.dir}/old/console.pem", "--key", f"{self.dir}/old/console.key") as old:
+            old.until("has expired")
+            old.until("Serving")
         with Server(self.dir) as server:
             pem = ["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.key"]
             code, _, error = console("serve", "--port", str(server.port), *pem)

@@ -72,7 +72,7 @@ void DeviceLink::onWatch()
     if (!m_silence.hasExpired(m_pingSeconds * 2000LL + graceMs))
         return;
     m_watch.stop();
-    qInfo("Device %s %s is silent: its link ends", qUtf8Printable(m_identity.id.toLabel()),
+    qInfo("Device %s %s has been silent: its link ends", qUtf8Printable(m_identity.id.toLabel()),
           qUtf8Printable(m_identity.peer));
     Q_EMIT ended();
 }

@@ -24,11 +24,11 @@ public:
         int handshakeMs = 0; ///< from accept to the end of all checks
     };
 
-    /// A slow network may take so much more than one turn of the pings.
+    /// What an answer may take on top.
     static constexpr int graceMs = 2000;
 
-    /// Takes the socket over. Asks for a sign of life every `pingSeconds`; when nothing is heard of the device until
-    /// the next one is due, or for graceMs after that, the link ends.
+    /// Takes the socket over. Asks for a sign of life every `pingSeconds`; when nothing is heard of the device for two
+    /// such turns and graceMs, the link ends.
     DeviceLink(const Identity& identity, QWebSocket* socket, int pingSeconds, QObject* parent);
     ~DeviceLink() override;
 

@@ -122,7 +122,8 @@ void DeviceServer::refuse(const QString& peer, const QString& device, const QStr
     if (m_refusals.size() >= mostRefusals)
         m_refusals.removeFirst();
     m_refusals.append(refusal);
-    qInfo("Refused %s %s: %s", qUtf8Printable(peer), qUtf8Printable(device), qUtf8Printable(reason));
+    const QString who = device.isEmpty() ? peer : QString(device + QLatin1Char(' ') + peer);
+    qInfo("Refused %s: %s", qUtf8Printable(who), qUtf8Printable(reason));
     m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), QStringLiteral("refused")},
                                                     {QStringLiteral("device"), device},
                                                     {QStringLiteral("peer"), peer},
@@ -132,6 +133,7 @@ void DeviceServer::refuse(const QString& peer, const QString& device, const QStr
 
 void DeviceServer::publish(const QString& event, const DeviceLink::Identity& device)
 {
+    qInfo("Device %s %s: %s", qUtf8Printable(device.id.toLabel()), qUtf8Printable(device.peer), qUtf8Printable(event));
     m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), event},
                                                     {QStringLiteral("device"), device.id.toLabel()},
                                                     {QStringLiteral("type"), device.type},
