@@ -11,6 +11,8 @@ namespace ConnectionLimits {
 constexpr int requestLine = 100;
 /// Bytes of a WebSocket message. A device's answer has about 4 KiB: a certificate, a signature and a small challenge.
 constexpr quint64 message = 0x10000;
+/// Bytes buffered of a WebSocket whose peer has not proved itself: a message has to fit, with what stands around it.
+constexpr qint64 strangersBuffer = 2 * static_cast<qint64>(message);
 /// Bytes and entries of a challenge that a device signs. A real one has about 70 and two.
 constexpr int challengeRequest = 1024;
 constexpr int challengeEntries = 16;

@@ -124,6 +124,7 @@ void DeviceHandshake::challenge(QWebSocket* webSocket)
     m_webSocket = webSocket;
     webSocket->setParent(m_server);
     m_stage = Stage::Challenged;
+    webSocket->setReadBufferSize(ConnectionLimits::strangersBuffer);
     webSocket->setMaxAllowedIncomingFrameSize(ConnectionLimits::message);
     webSocket->setMaxAllowedIncomingMessageSize(ConnectionLimits::message);
     connect(webSocket, &QWebSocket::binaryMessageReceived, this, &DeviceHandshake::onAnswer);
