@@ -27,6 +27,8 @@ public:
     /// False when it failed; the database's errorString() says why.
     bool exec();
     bool next();
+    /// Whether nothing has failed so far: false behind the last row tells that there would have been more.
+    bool isGood() const { return m_good; }
 
     qint64 integer(int column) const { return m_query.value(column).toLongLong(); }
     QString text(int column) const { return m_query.value(column).toString(); }

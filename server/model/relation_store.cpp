@@ -252,7 +252,14 @@ bool RelationStore::checkRight(QVariantMap* properties, QString* errorString)
     for (auto entry = properties->begin(); entry != properties->end(); ++entry) {
         const QString& name = entry.key();
         if (name == idKey || name == accessPointIdKey || name == timeProfileIdKey) {
-            *entry = entry->isValid() ? QVariant(toId(*entry)) : QVariant();
+            const QString text = canonicalText(*entry);
+            const qint64 id = toId(*entry);
+            // What is read as no schedule would open the door at any time.
+            if (name == timeProfileIdKey && (id < 0 || (id == 0 && !text.isEmpty() && text != QLatin1String("0")))) {
+                *errorString = name + QLatin1String(": is the id of a schedule");
+                return false;
+            }
+            *entry = entry->isValid() ? QVariant(id) : QVariant();
         } else if (name == optionsKey) {
             if (!entry->isValid())
                 continue;
