@@ -2,44 +2,10 @@
 #include <foundation/core/device_id.h>
 #include <foundation/core/system_id.h>
 #include <foundation/network/device_connector_app_side.h>
+#include <foundation/network/tls_door.h>
 #include <foundation/network/web_socket_connection.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-#include <QtNetwork/QSslCertificate>
-#include <QtNetwork/QSslConfiguration>
-#include <QtNetwork/QSslKey>
-#include <QtNetwork/QSslSocket>
-#include <QtNetwork/QTcpServer>
-
-// Where devices knock: TLS first, then the connector reads the request and lets those in that prove who they are.
-class Door : public QTcpServer
-{
-public:
-    Door(const QSslConfiguration& configuration, CDeviceConnectorAppSide& connector)
-        : m_configuration(configuration)
-        , m_connector(connector)
-    {
-    }
-
-protected:
-    void incomingConnection(qintptr descriptor) override
-    {
-        auto* socket = new QSslSocket(this);
-        socket->setSocketDescriptor(descriptor);
-        socket->setSslConfiguration(m_configuration);
-        connect(socket, &QSslSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QSslSocket::encrypted, this, [this, socket] {
-            socket->disconnect(); // the connector's from here on
-            m_connector.handleWebSocketRequest(socket, QString());
-        });
-        socket->startServerEncryption();
-    }
-
-private:
-    QSslConfiguration m_configuration;
-    CDeviceConnectorAppSide& m_connector;
-};
 
 // accept_devices PORT CERTIFICATE KEY: says which devices call in, and prints what they send.
 int main(int argc, char* argv[])
@@ -47,19 +13,17 @@ int main(int argc, char* argv[])
     QCoreApplication app(argc, argv);
     qInstallMessageHandler(CDebug::messageOutput);
     const QStringList arguments = app.arguments();
-    QFile key(arguments.value(3));
-    if (arguments.size() != 4 || !key.open(QIODevice::ReadOnly))
+    if (arguments.size() != 4)
         qFatal("usage: accept_devices PORT CERTIFICATE KEY");
-    QSslConfiguration configuration;
-    configuration.setLocalCertificateChain(QSslCertificate::fromPath(arguments[2]));
-    configuration.setPrivateKey(QSslKey(&key, QSsl::Rsa));
+    CTlsDoor door; // nobody who knocks can hold it open
+    QString error;
+    if (!door.setCertificate(arguments[2], arguments[3], error))
+        qFatal("%s", qPrintable(error));
 
     CDeviceConnectorAppSide connector(0, true, true, nullptr);
     QObject::connect(&connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, &app,
                      [&](const CDeviceId& device, int, const CSystemId&, QWebSocket* socket) {
-                         auto* link = new CWebSocketConnection(socket, &app);
-                         socket->setParent(link); // takes it over
-                         link->setKeepalive(30);
+                         auto* link = CWebSocketConnection::takeOver(socket, 30, &app);
                          const QString label = device.toLabel();
                          qInfo("%s is in", qPrintable(label));
                          QObject::connect(link, &CMessageTransfer::dataReceived, link, [label](const QByteArray& data) {
@@ -71,10 +35,12 @@ int main(int argc, char* argv[])
                                  link->deleteLater();
                              }
                          });
-                         link->updateConnectionState();
                      });
-    Door door(configuration, connector);
-    if (!door.listen(QHostAddress::Any, arguments[1].toUShort()))
+    QObject::connect(&door, &CTlsDoor::webSocketRequested, &connector, [&](QSslSocket* socket) {
+        socket->setParent(&connector);
+        connector.handleWebSocketRequest(socket, CTlsDoor::peerText(socket));
+    });
+    if (!door.open(arguments[1].toUShort()))
         qFatal("cannot listen on port %s", qPrintable(arguments[1]));
     qInfo("waiting for devices on port %u", door.serverPort());
     return app.exec();

@@ -181,8 +181,7 @@ void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
     qInfo("Simulator: %s is linked to %s", qUtf8Printable(m_settings.id.toLabel()), qUtf8Printable(url));
     if (m_link)
         onLinkLost();
-    m_link = new CWebSocketConnection(socket, this);
-    socket->setParent(m_link);
+    m_link = CWebSocketConnection::takeOver(socket, keepaliveSeconds, this);
     m_linkedFor.start();
     connect(m_link, &CMessageTransfer::dataReceived, this, &SimulatedDevice::onMessage);
     connect(m_link, &CMessageTransfer::connectionStateChanged, this, [this](bool connected) {
@@ -192,8 +191,6 @@ void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
             callLater();
         }
     });
-    m_link->setKeepalive(keepaliveSeconds);
-    m_link->updateConnectionState();
     if (isStorming())
         QTimer::singleShot(m_random.bounded(longestStormLinkMs), m_link,
                            [link = m_link] { link->webSocket()->abort(); });

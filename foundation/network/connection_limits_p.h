@@ -26,6 +26,10 @@ constexpr int pendingHandshakes = 256;
 /// Requests that wait for one of these places: a whole installation returns in one instant after a power failure, and
 /// none of it shall be turned away. They wait only while places become free.
 constexpr int waitingRequests = 1024;
+/// Accepted connections of a TLS door that have not handed in a request yet. The oldest goes first.
+constexpr int visitors = 512;
+/// Bytes of the head of their request.
+constexpr int requestHead = 0x2000;
 /// Accepted connections that have said nothing yet. The oldest goes first.
 constexpr int silentConnections = 512;
 /// Accepted connections whose TLS is not up on a device, which serves a handful of applications and has little memory.
@@ -55,6 +59,8 @@ struct ConnectionTiming
     int admission = 1000;
     /// From accept until the peer has said something.
     int silence = 5000;
+    /// From accept at a TLS door, or from its last answer, until a request is there.
+    int request = 10000;
     /// From accept until TLS is up, on a device: its processor may be slow and the line too.
     int tls = 10000;
     /// How long a device holds a connection that it refused.

@@ -1,5 +1,6 @@
 #include <foundation/network/signaling_server_base.h>
 
+#include <foundation/core/json_text.h>
 #include <foundation/network/signaling_mac_p.h>
 
 #include <QtCore/QJsonDocument>
@@ -46,7 +47,7 @@ bool CSignalingServerBase::checkReply(const QNetworkReply* reply, const QByteArr
 {
     if (reply == nullptr)
         return false;
-    const QJsonDocument document = QJsonDocument::fromJson(body);
+    const QJsonDocument document = CJsonText::read(body);
     if (document.isNull())
         return false;
     if (!isSignalingMac(reply->rawHeader(signalingMacHeader), body)) {

@@ -113,6 +113,7 @@ void CTcpConnection::open()
         if (!d->handshakeGrace) {
             d->handshakeGrace = new QTimer(this);
             d->handshakeGrace->setSingleShot(true);
+            d->handshakeGrace->setTimerType(Qt::PreciseTimer);
             d->handshakeGrace->setInterval(handshakeGraceMilliseconds);
             connect(d->handshakeGrace, &QTimer::timeout, this, &CTcpConnection::delayedAbort);
         }

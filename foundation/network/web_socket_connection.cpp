@@ -34,6 +34,16 @@ CWebSocketConnection::CWebSocketConnection(QWebSocket* webSocket, QObject* paren
     init();
 }
 
+CWebSocketConnection* CWebSocketConnection::takeOver(QWebSocket* webSocket, int keepaliveSeconds, QObject* parent)
+{
+    auto* connection = new CWebSocketConnection(webSocket, parent);
+    if (webSocket)
+        webSocket->setParent(connection);
+    connection->setKeepalive(keepaliveSeconds);
+    connection->updateConnectionState();
+    return connection;
+}
+
 CWebSocketConnection::~CWebSocketConnection()
 {
     releaseSocket(d->webSocket, this, d->signalDepth > 0);
@@ -106,6 +116,7 @@ void CWebSocketConnection::setKeepalive(int seconds)
     if (seconds >= 1) {
         if (!d->keepaliveTimer) {
             d->keepaliveTimer = new QTimer(this);
+            d->keepaliveTimer->setTimerType(Qt::PreciseTimer);
             connect(d->keepaliveTimer, &QTimer::timeout, this, &CWebSocketConnection::sendPing);
         }
         d->keepaliveTimer->stop();
@@ -153,6 +164,7 @@ void CWebSocketConnection::sendPing()
     QWebSocket* const webSocket = d->webSocket;
     auto* watchdog = new QTimer(this);
     watchdog->setSingleShot(true);
+    watchdog->setTimerType(Qt::PreciseTimer);
     // Whoever goes first, the pong, the link or the WebSocket, takes the watchdog along; a WebSocket that was opened
     // again meanwhile must not pay for a ping of its former life.
     const auto retire = [watchdog] { delete watchdog; };

@@ -14,6 +14,7 @@ namespace {
 
 constexpr int askedType = 41; // what the query asks for; devices of other types do not answer
 constexpr int rounds = 3;     // a datagram may get lost, so all are asked again
+constexpr qint64 mostAnswerBytes = 4096; // an answer has about 80
 
 struct Target
 {
@@ -160,6 +161,7 @@ private:
         if (target.tcpPort == 0)
             return;
         auto* socket = new QTcpSocket(this);
+        socket->setReadBufferSize(mostAnswerBytes);
         connect(socket, &QTcpSocket::connected, this, [this, socket] { m_discovery.sendGetDeviceInfoTcp(socket); });
         socket->connectToHost(target.address, target.tcpPort);
     }

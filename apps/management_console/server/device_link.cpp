@@ -15,12 +15,11 @@ constexpr int watchMs = 500;
 DeviceLink::DeviceLink(const Identity& identity, QWebSocket* socket, int pingSeconds, QObject* parent)
     : QObject(parent)
     , m_identity(identity)
-    , m_connection(new CWebSocketConnection(socket, this))
+    , m_connection(CWebSocketConnection::takeOver(socket, pingSeconds, this))
     , m_since(QDateTime::currentDateTime())
     , m_lastHeard(m_since)
     , m_pingSeconds(pingSeconds)
 {
-    socket->setParent(this);
     connect(m_connection, &CMessageTransfer::dataReceived, this, &DeviceLink::onData);
     connect(m_connection, &CMessageTransfer::connectionStateChanged, this, [this](bool connected) {
         if (!connected)
@@ -30,8 +29,6 @@ DeviceLink::DeviceLink(const Identity& identity, QWebSocket* socket, int pingSec
     connect(&m_watch, &QTimer::timeout, this, &DeviceLink::onWatch);
     m_silence.start();
     m_watch.start(watchMs);
-    m_connection->setKeepalive(pingSeconds);
-    m_connection->updateConnectionState();
 }
 
 DeviceLink::~DeviceLink()

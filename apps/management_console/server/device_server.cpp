@@ -32,8 +32,9 @@ DeviceServer::DeviceServer(QObject* parent)
             [this](const QString& peer, const QString& reason) { refuse(peer, QString(), reason); });
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, this, &DeviceServer::onEstablished);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionRefused, this,
-            [this](const CDeviceId& id, const QString& origin, const QString& reason) {
-                refuse(origin.section(QLatin1Char(' '), 0, 0), id.isValid() ? id.toLabel() : QString(), reason);
+            [this](const CDeviceId& id, const QString& peer, const QString& reason) {
+                m_arrivals.remove(peer);
+                refuse(peer, id.isValid() ? id.toLabel() : QString(), reason);
             });
     m_door->setResponder([](const QByteArray& path) -> FrontDoor::Response {
         if (path == "/")
@@ -70,26 +71,26 @@ quint16 DeviceServer::port() const
     return m_door->serverPort();
 }
 
-void DeviceServer::onWebSocketRequested(QSslSocket* socket, const QByteArray& path, qint64 acceptedMs)
+void DeviceServer::onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request)
 {
-    if (m_notificationServer && path == NotificationServer::path()) {
+    if (m_notificationServer && request.path == NotificationServer::path()) {
         m_notificationServer->takeSocket(socket);
         return;
     }
-    if (!path.startsWith("/gw/")) {
-        refuse(peerText(socket), QString(), QStringLiteral("no WebSocket at \"%1\"").arg(QString::fromUtf8(path)));
+    const QString peer = CTlsDoor::peerText(socket);
+    if (!request.path.startsWith("/gw/")) {
+        refuse(peer, QString(),
+               QStringLiteral("no WebSocket at \"%1\"").arg(CStringUtils::printable(request.path, 60)));
         return;
     }
+    m_arrivals.insert(peer, request.accepted);
     socket->setParent(m_connector);
-    // What comes back with the link: where it is from and when it came.
-    m_connector->handleWebSocketRequest(socket, peerText(socket) + QLatin1Char(' ') + QString::number(acceptedMs));
+    m_connector->handleWebSocketRequest(socket, peer);
 }
 
-void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& origin)
+void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& peer)
 {
-    const int blank = origin.lastIndexOf(QLatin1Char(' '));
-    const qint64 acceptedMs = origin.mid(blank + 1).toLongLong();
-    const DeviceLink::Identity device{{id, system, type}, origin.left(blank), int(m_door->elapsedMs() - acceptedMs)};
+    const DeviceLink::Identity device{{id, system, type}, peer, int(m_arrivals.take(peer).elapsed())};
     auto* link = new DeviceLink(device, socket, m_pingSeconds, this);
     // A device that calls again has lost its old link, even if this end does not know it yet.
     if (DeviceLink* stale = m_links.value(id.value())) {

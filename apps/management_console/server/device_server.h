@@ -2,6 +2,9 @@
 
 #include "server/device_link.h"
 
+#include <foundation/network/tls_door.h>
+
+#include <QtCore/QHash>
 #include <QtCore/QMap>
 #include <QtCore/QVector>
 
@@ -57,8 +60,8 @@ Q_SIGNALS:
     void refused(const DeviceServer::Refusal& refusal);
 
 private:
-    void onWebSocketRequested(QSslSocket* socket, const QByteArray& path, qint64 acceptedMs);
-    void onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& origin);
+    void onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request);
+    void onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& peer);
     void onLinkEnded(DeviceLink* link);
     void refuse(const QString& peer, const QString& device, const QString& reason);
 
@@ -69,6 +72,7 @@ private:
     NotificationServer* m_notificationServer = nullptr;
     CDeviceConnectorAppSide* m_connector;
     QMap<quint32, DeviceLink*> m_links;
+    QHash<QString, QElapsedTimer> m_arrivals; // of those whose handshake goes on, by peer; run since accept
     QVector<Refusal> m_refusals;
     int m_pingSeconds = 0;
 };

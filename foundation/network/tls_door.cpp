@@ -1,0 +1,283 @@
+#include <foundation/core/string_utils.h>
+#include <foundation/network/connection_limits_p.h>
+#include <foundation/network/hand_over_p.h>
+#include <foundation/network/held_sockets_p.h>
+#include <foundation/network/listen_backlog_p.h>
+#include <foundation/network/socket_options_p.h>
+#include <foundation/network/socket_owner_p.h>
+#include <foundation/network/tls_door.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QHash>
+#include <QtCore/QTimer>
+#include <QtNetwork/QSslConfiguration>
+#include <QtNetwork/QSslKey>
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+namespace {
+
+constexpr char endOfHead[] = "\r\n\r\n";
+constexpr int endOfHeadLength = sizeof endOfHead - 1;
+
+// False when the head does not begin as a request does.
+bool parseRequest(const QByteArray& head, CTlsDoor::Request& request)
+{
+    const QList<QByteArray> words = head.mid(0, head.indexOf('\n')).trimmed().split(' ');
+    if (words.size() != 3 || words.at(0).isEmpty() || !words.at(2).startsWith("HTTP/1."))
+        return false;
+    request.method = words.at(0);
+    request.path = words.at(1);
+    request.head = head;
+    request.webSocket = request.header("upgrade").toLower() == "websocket";
+    // What has a body is not read to its end.
+    request.last = request.header("connection").toLower() == "close" || !request.header("content-length").isNull()
+                   || !request.header("transfer-encoding").isNull();
+    return true;
+}
+
+QByteArray readFile(const QString& name, QString& error)
+{
+    QFile file(name);
+    if (file.open(QIODevice::ReadOnly))
+        return file.readAll();
+    error = QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString());
+    return QByteArray();
+}
+
+bool belongTogether(const QSslCertificate& certificate, const QSslKey& key)
+{
+    const QByteArray certificateDer = certificate.toDer();
+    const QByteArray keyDer = key.toDer();
+    const auto* bytes = reinterpret_cast<const unsigned char*>(certificateDer.constData());
+    X509* const x509 = d2i_X509(nullptr, &bytes, certificateDer.size());
+    bytes = reinterpret_cast<const unsigned char*>(keyDer.constData());
+    EVP_PKEY* const privateKey = d2i_AutoPrivateKey(nullptr, &bytes, keyDer.size());
+    const bool result = x509 && privateKey && X509_check_private_key(x509, privateKey) == 1;
+    EVP_PKEY_free(privateKey);
+    X509_free(x509);
+    ERR_clear_error(); // it would be taken for one of the next connection's
+    return result;
+}
+
+} // namespace
+
+struct CTlsDoor::Private
+{
+    struct Visitor
+    {
+        QElapsedTimer accepted;
+        bool secure = false;   // TLS is up
+        bool answered = false; // has made an ordinary request and may make more
+        int asked = 0;         // bytes of the request that waits for its answer
+    };
+
+    QSslConfiguration configuration;
+    QHash<QSslSocket*, Visitor> visitors;
+    HeldSockets held{ConnectionLimits::visitors, nullptr}; // the same
+};
+
+QByteArray CTlsDoor::Request::header(const QByteArray& name) const
+{
+    for (int begin = head.indexOf('\n') + 1; begin > 0;) {
+        const int end = head.indexOf('\n', begin);
+        const QByteArray line = head.mid(begin, end < 0 ? -1 : end - begin);
+        const int colon = line.indexOf(':');
+        if (colon > 0 && line.left(colon).trimmed().toLower() == name.toLower())
+            return line.mid(colon + 1).trimmed() + QByteArray("");
+        begin = end + 1;
+    }
+    return QByteArray();
+}
+
+CTlsDoor::CTlsDoor(QObject* parent)
+    : QTcpServer(parent)
+    , d(std::make_unique<Private>())
+{
+    // Without a free descriptor the server stops accepting, and would never begin again by itself.
+    connect(this, &QTcpServer::acceptError, this, [this] {
+        qWarning("CTlsDoor: Cannot accept: %s", qUtf8Printable(errorString()));
+        QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
+    });
+    connect(&d->held, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
+        auto* const socket = static_cast<QSslSocket*>(object);
+        const Private::Visitor visitor = d->visitors.value(socket);
+        drop(socket, crowded                 ? QStringLiteral("too many connections without a request")
+                     : visitor.asked > 0     ? QStringLiteral("no answer in time")
+                     : visitor.answered      ? QString()
+                     : socket->isEncrypted() ? QStringLiteral("no request in time")
+                                             : QStringLiteral("no TLS in time"));
+    });
+}
+
+CTlsDoor::~CTlsDoor()
+{
+    // Their last signals would find half a server.
+    for (auto visitor = d->visitors.cbegin(); visitor != d->visitors.cend(); ++visitor) {
+        d->held.release(visitor.key());
+        visitor.key()->disconnect();
+    }
+}
+
+bool CTlsDoor::setCertificate(const QString& certificateFile, const QString& keyFile, QString& error)
+{
+    error.clear();
+    const QList<QSslCertificate> chain = QSslCertificate::fromData(readFile(certificateFile, error), QSsl::Pem);
+    const QByteArray keyText = readFile(keyFile, error);
+    QSslKey key(keyText, QSsl::Rsa);
+    if (key.isNull())
+        key = QSslKey(keyText, QSsl::Ec);
+    if (error.isEmpty() && chain.isEmpty())
+        error = QStringLiteral("\"%1\" holds no certificate").arg(certificateFile);
+    if (error.isEmpty() && key.isNull())
+        error = QStringLiteral("\"%1\" holds no key").arg(keyFile);
+    if (error.isEmpty() && !belongTogether(chain.constFirst(), key))
+        error = QStringLiteral("the key in \"%1\" does not belong to the certificate in \"%2\"")
+                    .arg(keyFile, certificateFile);
+    if (!error.isEmpty())
+        return false;
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setLocalCertificateChain(chain);
+    configuration.setPrivateKey(key);
+    // Devices prove themselves after the upgrade. Nobody's certificate is checked here, and the system's authorities
+    // would be loaded for each connection anew.
+    configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+    configuration.setCaCertificates({});
+    setSslConfiguration(configuration);
+    return true;
+}
+
+void CTlsDoor::setSslConfiguration(const QSslConfiguration& configuration)
+{
+    d->configuration = configuration;
+}
+
+bool CTlsDoor::open(quint16 port)
+{
+    if (!listen(QHostAddress::Any, port))
+        return false;
+    // A whole installation may knock in one instant; those that find the queue full try again only after a second.
+    setListenBacklog(socketDescriptor(), ConnectionLimits::listenBacklog);
+    return true;
+}
+
+int CTlsDoor::visitors() const
+{
+    return static_cast<int>(d->visitors.size());
+}
+
+QString CTlsDoor::peerText(const QAbstractSocket* socket)
+{
+    bool isIPv4 = false;
+    const quint32 ipv4 = socket->peerAddress().toIPv4Address(&isIPv4);
+    const QHostAddress address = isIPv4 ? QHostAddress(ipv4) : socket->peerAddress();
+    return address.toString() + QLatin1Char(':') + QString::number(socket->peerPort());
+}
+
+void CTlsDoor::incomingConnection(qintptr descriptor)
+{
+    auto* socket = new QSslSocket(this);
+    if (!socket->setSocketDescriptor(descriptor)) {
+        delete socket;
+        return;
+    }
+    d->held.add(socket, ConnectionTiming::current().request);
+    setLowDelay(socket);
+    socket->setReadBufferSize(qint64(2) * ConnectionLimits::requestHead);
+    socket->setSslConfiguration(d->configuration);
+    Private::Visitor visitor;
+    visitor.accepted.start();
+    d->visitors.insert(socket, visitor);
+    connect(socket, &QSslSocket::encrypted, this, [this, socket] { d->visitors[socket].secure = true; });
+    connect(socket, &QSslSocket::disconnected, this, [this, socket] {
+        // A socket that has disconnected may have forgotten that it was encrypted.
+        const bool failed = !d->visitors.value(socket).secure;
+        drop(socket,
+             failed ? QStringLiteral("TLS failed: %1").arg(CStringUtils::printable(socket->errorString())) : QString());
+    });
+    connect(socket, &QSslSocket::readyRead, this, [this, socket] { onReadable(socket); });
+    socket->startServerEncryption();
+}
+
+void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
+{
+    if (!d->visitors.remove(socket))
+        return;
+    d->held.release(socket);
+    const QString peer = peerText(socket);
+    discard(socket);
+    // From the event loop: a receiver may delete the door.
+    if (!reason.isEmpty())
+        QMetaObject::invokeMethod(
+            this, [this, peer, reason] { Q_EMIT dropped(peer, reason); }, Qt::QueuedConnection);
+}
+
+void CTlsDoor::onReadable(QSslSocket* socket)
+{
+    const auto visitor = d->visitors.constFind(socket);
+    if (visitor == d->visitors.constEnd() || visitor->asked > 0 || !socket->isEncrypted())
+        return;
+    const QByteArray head = socket->peek(ConnectionLimits::requestHead);
+    const int end = head.indexOf(endOfHead);
+    if (end >= 0)
+        handIn(socket, head.left(end));
+    else if (head.size() >= ConnectionLimits::requestHead)
+        drop(socket, QStringLiteral("request too long"));
+}
+
+void CTlsDoor::handIn(QSslSocket* socket, const QByteArray& head)
+{
+    Request request;
+    if (!parseRequest(head, request)) {
+        drop(socket, QStringLiteral("no HTTP request"));
+        return;
+    }
+    Private::Visitor& visitor = d->visitors[socket];
+    request.accepted = visitor.accepted;
+    // One that asks and asks and never reads the answers does not get more of them.
+    request.last = request.last || socket->bytesToWrite() > ConnectionLimits::writeBacklog;
+    const QPointer<CTlsDoor> alive(this);
+    HandOver<QTcpSocket> offer(socket);
+    if (request.webSocket) {
+        d->visitors.remove(socket);
+        d->held.release(socket);
+        socket->disconnect(this);
+        socket->setReadBufferSize(0); // the next owner has limits of its own
+        Q_EMIT webSocketRequested(socket, request);
+        if (offer.isLeft())
+            discard(socket);
+        return;
+    }
+    visitor.asked = static_cast<int>(head.size()) + endOfHeadLength;
+    Q_EMIT requested(socket, request);
+    if (alive && offer.isTaken() && d->visitors.remove(socket)) {
+        d->held.release(socket);
+        socket->disconnect(this);
+    }
+}
+
+void CTlsDoor::answer(QSslSocket* socket, const QByteArray& bytes, bool last)
+{
+    const auto visitor = d->visitors.find(socket);
+    if (visitor == d->visitors.end() || visitor->asked == 0)
+        return;
+    socket->read(visitor->asked);
+    visitor->asked = 0;
+    visitor->answered = true;
+    d->held.add(socket, ConnectionTiming::current().request);
+    socket->write(bytes);
+    if (last) {
+        // The time-out goes on, so that who does not take the answer is dropped too.
+        disconnect(socket, &QSslSocket::readyRead, this, nullptr);
+        socket->readAll();
+        socket->disconnectFromHost();
+    } else if (socket->bytesAvailable() > 0) {
+        const auto readOn = [this, socket = QPointer<QSslSocket>(socket)] {
+            if (socket)
+                onReadable(socket);
+        };
+        QMetaObject::invokeMethod(this, readOn, Qt::QueuedConnection);
+    }
+}

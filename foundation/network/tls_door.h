@@ -1,0 +1,89 @@
+#pragma once
+
+#include <foundation/core/export.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QMetaType>
+#include <QtNetwork/QSslSocket>
+#include <QtNetwork/QTcpServer>
+
+#include <memory>
+
+class QSslConfiguration;
+
+/// A TLS port that no visitor can block: accepts connections, brings up TLS, looks at the HTTP request and gives the
+/// connection to whom it is for, with the request unread.
+///
+///     CTlsDoor door;
+///     if (!door.setCertificate(certificateFile, keyFile, error) || !door.open(443))
+///         ...
+///     connect(&door, &CTlsDoor::webSocketRequested, &connector, [&](QSslSocket* socket) {
+///         socket->setParent(&connector); // takes it over
+///         connector.handleWebSocketRequest(socket, CTlsDoor::peerText(socket));
+///     });
+///
+/// From accept, or from the last answer, to the end of the request each visitor has 10 s, and at most 512 are in that
+/// stage: one more takes the place of the one that has waited longest. The head of a request has 8 KiB at most.
+class KYR_FOUNDATION_EXPORT CTlsDoor : public QTcpServer
+{
+    Q_OBJECT
+
+public:
+    /// The head of a request, as it stands in the socket.
+    struct Request
+    {
+        QByteArray method;
+        QByteArray path;        ///< with its query
+        QByteArray head;        ///< all its lines, without the empty one at the end
+        bool webSocket = false; ///< asks to become a WebSocket
+        bool last = false;      ///< the connection is to end with the answer, as no further request could be read
+        QElapsedTimer accepted; ///< runs since the connection was accepted
+
+        /// The value of a header line, blanks around it removed; null without one. The case of `name` is of no account.
+        QByteArray header(const QByteArray& name) const;
+    };
+
+    explicit CTlsDoor(QObject* parent = nullptr);
+    ~CTlsDoor() override;
+
+    /// Certificate chain and key from PEM files, for connections from now on. When one of them cannot be used, or they
+    /// do not belong together, false with a reason; then those before stay.
+    bool setCertificate(const QString& certificateFile, const QString& keyFile, QString& error);
+    /// For what setCertificate does not do. It asks visitors for no certificates.
+    void setSslConfiguration(const QSslConfiguration& configuration);
+
+    /// Listens on all addresses; with port 0 the system chooses. False: see errorString().
+    bool open(quint16 port);
+
+    /// Visitors that have not handed in a request yet, those that may hand in another one included.
+    int visitors() const;
+
+    /// Answers an ordinary request of a visitor. Without `last` it may hand in another one; with it the connection ends
+    /// as soon as the answer was taken. Does nothing for a socket that is not waiting for an answer.
+    void answer(QSslSocket* socket, const QByteArray& bytes, bool last);
+
+    /// Address and port of the other end, for people: "192.0.2.7:50123".
+    static QString peerText(const QAbstractSocket* socket);
+
+Q_SIGNALS:
+    /// A receiver takes the socket over by setting another parent, else it is aborted.
+    void webSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request);
+    /// Any other request: to be answered within 10 s, or the connection ends. A receiver may take the socket over, too.
+    void requested(QSslSocket* socket, const CTlsDoor::Request& request);
+    /// A connection ended before it was anybody's. The reason is fit to be shown. Emitted from the event loop.
+    void dropped(const QString& peer, const QString& reason);
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private:
+    void onReadable(QSslSocket* socket);
+    void handIn(QSslSocket* socket, const QByteArray& head);
+    void drop(QSslSocket* socket, const QString& reason);
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+Q_DECLARE_METATYPE(CTlsDoor::Request)

@@ -1,0 +1,170 @@
+#include <foundation/network/connection_limits_p.h>
+#include <foundation/network/tls_door.h>
+
+#include <support/device_certificates.h>
+#include <support/tcp_pair.h>
+
+#include <QtCore/QFile>
+#include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
+
+#include <memory>
+#include <vector>
+
+class TestTlsDoor : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        ConnectionTiming::current() = ConnectionTiming();
+        m_door = std::make_unique<CTlsDoor>();
+        const DeviceCertificate own = certificate(QStringLiteral("000.123.457"));
+        QString error;
+        QVERIFY2(m_door->setCertificate(own.certificateFile, own.keyFile, error), qPrintable(error));
+        QVERIFY(m_door->open(0));
+        m_reasons.clear();
+        connect(m_door.get(), &CTlsDoor::dropped, this,
+                [this](const QString&, const QString& reason) { m_reasons += reason; });
+        connect(m_door.get(), &CTlsDoor::requested, this, [this](QSslSocket* socket, const CTlsDoor::Request& request) {
+            const QByteArray text = request.method + ' ' + request.path + ' ' + request.header("x-NAME") + '\n';
+            m_door->answer(socket, text, request.last);
+            m_door->answer(socket, "not asked", request.last);
+        });
+    }
+
+    // Both files have to be usable and belong together; else the door keeps what it has.
+    void certificates()
+    {
+        const DeviceCertificate own = certificate(QStringLiteral("000.123.457"));
+        const DeviceCertificate other = certificate(QStringLiteral("000.000.011"));
+        const struct
+        {
+            QString certificate, key, reason;
+        } rows[] = {
+            {own.certificateFile, other.keyFile, QStringLiteral("does not belong")},
+            {own.certificateFile, own.certificateFile, QStringLiteral("holds no key")},
+            {own.keyFile, own.keyFile, QStringLiteral("holds no certificate")},
+            {own.certificateFile, QStringLiteral("/nowhere"), QStringLiteral("cannot read")},
+        };
+        for (const auto& row : rows) {
+            QString error;
+            QVERIFY(!m_door->setCertificate(row.certificate, row.key, error));
+            QVERIFY2(error.contains(row.reason), qPrintable(error));
+        }
+        const auto visitor = visit("GET / HTTP/1.1\r\n\r\n");
+        QCOMPARE(TcpPair::read(*visitor, 7), QByteArray("GET / \n"));
+    }
+
+    // In any pieces, several behind one another, and no more of them once an answer is to be the last.
+    void requests()
+    {
+        const auto visitor = visit("GET /a HTTP/1.1\r\nX-Name:  b \r\n\r\nGET /c HTTP/1.1\r\nConnec");
+        QCOMPARE(TcpPair::read(*visitor, 9), QByteArray("GET /a b\n"));
+        for (const char byte : QByteArray("tion: Close\r\n\r\nGET /d HTTP/1.1\r\n\r\n")) {
+            visitor->write(&byte, 1);
+            visitor->flush();
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(TcpPair::read(*visitor, 8), QByteArray("GET /c \n"));
+        QVERIFY(waitUntil([&] { return visitor->state() == QAbstractSocket::UnconnectedState; }));
+        QVERIFY(waitUntil([&] { return m_door->visitors() == 0; }));
+        QCOMPARE(m_reasons, QStringList());
+    }
+
+    void webSockets()
+    {
+        bool take = true;
+        QObject owner;
+        QPointer<QSslSocket> taken;
+        connect(m_door.get(), &CTlsDoor::webSocketRequested, this,
+                [&](QSslSocket* socket, const CTlsDoor::Request& request) {
+                    taken = socket;
+                    if (take)
+                        socket->setParent(&owner);
+                    QVERIFY(request.accepted.isValid());
+                    QCOMPARE(socket->bytesAvailable(), request.head.size() + 4);
+                });
+        const QByteArray request("GET /gw HTTP/1.1\r\nUpgrade: WebSocket\r\n\r\n");
+        const auto welcome = visit(request);
+        QVERIFY(waitUntil([&] { return taken; }));
+        m_door.reset();
+        QCOMPARE(taken->state(), QAbstractSocket::ConnectedState);
+
+        init();
+        take = false;
+        connect(m_door.get(), &CTlsDoor::webSocketRequested, this, [&] { taken = nullptr; });
+        const auto unwanted = visit(request);
+        QVERIFY(waitUntil([&] { return unwanted->state() == QAbstractSocket::UnconnectedState; }));
+        QCOMPARE(m_door->visitors(), 0);
+    }
+
+    void strangers_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<bool>("tls");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("silent") << QByteArray() << true << QStringLiteral("no request in time");
+        QTest::newRow("no TLS") << QByteArray() << false << QStringLiteral("no TLS in time");
+        QTest::newRow("no TLS, talks") << QByteArray("GET / HTTP/1.1\r\n\r\n") << false << QStringLiteral("TLS failed");
+        QTest::newRow("no HTTP") << QByteArray("EHLO a\r\n\r\n") << true << QStringLiteral("no HTTP request");
+        QTest::newRow("endless") << "GET / HTTP/1.1\r\n" + QByteArray(9000, 'x') << true
+                                 << QStringLiteral("request too long");
+    }
+    void strangers()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(bool, tls);
+        QFETCH(QString, reason);
+        QCOMPARE(ConnectionTiming::current().request, 10000);
+        ConnectionTiming::current().request = text.isEmpty() ? 300 : 5000;
+        const auto visitor = visit(text, tls);
+        QVERIFY(waitUntil([&] { return !m_reasons.isEmpty(); }));
+        QVERIFY2(m_reasons.first().startsWith(reason), qPrintable(m_reasons.first()));
+        QVERIFY(waitUntil([&] { return visitor->state() == QAbstractSocket::UnconnectedState; }));
+        QCOMPARE(m_door->visitors(), 0);
+    }
+
+    // A crowd of silent ones keeps nobody out, and the door may go while they are there.
+    void crowd()
+    {
+        std::vector<std::unique_ptr<QSslSocket>> silent;
+        for (int i = 0; i < ConnectionLimits::visitors + 20; ++i)
+            silent.push_back(visit({}, false));
+        const auto visitor = visit("HEAD / HTTP/1.1\r\n\r\n");
+        QCOMPARE(TcpPair::read(*visitor, 8), QByteArray("HEAD / \n"));
+        QCOMPARE(m_door->visitors(), ConnectionLimits::visitors);
+        QVERIFY(waitUntil([&] { return m_reasons.size() >= 21; }));
+        QCOMPARE(m_reasons.first(), QStringLiteral("too many connections without a request"));
+        m_door.reset();
+    }
+
+private:
+    const DeviceCertificate& certificate(const QString& label)
+    {
+        if (!m_issued.contains(label))
+            m_issued.insert(label, m_authority.issue(label));
+        return m_issued.find(label).value();
+    }
+
+    std::unique_ptr<QSslSocket> visit(const QByteArray& text, bool tls = true)
+    {
+        auto socket = std::make_unique<QSslSocket>();
+        socket->setPeerVerifyMode(QSslSocket::VerifyNone);
+        if (tls)
+            socket->connectToHostEncrypted(QStringLiteral("127.0.0.1"), m_door->serverPort());
+        else
+            socket->connectToHost(QStringLiteral("127.0.0.1"), m_door->serverPort());
+        socket->write(text);
+        return socket;
+    }
+
+    DeviceCertificates m_authority;
+    QMap<QString, DeviceCertificate> m_issued;
+    std::unique_ptr<CTlsDoor> m_door;
+    QStringList m_reasons;
+};
+
+QTEST_GUILESS_MAIN(TestTlsDoor)
+#include "tst_tls_door.moc"
