@@ -2,6 +2,7 @@
 #include "commands/command_table.h"
 #include "common/app_options.h"
 #include "common/process_setup.h"
+#include "server/open_model.h"
 #include "shell/attach.h"
 #include "shell/console.h"
 #include "shell/session.h"
@@ -34,8 +35,8 @@ void addGlobalOptions(AppOptions& options)
                      QStringLiteral("give that console up when nothing is heard from it for so many seconds"),
                      QStringLiteral("30"));
     options.addValue(QStringLiteral("database"), QStringLiteral("LOCATION"),
-                     QStringLiteral("where the installation is kept; memory: the demonstration, gone at the end"),
-                     QStringLiteral("memory"));
+                     QStringLiteral("where the installation is kept: a file, or memory, the demonstration (%1)")
+                         .arg(defaultDatabase()));
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
     options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));

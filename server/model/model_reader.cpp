@@ -10,6 +10,8 @@
 
 #include <QtCore/QDateTime>
 
+#include <algorithm>
+
 using namespace Model;
 
 namespace {
@@ -367,19 +369,29 @@ QList<CItemId> CModelReader::resolve(const QString& collection, int itemClass, c
     const Kind kind = kindOf(collection);
     const int wantedClass = kind == KindUserOrGroup && itemClass != 0 ? itemClass : anyClass;
     ItemStore& items = m_model->d->items;
-    bool isNumber = false;
-    const qint64 id = name.toLongLong(&isNumber);
-    if (isNumber && items.exists(kind, wantedClass, id))
-        return {id};
+    const bool isNumber = !name.isEmpty() && std::all_of(name.begin(), name.end(), [](QChar character) {
+        return character >= QLatin1Char('0') && character <= QLatin1Char('9');
+    });
+    if (isNumber && items.exists(kind, wantedClass, name.toLongLong()))
+        return {name.toLongLong()};
     ItemQuery query;
     query.kind = kind;
     query.itemClass = wantedClass;
     query.filter = {{labelKey, name}};
     QList<qint64> ids = items.find(query);
+    const auto addOthers = [&](const QString& property, const QVariant& value) {
+        const QList<qint64> others = items.idsByValue(kind, property, value);
+        for (const qint64 other : others) {
+            if (!ids.contains(other))
+                ids.append(other);
+        }
+    };
     QVariant uid = name;
     QString reason;
-    if (ids.isEmpty() && kind == KindMedium && CheckedValues::check(kind, uidKey, &uid, &reason))
-        ids = items.idsByValue(kind, uidKey, uid);
+    if (kind == KindMedium && CheckedValues::check(kind, uidKey, &uid, &reason))
+        addOthers(uidKey, uid);
+    if (kind == KindCode && !name.isEmpty())
+        addOthers(QStringLiteral("description"), name);
     return toItemIds(ids);
 }
 

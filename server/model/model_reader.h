@@ -70,7 +70,7 @@ public:
 
     /// The items of a collection ("UsersGroups", "Media", ...) with that label, or with that id where the text is one.
     /// Of users and groups those of one class (UserClassUser, UserClassGroup), or all (0). A medium is found by its
-    /// UID, too.
+    /// UID, too, a code by its description.
     QList<CItemId> resolve(const QString& collection, int itemClass, const QString& name) const;
     /// The labels of items.
     QMap<CItemId, QString> labels(const QList<CItemId>& ids) const;

@@ -102,7 +102,7 @@ class Commands(unittest.TestCase):
                 with open(helper, "w", encoding="utf-8") as text:
                     text.write("#!/bin/sh\n" + script)
                 os.chmod(helper, 0o700)
-                result = subprocess.run([f"{where}/kyr_console", "report", "--pdf", file], capture_output=True, text=True,
+                result = subprocess.run([f"{where}/kyr_console", "--database", "memory", "report", "--pdf", file], capture_output=True, text=True,
                                         timeout=50, env={**os.environ, **env})
                 self.assertEqual((result.returncode, os.path.exists(file)), (1, False), result.stderr)
                 return result.stderr

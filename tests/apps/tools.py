@@ -12,9 +12,9 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 WAIT = 6
 
 
-def console(*arguments, stdin="", env=None, prefix=()):
+def console(*arguments, stdin="", env=None, prefix=(), database="memory"):
     """Runs the console to its end: (exit code, standard output, standard error)."""
-    result = subprocess.run([*prefix, f"{BIN}/kyr_console", *arguments], input=stdin, capture_output=True, text=True,
+    result = subprocess.run([*prefix, f"{BIN}/kyr_console", "--database", database, *arguments], input=stdin, capture_output=True, text=True,
                             timeout=4 * WAIT, env={**os.environ, **(env or {})})
     return result.returncode, result.stdout, result.stderr
 

@@ -39,6 +39,28 @@ QStringList ModelCommand::labels(const QString& collection, const QVariantList& 
     return found;
 }
 
+bool ModelCommand::find(Named kind, const QString& name, CItemId& id, int unknownCode)
+{
+    QList<CItemId> ids;
+    if (!findAll(kind, {name}, ids, unknownCode))
+        return false;
+    id = ids.first();
+    return true;
+}
+
+bool ModelCommand::findAll(Named kind, const QStringList& names, QList<CItemId>& ids, int unknownCode)
+{
+    CSqlAccessControl* installation = model();
+    if (!installation)
+        return false;
+    ItemNames itemNames(installation);
+    if (itemNames.findAll(kind, names, ids))
+        return true;
+    warn(itemNames.error());
+    done(itemNames.isAmbiguous() ? 2 : unknownCode);
+    return false;
+}
+
 QVariantList ModelCommand::selected(const QVariantList& items, AppOptions& options)
 {
     ListOptions wanted;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "commands/item_names.h"
 #include "shell/arguments.h"
 #include "shell/command.h"
 
@@ -19,6 +20,12 @@ protected:
     QVariantList usersOrGroups(int itemClass);
     /// What the items with these ids are called.
     QStringList labels(const QString& collection, const QVariantList& ids);
+
+    /// The item that a name stands for. False when there is none (the command has failed with `unknownCode`) or several
+    /// (it was called wrongly): each candidate is told.
+    bool find(Named kind, const QString& name, CItemId& id, int unknownCode = 1);
+    /// The same for several, each once.
+    bool findAll(Named kind, const QStringList& names, QList<CItemId>& ids, int unknownCode = 1);
 
     /// Those of a list that the options ask for; nothing, with a mistake in `options`, when they are wrong. What a
     /// limit leaves out is told.

@@ -4,7 +4,7 @@
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/report_generator.h>
-#include <foundation/services/simple_access_control.h>
+#include <server/model/sql_access_control.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QPointer>
@@ -23,7 +23,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addValue(QStringLiteral("users"), QStringLiteral("ID,..."),
-                         QStringLiteral("users of the demonstration installation, separated by commas, or all"),
+                         QStringLiteral("ids of users, separated by commas, or all"),
                          QStringLiteral("all"));
         options.addValue(QStringLiteral("pdf"), QStringLiteral("FILE"), QStringLiteral("where the report goes"));
         options.addValue(QStringLiteral("template"), QStringLiteral("FILE"),
@@ -120,7 +120,7 @@ private:
     }
 
     IReportGenerator* m_generator = nullptr; // the plugin's, which stays loaded
-    ISimpleAccessControl* m_model = nullptr;
+    CSqlAccessControl* m_model = nullptr;
     QList<CItemId> m_users;
     QString m_file;
     QPointer<QObject> m_job; // deletes itself at its end

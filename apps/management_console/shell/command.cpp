@@ -121,10 +121,10 @@ QString Command::help(const QString& name, const QString& summary) const
     return text.join(QLatin1Char('\n'));
 }
 
-ISimpleAccessControl* Command::model()
+CSqlAccessControl* Command::model()
 {
     QString error;
-    ISimpleAccessControl* model = m_session.model(error);
+    CSqlAccessControl* model = m_session.model(error);
     if (!model)
         fail(error);
     return model;

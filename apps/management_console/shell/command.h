@@ -68,7 +68,7 @@ protected:
     Session& session() { return m_session; }
     Output& output() { return m_output; }
     /// The installation; null when it cannot be opened, in which case the command has failed with the reason.
-    ISimpleAccessControl* model();
+    CSqlAccessControl* model();
 
     void done(int code = 0);
     void fail(const QString& reason);

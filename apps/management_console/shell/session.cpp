@@ -7,11 +7,11 @@
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/script_service.h>
-#include <foundation/services/simple_access_control.h>
+#include <server/model/sql_access_control.h>
 
 Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
     : m_commands(commands)
-    , m_database(database)
+    , m_database(database.isEmpty() ? defaultDatabase() : database)
 {
 }
 
@@ -26,7 +26,7 @@ const CommandEntry* Session::findCommand(const QString& name) const
     return nullptr;
 }
 
-ISimpleAccessControl* Session::model(QString& error)
+CSqlAccessControl* Session::model(QString& error)
 {
     if (!m_model)
         m_model = openModel(m_database, error);
@@ -35,7 +35,7 @@ ISimpleAccessControl* Session::model(QString& error)
 
 CScriptService* Session::scripts(QString& error)
 {
-    ISimpleAccessControl* installation = model(error);
+    CSqlAccessControl* installation = model(error);
     if (installation && !m_scripts)
         m_scripts = std::make_unique<CScriptService>(installation, nullptr);
     return m_scripts.get();

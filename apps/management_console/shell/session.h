@@ -6,8 +6,8 @@
 #include <vector>
 
 class CScriptService;
+class CSqlAccessControl;
 class DeviceServer;
-class ISimpleAccessControl;
 struct CommandEntry;
 
 /// What all commands of one program share: what lives longer than a command, whoever gave it.
@@ -16,8 +16,8 @@ class Session : public QObject
     Q_OBJECT
 
 public:
-    /// `commands` are those that can be given. `database` is where the installation is kept, empty for the one in
-    /// memory.
+    /// `commands` are those that can be given. `database` is where the installation is kept; empty: where
+    /// defaultDatabase() says.
     explicit Session(const std::vector<const CommandEntry*>& commands, const QString& database = {});
     ~Session() override;
 
@@ -32,7 +32,7 @@ public:
 
     /// The installation, opened when it is first asked for. Null with a reason when that fails; asked again it tries
     /// again.
-    ISimpleAccessControl* model(QString& error);
+    CSqlAccessControl* model(QString& error);
     /// The same as scripts see it.
     CScriptService* scripts(QString& error);
 
@@ -49,7 +49,7 @@ private:
 
     const std::vector<const CommandEntry*>& m_commands;
     QString m_database;
-    std::unique_ptr<ISimpleAccessControl> m_model;
+    std::unique_ptr<CSqlAccessControl> m_model;
     std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
 };
