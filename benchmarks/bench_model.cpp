@@ -36,16 +36,20 @@ struct Installation
                      nullptr, nullptr);
     }
 
+    ~Installation() { sqlite3_close_v2(database); }
+    Q_DISABLE_COPY(Installation)
+
     QTemporaryDir folder;
     QString path;
     CSqlAccessControl model;
     sqlite3* database = nullptr;
 };
 
+std::map<int, std::unique_ptr<Installation>> installations;
+
 Installation& installation(int users)
 {
-    static std::map<int, std::unique_ptr<Installation>> made;
-    auto& entry = made[users];
+    auto& entry = installations[users];
     if (!entry)
         entry = std::make_unique<Installation>(users);
     return *entry;
@@ -188,8 +192,10 @@ void setPropertyOurs(benchmark::State& state)
     Installation& where = installation(int(state.range(0)));
     const std::vector<CItemId> ids = someUsers(where);
     int i = 0;
-    for (auto _ : state)
-        where.model.setUserProperty(QStringLiteral("Room"), ++i, ids[size_t(i) % ids.size()]);
+    for (auto _ : state) {
+        ++i;
+        where.model.setUserProperty(QStringLiteral("Room"), i, ids[size_t(i) % ids.size()]);
+    }
 }
 
 void setPropertyPeer(benchmark::State& state)
@@ -317,5 +323,7 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
+    // While there is an application: Qt's drivers go with it.
+    installations.clear();
     return 0;
 }

@@ -67,15 +67,23 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
     QVariantList valueValues;
     QString driving;
     QVariantList drivingValues;
+    // Few items have the same label or belong to the same one: then these lead. A "+" keeps other columns from leading.
+    const bool isLedByItem = query.filter.contains(idKey) || query.filter.contains(labelKey)
+                             || (!key.isEmpty() && toId(query.filter.value(key)) != 0);
+    const QLatin1String plus(isLedByItem ? "+" : "");
     for (auto entry = query.filter.cbegin(); entry != query.filter.cend(); ++entry) {
         const QString& name = entry.key();
         const QString text = canonicalText(entry.value());
         qint64 number = 0;
         if (name == idKey || name == classKey || (!key.isEmpty() && name == key)) {
-            byItem += name == idKey      ? QStringLiteral(" AND i.id=?")
-                      : name == classKey ? QStringLiteral(" AND i.class=?")
-                                         : QStringLiteral(" AND COALESCE(i.parent,0)=?");
-            if (!isNumber(text, &number))
+            const bool isNumeric = isNumber(text, &number);
+            if (name == idKey)
+                byItem += QLatin1String(" AND i.id=?");
+            else if (name == classKey)
+                byItem += QLatin1String(" AND ") + plus + QLatin1String("i.class=?");
+            else
+                byItem += number != 0 ? QLatin1String(" AND i.parent=?") : QLatin1String(" AND COALESCE(i.parent,0)=?");
+            if (!isNumeric)
                 byItem += QLatin1String(" AND 0");
             itemValues.append(number);
         } else if (name == labelKey) {
@@ -88,7 +96,7 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
                                       "v.value<>'')")
                            .arg(ofProperty);
             valueValues << int(query.kind) << name;
-        } else if (driving.isEmpty()) {
+        } else if (driving.isEmpty() && !isLedByItem) {
             // The index of values leads; it has the ids in their order.
             driving = QStringLiteral("property_value w CROSS JOIN item i ON i.id=w.item WHERE w.%1 AND w.value=? AND "
                                      "w.item>? AND i.kind=?")
@@ -111,10 +119,10 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
         from = driving;
     *values << drivingValues << int(query.kind);
     if (query.itemClass != anyClass) {
-        from += QLatin1String(" AND i.class=?");
+        from += QLatin1String(" AND ") + plus + QLatin1String("i.class=?");
         *values << query.itemClass;
     }
-    from += QLatin1String(" AND i.id>?");
+    from += QLatin1String(" AND ") + plus + QLatin1String("i.id>?");
     *values << query.after << itemValues << valueValues;
     return from + byItem + byValue;
 }
