@@ -51,6 +51,8 @@ bool CSqlAccessControl::Private::endChange(bool good)
     const bool isOutermost = database.depth() == 1;
     if (!good && error.isEmpty())
         refuse(database.hasFailed() ? database.errorString() : QStringLiteral("the change was refused"));
+    if (isOutermost && good && !database.hasFailed())
+        good = tellRecorder();
     if (isOutermost && good && !database.hasFailed() && !changes.isEmpty()) {
         SqlStatement statement(&database,
                                QStringLiteral("INSERT INTO change(at,server,kind,item,what) VALUES(?,?,?,?,?)"));
@@ -82,6 +84,8 @@ bool CSqlAccessControl::Private::endChange(bool good)
     items.forget();
     const bool told = std::exchange(areLoginsChanged, false);
     changes.clear();
+    images.clear();
+    furtherChanges.clear();
     if (!done) {
         if (error.isEmpty())
             error = database.errorString();
@@ -97,6 +101,27 @@ bool CSqlAccessControl::Private::endChange(bool good)
 void CSqlAccessControl::Private::record(Kind kind, qint64 id, Change what)
 {
     changes.append({{int(kind), id}, int(what)});
+}
+
+void CSqlAccessControl::Private::touch(Kind kind, qint64 id)
+{
+    if (recorder)
+        images.keep(items, kind, id);
+}
+
+void CSqlAccessControl::Private::noteLogin(const QString& name, const QString& what)
+{
+    if (recorder)
+        furtherChanges.append({QStringLiteral("Logins"), {}, what, name, {}, {}});
+}
+
+bool CSqlAccessControl::Private::tellRecorder()
+{
+    if (!recorder)
+        return true;
+    const QVector<CModelChange> all = images.differences(items, changes) + furtherChanges;
+    return all.isEmpty() || recorder->record(all, loggedIn)
+           || refuse(QStringLiteral("the change could not be recorded: ") + database.errorString());
 }
 
 qint64 CSqlAccessControl::Private::lastChange()
@@ -193,6 +218,11 @@ bool CSqlAccessControl::open(const QString& location)
     return true;
 }
 
+void CSqlAccessControl::setRecorder(IModelRecorder* recorder)
+{
+    d->recorder = recorder;
+}
+
 CDatabase* CSqlAccessControl::database() const
 {
     return &d->database;
@@ -221,6 +251,7 @@ bool CSqlAccessControl::Private::setParent(Kind kind, qint64 id, qint64 parent)
 {
     if (parent != 0 && !items.exists(parentKind(kind), anyClass, parent))
         return refuseUnknown(parentKind(kind), anyClass, parent);
+    touch(kind, id);
     return items.setParent(id, parent);
 }
 
@@ -228,6 +259,7 @@ bool CSqlAccessControl::Private::set(Kind kind, int itemClass, const QString& na
 {
     if (!items.exists(kind, itemClass, id))
         return refuseUnknown(kind, itemClass, id);
+    touch(kind, id);
     if (!put(kind, name, value, id))
         return false;
     record(kind, id, Changed);
@@ -373,6 +405,7 @@ bool CSqlAccessControl::Private::remove(Kind kind, int itemClass, qint64 id)
 {
     if (!items.exists(kind, itemClass, id))
         return refuseUnknown(kind, itemClass, id);
+    touch(kind, id);
     if (kind == KindTimeProfile) {
         // Without it "office hours" would become "always".
         if (const qint64 count = relations.rightsWith(id))
@@ -385,6 +418,7 @@ bool CSqlAccessControl::Private::remove(Kind kind, int itemClass, qint64 id)
         if (child == KindTimeProfile && !children.isEmpty())
             return refuse(QStringLiteral("calendar %1 is in use by schedule %2").arg(id).arg(children.first()));
         for (const qint64 one : children) {
+            touch(child, one);
             // A medium that nobody owns can be handed out again, a code that nobody owns must not open anything.
             if (child == KindCode ? !items.erase(one) : !items.setParent(one, 0))
                 return false;
@@ -393,14 +427,18 @@ bool CSqlAccessControl::Private::remove(Kind kind, int itemClass, qint64 id)
     }
     if (kind == KindUserOrGroup) {
         const QList<qint64> groups = relations.groupsOfUser(id);
-        for (const qint64 group : groups)
+        for (const qint64 group : groups) {
+            touch(KindUserOrGroup, group);
             record(KindUserOrGroup, group, Changed);
+        }
         SqlStatement login(&database, QStringLiteral("SELECT 1 FROM login WHERE user=?"));
         areLoginsChanged |= login.bind(id).exec() && login.next();
     } else if (kind == KindAccessPoint) {
         const QList<qint64> holders = relations.holdersAt(id);
-        for (const qint64 holder : holders)
+        for (const qint64 holder : holders) {
+            touch(KindUserOrGroup, holder);
             record(KindUserOrGroup, holder, Changed);
+        }
     }
     if (!items.erase(id))
         return false;
@@ -415,6 +453,8 @@ bool CSqlAccessControl::Private::eraseProperty(Kind kind, int itemClass, const Q
     QList<qint64> had;
     if (!items.eraseProperty(kind, itemClass, name, &had))
         return refuse(QStringLiteral("there is no property %1").arg(name.left(CheckedValues::longestName)));
+    if (recorder)
+        furtherChanges.append({nameOf(kind), {}, QStringLiteral("property deleted"), name, {}, {}});
     for (const qint64 item : qAsConst(had))
         record(kind, item, Changed);
     return true;
@@ -451,6 +491,7 @@ bool CSqlAccessControl::Private::replace(Kind kind, const QVariantList& replacem
         const int itemClass = item.value(classKey).toInt();
         qint64 id = kept.value(i);
         if (id != 0) {
+            touch(kind, id);
             if (!items.eraseValues(id) || !items.setParent(id, 0) || !items.setClass(id, itemClass)
                 || !relations.removeAllUsers(id) || !relations.removeAllRights(id)
                 || (itemClass != UserClassUser && !relations.removeFromGroups(id)))

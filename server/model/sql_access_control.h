@@ -6,6 +6,7 @@
 
 #include <memory>
 
+class IModelRecorder;
 class IReportGenerator;
 struct CPasswordHash;
 
@@ -109,6 +110,8 @@ public:
     /// Seconds that a new session lasts, 1 to 31 days; 3600 by default.
     void setSessionLength(int seconds);
 
+    /// Is told of every change from now on; not taken over, nullptr for none.
+    void setRecorder(IModelRecorder* recorder);
     /// Renders user reports; not taken over, nullptr for none.
     void setReportGenerator(IReportGenerator* generator);
     /// Custom notifications and the hub's source "Model" go through it; not taken over.

@@ -83,6 +83,7 @@ bool CSqlAccessControl::addLogin(const QString& name, CItemId user, const QStrin
         if (!store.find(name).name.isEmpty())
             return d->refuse(QStringLiteral("there is a login %1 already").arg(name));
         d->areLoginsChanged = true;
+        d->noteLogin(name, QStringLiteral("login added"));
         return store.add(name, user.value(), hash);
     });
 }
@@ -94,6 +95,7 @@ bool CSqlAccessControl::setLoginPassword(const QString& name, const QString& pas
     const bool done = d->change([&] {
         if (!hash.isValid())
             return d->refuse(QStringLiteral("a password has 1 to %1 bytes").arg(CPasswordHash::longestPassword));
+        d->noteLogin(name, QStringLiteral("password set"));
         return LoginStore(&d->database).setPassword(name, hash) || d->refuseLogin(name);
     });
     if (done && guard)
@@ -110,6 +112,9 @@ bool CSqlAccessControl::setLoginPermissions(const QString& name, unsigned int pe
 {
     return d->change([&] {
         d->areLoginsChanged = true;
+        d->noteLogin(name, QStringLiteral("permissions set"));
+        if (!d->furtherChanges.isEmpty())
+            d->furtherChanges.last().after.insert(QStringLiteral("permissions"), uint(CPermission::cast(permissions)));
         return LoginStore(&d->database).setPermissions(name, uint(CPermission::cast(permissions)))
                || d->refuseLogin(name);
     });
@@ -119,6 +124,7 @@ bool CSqlAccessControl::removeLogin(const QString& name)
 {
     return d->change([&] {
         d->areLoginsChanged = true;
+        d->noteLogin(name, QStringLiteral("login removed"));
         return LoginStore(&d->database).remove(name) || d->refuseLogin(name);
     });
 }
@@ -126,8 +132,11 @@ bool CSqlAccessControl::removeLogin(const QString& name)
 bool CSqlAccessControl::setLoginSecret(const QString& name, const QByteArray& secret)
 {
     QPointer<CSqlAccessControl> guard(this);
-    const bool done =
-        d->change([&] { return LoginStore(&d->database).setSecret(name, secret) || d->refuseLogin(name); });
+    const bool done = d->change([&] {
+        d->noteLogin(name, secret.isEmpty() ? QStringLiteral("one-time passwords off")
+                                            : QStringLiteral("one-time passwords on"));
+        return LoginStore(&d->database).setSecret(name, secret) || d->refuseLogin(name);
+    });
     if (done && guard)
         Q_EMIT mfaSessionsChanged();
     return done;

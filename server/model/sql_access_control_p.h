@@ -1,5 +1,6 @@
 #pragma once
 
+#include <server/model/change_images_p.h>
 #include <server/model/item_store_p.h>
 #include <server/model/relation_store_p.h>
 #include <server/model/sql_access_control.h>
@@ -33,6 +34,11 @@ public:
     /// Keeps the reason of a refusal; false, to be returned.
     bool refuse(const QString& reason);
     bool refuseUnknown(Model::Kind kind, int itemClass, qint64 id);
+    /// To be said before an item that is there is changed or deleted, so that a recorder hears what it was.
+    void touch(Model::Kind kind, qint64 id);
+    void noteLogin(const QString& name, const QString& what);
+    /// Tells the recorder, within the transaction.
+    bool tellRecorder();
     /// Notes what is to be told when it is stored.
     void record(Model::Kind kind, qint64 id, Model::Change what);
     /// Tells of changes that have a number above the last one told, whoever made them.
@@ -73,6 +79,10 @@ public:
     QString error;
     QStringList transactions;
     QVector<std::pair<std::pair<int, qint64>, int>> changes;
+    IModelRecorder* recorder = nullptr;
+    ChangeImages images;
+    /// Of logins, and of properties that all items have lost.
+    QVector<CModelChange> furtherChanges;
     qint64 toldChange = 0;
     bool areLoginsChanged = false;
     QString server;

@@ -305,6 +305,7 @@ bool CSqlAccessControl::addUsersToGroup(const QList<CItemId>& users, CItemId gro
         const QList<qint64> ids = toNumbers(users);
         if (!d->items.haveAll(KindUserOrGroup, UserClassUser, ids))
             return d->refuse(QStringLiteral("not all of these users are there"));
+        d->touch(KindUserOrGroup, group.value());
         d->record(KindUserOrGroup, group.value(), Changed);
         return d->relations.addUsers(ids, group.value());
     });
@@ -315,6 +316,7 @@ bool CSqlAccessControl::removeUsersFromGroup(const QList<CItemId>& users, CItemI
     return d->change([&] {
         if (!d->items.exists(KindUserOrGroup, UserClassGroup, group.value()))
             return d->refuseUnknown(KindUserOrGroup, UserClassGroup, group.value());
+        d->touch(KindUserOrGroup, group.value());
         d->record(KindUserOrGroup, group.value(), Changed);
         return d->relations.removeUsers(toNumbers(users), group.value());
     });
@@ -368,6 +370,7 @@ bool CSqlAccessControl::addRfidMediaToUser(const QList<CItemId>& media, CItemId 
         for (const CItemId medium : media) {
             if (!d->items.exists(KindMedium, anyClass, medium.value()))
                 return d->refuseUnknown(KindMedium, anyClass, medium.value());
+            d->touch(KindMedium, medium.value());
             if (!d->items.setParent(medium.value(), user.value()))
                 return false;
             d->record(KindMedium, medium.value(), Changed);
@@ -398,6 +401,7 @@ bool CSqlAccessControl::deleteAccessPointsOfUser(const QList<CItemId>& accessPoi
     return d->change([&] {
         if (!d->isHolderThere(user.value()))
             return false;
+        d->touch(KindUserOrGroup, user.value());
         d->record(KindUserOrGroup, user.value(), Changed);
         return d->relations.removeRights(user.value(), toNumbers(accessPoints));
     });
@@ -426,6 +430,7 @@ bool CSqlAccessControl::setAccessRightProperties(const QList<CItemId>& accessPoi
     return d->change([&] {
         if (!d->isHolderThere(user.value()))
             return false;
+        d->touch(KindUserOrGroup, user.value());
         for (const CItemId accessPoint : accessPoints) {
             if (!d->setRight(user.value(), accessPoint.value(), properties))
                 return false;
@@ -441,6 +446,7 @@ CItemId CSqlAccessControl::addAccessRight(CItemId holder, CItemId accessPoint, c
     const bool done = d->change([&] {
         if (!d->isHolderThere(holder.value()))
             return false;
+        d->touch(KindUserOrGroup, holder.value());
         right = d->addRight(holder.value(), accessPoint.value(), properties);
         d->record(KindUserOrGroup, holder.value(), Changed);
         return right != 0;
@@ -454,6 +460,7 @@ bool CSqlAccessControl::deleteAccessRight(CItemId right)
         const qint64 holder = d->relations.holderOf(right.value());
         if (holder == 0)
             return d->refuse(QStringLiteral("there is no right %1").arg(right.value()));
+        d->touch(KindUserOrGroup, holder);
         d->record(KindUserOrGroup, holder, Changed);
         return d->relations.removeRight(right.value());
     });

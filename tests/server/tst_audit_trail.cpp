@@ -1,9 +1,12 @@
 #include <server/audit/audit_trail.h>
+#include <server/audit/model_audit.h>
 #include <server/database/sql_statement_p.h>
+#include <server/model/sql_access_control.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
@@ -79,6 +82,7 @@ private Q_SLOTS:
     void retentionLeavesAnIntactTrail();
     void erasureKeepsTheChain();
     void exportIsCheckedByOthers();
+    void changesOfTheModelAreNoted();
 };
 
 void TestAuditTrail::keepsOrderAndFilters()
@@ -287,6 +291,55 @@ void TestAuditTrail::exportIsCheckedByOthers()
     QVERIFY(t.trail->exportCsv(csv, csvHeads));
     QVERIFY2(csv.data().startsWith("chain;seq;at;recorded;kind;payload;payloadHash;hash\n1;1;"), csv.data().left(100));
     QVERIFY(t.trail->verify().ok());
+}
+
+void TestAuditTrail::changesOfTheModelAreNoted()
+{
+    QTemporaryDir dir;
+    CSqlAccessControl model;
+    QVERIFY(model.open(dir.filePath("model.db")));
+    CAuditTrail trail(model.database());
+    CModelAudit audit(&trail);
+    model.setRecorder(&audit);
+    const auto last = [&trail] { return trail.events({}).last().details(); };
+
+    const CItemId user = model.createUser({{"label", "Ada"}, {"Department", "IT"}});
+    QCOMPARE(last().value("what").toString(), QString("created"));
+    QCOMPARE(last().value("user").toString(), QString::number(qint64(user)));
+    QVERIFY(model.setUserProperty("Department", "HR", user));
+    QCOMPARE(last().value("old").toObject().value("Department").toString(), QString("IT"));
+    QCOMPARE(last().value("new").toObject(), QJsonObject({{"Department", "HR"}}));
+    const qint64 before = trail.ends().value(1);
+    QVERIFY(model.setUserProperty("Department", "HR", user)); // as it was
+    QCOMPARE(trail.ends().value(1), before);
+
+    const CItemId code = model.createItem("Codes", {{"code", "271828"}, {"userId", qint64(user)}});
+    QVERIFY(code != CItemId());
+    QVERIFY(model.setItemProperty("Codes", "code", "314159", code));
+    const CItemId group = model.createGroup({{"label", "Staff"}});
+    QVERIFY(model.addUsersToGroup({user}, group));
+    QCOMPARE(last().value("new").toObject().value("Members").toArray(), QJsonArray{QString::number(qint64(user))});
+    const CItemId door = model.createAccessPoint({{"label", "Gate"}});
+    QVERIFY(model.addAccessRight(group, door, {}) != CItemId());
+    QCOMPARE(last().value("new").toObject().value("Access Points").toArray().size(), 1);
+
+    // What is undone was never noted; what cannot be noted is not done.
+    model.beginTransaction("both");
+    model.setUserProperty("Department", "IT", user);
+    model.setUserProperty("label", "", user);
+    model.endTransaction();
+    QVERIFY(model.addLogin("ada", user, "correct horse"));
+    QVERIFY(model.deleteUser(user)); // takes code, membership and login along
+    QVERIFY(trail.verify().ok());
+    QByteArray all;
+    for (const AuditRecord& record : trail.events({}))
+        all += record.payload;
+    QVERIFY(!all.contains("271828") && !all.contains("314159") && !all.contains("correct horse"));
+    QCOMPARE(all.count("\"deleted\""), 2);
+    SqlStatement(model.database(), QStringLiteral("DROP TABLE audit_head")).exec();
+    SqlStatement(model.database(), QStringLiteral("DROP TABLE event")).exec();
+    QCOMPARE(model.createUser({{"label", "Eve"}}), CItemId());
+    QVERIFY(model.getUser({{"label", "Eve"}}).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestAuditTrail)
