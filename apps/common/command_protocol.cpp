@@ -1,6 +1,6 @@
 #include "command_protocol.h"
 
-#include <QtCore/QJsonDocument>
+#include <foundation/core/json_text.h>
 
 QByteArray CommandProtocol::message(const char* kind, const QJsonArray& arguments)
 {
@@ -16,7 +16,7 @@ QByteArray CommandProtocol::message(const char* kind, const QString& text)
 
 QJsonArray CommandProtocol::parse(const QByteArray& line)
 {
-    return QJsonDocument::fromJson(line).array();
+    return CJsonText::read(line).array();
 }
 
 QString CommandProtocol::kindOf(const QJsonArray& message)

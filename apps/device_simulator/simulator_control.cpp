@@ -13,7 +13,7 @@ constexpr int longestStormSeconds = 3600;
 QString help()
 {
     return QStringLiteral("faults on|off; faults latency MS; faults split|drop|half-open|corrupt|handshake PERCENT; "
-                          "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit");
+                          "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit; shutdown");
 }
 
 } // namespace
@@ -34,6 +34,9 @@ void SimulatorControl::answer(CommandClient& client, const QStringList& words)
 {
     if (words.isEmpty())
         return client.sendCode(0);
+    const bool single = words.size() == 1;
+    if (single && (words.constFirst() == QLatin1String("quit") || words.constFirst() == QLatin1String("exit")))
+        return client.leave(0);
     const QString answer = run(words);
     const bool done = answer.startsWith(QLatin1Char('{'));
     if (done)
@@ -71,9 +74,9 @@ QString SimulatorControl::run(const QStringList& words)
             device->storm(seconds * 1000);
         return status();
     }
-    if (command == QLatin1String("status"))
+    if (command == QLatin1String("status") && words.size() == 1)
         return status();
-    if (command == QLatin1String("quit")) {
+    if (command == QLatin1String("shutdown") && words.size() == 1) {
         QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
         return status();
     }

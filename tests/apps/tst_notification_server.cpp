@@ -1,5 +1,6 @@
 #include "server/front_door.h"
 #include "server/notification_client.h"
+#include "server/notification_request.h"
 #include "server/notification_server.h"
 
 #include <foundation/services/notification_service.h>
@@ -203,20 +204,20 @@ private Q_SLOTS:
             }
         };
         QJsonArray sources;
-        for (int i = 0; i < NotificationServer::mostSources; ++i)
+        for (int i = 0; i < NotificationRequest::mostSources; ++i)
             sources.append(QString::number(i));
         QCOMPARE(code(peer, "registerObserver", QJsonArray{QJsonValue(sources)}), 0);
         QCOMPARE(code(peer, "registerObserver", QJsonArray{QJsonValue(sources)}), 0);
         QCOMPARE(code(peer, "registerObserver", {"one more"}), -32002);
         QCOMPARE(code(peer, "unregisterObserver", {"7"}), 0);
-        QCOMPARE(code(peer, "registerObserver", {QString(NotificationServer::longestName + 1, 'x')}), -32002);
+        QCOMPARE(code(peer, "registerObserver", {QString(NotificationRequest::longestName + 1, 'x')}), -32002);
         QCOMPARE(code(peer, "registerObserver", {"one more"}), 0);
 
-        for (int i = 0; i < NotificationServer::mostExtensions; ++i)
+        for (int i = 0; i < NotificationRequest::mostExtensions; ++i)
             QCOMPARE(code(peer, "registerExtension", {QString::number(i), "said of it"}), 0);
         QCOMPARE(code(peer, "registerExtension", {"0"}), 0);
         QCOMPARE(code(peer, "registerExtension", {"one more"}), -32002);
-        QCOMPARE(code(other, "registerExtension", {QString(NotificationServer::longestName + 1, 'x')}), -32002);
+        QCOMPARE(code(other, "registerExtension", {QString(NotificationRequest::longestName + 1, 'x')}), -32002);
         for (const char* name : {"0", "host's"}) {
             QCOMPARE(code(other, "registerExtension", {name}), -32003);
             QCOMPARE(code(other, "unregisterExtension", {name}), -32003);
@@ -224,7 +225,7 @@ private Q_SLOTS:
         QCOMPARE(code(other, "unregisterExtension", {"nobody's"}), 0);
         registrations.clear();
         peer.socket.abort();
-        QTRY_COMPARE(registrations.size(), int(NotificationServer::mostExtensions));
+        QTRY_COMPARE(registrations.size(), int(NotificationRequest::mostExtensions));
         QCOMPARE(registrations.first(), (QVariantList{"1", false})); // "0" was registered again
         QCOMPARE(m_service->extensionHolder("host's"), "host");
         QCOMPARE(code(other, "registerExtension", {"0"}), 0);

@@ -1,8 +1,9 @@
 #include "server/device_server.h"
 #include "shell/command.h"
 
+#include <foundation/core/json_text.h>
+
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QJsonDocument>
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
 
@@ -74,7 +75,7 @@ private:
     bool readMessage(const QString& text)
     {
         if (text.startsWith(QLatin1Char('{')))
-            m_message = QJsonDocument::fromJson(text.toUtf8()).object();
+            m_message = CJsonText::read(text.toUtf8()).object();
         else if (!text.contains(QLatin1Char('"')))
             m_message.insert(QStringLiteral("command"), text);
         return !m_message.isEmpty();

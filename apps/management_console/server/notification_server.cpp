@@ -1,58 +1,16 @@
 #include "server/notification_server.h"
 
 #include "server/notification_client.h"
+#include "server/notification_request.h"
 
-#include <foundation/core/json_text.h>
 #include <foundation/services/notification_service.h>
 
 #include <QtCore/QCryptographicHash>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QSet>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 #include <QtWebSockets/QWebSocketServer>
 
-#include <algorithm>
-
 namespace {
-
-enum Fault
-{
-    NoJson = -32700,
-    NoRequest = -32600,
-    UnknownMethod = -32601,
-    BadParams = -32602,
-    NotLoggedIn = -32001,
-    TooMuch = -32002,
-    NotTheirs = -32003,
-};
-
-const char* faultText(Fault fault)
-{
-    switch (fault) {
-    case NoJson:
-        return "no JSON, or a key twice";
-    case NoRequest:
-        return "no JSON-RPC 2.0 request";
-    case UnknownMethod:
-        return "unknown method";
-    case BadParams:
-        return "params is no list, or empty";
-    case NotLoggedIn:
-        return "not logged in";
-    case TooMuch:
-        return "too many sources or names, or too long a name";
-    case NotTheirs:
-        return "the name is another client's";
-    }
-    return "";
-}
-
-QJsonObject errorObject(Fault fault)
-{
-    return {{QStringLiteral("error"), QJsonObject{{QStringLiteral("code"), int(fault)},
-                                                  {QStringLiteral("message"), QLatin1String(faultText(fault))}}}};
-}
 
 QJsonObject success()
 {
@@ -78,52 +36,6 @@ bool equalInConstantTime(const QByteArray& a, const QByteArray& b)
 QString peerKey(const QHostAddress& address, quint16 port)
 {
     return address.toString() + QLatin1Char(' ') + QString::number(port);
-}
-
-bool isServiceMethod(const QString& method)
-{
-    static const QStringList methods{QStringLiteral("registerObserver"), QStringLiteral("unregisterObserver"),
-                                     QStringLiteral("registerExtension"), QStringLiteral("unregisterExtension"),
-                                     QStringLiteral("customNotificationResponse")};
-    return methods.contains(method);
-}
-
-// A log-in is one object with one list in it: of a stranger no more is read.
-bool isFlat(const QByteArray& json)
-{
-    int brackets[2] = {0, 0};
-    bool quoted = false;
-    for (int i = 0; i < json.size(); ++i) {
-        if (json[i] == '"')
-            quoted = !quoted;
-        else if (quoted && json[i] == '\\')
-            ++i;
-        else if (!quoted && (json[i] == '{' || json[i] == '['))
-            ++brackets[json[i] == '['];
-    }
-    return brackets[0] <= 1 && brackets[1] <= 1;
-}
-
-// What the service would allow and a client may not; 0 for nothing.
-int objection(const CNotificationService& service, const QString& address, const QString& method,
-              const QVariant& parameter)
-{
-    const auto tooLong = [](const QString& name) { return name.size() > NotificationServer::longestName; };
-    if (method == QLatin1String("registerObserver")) {
-        const QSet<QString> sources = CNotificationService::sourceNames(parameter);
-        if (std::any_of(sources.cbegin(), sources.cend(), tooLong)
-            || (service.sourcesOf(address) + sources).size() > NotificationServer::mostSources)
-            return TooMuch;
-    } else if (method == QLatin1String("registerExtension") || method == QLatin1String("unregisterExtension")) {
-        const QString name = parameter.toString();
-        const QString holder = service.extensionHolder(name);
-        if (!holder.isNull())
-            return holder != address ? NotTheirs : 0;
-        if (method == QLatin1String("registerExtension")
-            && (tooLong(name) || service.extensionsOf(address).size() >= NotificationServer::mostExtensions))
-            return TooMuch;
-    }
-    return 0;
 }
 
 // The service takes back one name of who goes: the others are unregistered. Whoever is told may call back, and delete.
@@ -241,16 +153,10 @@ void NotificationServer::inSignalOfSocket(Handle handle)
 
 void NotificationServer::onMessage(NotificationClient* client, const QString& text)
 {
-    const QByteArray json = text.toUtf8();
-    if (client->stage() == NotificationClient::Stage::Stranger) {
-        login(client, isFlat(json) ? CJsonText::read(json).object() : QJsonObject());
-        return;
-    }
-    const QJsonDocument document = CJsonText::read(json);
-    if (document.isNull())
-        reply(client, QJsonValue::Null, errorObject(NoJson));
+    if (client->stage() == NotificationClient::Stage::Stranger)
+        login(client, NotificationRequest::parseLogin(text.toUtf8()));
     else
-        onRequest(client, document.object());
+        onRequest(client, NotificationRequest::parse(text.toUtf8()));
 }
 
 void NotificationServer::onOverdue(NotificationClient* client)
@@ -259,49 +165,40 @@ void NotificationServer::onOverdue(NotificationClient* client)
     client->abort();
 }
 
-void NotificationServer::login(NotificationClient* client, const QJsonObject& request)
+void NotificationServer::login(NotificationClient* client, const NotificationRequest& request)
 {
-    const QString token = request.value(QStringLiteral("params")).toArray().at(0).toString();
-    const QJsonValue id = request.value(QStringLiteral("id"));
     const char* refusal = nullptr;
-    if (request.value(QStringLiteral("method")).toString() != QLatin1String("login"))
+    if (!request.isLogin())
         refusal = "no log-in";
-    else if (!equalInConstantTime(hashOf(token), m_tokenHash))
+    else if (!equalInConstantTime(hashOf(request.token()), m_tokenHash))
         refusal = "wrong token";
     else if (m_clients.size() >= mostClients)
         refusal = "too many clients";
     m_strangers.removeOne(client);
     if (refusal != nullptr) {
         qWarning("NotificationServer: %s: %s", qUtf8Printable(client->address()), refusal);
-        client->answer(id, errorObject(NotLoggedIn));
+        client->answer(request.id, toJson(NotificationFault::NotLoggedIn));
         client->part(QLatin1String(refusal));
         return;
     }
     client->admit();
     m_clients.insert(client->address(), client);
     qInfo("NotificationServer: %s logged in", qUtf8Printable(client->address()));
-    reply(client, id, success());
+    reply(client, request.id, success());
 }
 
-void NotificationServer::onRequest(NotificationClient* client, const QJsonObject& request)
+void NotificationServer::onRequest(NotificationClient* client, const NotificationRequest& request)
 {
-    const QJsonValue id = request.value(QStringLiteral("id"));
-    const QString method = request.value(QStringLiteral("method")).toString();
-    const QVariantList params = request.value(QStringLiteral("params")).toArray().toVariantList();
-    if (request.value(QStringLiteral("jsonrpc")).toString() != QLatin1String("2.0") || method.isEmpty())
-        return reply(client, id.isUndefined() ? QJsonValue(QJsonValue::Null) : id, errorObject(NoRequest));
-    if (method == QLatin1String("login"))
-        return reply(client, id, success());
-    if (!isServiceMethod(method))
-        return reply(client, id, errorObject(UnknownMethod));
-    if (params.isEmpty())
-        return reply(client, id, errorObject(BadParams));
-    if (const int fault = objection(m_service, client->address(), method, params.first()))
-        return reply(client, id, errorObject(Fault(fault)));
+    if (request.fault == NotificationFault::None && request.isLogin())
+        return reply(client, request.id, success());
+    const NotificationFault fault =
+        request.fault != NotificationFault::None ? request.fault : request.objection(m_service, client->address());
+    if (fault != NotificationFault::None)
+        return reply(client, request.id, toJson(fault));
     const QPointer<NotificationClient> alive(client);
-    reply(client, id, success());
+    reply(client, request.id, success());
     if (alive && client->stage() == NotificationClient::Stage::LoggedIn)
-        m_service.receiveMessage(client->address(), method, params, client->number());
+        m_service.receiveMessage(client->address(), request.method, request.params, client->number());
 }
 
 void NotificationServer::reply(NotificationClient* client, const QJsonValue& id, const QJsonObject& resultOrError)

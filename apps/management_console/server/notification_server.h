@@ -10,6 +10,7 @@
 
 class CNotificationService;
 class NotificationClient;
+struct NotificationRequest;
 class QSslSocket;
 class QTcpSocket;
 class QWebSocketServer;
@@ -40,8 +41,8 @@ class QWebSocketServer;
 /// wait for their log-in, the longest-waiting goes first. A wrong token ends the connection. A text in which an object
 /// has a key twice counts as no JSON.
 ///
-/// A client may observe mostSources sources and hold mostExtensions extension names, none longer than longestName. A
-/// name that another subscriber holds it can neither take over nor take away. A request beyond that is answered with an
+/// How many sources a client may observe and how many extension names it may hold, NotificationRequest says. A name
+/// that another subscriber holds it can neither take over nor take away. A request beyond that is answered with an
 /// error and changes nothing. When the client goes, its names are free again.
 class NotificationServer : public QObject
 {
@@ -53,9 +54,6 @@ public:
     static constexpr int loginMs = 5000;
     static constexpr int longestLogin = 4096;         ///< bytes
     static constexpr int longestMessage = 256 * 1024; ///< bytes, after log-in
-    static constexpr int mostSources = 1000;
-    static constexpr int mostExtensions = 100;
-    static constexpr int longestName = 200; ///< characters, of a source or an extension
     static constexpr int mostQueued = 1000;
     static constexpr int mostQueuedCharacters = 1024 * 1024;
     static constexpr int partingMs = 5000;
@@ -80,8 +78,8 @@ public:
 private:
     void onConnection();
     void onMessage(NotificationClient* client, const QString& text);
-    void onRequest(NotificationClient* client, const QJsonObject& request);
-    void login(NotificationClient* client, const QJsonObject& request);
+    void onRequest(NotificationClient* client, const NotificationRequest& request);
+    void login(NotificationClient* client, const NotificationRequest& request);
     void onOverdue(NotificationClient* client);
     void reply(NotificationClient* client, const QJsonValue& id, const QJsonObject& resultOrError);
     void send(const QString& address, const QString& method, const QVariantList& params);
