@@ -435,7 +435,7 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
     socket->setProperty(discoverAddressProperty, candidate);
     socket->setMaxAllowedIncomingFrameSize(ConnectionLimits::message);
     socket->setMaxAllowedIncomingMessageSize(ConnectionLimits::message);
-    connect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived, queuedOnce);
+    connect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived);
     connect(socket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
             &ConnectionJob::onConnectionError, queuedOnce);
     connect(socket, &QWebSocket::disconnected, this, &ConnectionJob::onConnectionError, queuedOnce);
@@ -444,7 +444,6 @@ void ConnectionJob::openWebSocket(const QString& candidate, const QString& locat
         for (const QSslError& error : errors)
             qWarning("%s [%i]", qUtf8Printable(error.errorString()), static_cast<int>(error.error()));
     });
-    connect(socket, &QWebSocket::binaryMessageReceived, socket, [socket] { MessageBacklog::begin(socket); });
     socket->open(CandidateAddress::webSocketUrl(target, d->useSsl, d->path));
     setLowDelay(socket);
     new AnswerBounds(socket);
@@ -456,12 +455,17 @@ void ConnectionJob::onWebSocketDataReceived(const QByteArray& data)
     auto* socket = qobject_cast<QWebSocket*>(sender());
     if (d->over || !socket)
         return;
-    // Only the first message: a further one that is already queued finds the connection gone.
-    if (!disconnect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived))
-        return;
-    HandOver<QWebSocket> offer(socket);
-    Q_EMIT webSocketInitialDataReceived(socket, data, discoverAddressOf(socket));
-    offer.announce();
+    // Only the first message is the job's, and it is told when the socket has left its own code.
+    disconnect(socket, &QWebSocket::binaryMessageReceived, this, &ConnectionJob::onWebSocketDataReceived);
+    MessageBacklog::begin(socket, ConnectionLimits::strangersBacklog);
+    const auto tell = [this, data, guard = QPointer<QWebSocket>(socket)] {
+        if (d->over || !guard)
+            return;
+        HandOver<QWebSocket> offer(guard);
+        Q_EMIT webSocketInitialDataReceived(guard, data, discoverAddressOf(guard));
+        offer.announce();
+    };
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 
 void ConnectionJob::onIpAddressReceived()

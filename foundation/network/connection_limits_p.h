@@ -44,6 +44,10 @@ constexpr qint64 readBuffer = 0x4000;
 constexpr qint64 answerPiece = 64;
 constexpr int answerPieces = 2048;
 
+/// Bytes of messages that wait for a WebSocket's next owner: of a stranger, and of one who is trusted.
+constexpr qint64 strangersBacklog = 0x20000;
+constexpr qint64 trustedBacklog = 0x4000000;
+
 } // namespace ConnectionLimits
 
 /// How long the stages of a connection may take, in milliseconds. Tests shorten them; everyone else leaves them alone.

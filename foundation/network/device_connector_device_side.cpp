@@ -38,7 +38,7 @@ private:
     void accept()
     {
         disconnect(m_socket, nullptr, this, nullptr);
-        MessageBacklog::begin(m_socket);
+        MessageBacklog::begin(m_socket, ConnectionLimits::trustedBacklog);
         liftLimits(m_socket); // what stands behind the acceptance in the same packet may be large
         QMetaObject::invokeMethod(this, &Acceptance::handOver, Qt::QueuedConnection);
     }

@@ -142,7 +142,7 @@ void DeviceHandshake::onAnswer(const QByteArray& answer)
         return; // onTimeOut is on its way
     // One answer is examined, and after the WebSocket has left its own code: whoever is told may delete it.
     disconnect(m_webSocket, &QWebSocket::binaryMessageReceived, this, nullptr);
-    MessageBacklog::begin(m_webSocket);
+    MessageBacklog::begin(m_webSocket, ConnectionLimits::strangersBacklog);
     m_timer.stop();
     const auto examine = [this, answer] {
         if (m_stage != Stage::Challenged || !m_webSocket || m_webSocket->state() != QAbstractSocket::ConnectedState)

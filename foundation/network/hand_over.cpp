@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr qint64 costOfMessage = 128; // bytes that one takes beside its own
+
 // A job judges what its sockets report. The other owners are servers, whose receivers may be the new owners.
 void silenceJob(QObject* socket, QObject* owner)
 {
@@ -68,21 +70,38 @@ void HandOver<QWebSocket>::announce()
         MessageBacklog::announce(m_socket, m_state);
 }
 
-MessageBacklog::MessageBacklog(QWebSocket* webSocket)
+MessageBacklog::MessageBacklog(QWebSocket* webSocket, qint64 limit)
     : QObject(webSocket)
+    , m_webSocket(webSocket)
+    , m_room(limit)
 {
     connect(webSocket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& message) {
-        m_messages.append([message](QWebSocket* socket) { Q_EMIT socket->binaryMessageReceived(message); });
+        keep(message.size(), [message](QWebSocket* socket) { Q_EMIT socket->binaryMessageReceived(message); });
     });
     connect(webSocket, &QWebSocket::textMessageReceived, this, [this](const QString& message) {
-        m_messages.append([message](QWebSocket* socket) { Q_EMIT socket->textMessageReceived(message); });
+        const auto size = qint64(message.size() * sizeof(QChar));
+        keep(size, [message](QWebSocket* socket) { Q_EMIT socket->textMessageReceived(message); });
     });
 }
 
-void MessageBacklog::begin(QWebSocket* webSocket)
+void MessageBacklog::keep(qint64 size, std::function<void(QWebSocket*)> announce)
+{
+    m_room -= size + costOfMessage;
+    if (m_room >= 0) {
+        m_messages.append(std::move(announce));
+        return;
+    }
+    m_messages.clear();
+    m_webSocket->disconnect(this);
+    qWarning("CDeviceConnector: Too many messages at once from %s:%u",
+             qUtf8Printable(m_webSocket->peerAddress().toString()), m_webSocket->peerPort());
+    m_webSocket->abort(); // now: it may go on reading for ever
+}
+
+void MessageBacklog::begin(QWebSocket* webSocket, qint64 limit)
 {
     if (!webSocket->findChild<MessageBacklog*>(QString(), Qt::FindDirectChildrenOnly))
-        new MessageBacklog(webSocket);
+        new MessageBacklog(webSocket, limit);
 }
 
 void MessageBacklog::announce(QWebSocket* webSocket, QAbstractSocket::SocketState state)

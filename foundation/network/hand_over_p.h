@@ -76,20 +76,23 @@ void HandOver<QWebSocket>::announce();
 void liftLimits(QWebSocket* webSocket);
 
 /// The messages that arrive on a WebSocket while it has no owner who listens: between the one that made the next owner
-/// known and that owner's first look. That is one turn of the event loop, and what it can bring is bounded by what the
-/// socket may buffer.
+/// known and that owner's first look. That is one turn of the event loop, but a peer that sends faster than the
+/// WebSocket reads makes it last: who sends too much then is aborted, with a warning.
 class MessageBacklog : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Keeps what arrives from now on, until HandOver::announce.
-    static void begin(QWebSocket* webSocket);
+    /// Keeps what arrives from now on, until HandOver::announce, and up to `limit` bytes of it.
+    static void begin(QWebSocket* webSocket, qint64 limit);
     /// Keeps nothing more, and emits what was kept as long as the WebSocket lives in `state`.
     static void announce(QWebSocket* webSocket, QAbstractSocket::SocketState state);
 
 private:
-    explicit MessageBacklog(QWebSocket* webSocket);
+    MessageBacklog(QWebSocket* webSocket, qint64 limit);
+    void keep(qint64 size, std::function<void(QWebSocket*)> announce);
 
+    QWebSocket* m_webSocket;
+    qint64 m_room;
     QList<std::function<void(QWebSocket*)>> m_messages;
 };

@@ -372,6 +372,31 @@ private Q_SLOTS:
         QCOMPARE(held, qint64(0x4000));
     }
 
+    // The same for messages: who sends one after the other without an end is not kept waiting for an owner.
+    void streamingWebSocket()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        connect(&server, &QTcpServer::newConnection, this, [&] {
+            QTcpSocket* peer = server.nextPendingConnection();
+            connect(peer, &QTcpSocket::readyRead, this, [peer] {
+                const QByteArray request = peer->readAll();
+                const QByteArray messages = RawWebSocket::frame(RawWebSocket::Binary, QByteArray(200, 'x'), false)
+                                            + RawWebSocket::frame(RawWebSocket::Binary, "x", false).repeated(100000);
+                peer->write(request.contains("Upgrade: websocket") ? RawWebSocket::upgradeResponse(request) + messages
+                                                                   : QByteArray("HTTP/1.1 404 No\r\n\r\n"));
+                while (peer->bytesToWrite() > 0 && peer->waitForBytesWritten(100)) // all of it waits for the reader
+                    continue;
+            });
+        });
+        QNetworkAccessManager manager;
+        Connector connector(false, &manager);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Too many messages at once from")));
+        const QVariantList result = connector.run({QStringLiteral("http://") + addressOf(server)});
+        QCOMPARE(result, QVariantList{false});
+        QCOMPARE(connector.events.size(), 1);
+    }
+
     void addressesFromWebService()
     {
         WebServer server("HTTP/1.1 200 OK\r\nContent-Length: 19\r\n\r\n 127.0.0.1:9,,::1\r\n");
