@@ -15,8 +15,9 @@ bool isAbsent(const QVariant& value)
            || (value.userType() == QMetaType::QString && value.toString().isEmpty());
 }
 
-// Times are whole seconds: fractions are cut off.
-std::optional<qint64> instantFrom(const QVariant& value, const CAccessTimeZone& zone, DayEdge edge)
+} // namespace
+
+std::optional<qint64> accessInstantFromVariant(const QVariant& value, const CAccessTimeZone& zone, DayEdge edge)
 {
     if (value.userType() == QMetaType::QDate && value.toDate().isValid())
         return zone.instantFromText(value.toDate().toString(Qt::ISODate), edge);
@@ -32,15 +33,13 @@ std::optional<qint64> instantFrom(const QVariant& value, const CAccessTimeZone& 
     return std::nullopt;
 }
 
-} // namespace
-
 CAccessPeriod CAccessPeriod::fromVariants(const QVariant& from, const QVariant& to, const CAccessTimeZone& zone)
 {
     CAccessPeriod period;
     const auto read = [&](const QVariant& value, DayEdge edge, qint64* end) {
         if (isAbsent(value))
             return;
-        const std::optional<qint64> instant = instantFrom(value, zone, edge);
+        const std::optional<qint64> instant = accessInstantFromVariant(value, zone, edge);
         period.isReadable = period.isReadable && instant.has_value();
         *end = instant.value_or(*end);
     };

@@ -26,6 +26,12 @@ struct KYR_FOUNDATION_EXPORT CAccessPeriod
     static CAccessPeriod fromVariants(const QVariant& from, const QVariant& to, const CAccessTimeZone& zone);
 };
 
+/// An instant as it stands in the model or is typed: a date-time, a date (its begin or its end), or a text of either
+/// that CAccessTimeZone::instantFromText() reads; without an offset it is local time of `zone`. Fractions of a second
+/// are cut off. Nothing for any other value.
+KYR_FOUNDATION_EXPORT std::optional<qint64> accessInstantFromVariant(const QVariant& value, const CAccessTimeZone& zone,
+                                                                     CAccessTimeZone::DayEdge edge);
+
 /// Whether a value of the model says yes: a bool, 0 or 1, "true" or "false". One that is not given says `absent`, one
 /// that cannot be read `unreadable`.
 KYR_FOUNDATION_EXPORT bool accessFlagFromVariant(const QVariant& value, bool absent, bool unreadable);

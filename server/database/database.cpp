@@ -3,6 +3,7 @@
 #include <server/database/new_file_p.h>
 #include <server/database/schema_p.h>
 #include <server/database/sql_dialect_p.h>
+#include <server/database/sql_statement_p.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -65,6 +66,8 @@ public:
     int inUse = 0;
     int writeWait = defaultWriteWait;
     int depth = 0;
+    int reading = 0;
+    bool readBegun = false;
     bool failed = false;
     bool begun = false;
     qint64 seenVersion = 0;
@@ -221,8 +224,8 @@ void CDatabase::close()
     d->watcher.stop();
     d->disconnect();
     d->state = Private::Closed;
-    d->depth = 0;
-    d->failed = d->begun = false;
+    d->depth = d->reading = 0;
+    d->failed = d->begun = d->readBegun = false;
 }
 
 bool CDatabase::isOpen() const
@@ -272,7 +275,7 @@ int CDatabase::writeWait() const
 QSqlQuery CDatabase::takeQuery(const QString& sql, bool* good)
 {
     // The file that was waited for: another program has made it.
-    if (d->state == Private::Awaited && d->depth == 0 && d->inUse == 0 && d->fileIsThere()) {
+    if (d->state == Private::Awaited && d->depth == 0 && d->reading == 0 && d->inUse == 0 && d->fileIsThere()) {
         if (!d->openFile())
             qWarning("Database: %s", qUtf8Printable(d->errorString));
     }
@@ -315,6 +318,8 @@ bool CDatabase::begin()
     d->begun = false;
     if (!isOpen())
         return false;
+    if (d->reading > 0)
+        return d->fail(QStringLiteral("a change waits for the end of reading"));
     if (d->state == Private::Awaited && !(d->fileIsThere() ? d->openFile() : d->makeFile()))
         return false;
     QSqlQuery query(d->connection);
@@ -344,6 +349,24 @@ bool CDatabase::end(bool good)
     return false;
 }
 
+bool CDatabase::beginRead()
+{
+    // Within a transaction the reads are part of it.
+    if (d->reading == 0 && d->depth == 0) {
+        if (!SqlStatement(this, SqlDialect::sqlite().beginRead).exec())
+            return false;
+        d->readBegun = true;
+    }
+    ++d->reading;
+    return true;
+}
+
+void CDatabase::endRead()
+{
+    if (d->reading > 0 && --d->reading == 0 && std::exchange(d->readBegun, false))
+        SqlStatement(this, QStringLiteral("COMMIT")).exec();
+}
+
 int CDatabase::depth() const
 {
     return d->depth;
@@ -364,7 +387,7 @@ qint64 CDatabase::Private::dataVersion()
 
 void CDatabase::watch()
 {
-    if (d->depth > 0)
+    if (d->depth > 0 || d->reading > 0)
         return;
     if (d->state == Private::Awaited) {
         if (!d->fileIsThere() || d->inUse > 0 || !d->openFile())

@@ -66,6 +66,11 @@ public:
     /// Ends a level; `good` false, or a statement that failed inside, makes the outermost end undo everything. True
     /// when what was done is stored, or may still be by the levels around.
     bool end(bool good);
+    /// What is read until the endRead() that belongs to it stands as it was at the first of these reads, whatever other
+    /// programs change meanwhile. May be nested, and stand within a transaction; a transaction cannot be begun inside.
+    /// False when it cannot be: then there is no endRead().
+    bool beginRead();
+    void endRead();
     /// Levels that are open.
     int depth() const;
     /// A statement failed since the outermost begin().

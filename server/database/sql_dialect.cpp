@@ -8,6 +8,7 @@ const SqlDialect& SqlDialect::sqlite()
         QStringLiteral("QSQLITE"),
         QStringLiteral(":/kyr_server/migrations/sqlite"),
         QStringLiteral("BEGIN IMMEDIATE"),
+        QStringLiteral("BEGIN"),
         QStringLiteral("(SELECT value FROM json_each(?))"),
         // A right that was taken away must not be back after a power failure, hence FULL.
         {QStringLiteral("PRAGMA synchronous=FULL"), QStringLiteral("PRAGMA foreign_keys=ON"),

@@ -15,6 +15,8 @@ struct SqlDialect
     QString migrations;
     /// Takes the write lock at once; later it could be refused without a wait.
     QString beginWrite;
+    /// All that is read until the end is of one moment; nobody waits.
+    QString beginRead;
     /// The ids of a JSON list bound to one place.
     QString idList;
     /// To be said once on each connection.

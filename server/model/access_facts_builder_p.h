@@ -35,7 +35,6 @@ public:
     /// A right without an id is always another one.
     int addRight(const CAccessRight& right);
     void addGrant(int user, int right) { m_facts.grants.append({user, right}); }
-    /// `description` or, for a medium, both it and `label` name it.
     void addCredential(int user, CItemId id, const QString& label, const QVariant& blocked,
                        const CAccessPeriod& period);
 
@@ -45,6 +44,7 @@ public:
 
     CAccessFacts take();
 
+    /// The description, if any, and the label.
     static QString mediumLabel(const QString& description, const QString& label);
     /// A code's own label may be its digits: only the description is shown.
     static QString codeLabel(const QString& description, CItemId id);

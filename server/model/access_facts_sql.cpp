@@ -56,6 +56,26 @@ const QString holdersAtDoor = QStringLiteral("(SELECT holder FROM access_right W
 const QString peopleAtDoor = QStringLiteral("IN (SELECT user_id FROM membership WHERE group_id IN %1 UNION %2)")
                                  .arg(holdersAtDoor, holdersAtDoor.mid(1, holdersAtDoor.size() - 2));
 
+/// All facts of a question are of the same moment: a right and its schedule are not of two.
+class OneMoment
+{
+public:
+    OneMoment(CDatabase* database, QString* error)
+        : m_database(database->beginRead() ? database : nullptr)
+    {
+        *error = m_database != nullptr ? QString() : database->errorString();
+    }
+    ~OneMoment()
+    {
+        if (m_database != nullptr)
+            m_database->endRead();
+    }
+    Q_DISABLE_COPY(OneMoment)
+
+private:
+    CDatabase* m_database;
+};
+
 int addRight(AccessFactsBuilder* builder, const SqlStatement& row)
 {
     CAccessRight right;
@@ -162,11 +182,6 @@ const QString& AccessFactsSql::credentialsAtDoor()
     return sql;
 }
 
-void SqlAccessFacts::begin()
-{
-    m_error.clear();
-}
-
 void SqlAccessFacts::look(const SqlStatement& rows)
 {
     if (!rows.isGood() && m_error.isEmpty())
@@ -181,7 +196,7 @@ CAccessFacts SqlAccessFacts::finish(AccessFactsBuilder* builder)
 
 CAccessFacts SqlAccessFacts::ofUserAtDoor(CItemId user, CItemId accessPoint)
 {
-    begin();
+    const OneMoment moment(m_database, &m_error);
     AccessFactsBuilder builder(&m_zones);
     const qint64 userId = user.value();
     const qint64 doorId = accessPoint.value();
@@ -209,7 +224,7 @@ CAccessFacts SqlAccessFacts::ofUserAtDoor(CItemId user, CItemId accessPoint)
 
 CAccessFacts SqlAccessFacts::ofUser(CItemId user)
 {
-    begin();
+    const OneMoment moment(m_database, &m_error);
     AccessFactsBuilder builder(&m_zones);
     const qint64 userId = user.value();
     SqlStatement person(m_database, AccessFactsSql::user());
@@ -232,7 +247,7 @@ CAccessFacts SqlAccessFacts::ofUser(CItemId user)
 
 CAccessFacts SqlAccessFacts::ofDoor(CItemId accessPoint)
 {
-    begin();
+    const OneMoment moment(m_database, &m_error);
     AccessFactsBuilder builder(&m_zones);
     const qint64 doorId = accessPoint.value();
     SqlStatement door(m_database, AccessFactsSql::accessPoint());

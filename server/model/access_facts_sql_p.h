@@ -22,9 +22,8 @@ public:
 
 private:
     void describeSchedules(AccessFactsBuilder* builder);
-    /// What stands in the builder, unless a statement has failed since begin().
+    /// What stands in the builder, unless a statement has failed.
     CAccessFacts finish(AccessFactsBuilder* builder);
-    void begin();
     void look(const SqlStatement& rows);
 
     CDatabase* m_database;

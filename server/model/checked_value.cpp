@@ -1,6 +1,7 @@
 #include <server/model/checked_value_p.h>
 
-#include <foundation/access/time_profile.h>
+#include <server/model/access_facts_builder_p.h>
+
 #include <foundation/datatypes/data_type.h>
 
 #include <QtCore/QDateTime>
@@ -58,33 +59,6 @@ bool checkLength(const QString& name, const QVariant& value, QString* errorStrin
 
 } // namespace
 
-QDateTime CheckedValues::instantOf(const QVariant& value, bool isEnd)
-{
-    const auto atDate = [&](const QDate& date) {
-        return isEnd ? QDateTime(date, QTime(23, 59, 59)) : date.startOfDay();
-    };
-    QDateTime instant;
-    if (value.userType() == QMetaType::QDateTime) {
-        instant = value.toDateTime();
-    } else if (value.userType() == QMetaType::QDate) {
-        instant = atDate(value.toDate());
-    } else if (value.userType() == QMetaType::QString) {
-        static const QRegularExpression form(QStringLiteral(
-            "\\A\\d{4}-\\d\\d-\\d\\d(?:T\\d\\d:\\d\\d(?::\\d\\d(?:\\.\\d{1,3})?)?(?:Z|[+-]\\d\\d:\\d\\d)?)?\\z"));
-        const QString text = value.toString();
-        if (!form.match(text).hasMatch())
-            return QDateTime();
-        instant =
-            text.size() == 10 ? atDate(QDate::fromString(text, Qt::ISODate)) : QDateTime::fromString(text, Qt::ISODate);
-    }
-    if (!instant.isValid())
-        return QDateTime();
-    // Down to the second, before 1970 as well.
-    const qint64 milliseconds = instant.toMSecsSinceEpoch();
-    const qint64 remainder = milliseconds % 1000;
-    return QDateTime::fromMSecsSinceEpoch(milliseconds - (remainder < 0 ? remainder + 1000 : remainder));
-}
-
 bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QString* errorString)
 {
     if (name.isEmpty() || name.size() > longestName)
@@ -102,10 +76,11 @@ bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QStri
     if (name == enabledKey || name == blockedKey)
         return checkFlag(name, value, errorString);
     if (name == validFromKey || name == validToKey) {
-        const QDateTime instant = instantOf(*value, name == validToKey);
-        if (!instant.isValid())
+        const auto edge = name == validToKey ? CAccessTimeZone::DayEdge::End : CAccessTimeZone::DayEdge::Begin;
+        const std::optional<qint64> instant = accessInstantFromVariant(*value, AccessFactsBuilder::ownZone(), edge);
+        if (!instant)
             return refuse(errorString, name, "is a time such as 2026-11-22T03:10, or a date");
-        *value = instant;
+        *value = QDateTime::fromSecsSinceEpoch(*instant);
         return true;
     }
     if (kind == KindTimeProfile && name == slotsKey) {

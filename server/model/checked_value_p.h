@@ -17,8 +17,4 @@ inline constexpr int longestName = 200;
 /// written the usual way. False for one that must not stand there; `errorString` names property and fault.
 bool check(Model::Kind kind, const QString& name, QVariant* value, QString* errorString);
 
-/// The begin (or, of a date alone, the end) of a validity, as an instant; invalid when it cannot be read. Texts without
-/// an offset are local time.
-QDateTime instantOf(const QVariant& value, bool isEnd);
-
 } // namespace CheckedValues

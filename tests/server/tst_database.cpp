@@ -82,6 +82,30 @@ private Q_SLOTS:
         QCOMPARE(header.mid(68, 4), QByteArray("KYR1"));
     }
 
+    void readsOfOneMoment()
+    {
+        const QString path = m_folder->filePath("a.db");
+        CSqlAccessControl reader;
+        CSqlAccessControl writer;
+        QVERIFY(writer.open(path) && writer.createUser({{"label", "Ada"}}) > CItemId() && reader.open(path));
+        const auto users = [&reader] { return reader.getModel("UsersGroups", {}, {}).size(); };
+        CDatabase* database = reader.database();
+        QVERIFY(database->beginRead() && users() == 1);
+        QVERIFY(writer.createUser({{"label", "Ben"}}) > CItemId());
+        QVERIFY(database->beginRead() && users() == 1);
+        QVERIFY(reader.createUser({{"label", "Cem"}}) == CItemId());
+        database->endRead();
+        QCOMPARE(users(), 1);
+        database->endRead();
+        QCOMPARE(users(), 2);
+        // Within a transaction it ends with that, not before.
+        QVERIFY(database->begin() && database->beginRead() && reader.createUser({{"label", "Cem"}}) > CItemId());
+        QVERIFY(database->end(true));
+        database->endRead();
+        QCOMPARE(users(), 3);
+        QVERIFY(reader.createUser({{"label", "Dora"}}) > CItemId());
+    }
+
     void strangeFilesAreRefused_data()
     {
         QTest::addColumn<QString>("kind");
