@@ -11,6 +11,7 @@
 #    include <csignal>
 #    include <cstdio>
 #    include <fcntl.h>
+#    include <pwd.h>
 #    include <unistd.h>
 #endif
 
@@ -120,6 +121,17 @@ void openStandardDescriptors()
         if (::fcntl(descriptor, F_GETFD) < 0)
             ::open("/dev/null", descriptor == 0 ? O_RDONLY : O_WRONLY);
     }
+}
+
+QString processUserName()
+{
+#ifndef Q_OS_WIN
+    if (const passwd* entry = getpwuid(getuid()))
+        return QString::fromLocal8Bit(entry->pw_name);
+    return QStringLiteral("uid %1").arg(getuid());
+#else
+    return {};
+#endif
 }
 
 void endSoon(int code)

@@ -25,6 +25,10 @@ void onTerminationRequest(QObject* context, const std::function<void(Termination
 /// Makes sure that descriptors 0 to 2 are open, or sockets of the program would take their places. To be called first.
 void openStandardDescriptors();
 
+/// Whom the system knows as the user of this process: a name, or "uid N" where there is none. "" where the system does
+/// not say.
+QString processUserName();
+
 /// When the event loop has ended: gives the time until waitForOtherThreads() two seconds, then ends the process with
 /// that code. Qt waits for host names that are looked up, ten seconds and more when the name server never answers.
 void endSoon(int code);

@@ -4,6 +4,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 
+#include <algorithm>
+
 namespace {
 
 QVariant idOrNull(CItemId id)
@@ -304,11 +306,6 @@ QList<AuditRecord> CAuditTrail::events(const Filter& filter, int limit, qint64* 
         terms.append(QStringLiteral("at<=?"));
         values.append(filter.to);
     }
-    for (auto entry = filter.after.cbegin(); entry != filter.after.cend(); ++entry) {
-        terms.append(QStringLiteral("(chain<>? OR seq>?)"));
-        values.append(entry.key());
-        values.append(entry.value());
-    }
     const QString where = terms.isEmpty() ? QString() : QStringLiteral(" WHERE ") + terms.join(QStringLiteral(" AND "));
     QString sql = QStringLiteral("SELECT ") + auditColumns() + QStringLiteral(" FROM event") + where
                   + QStringLiteral(" ORDER BY at DESC,chain DESC,seq DESC");
@@ -332,6 +329,31 @@ QList<AuditRecord> CAuditTrail::events(const Filter& filter, int limit, qint64* 
                 *left = count.integer(0) - limit;
         }
     }
+    return found;
+}
+
+QList<AuditRecord> CAuditTrail::newEvents(const Filter& filter, QMap<qint64, qint64>* ends)
+{
+    QList<AuditRecord> found;
+    const QMap<qint64, QString> names = chains();
+    for (auto entry = names.cbegin(); entry != names.cend(); ++entry) {
+        SqlStatement find(d->database, QStringLiteral("SELECT ") + auditColumns()
+                                           + QStringLiteral(",access_point,\"user\" FROM event WHERE chain=? AND seq>? "
+                                                            "ORDER BY seq"));
+        find.bind(entry.key()).bind(ends->value(entry.key()));
+        for (find.exec(); find.next();) {
+            const AuditRecord record = readRecord(find);
+            ends->insert(record.chain, record.seq);
+            const bool wanted = (filter.accessPoint == CItemId() || find.integer(8) == qint64(filter.accessPoint))
+                                && (filter.user == CItemId() || find.integer(9) == qint64(filter.user))
+                                && (filter.kinds.isEmpty() || filter.kinds.contains(AuditKind(record.kind)))
+                                && record.at >= filter.from && (filter.to == 0 || record.at <= filter.to);
+            if (wanted)
+                found.append(record);
+        }
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const AuditRecord& a, const AuditRecord& b) { return a.at < b.at; });
     return found;
 }
 

@@ -48,7 +48,6 @@ public:
         QList<AuditKind> kinds{};     ///< empty for all
         qint64 from = 0;              ///< ms since 1970 UTC, included
         qint64 to = 0;                ///< included; 0 for no end
-        QMap<qint64, qint64> after{}; ///< only what came behind these numbers of each chain
     };
 
     struct Fault
@@ -94,6 +93,8 @@ public:
     /// Oldest first: by time, then chain and number. With a limit above 0 the newest so many, and in *left how many of
     /// those that fit the filter were left out.
     QList<AuditRecord> events(const Filter& filter, int limit = 0, qint64* left = nullptr);
+    /// What came behind these numbers of each chain, by time; `ends` then names the last ones.
+    QList<AuditRecord> newEvents(const Filter& filter, QMap<qint64, qint64>* ends);
     /// The last number of each chain.
     QMap<qint64, qint64> ends();
     /// Names of the chains by their numbers.

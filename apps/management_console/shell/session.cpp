@@ -1,5 +1,6 @@
 #include "shell/session.h"
 
+#include "common/process_setup.h"
 #include "server/device_server.h"
 #include "server/open_model.h"
 #include "shell/command.h"
@@ -7,6 +8,8 @@
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/script_service.h>
+#include <server/audit/audit_trail.h>
+#include <server/audit/model_audit.h>
 #include <server/model/sql_access_control.h>
 
 Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
@@ -28,9 +31,21 @@ const CommandEntry* Session::findCommand(const QString& name) const
 
 CSqlAccessControl* Session::model(QString& error)
 {
+    if (m_model)
+        return m_model.get();
+    m_model = openModel(m_database, error);
     if (!m_model)
-        m_model = openModel(m_database, error);
+        return nullptr;
+    m_trail = std::make_unique<CAuditTrail>(m_model->database());
+    m_trail->setOperatorName(processUserName());
+    m_audit = std::make_unique<CModelAudit>(m_trail.get());
+    m_model->setRecorder(m_audit.get());
     return m_model.get();
+}
+
+CAuditTrail* Session::trail(QString& error)
+{
+    return model(error) ? m_trail.get() : nullptr;
 }
 
 CScriptService* Session::scripts(QString& error)

@@ -5,6 +5,8 @@
 #include <memory>
 #include <vector>
 
+class CAuditTrail;
+class CModelAudit;
 class CScriptService;
 class CSqlAccessControl;
 class DeviceServer;
@@ -33,6 +35,8 @@ public:
     /// The installation, opened when it is first asked for. Null with a reason when that fails; asked again it tries
     /// again.
     CSqlAccessControl* model(QString& error);
+    /// Its trail, in which every change is noted. Null with a reason like model().
+    CAuditTrail* trail(QString& error);
     /// The same as scripts see it.
     CScriptService* scripts(QString& error);
 
@@ -50,6 +54,8 @@ private:
     const std::vector<const CommandEntry*>& m_commands;
     QString m_database;
     std::unique_ptr<CSqlAccessControl> m_model;
+    std::unique_ptr<CAuditTrail> m_trail;
+    std::unique_ptr<CModelAudit> m_audit;
     std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
 };

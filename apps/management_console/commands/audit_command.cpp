@@ -1,0 +1,217 @@
+#include "commands/model_command.h"
+#include "common/save_file.h"
+
+#include <server/audit/audit_trail.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QDateTime>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+
+namespace {
+
+class AuditCommand : public ModelCommand
+{
+public:
+    using ModelCommand::ModelCommand;
+
+    const std::vector<Verb>& verbs() const override
+    {
+        static const std::vector<Verb> table = {
+            {"verify", "", "looks whether anything in the trail was changed; 1 when it was",
+             &startVerb<&AuditCommand::verify>, &addVerifyOptions},
+            {"head", "", "signs where the trail stands now, to be kept elsewhere", &startVerb<&AuditCommand::head>,
+             &addHeadOptions},
+            {"key", "", "prints the public key that checks heads", &startVerb<&AuditCommand::key>},
+            {"export", "", "writes all events, and the heads to FILE.heads", &startVerb<&AuditCommand::exportTrail>,
+             &addExportOptions},
+            {"retain", "", "removes events that are older than a period", &startVerb<&AuditCommand::retain>,
+             &addRetainOptions},
+            {"erase", "USER", "takes the contents out of all events of a user; the trail stays intact",
+             &startVerb<&AuditCommand::erase>},
+        };
+        return table;
+    }
+
+private:
+    static void addVerifyOptions(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("head"), QStringLiteral("FILE"),
+                         QStringLiteral("heads that were kept elsewhere: they alone show a cut or rewritten end"));
+    }
+    static void addHeadOptions(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("out"), QStringLiteral("FILE"), QStringLiteral("write it to a file"));
+    }
+    static void addExportOptions(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("jsonl"), QStringLiteral("FILE"), QStringLiteral("as JSON, one event a line"));
+        options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"), QStringLiteral("as CSV"));
+    }
+    static void addRetainOptions(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("days"), QStringLiteral("N"),
+                         QStringLiteral("the period: 7, 30, 62, 184, 366, 731, 1827, 3653, 5479 or 10958"),
+                         QString::number(DataRetainPeriod2Years));
+    }
+
+    CAuditTrail* trail()
+    {
+        QString error;
+        CAuditTrail* found = session().trail(error);
+        if (!found)
+            fail(error);
+        return found;
+    }
+
+    void verify(AppOptions& options)
+    {
+        QList<AuditHead> kept;
+        const QString name = options.value(QStringLiteral("head"));
+        if (!name.isEmpty()) {
+            QFile file(name);
+            if (!file.open(QIODevice::ReadOnly))
+                return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
+            while (!file.atEnd()) {
+                const QByteArray line = file.readLine(2048).trimmed();
+                AuditHead head;
+                if (line.isEmpty())
+                    continue;
+                if (!AuditHead::fromLine(line, head))
+                    return fail(QStringLiteral("\"%1\" holds a line that is no head of a trail").arg(name));
+                kept.append(head);
+            }
+            if (kept.isEmpty())
+                return fail(QStringLiteral("\"%1\" holds no head").arg(name));
+        }
+        CAuditTrail* found = trail();
+        if (!found)
+            return;
+        const CAuditTrail::Report report = found->verify(
+            kept, [this](qint64 events) { output().progress(QStringLiteral("read %1 events").arg(events)); });
+        if (isJson()) {
+            QJsonArray faults;
+            for (const CAuditTrail::Fault& fault : report.faults) {
+                faults.append(QJsonObject{{QStringLiteral("chain"), fault.chain},
+                                          {QStringLiteral("seq"), fault.seq},
+                                          {QStringLiteral("what"), fault.what}});
+            }
+            const QJsonObject object{{QStringLiteral("ok"), report.ok()},
+                                     {QStringLiteral("events"), report.events},
+                                     {QStringLiteral("faults"), faults},
+                                     {QStringLiteral("moreFaults"), report.moreFaults}};
+            output().line(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+            return done(report.ok() ? 0 : 1);
+        }
+        for (const CAuditTrail::Fault& fault : report.faults)
+            output().line(
+                QStringLiteral("FAULT  chain %1, event %2: %3").arg(fault.chain).arg(fault.seq).arg(fault.what));
+        if (report.moreFaults > 0)
+            output().line(QStringLiteral("and %1 more faults").arg(report.moreFaults));
+        if (report.ok())
+            output().line(QStringLiteral("The trail is intact: %1 events.").arg(report.events));
+        done(report.ok() ? 0 : 1);
+    }
+
+    void head(AppOptions& options)
+    {
+        CAuditTrail* found = trail();
+        if (!found)
+            return;
+        const QList<AuditHead> heads = found->signHeads(QStringLiteral("request"));
+        if (heads.isEmpty())
+            return fail(found->errorString().isEmpty() ? QStringLiteral("nothing was recorded yet")
+                                                       : found->errorString());
+        const QString name = options.value(QStringLiteral("out"));
+        if (name.isEmpty()) {
+            for (const AuditHead& one : heads)
+                output().line(QString::fromLatin1(one.toLine()));
+            return done();
+        }
+        QString error;
+        const auto write = [&heads](QIODevice& file) {
+            for (const AuditHead& one : heads)
+                file.write(one.toLine() + '\n');
+        };
+        if (!saveFile(name, write, error))
+            return fail(error);
+        done();
+    }
+
+    void key(AppOptions&)
+    {
+        CAuditTrail* found = trail();
+        if (!found)
+            return;
+        const QByteArray pem = found->publicKey();
+        if (pem.isEmpty())
+            return fail(found->errorString());
+        output().line(QString::fromLatin1(pem.trimmed()));
+        done();
+    }
+
+    void exportTrail(AppOptions& options)
+    {
+        const bool isJsonLines = options.isSet(QStringLiteral("jsonl"));
+        if (isJsonLines == options.isSet(QStringLiteral("csv")))
+            return options.setError(QStringLiteral("takes either --jsonl FILE or --csv FILE"));
+        CAuditTrail* found = trail();
+        if (!found)
+            return;
+        const QString name = options.value(isJsonLines ? QStringLiteral("jsonl") : QStringLiteral("csv"));
+        QBuffer heads;
+        heads.open(QIODevice::WriteOnly);
+        bool good = true;
+        QString error;
+        const auto write = [&](QIODevice& file) {
+            good = isJsonLines ? found->exportJsonLines(file, heads) : found->exportCsv(file, heads);
+        };
+        if (!saveFile(name, write, error) || !good)
+            return fail(good ? error : found->errorString());
+        if (!saveFile(
+                name + QStringLiteral(".heads"), [&heads](QIODevice& file) { file.write(heads.data()); }, error))
+            return fail(error);
+        output().line(QStringLiteral("Wrote the trail to %1, its heads to %1.heads.").arg(name));
+        done();
+    }
+
+    void retain(AppOptions& options)
+    {
+        const int days = options.number(QStringLiteral("days"), 1, 100000);
+        if (!options.error().isEmpty())
+            return;
+        if (!CDataType::dataRetainPeriodValues().contains(CDataRetainPeriod(days)))
+            return options.setError(QStringLiteral("--days takes one of the periods that help names"));
+        CAuditTrail* found = trail();
+        if (!found)
+            return;
+        const qint64 removed = found->retain(CDataRetainPeriod(days), QDateTime::currentMSecsSinceEpoch());
+        if (removed < 0)
+            return fail(found->errorString());
+        output().line(QStringLiteral("Removed %1 events.").arg(removed));
+        done();
+    }
+
+    void erase(AppOptions& options)
+    {
+        CAuditTrail* found = trail();
+        if (!found)
+            return;
+        // By its id also one that is gone: what is left of it stands in the trail alone.
+        bool isNumber = false;
+        CItemId user = CItemId(options.positional().constFirst().toLongLong(&isNumber));
+        if (!isNumber && !find(Named::User, options.positional().constFirst(), user))
+            return;
+        const qint64 erased = found->erase(user);
+        if (erased < 0)
+            return fail(found->errorString());
+        output().line(QStringLiteral("Erased %1 events.").arg(erased));
+        done();
+    }
+};
+
+} // namespace
+
+extern const CommandEntry auditCommand = {"audit", "Checks, signs and exports the trail of events.",
+                                          &makeCommand<AuditCommand>};

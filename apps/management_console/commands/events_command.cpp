@@ -1,0 +1,201 @@
+#include "commands/model_command.h"
+#include "commands/time_text.h"
+
+#include <server/audit/audit_trail.h>
+#include <server/model/model_reader.h>
+#include <server/model/sql_access_control.h>
+
+#include <QtCore/QTimer>
+
+namespace {
+
+// Between two looks for new events while they are followed; ms.
+constexpr int followInterval = 200;
+// What is shown of the past when the future is followed.
+constexpr int followedTail = 10;
+
+class EventsCommand : public ModelCommand
+{
+public:
+    using ModelCommand::ModelCommand;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addValue(QStringLiteral("door"), QStringLiteral("DOOR"), QStringLiteral("only at this door"));
+        options.addValue(QStringLiteral("user"), QStringLiteral("USER"), QStringLiteral("only of this user"));
+        options.addSwitch(QStringLiteral("denied"), QStringLiteral("only who was refused at a door"));
+        options.addValue(QStringLiteral("kind"), QStringLiteral("KIND"),
+                         QStringLiteral("only events of this kind, such as granted or changed; may be repeated"));
+        options.addValue(QStringLiteral("from"), QStringLiteral("TIME"), QStringLiteral("only from this time on"));
+        options.addValue(QStringLiteral("to"), QStringLiteral("TIME"), QStringLiteral("only up to this time"));
+        options.addValue(QStringLiteral("limit"), QStringLiteral("N"), QStringLiteral("the newest N events"));
+        options.addSwitch(QStringLiteral("follow"),
+                          QStringLiteral("the newest ones, and then those that come, until Ctrl+C"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        QString error;
+        CAuditTrail* trail = session().trail(error);
+        if (!trail)
+            return fail(error);
+        CAuditTrail::Filter filter;
+        if (!readFilter(options, filter))
+            return;
+        const bool follows = options.isSet(QStringLiteral("follow"));
+        int limit = follows ? followedTail : 0;
+        if (options.isSet(QStringLiteral("limit")))
+            limit = options.number(QStringLiteral("limit"), 1, 1000000);
+        if (!options.error().isEmpty())
+            return;
+
+        m_ends = trail->ends();
+        qint64 left = 0;
+        const QList<AuditRecord> events = trail->events(filter, limit, &left);
+        if (follows) {
+            m_filter = filter;
+            showLines(events);
+            auto* timer = new QTimer(this);
+            connect(timer, &QTimer::timeout, this, &EventsCommand::showNew);
+            connect(trail, &CAuditTrail::appended, timer, [timer] { timer->start(0); });
+            timer->start(followInterval);
+            return;
+        }
+        Table table = emptyTable();
+        fillTable(table, events);
+        print(table);
+        if (left > 0)
+            warn(QStringLiteral("%1 older events are left out").arg(left));
+        done();
+    }
+
+    void cancel() override { done(); }
+
+private:
+    static Table emptyTable()
+    {
+        const auto column = [](const char* key, const char* title = "") {
+            return Table::Column{QString::fromLatin1(key), QString::fromLatin1(title)};
+        };
+        return Table({column("chain"), column("seq"), column("at", "Time"), column("recorded"), column("kind", "Event"),
+                      column("accessPoint"), column("door", "Door"), column("user"), column("name", "User"),
+                      column("medium"), column("credential", "Credential"), column("reason", "Reason"),
+                      column("way", "Way"), column("uid", "UID"), column("operator", "Operator"),
+                      column("device", "Device"), column("deviceSeq"), column("what", "What"), column("details")});
+    }
+
+    bool readFilter(AppOptions& options, CAuditTrail::Filter& filter)
+    {
+        const auto time = [&options](const QString& name, CAccessTimeZone::DayEdge edge, qint64 end) {
+            if (!options.isSet(name))
+                return qint64(0);
+            const auto instant = TimeText::consoleZone().instantFromText(options.value(name), edge);
+            if (!instant)
+                options.setError(TimeText::mistake(QStringLiteral("--") + name, options.value(name)));
+            return instant ? *instant * 1000 + end : qint64(0);
+        };
+        filter.from = time(QStringLiteral("from"), CAccessTimeZone::DayEdge::Begin, 0);
+        filter.to = time(QStringLiteral("to"), CAccessTimeZone::DayEdge::End, 999);
+        if (options.isSet(QStringLiteral("denied")))
+            filter.kinds.append(AuditKind::Denied);
+        const QStringList kinds = options.values(QStringLiteral("kind"));
+        for (const QString& name : kinds) {
+            const auto kind = auditKindFromName(name);
+            if (!kind)
+                options.setError(QStringLiteral("there is no kind of event \"%1\"").arg(name));
+            else
+                filter.kinds.append(*kind);
+        }
+        if (!options.error().isEmpty())
+            return false;
+        if (options.isSet(QStringLiteral("door"))
+            && !find(Named::Door, options.value(QStringLiteral("door")), filter.accessPoint))
+            return false;
+        return !options.isSet(QStringLiteral("user"))
+               || find(Named::User, options.value(QStringLiteral("user")), filter.user);
+    }
+
+    static QString time(qint64 ms) { return TimeText::toText(QDateTime::fromMSecsSinceEpoch(ms)); }
+
+    void fillTable(Table& table, const QList<AuditRecord>& events)
+    {
+        QString error;
+        CSqlAccessControl* model = session().model(error);
+        if (!model)
+            return;
+        // Names as they are now, of all rows in one go; what is gone since is known by its id alone.
+        QSet<qint64> ids;
+        for (const AuditRecord& event : events) {
+            const QJsonObject details = event.details();
+            for (const char* key : {"accessPoint", "user", "medium"})
+                ids.insert(details.value(QLatin1String(key)).toString().toLongLong());
+        }
+        ids.remove(0);
+        QList<CItemId> wanted;
+        for (const qint64 id : qAsConst(ids))
+            wanted.append(CItemId(id));
+        const QMap<CItemId, QString> names = CModelReader(model).labels(wanted);
+        for (const AuditRecord& event : events) {
+            const QJsonObject details = event.details();
+            const auto text = [&details](const char* key) { return details.value(QLatin1String(key)).toString(); };
+            const auto id = [&details](const char* key) {
+                const QJsonValue value = details.value(QLatin1String(key));
+                return value.isString() ? value.toVariant() : QVariant();
+            };
+            const auto name = [&](const char* key) {
+                const QString number = text(key);
+                return names.value(CItemId(number.toLongLong()), number);
+            };
+            QVariantMap further = details.toVariantMap();
+            for (const char* key :
+                 {"accessPoint", "user", "medium", "reason", "way", "uid", "operator", "device", "deviceSeq", "salt"})
+                further.remove(QLatin1String(key));
+            QString what = text("what");
+            if (!text("label").isEmpty())
+                what += QLatin1Char(' ') + text("label");
+            table.addRow({event.chain, event.seq, time(event.at), time(event.recorded),
+                          auditKindName(AuditKind(event.kind)), id("accessPoint"), name("accessPoint"), id("user"),
+                          name("user"), id("medium"), name("medium"), text("reason"), text("way"), text("uid"),
+                          text("operator"), text("device"), details.value(QLatin1String("deviceSeq")).toVariant(), what,
+                          further});
+        }
+    }
+
+    // One event a line, also as text: nobody knows how wide the next one is.
+    void showLines(const QList<AuditRecord>& events)
+    {
+        for (const AuditRecord& event : events) {
+            Table table = emptyTable();
+            fillTable(table, {event});
+            if (isJson()) {
+                const QString list = table.toJson();
+                output().line(list.mid(1, list.size() - 2));
+                continue;
+            }
+            QStringList words;
+            for (int column = 0; column < table.columnCount(); ++column) {
+                if (!table.title(column).isEmpty() && !table.text(0, column).isEmpty())
+                    words.append(table.text(0, column));
+            }
+            output().line(words.join(QStringLiteral("  ")));
+        }
+    }
+
+    void showNew()
+    {
+        auto* timer = qobject_cast<QTimer*>(sender());
+        if (timer)
+            timer->start(followInterval);
+        QString error;
+        if (CAuditTrail* trail = session().trail(error))
+            showLines(trail->newEvents(m_filter, &m_ends));
+    }
+
+    CAuditTrail::Filter m_filter;
+    QMap<qint64, qint64> m_ends;
+};
+
+} // namespace
+
+extern const CommandEntry eventsCommand = {"events", "Shows what happened at doors and to the installation.",
+                                           &makeCommand<EventsCommand>};
