@@ -1,26 +1,15 @@
 // What clients say to a tool that takes commands at a local socket, through a real one; and the messages themselves.
 #include "fuzz_support.h"
+#include "fuzz_wait.h"
 
 #include "common/command_protocol.h"
 #include "common/command_server.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
 #include <QtNetwork/QLocalSocket>
 
 namespace {
-
-template<typename Condition>
-void waitFor(Condition condition)
-{
-    QElapsedTimer time;
-    time.start();
-    while (!condition()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        FUZZ_CHECK(time.elapsed() < 10000);
-    }
-}
 
 // A tool that answers each command with the number of its words, and counts what else it is told.
 struct Tool
@@ -93,31 +82,31 @@ FUZZ_TARGET(command_message)
     if (structured) {
         QLocalSocket client;
         client.connectToServer(tool.name);
-        waitFor([&client] { return client.state() == QLocalSocket::ConnectedState; });
+        fuzzWait([&client] { return client.state() == QLocalSocket::ConnectedState; });
         tool.commands = 0;
         client.write(CommandProtocol::message("hello", QJsonArray{CommandProtocol::version}));
         for (const QByteArray& line : qAsConst(lines))
             client.write(line + '\n');
         client.write(CommandProtocol::message("run", QStringLiteral("the last")));
         QByteArray answers;
-        waitFor([&] {
+        fuzzWait([&] {
             answers += client.readAll();
             return tool.commands > expected && client.bytesToWrite() == 0 && answers.endsWith("[\"code\",0]\n");
         });
         FUZZ_CHECK(tool.commands == expected + 1);
         client.abort();
-        waitFor([] { return tool.client == nullptr; });
+        fuzzWait([] { return tool.client == nullptr; });
     } else if (!stream.isEmpty() && !stream.startsWith('[')) {
         QLocalSocket client;
         client.connectToServer(tool.name);
-        waitFor([&client] { return client.state() == QLocalSocket::ConnectedState; });
+        fuzzWait([&client] { return client.state() == QLocalSocket::ConnectedState; });
         client.write(stream);
         tool.commands = 0;
-        waitFor([&client, &rest, &lines] {
+        fuzzWait([&client, &rest, &lines] {
             client.readAll();
             return tool.commands >= lines.size() + (rest.isEmpty() ? 0 : 1);
         });
         client.abort();
-        waitFor([] { return tool.client == nullptr; });
+        fuzzWait([] { return tool.client == nullptr; });
     }
 }

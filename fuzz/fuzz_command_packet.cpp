@@ -1,11 +1,11 @@
 // Command lines from another process, through a real local socket.
 #include "fuzz_support.h"
+#include "fuzz_wait.h"
 
 #include <foundation/cli/local_socket_cli_io.h>
 #include <foundation/core/string_utils.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 #include <QtNetwork/QLocalSocket>
 
 #include <cstdlib>
@@ -14,17 +14,6 @@
 namespace {
 
 constexpr int wholePacket = 4096; // so much arrives in one read
-
-template<typename Condition>
-void waitFor(Condition condition)
-{
-    QElapsedTimer time;
-    time.start();
-    while (!condition()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        FUZZ_CHECK(time.elapsed() < 10000);
-    }
-}
 
 struct Channel
 {
@@ -37,7 +26,7 @@ struct Channel
         });
         server.start();
         client.connectToServer(QStringLiteral("kyr-fuzz-%1").arg(QCoreApplication::applicationPid()));
-        waitFor([this] { return client.state() == QLocalSocket::ConnectedState; });
+        fuzzWait([this] { return client.state() == QLocalSocket::ConnectedState; });
     }
 
     CLocalSocketCliIO server;
@@ -54,7 +43,7 @@ FUZZ_TARGET(command_packet)
     if (!packet.isEmpty() && packet.size() <= wholePacket) {
         channel.lines.clear();
         channel.client.write(packet);
-        waitFor([] { return channel.client.canReadLine(); });
+        fuzzWait([] { return channel.client.canReadLine(); });
         FUZZ_CHECK(channel.client.readAll() == "done\n");
         FUZZ_CHECK(channel.lines == QStringList(QString::fromLocal8Bit(packet.constData())));
     }

@@ -13,6 +13,7 @@
 #include <foundation/core/debug.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QLoggingCategory>
 
 #include <cstdio>
 #include <memory>
@@ -95,6 +96,8 @@ int run(int argc, char** argv)
         std::puts(KYR_VERSION);
         return 0;
     }
+    // Who was refused stands in a line of the console's own, with label and address.
+    QLoggingCategory::setFilterRules(QStringLiteral("kyr.link.refusals.warning=false"));
     // The command "log" shows what was logged, whether it goes to a file or not.
     CDebug::enableCircularBuffer(true);
     if (!applyLogOptions(options))

@@ -64,7 +64,8 @@ Q_SIGNALS:
     void webSocketConnectionEstablished(const CDeviceId& deviceId, int deviceType, const CSystemId& systemId,
                                         QWebSocket* webSocket, const QString& text);
     /// A device that called in by WebSocket was turned away. `deviceId` is who it claimed to be, invalid when its
-    /// request line could not be read; `text` is what came with handleWebSocketRequest.
+    /// request line could not be read; `text` is what came with handleWebSocketRequest. The log has a warning for each,
+    /// without the peer; a host that writes its own turns that off: "kyr.link.refusals.warning=false" is the rule.
     void webSocketConnectionRefused(const CDeviceId& deviceId, const QString& text, const QString& reason);
     void connectToDevicesFinished(bool success);
 

@@ -12,6 +12,7 @@
 
 #include <kyr_crypto/crypto_service.h>
 
+#include <QtCore/QLoggingCategory>
 #include <QtNetwork/QSslCertificate>
 #include <QtNetwork/QSslKey>
 #include <QtNetwork/QSslSocket>
@@ -22,9 +23,12 @@
 
 namespace {
 
+// A host that writes lines of its own, which name the peer, turns these off.
+Q_LOGGING_CATEGORY(refusals, "kyr.link.refusals")
+
 void warnDropped(const QString& reason)
 {
-    qWarning("CDeviceConnectorAppSide: Dropped WebSocket connection due to %s.", qUtf8Printable(reason));
+    qCWarning(refusals, "CDeviceConnectorAppSide: Dropped WebSocket connection due to %s.", qUtf8Printable(reason));
 }
 
 // The public key of a device's certificate; empty when the certificate is not accepted.

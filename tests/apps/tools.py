@@ -3,6 +3,7 @@
 import json
 import os
 import subprocess
+import tempfile
 import threading
 import unittest
 
@@ -10,6 +11,11 @@ BIN = os.environ["KYR_BIN_DIR"]
 BUILD = os.path.dirname(BIN)
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 WAIT = 6
+
+# A console that is told no database takes the user's own: here that is an empty one, and nobody's.
+_data = tempfile.TemporaryDirectory(prefix="kyr-data-")
+os.environ["XDG_DATA_HOME"] = _data.name
+os.environ.pop("STATE_DIRECTORY", None)
 
 
 def console(*arguments, stdin="", env=None, prefix=(), database="memory"):

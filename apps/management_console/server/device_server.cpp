@@ -124,7 +124,7 @@ void DeviceServer::refuse(const QString& peer, const QString& device, const QStr
         m_refusals.removeFirst();
     m_refusals.append(refusal);
     const QString who = device.isEmpty() ? peer : QString(device + QLatin1Char(' ') + peer);
-    qInfo("Refused %s: %s", qUtf8Printable(who), qUtf8Printable(reason));
+    qWarning("Refused %s: %s", qUtf8Printable(who), qUtf8Printable(reason));
     m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), QStringLiteral("refused")},
                                                     {QStringLiteral("device"), device},
                                                     {QStringLiteral("peer"), peer},
