@@ -15,7 +15,7 @@ void AppOptions::addSwitch(const QString& name, const QString& description)
     if (!add(QCommandLineOption(name, description)))
         return;
     m_switches.append(name);
-    m_optionHelp.append(QStringLiteral("  --%1%2").arg(name.leftJustified(24), description));
+    m_optionHelp.append(QStringLiteral("  --%1 %2").arg(name.leftJustified(23), description));
 }
 
 // The same option once more is the same option: verbs of a command share some.
@@ -35,7 +35,7 @@ void AppOptions::addValue(const QString& name, const QString& valueName, const Q
     if (!add(QCommandLineOption(name, description, valueName, defaultValue)))
         return;
     const QString syntax = name + QLatin1Char(' ') + valueName;
-    QString text = QStringLiteral("  --%1%2").arg(syntax.leftJustified(24), description);
+    QString text = QStringLiteral("  --%1 %2").arg(syntax.leftJustified(23), description);
     if (!defaultValue.isEmpty())
         text += QStringLiteral(" (%1)").arg(defaultValue);
     m_optionHelp.append(text);

@@ -5,8 +5,8 @@
 // Each is defined at the end of its source in this folder.
 #define KYR_COMMANDS(entry)                                                                                            \
     entry(discover) entry(serve) entry(devices) entry(send) entry(users) entry(groups) entry(media) entry(mapping)     \
-        entry(events) entry(audit) entry(report) entry(mail) entry(firmware) entry(log) entry(help) entry(quit)        \
-            entry(exit) entry(shutdown)
+        entry(access) entry(events) entry(audit) entry(report) entry(mail) entry(firmware) entry(log) entry(help)      \
+            entry(quit) entry(exit) entry(shutdown)
 
 #define KYR_DECLARE_COMMAND(name) extern const CommandEntry name##Command;
 KYR_COMMANDS(KYR_DECLARE_COMMAND)
