@@ -354,7 +354,7 @@ void write(Writer& out, const CLockTime& time)
 CLockTime readTime(Reader& in)
 {
     CLockTime time;
-    time.utc = in.time("utc");
+    time.utc = in.number("utc", 0, CLockTime::latest);
     time.zone = CDeviceTimeZoneSettings(qint8(in.number("offset", -farthestOffset, farthestOffset)));
     const QJsonArray periods = in.value("periods").toArray();
     if (!in.value("periods").isArray() || periods.size() > CLockTime::mostPeriods)

@@ -90,7 +90,7 @@ struct KYR_FOUNDATION_EXPORT CLockEvent
 
 // --- From the lock -----------------------------------------------------------------------------------------------
 
-/// How the lock is: sent at each link, and after each change of what stands here but the clock.
+/// How the lock is: sent at each link, and after each change of its list.
 struct CLockState
 {
     /// Of the list it decides by; empty when it has none.
@@ -148,7 +148,10 @@ struct CLockAnswer
 struct CLockTime
 {
     static constexpr int mostPeriods = 100;
+    /// The end of the year 9999.
+    static constexpr qint64 latest = Q_INT64_C(253402300799999);
 
+    /// From 0 to `latest`.
     qint64 utc = 0;
     CDeviceTimeZoneSettings zone;
 };
