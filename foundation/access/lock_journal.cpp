@@ -62,13 +62,14 @@ std::optional<CLockJournal> CLockJournal::fromText(const QByteArray& text, int c
         if (end < 0)
             break; // torn while it was written
         const bool isKept = line < kept;
+        const qint64 before = journal.m_next;
         const bool good = journal.read(payloadOf(text.mid(from, end - from)), isKept ? next - 1 : largestNumber);
         whole = whole && good;
         if (!good && isKept)
             ++journal.m_lost;
         else if (!good)
             ++unreadable;
-        else
+        else if (journal.m_next != before)
             unreadable = 0; // what is missing before an event shows in its number
         from = end + 1;
     }
