@@ -1,0 +1,3 @@
+#include <server/devices/device_links.h>
+
+IDeviceLinks::~IDeviceLinks() = default;

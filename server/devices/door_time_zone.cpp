@@ -1,0 +1,23 @@
+#include <server/devices/door_time_zone.h>
+
+#include <limits>
+
+CDeviceTimeZoneSettings DoorTimeZone::settings(const QTimeZone& zone, qint64 now)
+{
+    if (!zone.isValid())
+        return CDeviceTimeZoneSettings();
+    const int year = QDateTime::fromSecsSinceEpoch(now, Qt::UTC).date().year();
+    const QDateTime begin(QDate(year, 1, 1), QTime(0, 0), Qt::UTC);
+    const QDateTime end = begin.addYears(yearsAhead + 1);
+    // Which offset the year begins with is known from a change of the year before, if there ever was one.
+    QTimeZone::OffsetData first = zone.offsetData(begin);
+    first.atUtc = begin;
+    QTimeZone::OffsetDataList periods{first};
+    periods += zone.transitions(begin.addSecs(1), end);
+    return CDeviceTimeZoneSettings(std::numeric_limits<int>::max(), periods);
+}
+
+CDeviceTimeZoneSettings DoorTimeZone::settings(const QString& zone, qint64 now)
+{
+    return settings(zone.isEmpty() ? QTimeZone::systemTimeZone() : QTimeZone(zone.toLatin1()), now);
+}
