@@ -52,9 +52,6 @@ QString selectAllCredentials(const QString& owners)
 
 const QString rightsFrom = QStringLiteral(" FROM access_right r JOIN item h ON h.id=r.holder");
 const QString holdersAtDoor = QStringLiteral("(SELECT holder FROM access_right WHERE access_point=?)");
-// Members of groups and, as holders of rights of their own, users; groups among the holders have no credentials.
-const QString peopleAtDoor = QStringLiteral("IN (SELECT user_id FROM membership WHERE group_id IN %1 UNION %2)")
-                                 .arg(holdersAtDoor, holdersAtDoor.mid(1, holdersAtDoor.size() - 2));
 
 /// All facts of a question are of the same moment: a right and its schedule are not of two.
 class OneMoment
@@ -117,6 +114,14 @@ void addCredentials(AccessFactsBuilder* builder, SqlStatement* rows)
 
 } // namespace
 
+// Members of groups and, as holders of rights of their own, users; groups among the holders have no credentials.
+const QString& AccessFactsSql::peopleAtDoor()
+{
+    static const QString sql = QStringLiteral("IN (SELECT user_id FROM membership WHERE group_id IN %1 UNION %2)")
+                                   .arg(holdersAtDoor, holdersAtDoor.mid(1, holdersAtDoor.size() - 2));
+    return sql;
+}
+
 const QString& AccessFactsSql::user()
 {
     static const QString sql = selectUsers(QStringLiteral("u.id=?"));
@@ -166,7 +171,7 @@ const QString& AccessFactsSql::membersAtDoor()
 
 const QString& AccessFactsSql::usersAtDoor()
 {
-    static const QString sql = selectUsers(QStringLiteral("u.id ") + peopleAtDoor);
+    static const QString sql = selectUsers(QStringLiteral("u.id ") + AccessFactsSql::peopleAtDoor());
     return sql;
 }
 
@@ -178,7 +183,7 @@ const QString& AccessFactsSql::credentialsOfUser()
 
 const QString& AccessFactsSql::credentialsAtDoor()
 {
-    static const QString sql = selectAllCredentials(peopleAtDoor);
+    static const QString sql = selectAllCredentials(AccessFactsSql::peopleAtDoor());
     return sql;
 }
 

@@ -44,5 +44,7 @@ KYR_SERVER_TEST_EXPORT const QString& membersAtDoor();
 KYR_SERVER_TEST_EXPORT const QString& usersAtDoor();
 KYR_SERVER_TEST_EXPORT const QString& credentialsOfUser();
 KYR_SERVER_TEST_EXPORT const QString& credentialsAtDoor();
+/// A condition on the id of a user: one of those with a right at a door (both places), their own or that of a group.
+const QString& peopleAtDoor();
 
 } // namespace AccessFactsSql
