@@ -12,14 +12,16 @@
 /// | operation | ends when | its properties |
 /// |---|---|---|
 /// | "transferAuthorizations" | the device has its list, or a minute has passed | "revision" |
-/// | "readEvents" | all that the device noted so far is in the trail, or a minute has passed | "storedEvents", "lostEvents" |
+/// | "readEvents" | all that the device noted so far is in the trail, or a minute has passed | "storedEvents",
+/// "lostEvents" |
 ///
 /// Each has "deviceId", and "errorString", empty when it was done.
 ///
 /// | action | parameters | its result |
 /// |---|---|---|
 /// | "open" | "seconds" (3), "comment" | "opened", and "errorString" where not |
-/// | "status" | | "linked", "upToDate", "revision", "accessPoint", "fault", "clockAhead" (ms), "storedEvents", "lostEvents" |
+/// | "status" | | "linked", "upToDate", "revision", "accessPoint", "fault", "clockAhead" (ms), "storedEvents",
+/// "lostEvents" |
 class KYR_SERVER_EXPORT CDeviceService : public IDeviceService
 {
     Q_OBJECT

@@ -10,9 +10,8 @@ DeviceOperation::DeviceOperation(CDoorController* controller, CDeviceId device, 
     , m_device(device)
 {
     m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, [this] {
-        end(m_controller ? m_controller->status(m_device).fault : QStringLiteral("the program ends"));
-    });
+    connect(&m_timer, &QTimer::timeout, this,
+            [this] { end(m_controller ? m_controller->status(m_device).fault : QStringLiteral("the program ends")); });
 }
 
 void DeviceOperation::execute()

@@ -70,7 +70,8 @@ CCompiledDoor CDoorCompiler::compile(CItemId accessPoint)
     CLockListBuilder builder;
     const CAccessFacts facts = accessPoint != CItemId() ? d->source.ofDoor(accessPoint) : CAccessFacts();
     QHash<qint64, CLockCredential> identities;
-    if (!d->source.errorString().isEmpty() || (accessPoint != CItemId() && !d->readIdentities(accessPoint, &identities))) {
+    if (!d->source.errorString().isEmpty()
+        || (accessPoint != CItemId() && !d->readIdentities(accessPoint, &identities))) {
         result.error = QStringLiteral("cannot read the model: %1").arg(d->database->errorString());
         return result;
     }

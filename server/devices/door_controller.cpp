@@ -363,8 +363,7 @@ void CDoorController::Private::takeAsk(Session& session, const CLockAsk& ask)
     verdict.medium = owner.medium;
     verdict.reason = desk.reasonFor(owner, session.accessPoint, QDateTime::currentSecsSinceEpoch());
     if (!owner.isKnown())
-        verdict.reason =
-            ask.credential.isCode() ? CAccessReason::InvalidPIN : CAccessReason::CredentialUnknown;
+        verdict.reason = ask.credential.isCode() ? CAccessReason::InvalidPIN : CAccessReason::CredentialUnknown;
     sendCommand(session.device, verdict);
 }
 
@@ -456,10 +455,11 @@ void CDoorController::Private::checkUpToDate(CDeviceId device)
     session->wasUpToDate = is;
     QPointer<CDoorController> guard(q);
     if (session->accessPoint != CItemId()) {
-        QVariantMap parameters{{QStringLiteral("event"), is ? QStringLiteral("upToDate") : QStringLiteral("notUpToDate")},
-                               {QStringLiteral("device"), device.toLabel()},
-                               {accessPointIdKey, session->accessPoint.value()},
-                               {QStringLiteral("revision"), QString::fromLatin1(session->provisioner.revision())}};
+        QVariantMap parameters{
+            {QStringLiteral("event"), is ? QStringLiteral("upToDate") : QStringLiteral("notUpToDate")},
+            {QStringLiteral("device"), device.toLabel()},
+            {accessPointIdKey, session->accessPoint.value()},
+            {QStringLiteral("revision"), QString::fromLatin1(session->provisioner.revision())}};
         if (!session->fault.isEmpty())
             parameters.insert(QStringLiteral("reason"), session->fault);
         notify("Devices", parameters);
@@ -577,8 +577,8 @@ CDoorController::Status CDoorController::status(CDeviceId device) const
     if (!status.isUpToDate) {
         status.fault = !session->fault.isEmpty() ? session->fault : session->provisioner.fault();
         if (status.fault.isEmpty())
-            status.fault = session->state ? QStringLiteral("its list is under way")
-                                          : QStringLiteral("it has not told its state");
+            status.fault =
+                session->state ? QStringLiteral("its list is under way") : QStringLiteral("it has not told its state");
     }
     return status;
 }

@@ -9,9 +9,8 @@ CDeviceTimeZoneSettings DoorTimeZone::settings(const QTimeZone& zone, qint64 now
     const int year = QDateTime::fromSecsSinceEpoch(now, Qt::UTC).date().year();
     const QDateTime begin(QDate(year, 1, 1), QTime(0, 0), Qt::UTC);
     const QDateTime end = begin.addYears(yearsAhead + 1);
-    // Which offset the year begins with is known from a change of the year before, if there ever was one.
-    QTimeZone::OffsetData first = zone.offsetData(begin);
-    first.atUtc = begin;
+    // A zone whose clock was never changed has no data of an offset.
+    QTimeZone::OffsetData first{QString(), begin, zone.offsetFromUtc(begin), zone.standardTimeOffset(begin), 0};
     QTimeZone::OffsetDataList periods{first};
     periods += zone.transitions(begin.addSecs(1), end);
     return CDeviceTimeZoneSettings(std::numeric_limits<int>::max(), periods);

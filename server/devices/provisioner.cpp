@@ -37,8 +37,8 @@ CProvisioner::Commands CProvisioner::begin(bool isDeltaAllowed, qint64 now)
     stop();
     if (!m_isLinked || !m_isKnown || m_list.revision.isEmpty() || m_revision == m_list.revision)
         return {};
-    const auto delta = isDeltaAllowed && !m_revision.isEmpty() ? m_list.deltas.constFind(m_revision)
-                                                               : m_list.deltas.constEnd();
+    const auto delta =
+        isDeltaAllowed && !m_revision.isEmpty() ? m_list.deltas.constFind(m_revision) : m_list.deltas.constEnd();
     m_isDelta = delta != m_list.deltas.constEnd() && delta->size() < m_list.whole.size();
     const QByteArray& text = m_isDelta ? *delta : m_list.whole;
     const QVector<QByteArray> parts = CLockMessage::cut(text);

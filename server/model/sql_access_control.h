@@ -6,6 +6,7 @@
 
 #include <memory>
 
+class IModelDevices;
 class IModelRecorder;
 class IReportGenerator;
 struct CPasswordHash;
@@ -41,7 +42,12 @@ struct CPasswordHash;
 ///   a schedule names, cannot be deleted.
 /// - There is a collection "TimeProfiles": schedules, with "slots" and "calendarId".
 ///
-/// Operations that need devices that are linked answer false, with a log line. Neutral stay, as this model has nothing
+/// Operations that need a device go over setDevices(), and answer false, with errorString(), where the device is not
+/// linked; true means that the command is on its way. openAccessPoint() takes "seconds" and "comment";
+/// executeAccessPointAsLoggedInUser() does UserActionOpen (0 as well) and UserActionOpenLong, at doors where the user
+/// has a right that holds now; executeOpenerAuthorizationPoints() opens the doors of the openers, given as ids or maps
+/// with "id", under the same rule. simulateRfidMedium() takes the UID as a number, its upper and its lower 32 bits, and
+/// the bytes that it has (4, 7, 8; 0: as many as it needs). Neutral stay, as this model has nothing
 /// behind them: unauthorized_request_new_password() and unauthorized_set_new_password() (false),
 /// addSmartAccessLoginToUser() ("status" is "error"), modifyCustomFile() and setPluginConfigs() (false),
 /// getPluginConfig() (empty), getAcknowledgementsAsHtml() (empty).
@@ -110,6 +116,8 @@ public:
     /// Seconds that a new session lasts, 1 to 31 days; 3600 by default.
     void setSessionLength(int seconds);
 
+    /// Reaches the devices that are linked; not taken over, nullptr for none.
+    void setDevices(IModelDevices* devices);
     /// Is told of every change from now on; not taken over, nullptr for none.
     void setRecorder(IModelRecorder* recorder);
     /// Renders user reports; not taken over, nullptr for none.

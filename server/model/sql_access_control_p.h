@@ -90,6 +90,7 @@ public:
     CItemId loggedIn;
     /// The login by which a user's password was found right last.
     QHash<qint64, QString> checkedLogins;
+    IModelDevices* devices = nullptr;
     IReportGenerator* reportGenerator = nullptr;
     QPointer<CNotificationService> notificationService;
 };
