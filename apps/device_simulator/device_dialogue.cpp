@@ -21,6 +21,12 @@ DeviceDialogue::DeviceDialogue()
     m_clock.start();
 }
 
+void DeviceDialogue::open(int seconds)
+{
+    m_openUntilMs = m_clock.elapsed() + qBound(1, seconds, mostOpenSeconds) * qint64(1000);
+    ++m_opened;
+}
+
 QString DeviceDialogue::door() const
 {
     return m_clock.elapsed() < m_openUntilMs ? QStringLiteral("open") : QStringLiteral("closed");
@@ -36,8 +42,7 @@ QJsonObject DeviceDialogue::run(const QJsonObject& question)
         answer.insert(QStringLiteral("uptime"), m_clock.elapsed() / 1000);
     } else if (command == QLatin1String("open")) {
         const int seconds = question.value(QLatin1String("seconds")).toInt(openSeconds);
-        m_openUntilMs = m_clock.elapsed() + qBound(1, seconds, mostOpenSeconds) * qint64(1000);
-        ++m_opened;
+        open(seconds);
         answer.insert(QStringLiteral("door"), door());
         answer.insert(QStringLiteral("opened"), m_opened);
     } else if (command == QLatin1String("echo")) {

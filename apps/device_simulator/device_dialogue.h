@@ -21,6 +21,9 @@ public:
     /// The answer to a message; one that is no JSON object is an error too.
     QByteArray answer(const QByteArray& message);
 
+    /// The door opens for so long.
+    void open(int seconds);
+
 private:
     QJsonObject run(const QJsonObject& question);
     QString door() const;

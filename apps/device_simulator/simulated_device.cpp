@@ -4,6 +4,7 @@
 #include <foundation/network/device_discovery_device_side.h>
 #include <foundation/network/web_socket_connection.h>
 
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtNetwork/QSslSocket>
 #include <QtNetwork/QUdpSocket>
@@ -21,6 +22,9 @@ constexpr int lastingLinkMs = 10000;
 constexpr int longestStormLinkMs = 500;
 constexpr int longestStormPauseMs = 100;
 // A request of long ago, whose answer somebody has recorded and plays again.
+constexpr int mostEvents = CLockJournal::defaultCapacity;
+// Of a timer, which takes an int.
+constexpr qint64 longestWaitMs = 3600000;
 const QByteArray oldRequest = R"({"random":"0123456789abcdef","time":"2020-01-01T00:00:00Z"})";
 
 } // namespace
@@ -95,6 +99,7 @@ SimulatedDevice::SimulatedDevice(const Settings& settings, QObject* parent)
     , m_settings(settings)
     , m_connector(new SimulatedConnector(settings, this))
     , m_pauseMs(firstPauseMs)
+    , m_bornAtMs(QDateTime::currentMSecsSinceEpoch())
     , m_random(settings.faults ? settings.faults->seed ^ settings.id.value() : QRandomGenerator::global()->generate())
     , m_urls(settings.urls)
 {
@@ -112,6 +117,8 @@ SimulatedDevice::SimulatedDevice(const Settings& settings, QObject* parent)
         if (!success)
             callLater();
     });
+    m_lockTimer.setSingleShot(true);
+    connect(&m_lockTimer, &QTimer::timeout, this, [this] { carryOut(m_lock->tick(now())); });
     m_callTimer.setSingleShot(true);
     connect(&m_callTimer, &QTimer::timeout, this, &SimulatedDevice::call);
 }
@@ -120,6 +127,19 @@ SimulatedDevice::~SimulatedDevice()
 {
     if (m_link)
         m_link->disconnect(this);
+}
+
+bool SimulatedDevice::startLock(QString& error)
+{
+    if (m_settings.stateFolder.isEmpty())
+        return true;
+    m_store = std::make_unique<CLockStore>(m_settings.stateFolder);
+    const std::optional<CLockMemory> memory = m_store->open(mostEvents, &error);
+    if (!memory)
+        return false;
+    m_lock = std::make_unique<CLock>(*memory);
+    carryOut(m_lock->start(now()));
+    return true;
 }
 
 bool SimulatedDevice::start(quint16 tcpPort)
@@ -191,18 +211,93 @@ void SimulatedDevice::onLinked(QWebSocket* socket, const QString& url)
             callLater();
         }
     });
-    if (isStorming())
+    // Without ignored errors, an encrypted link is one whose certificate was verified.
+    const bool isVerified =
+        socket->requestUrl().scheme() == QLatin1String("wss") && !socket->sslConfiguration().peerCertificate().isNull();
+    if (m_lock && (isVerified || m_settings.believesAnyServer))
+        carryOut(m_lock->linked(now()));
+    else if (m_lock)
+        qWarning("Simulator: %s does not obey %s, whose certificate was not verified",
+                 qUtf8Printable(m_settings.id.toLabel()), qUtf8Printable(url));
+    if (m_link && isStorming())
         QTimer::singleShot(m_random.bounded(longestStormLinkMs), m_link,
                            [link = m_link] { link->webSocket()->abort(); });
 }
 
 void SimulatedDevice::onMessage(const QByteArray& message)
 {
-    if (m_settings.journal) {
+    const CLockCommand command = m_lock ? CLockMessage::toDevice(message) : CLockCommand();
+    // Codes stand in lists.
+    if (m_settings.journal && !std::holds_alternative<CLockPart>(command.body)) {
         m_settings.journal->write(m_settings.id.toLabel().toLatin1() + ' ' + message + '\n');
         m_settings.journal->flush(); // the process may be killed any time
     }
-    m_link->sendData(m_dialogue.answer(message));
+    if (std::holds_alternative<std::monostate>(command.body)) {
+        m_link->sendData(m_dialogue.answer(message));
+        return;
+    }
+    CLockEffects effects;
+    if (!m_lock->handle(message, now(), &effects)) {
+        m_link->sendData(CLockMessage::toBytes(
+            CLockFromDevice(CLockAnswer{command.id, QStringLiteral("this server's certificate was not verified")})));
+        return;
+    }
+    if (std::holds_alternative<CLockOpen>(command.body) && effects.openSeconds > 0) {
+        // The dialogue opens the door, and says how it is.
+        effects.messages.first() = m_dialogue.answer(message);
+        effects.openSeconds = 0;
+    }
+    carryOut(effects);
+}
+
+// Keep, open, tell: what could not be kept is not told, or a number would be given twice after a power cut.
+void SimulatedDevice::carryOut(const CLockEffects& effects, const Report& report)
+{
+    if (report)
+        m_reports.insert(effects.presentation, report);
+    QString error;
+    const bool kept = m_store->keep(*m_lock, effects, &error);
+    if (effects.openSeconds > 0)
+        m_dialogue.open(effects.openSeconds);
+    if (!kept) {
+        qWarning("Simulator: %s: %s", qUtf8Printable(m_settings.id.toLabel()), qUtf8Printable(error));
+        if (m_link && !effects.messages.isEmpty())
+            m_link->webSocket()->abort();
+    } else {
+        for (const QByteArray& message : effects.messages) {
+            if (m_link)
+                m_link->sendData(message);
+        }
+    }
+    const qint64 next = m_lock->nextTick();
+    if (next == CLock::never)
+        m_lockTimer.stop();
+    else
+        m_lockTimer.start(int(qBound(qint64(0), next - now(), longestWaitMs)));
+    for (const CLockOutcome& outcome : effects.outcomes) {
+        if (const Report waiting = m_reports.take(outcome.presentation))
+            waiting(outcome);
+    }
+}
+
+void SimulatedDevice::present(const CLockCredential& credential, const Report& report)
+{
+    carryOut(m_lock->present(credential, now()), report);
+}
+
+void SimulatedDevice::pressButton(const Report& report)
+{
+    carryOut(m_lock->pressButton(now()), report);
+}
+
+void SimulatedDevice::forceDoor(const Report& report)
+{
+    carryOut(m_lock->doorForced(now()), report);
+}
+
+void SimulatedDevice::setClock(qint64 utc)
+{
+    carryOut(m_lock->setClock(utc, now()));
 }
 
 void SimulatedDevice::drop()
@@ -232,6 +327,8 @@ void SimulatedDevice::onLinkLost()
     m_link->disconnect(this);
     m_link->deleteLater();
     m_link = nullptr;
+    if (obeysLink())
+        carryOut(m_lock->unlinked(now()));
     if (m_linkedFor.elapsed() >= lastingLinkMs)
         m_pauseMs = firstPauseMs;
 }

@@ -3,6 +3,8 @@
 #include "device_dialogue.h"
 #include "faulty_wire.h"
 
+#include <foundation/access/lock.h>
+#include <foundation/access/lock_store.h>
 #include <foundation/network/device_identity.h>
 
 #include <QtCore/QElapsedTimer>
@@ -11,6 +13,9 @@
 #include <QtCore/QStringList>
 #include <QtCore/QTimer>
 #include <QtNetwork/QSslConfiguration>
+
+#include <functional>
+#include <memory>
 
 class CDeviceDiscoveryDeviceSide;
 class CWebSocketConnection;
@@ -45,6 +50,8 @@ public:
         Faults* faults = nullptr;                       ///< not owned
         QSslConfiguration otherTls;                     ///< of another device, for false answers
         QFile* journal = nullptr;                       ///< where questions are noted; not owned
+        QString stateFolder;                            ///< of its lock; empty: it is a device without a lock
+        bool believesAnyServer = false; ///< its lock also obeys a server whose certificate was not verified
     };
 
     SimulatedDevice(const Settings& settings, QObject* parent);
@@ -52,6 +59,8 @@ public:
 
     /// Listens on a port, 0 for one that the system chooses, and starts to call. False when the port is taken.
     bool start(quint16 tcpPort);
+    /// Reads the lock's memory, before start(). False with the reason.
+    bool startLock(QString& error);
 
     const Settings& settings() const { return m_settings; }
     quint16 tcpPort() const;
@@ -59,6 +68,18 @@ public:
     quint16 udpPort() const;
     CDeviceDiscoveryDeviceSide* discovery() const;
     bool isLinked() const { return m_link != nullptr; }
+
+    /// Null for a device without one.
+    const CLock* lock() const { return m_lock.get(); }
+    using Report = std::function<void(const CLockOutcome& outcome)>;
+    /// Only for devices with a lock. The report comes at once, or when the server has been asked.
+    void present(const CLockCredential& credential, const Report& report);
+    void pressButton(const Report& report);
+    void forceDoor(const Report& report);
+    /// Milliseconds since 1970 UTC.
+    void setClock(qint64 utc);
+    /// The time of its hardware.
+    qint64 now() const { return m_bornAtMs + m_clock.elapsed(); }
 
     /// Its connections through the faulty wires are reset.
     void drop();
@@ -74,6 +95,8 @@ private:
     void onLinked(QWebSocket* socket, const QString& url);
     void onLinkLost();
     void onMessage(const QByteArray& message);
+    bool obeysLink() const { return m_lock && m_lock->isLinked(); }
+    void carryOut(const CLockEffects& effects, const Report& report = Report());
     bool isStorming() const { return m_clock.elapsed() < m_stormUntilMs; }
 
     Settings m_settings;
@@ -84,6 +107,11 @@ private:
     QElapsedTimer m_linkedFor;
     int m_pauseMs;
     QElapsedTimer m_clock;
+    qint64 m_bornAtMs; // the system's time then; it may jump, a lock's clock does not
+    std::unique_ptr<CLockStore> m_store;
+    std::unique_ptr<CLock> m_lock;
+    QTimer m_lockTimer;
+    QHash<qint64, Report> m_reports; // by presentation
     qint64 m_stormUntilMs = 0;
     QRandomGenerator m_random; // pauses
     QStringList m_urls;        // as they are called, through the wires

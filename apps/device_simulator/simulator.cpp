@@ -88,6 +88,10 @@ void Simulator::addOptions(AppOptions& options)
                      QStringLiteral("misbehave, the same way for the same seed (see --control)"));
     options.addValue(QStringLiteral("control"), QStringLiteral("NAME"),
                      QStringLiteral("take commands from a local socket that change the faults; \"help\" lists them"));
+    options.addValue(QStringLiteral("state"), QStringLiteral("DIR"),
+                     QStringLiteral("be locks, each with its list and events in a folder of its own in there"));
+    options.addSwitch(QStringLiteral("believe-any-server"),
+                      QStringLiteral("let locks obey servers whose certificate was not verified (for tests)"));
     options.addValue(QStringLiteral("journal"), QStringLiteral("FILE"),
                      QStringLiteral("append each question to a device as \"LABEL QUESTION\""));
 }
@@ -179,6 +183,9 @@ bool Simulator::setUp(AppOptions& options)
         settings.otherTls = before;
         before = settings.tls;
         settings.journal = m_journal.isOpen() ? &m_journal : nullptr;
+        if (options.isSet(QStringLiteral("state")))
+            settings.stateFolder = options.value(QStringLiteral("state")) + QLatin1Char('/') + settings.id.toLabel();
+        settings.believesAnyServer = options.isSet(QStringLiteral("believe-any-server"));
         m_devices.append(new SimulatedDevice(settings, this));
     }
     return true;
@@ -194,6 +201,8 @@ bool Simulator::start(QString& error)
     }
     m_udpPort = socket->localPort();
     for (int i = 0; i < m_devices.size(); ++i) {
+        if (!m_devices.at(i)->startLock(error))
+            return false;
         const quint16 port = m_tcpPort == 0 ? quint16(0) : quint16(m_tcpPort + i);
         if (!m_devices.at(i)->start(port)) {
             error = QStringLiteral("cannot listen on TCP port %1%2")

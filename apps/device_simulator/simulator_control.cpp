@@ -3,7 +3,9 @@
 #include "simulator.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QPointer>
 
 namespace {
 
@@ -13,7 +15,32 @@ constexpr int longestStormSeconds = 3600;
 QString help()
 {
     return QStringLiteral("faults on|off; faults latency MS; faults split|drop|half-open|corrupt|handshake PERCENT; "
-                          "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit; shutdown");
+                          "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit; shutdown; present LABEL UID; "
+                          "enter LABEL CODE; button LABEL; force LABEL; clock LABEL TIME|now; journal LABEL");
+}
+
+const QStringList doorCommands{QStringLiteral("present"), QStringLiteral("enter"), QStringLiteral("button"),
+                               QStringLiteral("force"),   QStringLiteral("clock"), QStringLiteral("journal")};
+
+QString toLine(const QJsonObject& object)
+{
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+QString toLine(const CLockOutcome& outcome)
+{
+    QJsonValue user = QJsonValue::Null;
+    if (outcome.user != CItemId())
+        user = QString::number(outcome.user.value());
+    QJsonValue event = QJsonValue::Null;
+    if (outcome.event != 0)
+        event = outcome.event;
+    return toLine(QJsonObject{
+        {QStringLiteral("allowed"), outcome.isAllowed},
+        {QStringLiteral("reason"), QLatin1String(accessReasonToString(outcome.reason))},
+        {QStringLiteral("user"), user},
+        {QStringLiteral("way"), outcome.way == CLockWay::Online ? QStringLiteral("online") : QStringLiteral("offline")},
+        {QStringLiteral("event"), event}});
 }
 
 } // namespace
@@ -37,6 +64,14 @@ void SimulatorControl::answer(CommandClient& client, const QStringList& words)
     const bool single = words.size() == 1;
     if (single && (words.constFirst() == QLatin1String("quit") || words.constFirst() == QLatin1String("exit")))
         return client.leave(0);
+    if (doorCommands.contains(words.constFirst())) {
+        const QString error = runAtDoor(client, words);
+        if (!error.isEmpty()) {
+            client.sendError(error);
+            client.sendCode(1);
+        }
+        return;
+    }
     const QString answer = run(words);
     const bool done = answer.startsWith(QLatin1Char('{'));
     if (done)
@@ -44,6 +79,64 @@ void SimulatorControl::answer(CommandClient& client, const QStringList& words)
     else
         client.sendError(answer);
     client.sendCode(done ? 0 : 1);
+}
+
+SimulatedDevice* SimulatorControl::deviceByLabel(const QString& label) const
+{
+    for (SimulatedDevice* device : m_simulator.devices()) {
+        if (device->settings().id.toLabel() == label)
+            return device;
+    }
+    return nullptr;
+}
+
+QString SimulatorControl::runAtDoor(CommandClient& client, const QStringList& words)
+{
+    const QString& command = words.constFirst();
+    const bool hasMore =
+        command != QLatin1String("button") && command != QLatin1String("force") && command != QLatin1String("journal");
+    if (words.size() != (hasMore ? 3 : 2))
+        return help();
+    SimulatedDevice* device = deviceByLabel(words.at(1));
+    if (!device)
+        return QStringLiteral("there is no device \"%1\"").arg(words.at(1));
+    const CLock* lock = device->lock();
+    if (!lock)
+        return QStringLiteral("the devices are no locks: start the simulator with --state");
+    const auto send = [client = QPointer<CommandClient>(&client)](const QString& line) {
+        if (!client)
+            return;
+        client->sendLine(line);
+        client->sendCode(0);
+    };
+    const auto report = [send](const CLockOutcome& outcome) { send(toLine(outcome)); };
+    const QString what = words.value(2);
+    if (command == QLatin1String("present") || command == QLatin1String("enter")) {
+        const bool isCode = command == QLatin1String("enter");
+        const auto credential = isCode ? CLockCredential::fromCode(what) : CLockCredential::fromUidLabel(what);
+        if (credential.isNone())
+            return isCode ? QStringLiteral("a code has 1 to 12 digits")
+                          : QStringLiteral("\"%1\" is no UID of 4, 7 or 8 bytes").arg(what);
+        device->present(credential, report);
+    } else if (command == QLatin1String("button")) {
+        device->pressButton(report);
+    } else if (command == QLatin1String("force")) {
+        device->forceDoor(report);
+    } else if (command == QLatin1String("clock")) {
+        const CAccessTimeZone zone(lock->memory().zone);
+        std::optional<qint64> utc = zone.instantFromText(what, CAccessTimeZone::DayEdge::Begin);
+        if (what != QLatin1String("now") && !utc)
+            return QStringLiteral("\"%1\" is no time").arg(what);
+        device->setClock(utc ? *utc * 1000 : QDateTime::currentMSecsSinceEpoch());
+        send(toLine(QJsonObject{{QStringLiteral("clock"), zone.isoText(lock->clock(device->now()) / 1000)}}));
+    } else {
+        const CLockJournal& journal = lock->memory().journal;
+        send(toLine(QJsonObject{{QStringLiteral("first"), journal.first()},
+                                {QStringLiteral("next"), journal.next()},
+                                {QStringLiteral("acknowledged"), journal.acknowledged()},
+                                {QStringLiteral("lost"), journal.lost()}}));
+    }
+    return QString();
 }
 
 QString SimulatorControl::run(const QStringList& words)

@@ -2,6 +2,7 @@
 
 #include "common/command_server.h"
 
+class SimulatedDevice;
 class Simulator;
 
 /// Commands for a simulator that runs: what goes wrong from now on, and what happens at once. Each is answered by a
@@ -18,6 +19,9 @@ public:
 private:
     void answer(CommandClient& client, const QStringList& words);
     QString run(const QStringList& words);
+    // What is done at a door; empty, or what is wrong. The report goes to the client, perhaps later.
+    QString runAtDoor(CommandClient& client, const QStringList& words);
+    SimulatedDevice* deviceByLabel(const QString& label) const;
     QString setFaults(const QStringList& words);
     QString status() const;
 
