@@ -1,4 +1,5 @@
-// How the bytes of a CSV file become text.
+#include <foundation/formats/csv_decoding_p.h>
+
 #include <foundation/formats/csv_writer.h>
 
 #include <QtCore/QtEndian>
@@ -21,6 +22,14 @@ constexpr ushort codePage437[] = {
     0x2321, 0x00F7, 0x2248, 0x00B0, 0x2219, 0x00B7, 0x221A, 0x207F, 0x00B2, 0x25A0, 0x00A0,
 };
 static_assert(sizeof codePage437 / sizeof *codePage437 == 128, "a character for each byte from 0x80 on");
+
+// Windows-1252 from 0x80 to 0x9F; the rest is as in ISO 8859-1.
+constexpr ushort codePage1252[] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+static_assert(sizeof codePage1252 / sizeof *codePage1252 == 32, "a character for each byte from 0x80 to 0x9F");
 
 // The length of the valid UTF-8 sequence at `data`, 0 when there is none: overlong forms, surrogates and what lies
 // above U+10FFFF are not valid.
@@ -95,7 +104,19 @@ QString decodeUtf32(const QByteArray& bytes, Read read, bool* valid)
     return text;
 }
 
-QString decodeUnicode(const QByteArray& bytes, bool* valid)
+QString decodeCodePage437(const QByteArray& bytes)
+{
+    QString text(bytes.size(), Qt::Uninitialized);
+    std::transform(bytes.cbegin(), bytes.cend(), text.begin(), [](char byte) {
+        const auto code = static_cast<uchar>(byte);
+        return QChar(code < 0x80 ? code : codePage437[code - 0x80]);
+    });
+    return text;
+}
+
+} // namespace
+
+QString CsvDecoding::unicode(const QByteArray& bytes, bool* valid)
 {
     *valid = true;
     // The longer marks first: that of UTF-32 starts like that of UTF-16.
@@ -112,25 +133,29 @@ QString decodeUnicode(const QByteArray& bytes, bool* valid)
         return decodeUtf16(
             bytes.mid(2), [](const char* data) { return qFromBigEndian<quint16>(data); }, valid);
     *valid = isValidUtf8(bytes);
-    return *valid ? QString::fromUtf8(bytes.constData(), bytes.size()) : QString(); // drops a mark
+    return *valid ? QString::fromUtf8(bytes.constData(), qMax(0, int(bytes.size()))) : QString(); // drops a mark
 }
 
-QString decodeCodePage437(const QByteArray& bytes)
+bool CsvDecoding::hasWideMark(const QByteArray& bytes)
+{
+    return bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF")
+           || bytes.startsWith(QByteArray("\0\0\xFE\xFF", 4));
+}
+
+QString CsvDecoding::windows1252(const QByteArray& bytes)
 {
     QString text(bytes.size(), Qt::Uninitialized);
     std::transform(bytes.cbegin(), bytes.cend(), text.begin(), [](char byte) {
         const auto code = static_cast<uchar>(byte);
-        return QChar(code < 0x80 ? code : codePage437[code - 0x80]);
+        return QChar(code < 0x80 || code > 0x9F ? code : codePage1252[code - 0x80]);
     });
     return text;
 }
 
-} // namespace
-
 QString CCsvWriter::decodeBytes(const QByteArray& bytes)
 {
     bool valid = false;
-    QString text = decodeUnicode(bytes, &valid);
+    QString text = CsvDecoding::unicode(bytes, &valid);
     if (valid)
         return text;
     // These are control codes in ISO 8859-1, but letters with accents in files of old DOS programs.

@@ -66,6 +66,7 @@ public:
     int inUse = 0;
     int writeWait = defaultWriteWait;
     int depth = 0;
+    qint64 failures = 0;
     int reading = 0;
     bool readBegun = false;
     bool failed = false;
@@ -253,6 +254,11 @@ bool CDatabase::exists()
     return d->state == Private::Open || (d->state == Private::Awaited && d->fileIsThere());
 }
 
+qint64 CDatabase::failures() const
+{
+    return d->failures;
+}
+
 QString CDatabase::errorString() const
 {
     return d->errorString;
@@ -302,6 +308,7 @@ void CDatabase::giveQuery(const QString& sql, QSqlQuery&& query, bool good)
 
 void CDatabase::failed(const QSqlQuery& query)
 {
+    ++d->failures;
     d->errorString =
         isOpen() || d->errorString.isEmpty() ? SqlDialect::explain(d->location, query.lastError()) : d->errorString;
     // The database may have undone the transaction by itself: what follows must not be stored on its own.

@@ -55,6 +55,8 @@ public:
     bool exists();
     /// What went wrong last, in one line for a person.
     QString errorString() const;
+    /// How many statements have failed since it was opened: whoever reads much at once sees whether all of it was read.
+    qint64 failures() const;
 
     /// Milliseconds; at least 0.
     void setWriteWait(int milliseconds);

@@ -123,7 +123,12 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
         *values << query.itemClass;
     }
     from += QLatin1String(" AND ") + plus + QLatin1String("i.id>?");
-    *values << query.after << itemValues << valueValues;
+    *values << query.after;
+    if (!query.among.isEmpty()) {
+        from += QLatin1String(" AND i.id IN ") + idList();
+        *values << idListText(query.among);
+    }
+    *values << itemValues << valueValues;
     return from + byItem + byValue;
 }
 

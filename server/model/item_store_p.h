@@ -15,6 +15,7 @@ struct ItemQuery
     QVariantMap filter;
     /// None of these may be there with that value.
     QVariantMap unlike;
+    QList<qint64> among; ///< only these; empty: all
     qint64 after = 0; ///< ids above this one only
     int limit = -1;   ///< -1: all
 };

@@ -27,6 +27,7 @@ ItemQuery itemQuery(Kind kind, int itemClass, const CModelReader::Query& query)
     result.kind = kind;
     result.itemClass = itemClass;
     result.after = query.after.value();
+    result.among = toNumbers(query.among);
     result.limit = query.limit;
     for (auto entry = query.filter.cbegin(); entry != query.filter.cend(); ++entry) {
         // What a person types for a UID or a time is brought into the form in which it is stored.
@@ -364,7 +365,8 @@ QVariantMap CModelReader::counts() const
     return result;
 }
 
-QList<CItemId> CModelReader::resolve(const QString& collection, int itemClass, const QString& name) const
+QList<CItemId> CModelReader::resolve(const QString& collection, int itemClass, const QString& name,
+                                     Preference preference) const
 {
     const Kind kind = kindOf(collection);
     const int wantedClass = kind == KindUserOrGroup && itemClass != 0 ? itemClass : anyClass;
@@ -372,7 +374,8 @@ QList<CItemId> CModelReader::resolve(const QString& collection, int itemClass, c
     const bool isNumber = !name.isEmpty() && std::all_of(name.begin(), name.end(), [](QChar character) {
         return character >= QLatin1Char('0') && character <= QLatin1Char('9');
     });
-    if (isNumber && items.exists(kind, wantedClass, name.toLongLong()))
+    const bool isId = isNumber && items.exists(kind, wantedClass, name.toLongLong());
+    if (isId && preference == IdFirst)
         return {name.toLongLong()};
     ItemQuery query;
     query.kind = kind;
@@ -392,6 +395,8 @@ QList<CItemId> CModelReader::resolve(const QString& collection, int itemClass, c
         addOthers(uidKey, uid);
     if (kind == KindCode && !name.isEmpty())
         addOthers(QStringLiteral("description"), name);
+    if (ids.isEmpty() && isId)
+        return {name.toLongLong()};
     return toItemIds(ids);
 }
 

@@ -29,6 +29,8 @@ public:
         /// By property names ("id", "label" included) and whole values, as canonicalText() compares them; "uid" also in
         /// any of its forms, validities also as texts. Without a row "enabled" is true and "blocked" false.
         QVariantMap filter;
+        /// Only these items; empty: all.
+        QList<CItemId> among;
         /// Ids above this one.
         CItemId after;
         /// -1: all.
@@ -68,10 +70,16 @@ public:
     /// Items of a kind ("users", "groups", "doors", "media", "rights", ...) in one go, by these names.
     QVariantMap counts() const;
 
+    enum Preference
+    {
+        IdFirst,
+        LabelFirst
+    };
     /// The items of a collection ("UsersGroups", "Media", ...) with that label, or with that id where the text is one.
     /// Of users and groups those of one class (UserClassUser, UserClassGroup), or all (0). A medium is found by its
     /// UID, too, a code by its description.
-    QList<CItemId> resolve(const QString& collection, int itemClass, const QString& name) const;
+    QList<CItemId> resolve(const QString& collection, int itemClass, const QString& name,
+                           Preference preference = IdFirst) const;
     /// The labels of items.
     QMap<CItemId, QString> labels(const QList<CItemId>& ids) const;
 

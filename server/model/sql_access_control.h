@@ -72,6 +72,10 @@ public:
 
     // --- Beyond the interface: any collection, one item at a time
 
+    /// Runs several changes as one: they are stored when `work` answers true and none of them was refused; else none
+    /// is. False with the reason in errorString().
+    bool changeAll(const std::function<bool()>& work);
+
     /// Codes, holidays, calendars, schedules, devices and authorization points, too. Relations may be given by their
     /// keys.
     CItemId createItem(const QString& collection, const QVariantMap& properties);

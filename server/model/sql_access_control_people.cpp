@@ -77,6 +77,11 @@ bool CSqlAccessControl::setModel(const QString& name, const QVariantMap& data)
     });
 }
 
+bool CSqlAccessControl::changeAll(const std::function<bool()>& work)
+{
+    return d->change(work);
+}
+
 CItemId CSqlAccessControl::createItem(const QString& collection, const QVariantMap& properties)
 {
     const Kind kind = kindOf(collection);

@@ -1,21 +1,25 @@
-#include "commands/model_command.h"
+#include "commands/item_command.h"
 
-#include <foundation/datatypes/data_type.h>
-#include <foundation/services/script_service.h>
+#include <server/model/sql_access_control.h>
 
 namespace {
 
-class GroupsCommand : public ModelCommand
+class GroupsCommand : public ItemCommand
 {
 public:
-    using ModelCommand::ModelCommand;
+    GroupsCommand(Session& session, Output& output)
+        : ItemCommand(session, output, Named::Group, "UsersGroups")
+    {
+    }
 
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&GroupsCommand::show>, &ListOptions::add},
-            {"add", "LABEL", "makes one and prints its id", &startVerb<&GroupsCommand::add>},
-            {"delete", "ID", "takes one away", &startVerb<&GroupsCommand::remove>},
+            {"", "", "shows them", &startVerb<&GroupsCommand::showAll>, &ListOptions::add},
+            {"add", "LABEL [KEY=VALUE...]", "makes one and prints its id", &startVerb<&GroupsCommand::add>},
+            {"set", "GROUP KEY=VALUE...", "changes properties; KEY= takes one away", &startVerb<&GroupsCommand::set>},
+            {"remove", "GROUP...", "takes some away", &startVerb<&GroupsCommand::remove>},
+            {"delete", "GROUP...", "the same", &startVerb<&GroupsCommand::remove>},
             {"join", "GROUP USER...", "puts users into a group", &startVerb<&GroupsCommand::join>},
             {"leave", "GROUP USER...", "takes users out of a group", &startVerb<&GroupsCommand::leave>},
         };
@@ -23,54 +27,34 @@ public:
     }
 
 private:
-    void add(AppOptions& options)
-    {
-        if (CScriptService* scripts = service())
-            conclude(scripts->createGroup({{QStringLiteral("label"), options.positional().constFirst()}}),
-                     QStringLiteral("add it"));
-    }
+    using Change = bool (CSqlAccessControl::*)(const QList<CItemId>&, CItemId);
 
-    void remove(AppOptions& options)
-    {
-        if (CScriptService* scripts = service())
-            conclude(scripts->deleteGroup(options.positional().constFirst()),
-                     QStringLiteral("delete it: no such group"));
-    }
+    void join(AppOptions& options) { changeMembers(options, &CSqlAccessControl::addUsersToGroup); }
+    void leave(AppOptions& options) { changeMembers(options, &CSqlAccessControl::removeUsersFromGroup); }
 
-    void join(AppOptions& options)
+    void changeMembers(AppOptions& options, Change changeGroup)
     {
         const QStringList words = options.positional();
-        if (CScriptService* scripts = service())
-            conclude(scripts->addUsersToGroup(words.mid(1), words.constFirst()),
-                     QStringLiteral("do that: no such group or user"));
+        CItemId group;
+        QList<CItemId> users;
+        if (find(Named::Group, words.constFirst(), group) && findAll(Named::User, words.mid(1), users))
+            change([&](CSqlAccessControl& model) { return (model.*changeGroup)(users, group); });
     }
 
-    void leave(AppOptions& options)
+    void showAll(AppOptions& options)
     {
-        const QStringList words = options.positional();
-        if (CScriptService* scripts = service())
-            conclude(scripts->removeUsersFromGroup(words.mid(1), words.constFirst()),
-                     QStringLiteral("do that: no such group or user"));
-    }
-
-    void show(AppOptions& options)
-    {
-        Table table({{QStringLiteral("id"), QStringLiteral("Id")},
-                     {QStringLiteral("label"), QStringLiteral("Name")},
-                     {QStringLiteral("users"), QStringLiteral("Users")}});
-        CScriptService* scripts = service();
-        if (!scripts)
+        CModelReader::Query query;
+        CModelReader::Page page;
+        if (!readQuery(options, query) || !read([&](const CModelReader& reader) { return reader.groups(query); }, page))
             return;
-        const QVariantList groups = selected(usersOrGroups(UserClassGroup), options);
-        if (!options.error().isEmpty())
-            return;
-        for (const QVariant& item : groups) {
-            const QString id = text(item.toMap(), "id");
-            table.addRow(
-                {id, text(item.toMap(), "label"), labels(QStringLiteral("UsersGroups"), scripts->getUsersOfGroup(id))});
-        }
-        print(table);
-        done();
+        show(Table({{QStringLiteral("id"), QStringLiteral("Id")},
+                    {QStringLiteral("label"), QStringLiteral("Name")},
+                    {QStringLiteral("users"), QStringLiteral("Users")},
+                    {QStringLiteral("userIds"), QString()},
+                    {QStringLiteral("accessPoints"), QStringLiteral("Doors")},
+                    {QStringLiteral("accessPointIds"), QString()},
+                    {QStringLiteral("properties"), QString()}}),
+             page);
     }
 };
 

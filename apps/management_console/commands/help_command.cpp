@@ -1,4 +1,4 @@
-#include "shell/command.h"
+#include "commands/model_command.h"
 
 namespace {
 
@@ -18,6 +18,13 @@ public:
             for (const CommandEntry* entry : session().commands())
                 table.addRow({QString::fromUtf8(entry->name), QString::fromUtf8(entry->summary)});
             print(table);
+            if (!isJson())
+                output().lines(
+                    QStringList{
+                        QString(),
+                        QStringLiteral("`help COMMAND` tells how one is called; items are named by id or label. "
+                                       "To begin:")}
+                    + firstSteps());
             return done();
         }
         const CommandEntry* entry = session().findCommand(names.constFirst());

@@ -1,13 +1,13 @@
-#include "commands/model_command.h"
+#include "shell/command.h"
 
 #include <foundation/services/script_service.h>
 
 namespace {
 
-class MappingCommand : public ModelCommand
+class MappingCommand : public Command
 {
 public:
-    using ModelCommand::ModelCommand;
+    using Command::Command;
 
     void addOptions(AppOptions& options) override
     {
@@ -17,10 +17,7 @@ public:
     void start(AppOptions& options) override
     {
         const QString name = options.positional().constFirst();
-        CScriptService* scripts = service();
-        if (!scripts)
-            return;
-        const QVariantMap mapping = scripts->getMapping(name);
+        const QVariantMap mapping = CScriptService(nullptr, nullptr).getMapping(name);
         if (mapping.isEmpty())
             return fail(QStringLiteral("there is no enumeration \"%1\"").arg(name));
         QMap<qint64, QString> byValue; // the keys are texts, "10" before "9"

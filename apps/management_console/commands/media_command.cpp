@@ -1,64 +1,171 @@
-#include "commands/model_command.h"
+// Cards, key fobs and codes: what opens doors for somebody.
+#include "commands/item_command.h"
 
 #include <foundation/datatypes/data_type.h>
-#include <foundation/services/script_service.h>
+#include <server/model/sql_access_control.h>
 
 namespace {
 
-class MediaCommand : public ModelCommand
+const QString blockedKey = QStringLiteral("blocked");
+
+class CredentialCommand : public ItemCommand
+{
+protected:
+    using ItemCommand::ItemCommand;
+
+    static void addOwner(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("user"), QStringLiteral("USER"), QStringLiteral("whose it is"));
+    }
+
+    // The first argument is the value of `name`.
+    void addWith(const QString& name, AppOptions& options)
+    {
+        const QStringList words = options.positional();
+        QVariantMap properties{{name, words.constFirst()}};
+        if (!readProperties(words.mid(1), properties, options))
+            return;
+        if (words.constFirst().isEmpty())
+            return fail(QStringLiteral("%1: must not be empty").arg(name));
+        CItemId user;
+        if (options.isSet(QStringLiteral("user"))) {
+            if (!find(Named::User, options.value(QStringLiteral("user")), user))
+                return;
+            properties.insert(QStringLiteral("userId"), user.value());
+        }
+        make(withLabel(properties));
+    }
+    virtual QVariantMap withLabel(const QVariantMap& properties) const { return properties; }
+
+    void give(AppOptions& options)
+    {
+        const QStringList words = options.positional();
+        CItemId user;
+        QList<CItemId> items;
+        if (find(Named::User, words.constFirst(), user) && findAll(m_kind, words.mid(1), items))
+            setAll(items, QStringLiteral("userId"), user.value());
+    }
+
+    void setBlocked(AppOptions& options, bool blocked)
+    {
+        QList<CItemId> items;
+        if (findAll(m_kind, options.positional(), items))
+            setAll(items, blockedKey, blocked);
+    }
+    void block(AppOptions& options) { setBlocked(options, true); }
+    void unblock(AppOptions& options) { setBlocked(options, false); }
+};
+
+class MediaCommand : public CredentialCommand
 {
 public:
-    using ModelCommand::ModelCommand;
+    MediaCommand(Session& session, Output& output)
+        : CredentialCommand(session, output, Named::Medium, "Media")
+    {
+    }
 
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&MediaCommand::show>, &ListOptions::add},
-            {"give", "ID... USER", "gives media to a user", &startVerb<&MediaCommand::give>},
+            {"", "", "shows them", &startVerb<&MediaCommand::showAll>, &ListOptions::add},
+            {"add", "UID [KEY=VALUE...]", "makes one and prints its id (label= description= validFrom=T validTo=T)",
+             &startVerb<&MediaCommand::add>, &MediaCommand::addOwner},
+            {"set", "MEDIUM KEY=VALUE...", "changes properties; KEY= takes one away", &startVerb<&MediaCommand::set>},
+            {"remove", "MEDIUM...", "takes some away", &startVerb<&MediaCommand::remove>},
+            {"give", "USER MEDIUM...", "gives media to a user", &startVerb<&MediaCommand::give>},
+            {"take", "MEDIUM...", "takes media back: nobody's, to be given again", &startVerb<&MediaCommand::take>},
+            {"block", "MEDIUM...", "bars lost ones from every door", &startVerb<&MediaCommand::block>},
+            {"unblock", "MEDIUM...", "allows them again", &startVerb<&MediaCommand::unblock>},
         };
         return table;
     }
 
 private:
-    void give(AppOptions& options)
+    void add(AppOptions& options) { addWith(QStringLiteral("uid"), options); }
+
+    QVariantMap withLabel(const QVariantMap& properties) const override
     {
-        const QStringList words = options.positional();
-        if (words.size() < 2)
-            return options.setError(QStringLiteral("USER is missing"));
-        if (CScriptService* scripts = service())
-            conclude(scripts->addRfidMediaToUser(words.mid(0, words.size() - 1), words.constLast()),
-                     QStringLiteral("do that: no such medium or user"));
+        QVariantMap medium = properties;
+        const QString uid = properties.value(QStringLiteral("uid")).toString();
+        if (!medium.contains(QStringLiteral("label")))
+            medium.insert(QStringLiteral("label"), CDataType::rfidUidToLabel(QByteArray::fromHex(uid.toLatin1())));
+        return medium;
     }
 
-    void show(AppOptions& options)
+    void take(AppOptions& options)
     {
-        Table table({{QStringLiteral("id"), QStringLiteral("Id")},
-                     {QStringLiteral("label"), QStringLiteral("Label")},
-                     {QStringLiteral("description"), QStringLiteral("Description")},
-                     {QStringLiteral("type"), QStringLiteral("Type")},
-                     {QStringLiteral("uid"), QStringLiteral("UID")},
-                     {QStringLiteral("user"), QStringLiteral("User")},
-                     {QStringLiteral("validTo"), QStringLiteral("Valid to")}});
-        if (!service())
+        QList<CItemId> media;
+        if (findAll(Named::Medium, options.positional(), media))
+            setAll(media, QStringLiteral("userId"), 0);
+    }
+
+    void showAll(AppOptions& options)
+    {
+        CModelReader::Query query;
+        CModelReader::Page page;
+        if (!readQuery(options, query) || !read([&](const CModelReader& reader) { return reader.media(query); }, page))
             return;
-        const QVariantList media = selected(items(QStringLiteral("Media")), options);
-        if (!options.error().isEmpty())
+        show(Table({{QStringLiteral("id"), QStringLiteral("Id")},
+                    {QStringLiteral("label"), QStringLiteral("Label")},
+                    {QStringLiteral("description"), QStringLiteral("Description")},
+                    {QStringLiteral("type"), QStringLiteral("Type")},
+                    {QStringLiteral("uid"), QStringLiteral("UID")},
+                    {QStringLiteral("user"), QStringLiteral("User")},
+                    {QStringLiteral("userId"), QString()},
+                    {QStringLiteral("validFrom"), QStringLiteral("Valid from")},
+                    {QStringLiteral("validTo"), QStringLiteral("Valid to")},
+                    {blockedKey, QStringLiteral("Blocked")}}),
+             page);
+    }
+};
+
+class CodesCommand : public CredentialCommand
+{
+public:
+    CodesCommand(Session& session, Output& output)
+        : CredentialCommand(session, output, Named::Code, "Codes")
+    {
+    }
+
+    const std::vector<Verb>& verbs() const override
+    {
+        static const std::vector<Verb> table = {
+            {"", "", "shows them, never the code itself", &startVerb<&CodesCommand::showAll>, &ListOptions::add},
+            {"add", "CODE [KEY=VALUE...]", "makes one of 1 to 12 digits and prints its id (description= validTo=T)",
+             &startVerb<&CodesCommand::add>, &CodesCommand::addOwner},
+            {"set", "ITEM KEY=VALUE...", "changes properties of the one with that id or description",
+             &startVerb<&CodesCommand::set>},
+            {"remove", "ITEM...", "takes some away", &startVerb<&CodesCommand::remove>},
+            {"give", "USER ITEM...", "gives codes to a user", &startVerb<&CodesCommand::give>},
+            {"block", "ITEM...", "bars them from every door", &startVerb<&CodesCommand::block>},
+            {"unblock", "ITEM...", "allows them again", &startVerb<&CodesCommand::unblock>},
+        };
+        return table;
+    }
+
+private:
+    void add(AppOptions& options) { addWith(QStringLiteral("code"), options); }
+
+    void showAll(AppOptions& options)
+    {
+        CModelReader::Query query;
+        CModelReader::Page page;
+        if (!readQuery(options, query) || !read([&](const CModelReader& reader) { return reader.codes(query); }, page))
             return;
-        for (const QVariant& item : media) {
-            const QVariantMap medium = item.toMap();
-            const auto type = CDataType::cardMediumTypeCast(medium.value(QStringLiteral("mediumType")).toInt());
-            table.addRow({text(medium, "id"), text(medium, "publicMediaLabel"), text(medium, "description"),
-                          QString::fromUtf8(CDataType::cardMediumTypeToString(type)),
-                          CDataType::rfidUidToLabel(medium.value(QStringLiteral("uid")).toByteArray()),
-                          labels(QStringLiteral("UsersGroups"), {text(medium, "userId")}).value(0),
-                          medium.value(QStringLiteral("validTo")).toDateTime().toString(Qt::ISODate)});
-        }
-        print(table);
-        done();
+        show(Table({{QStringLiteral("id"), QStringLiteral("Id")},
+                    {QStringLiteral("description"), QStringLiteral("Description")},
+                    {QStringLiteral("user"), QStringLiteral("User")},
+                    {QStringLiteral("userId"), QString()},
+                    {QStringLiteral("validFrom"), QStringLiteral("Valid from")},
+                    {QStringLiteral("validTo"), QStringLiteral("Valid to")},
+                    {blockedKey, QStringLiteral("Blocked")}}),
+             page);
     }
 };
 
 } // namespace
 
-extern const CommandEntry mediaCommand = {"media", "Shows the cards and key fobs, or gives them to a user.",
+extern const CommandEntry mediaCommand = {"media", "Shows and changes the cards and key fobs, and whose they are.",
                                           &makeCommand<MediaCommand>};
+extern const CommandEntry codesCommand = {"codes", "Shows and changes the codes that people enter at doors.",
+                                          &makeCommand<CodesCommand>};

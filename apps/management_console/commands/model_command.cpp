@@ -1,42 +1,61 @@
 #include "commands/model_command.h"
 
-#include <foundation/services/script_service.h>
+#include <foundation/core/canonical_text.h>
+#include <server/model/sql_access_control.h>
 
-CScriptService* ModelCommand::service()
+#include <algorithm>
+
+namespace {
+
+// Relations have commands of their own: media give, doors assign.
+constexpr const char* relations[] = {"id",         "class",   "userId",       "accessPointId",
+                                     "calendarId", "Members", "Access Points"};
+
+bool isAllZero(const QVariantMap& counts)
 {
-    QString error;
-    CScriptService* scripts = session().scripts(error);
-    if (!scripts)
-        fail(error);
-    return scripts;
+    return std::all_of(counts.begin(), counts.end(), [](const QVariant& count) { return count.toLongLong() == 0; });
 }
 
-QVariantList ModelCommand::items(const QString& collection)
+} // namespace
+
+QStringList firstSteps()
 {
-    CScriptService* scripts = service();
-    return scripts ? scripts->getModel(collection, {}, {}) : QVariantList();
+    return {QStringLiteral("  users add \"Anna Berger\" Department=IT"),
+            QStringLiteral("  media add 04:A1:22:3B --user \"Anna Berger\""),
+            QStringLiteral("  doors add \"Main Entrance\""),
+            QStringLiteral("  schedules add \"Office hours\" \"Mon-Fri 07:00-19:00\""),
+            QStringLiteral("  grant \"Anna Berger\" \"Main Entrance\" --schedule \"Office hours\"")};
 }
 
-QVariantList ModelCommand::usersOrGroups(int itemClass)
+QVariant shownValue(const QVariant& value)
 {
-    QVariantList found;
-    const QVariantList all = items(QStringLiteral("UsersGroups"));
-    for (const QVariant& item : all) {
-        if (item.toMap().value(QStringLiteral("class")).toInt() == itemClass)
-            found.append(item);
+    switch (value.userType()) {
+    case QMetaType::QDateTime:
+        return isoTime(value.toDateTime());
+    case QMetaType::QDate:
+        return value.toDate().toString(Qt::ISODate);
+    case QMetaType::LongLong:
+        return QString::number(value.toLongLong());
+    case QMetaType::Bool:
+    case QMetaType::QStringList:
+    case QMetaType::QString:
+        return value;
+    case QMetaType::QVariantList: {
+        QStringList texts;
+        const QVariantList values = value.toList();
+        for (const QVariant& element : values)
+            texts.append(canonicalText(element));
+        return texts;
     }
-    return found;
-}
-
-QStringList ModelCommand::labels(const QString& collection, const QVariantList& ids)
-{
-    QStringList found;
-    const QVariantList all = items(collection);
-    for (const QVariant& item : all) {
-        if (ids.contains(text(item.toMap(), "id")))
-            found.append(text(item.toMap(), "label"));
+    case QMetaType::QVariantMap: {
+        QVariantMap map = value.toMap();
+        for (QVariant& element : map)
+            element = shownValue(element);
+        return map;
     }
-    return found;
+    default:
+        return canonicalText(value);
+    }
 }
 
 bool ModelCommand::find(Named kind, const QString& name, CItemId& id, int unknownCode)
@@ -53,34 +72,101 @@ bool ModelCommand::findAll(Named kind, const QStringList& names, QList<CItemId>&
     CSqlAccessControl* installation = model();
     if (!installation)
         return false;
+    const qint64 failures = installation->database()->failures();
     ItemNames itemNames(installation);
     if (itemNames.findAll(kind, names, ids))
         return true;
+    if (installation->database()->failures() != failures) {
+        fail(installation->database()->errorString());
+        return false;
+    }
     warn(itemNames.error());
     done(itemNames.isAmbiguous() ? 2 : unknownCode);
     return false;
 }
 
-QVariantList ModelCommand::selected(const QVariantList& items, AppOptions& options)
+bool ModelCommand::readProperties(const QStringList& words, QVariantMap& properties, AppOptions& options)
+{
+    QVector<KeyValue> values;
+    if (!readKeyValues(words, values, options))
+        return false;
+    for (const KeyValue& value : qAsConst(values)) {
+        const auto isMeant = [&](const char* relation) { return value.key == QLatin1String(relation); };
+        if (std::any_of(std::begin(relations), std::end(relations), isMeant)) {
+            options.setError(QStringLiteral("\"%1\" cannot be set").arg(value.key));
+            return false;
+        }
+        if (properties.contains(value.key)) {
+            options.setError(QStringLiteral("\"%1\" is given twice").arg(value.key));
+            return false;
+        }
+        properties.insert(value.key, value.value.isEmpty() ? QVariant() : QVariant(value.value));
+    }
+    return true;
+}
+
+bool ModelCommand::readQuery(AppOptions& options, CModelReader::Query& query)
 {
     ListOptions wanted;
     if (!wanted.read(options))
-        return {};
-    int leftOut = 0;
-    const QVariantList found = wanted.select(items, leftOut);
-    if (leftOut > 0)
-        warn(QStringLiteral("%1 more are left out (--after %2 shows them)")
-                 .arg(leftOut)
-                 .arg(text(found.constLast().toMap(), "id")));
-    return found;
+        return false;
+    for (const KeyValue& value : wanted.filter())
+        query.filter.insert(value.key, value.value);
+    query.after = wanted.after();
+    query.limit = wanted.limit() > 0 ? wanted.limit() : -1;
+    return true;
 }
 
-void ModelCommand::conclude(const QVariant& result, const QString& what)
+bool ModelCommand::read(const Read& reading, CModelReader::Page& page)
 {
-    if (result.toString().isEmpty() || result.toString() == QLatin1String("0")
-        || result.toString() == QLatin1String("false"))
-        return fail(QStringLiteral("could not %1").arg(what));
-    if (result.userType() != QMetaType::Bool)
-        output().line(result.toString());
+    CSqlAccessControl* installation = model();
+    if (!installation)
+        return false;
+    const qint64 failures = installation->database()->failures();
+    page = reading(CModelReader(installation));
+    if (installation->database()->failures() == failures)
+        return true;
+    fail(installation->database()->errorString());
+    return false;
+}
+
+void ModelCommand::tellLeftOut(const CModelReader::Page& page)
+{
+    if (page.left > 0)
+        warn(QStringLiteral("%1 more are left out (--after %2 shows them)")
+                 .arg(page.left)
+                 .arg(page.rows.constLast().value(QStringLiteral("id")).toLongLong()));
+}
+
+void ModelCommand::show(Table table, const CModelReader::Page& page)
+{
+    const CSqlAccessControl* installation = model();
+    if (page.rows.isEmpty() && !isJson() && isAllZero(CModelReader(installation).counts())) {
+        output().line(
+            QStringLiteral("The installation in %1 is empty. To begin:").arg(installation->database()->location()));
+        output().lines(firstSteps());
+        output().line(QStringLiteral("A demonstration to look at: kyr_console --database memory users"));
+        return done();
+    }
+    for (const QVariantMap& row : page.rows) {
+        QVariantList cells;
+        for (int column = 0; column < table.columnCount(); ++column)
+            cells.append(shownValue(row.value(table.key(column))));
+        table.addRow(cells);
+    }
+    print(table);
+    tellLeftOut(page);
+    done();
+}
+
+void ModelCommand::change(const std::function<bool(CSqlAccessControl& model)>& work, const QStringList* result)
+{
+    CSqlAccessControl* installation = model();
+    if (!installation)
+        return;
+    if (!installation->changeAll([&] { return work(*installation); }))
+        return fail(installation->errorString());
+    if (result)
+        output().lines(*result);
     done();
 }

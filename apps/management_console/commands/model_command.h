@@ -4,37 +4,44 @@
 #include "shell/arguments.h"
 #include "shell/command.h"
 
-class CScriptService;
+#include <server/model/model_reader.h>
 
-/// A command that works on the installation. It sees it as scripts do: ids are texts.
+#include <functional>
+
+/// A command on the installation.
 class ModelCommand : public Command
 {
 public:
     using Command::Command;
 
 protected:
-    /// Null when the installation cannot be opened: the command has failed with the reason.
-    CScriptService* service();
-    QVariantList items(const QString& collection);
-    /// Of one UserClass.
-    QVariantList usersOrGroups(int itemClass);
-    /// What the items with these ids are called.
-    QStringList labels(const QString& collection, const QVariantList& ids);
-
     /// The item that a name stands for. False when there is none (the command has failed with `unknownCode`) or several
     /// (it was called wrongly): each candidate is told.
     bool find(Named kind, const QString& name, CItemId& id, int unknownCode = 1);
     /// The same for several, each once.
     bool findAll(Named kind, const QStringList& names, QList<CItemId>& ids, int unknownCode = 1);
 
-    /// Those of a list that the options ask for; nothing, with a mistake in `options`, when they are wrong. What a
-    /// limit leaves out is told.
-    QVariantList selected(const QVariantList& items, AppOptions& options);
+    /// KEY=VALUE as properties; a value that is empty is to be taken away, and so an invalid one here. False with a
+    /// mistake in `options`.
+    bool readProperties(const QStringList& words, QVariantMap& properties, AppOptions& options);
 
-    /// Ends a command that has tried a change: prints the id of what was made, or fails.
-    void conclude(const QVariant& result, const QString& what);
-    static QString text(const QVariantMap& item, const char* name)
-    {
-        return item.value(QLatin1String(name)).toString();
-    }
+    /// Which rows a list is asked for, by ListOptions. False with a mistake in `options`.
+    bool readQuery(AppOptions& options, CModelReader::Query& query);
+    using Read = std::function<CModelReader::Page(const CModelReader& reader)>;
+    /// Reads rows. False when not all could be read: the command has failed with the reason.
+    bool read(const Read& reading, CModelReader::Page& page);
+    /// Shows them under the columns, by their keys, says what a limit left out, and ends the command. An empty
+    /// installation says how to begin.
+    void show(Table table, const CModelReader::Page& page);
+    void tellLeftOut(const CModelReader::Page& page);
+
+    /// Runs changes as one and ends the command: with `result`, lines of output, when they are stored; else with the
+    /// model's reason.
+    void change(const std::function<bool(CSqlAccessControl& model)>& work, const QStringList* result = nullptr);
 };
+
+/// Commands that enter somebody who may pass a door, to learn from.
+QStringList firstSteps();
+
+/// How a cell is shown: an instant with its offset, an id as text, a flag as it is.
+QVariant shownValue(const QVariant& value);

@@ -1,25 +1,36 @@
-#include "commands/model_command.h"
+#include "commands/item_command.h"
+#include "commands/users_csv.h"
 #include "common/save_file.h"
-#include "shell/table_model.h"
 
-#include <foundation/datatypes/data_type.h>
-#include <foundation/formats/csv_writer.h>
-#include <foundation/services/script_service.h>
+#include <foundation/formats/csv_reader.h>
+#include <server/model/sql_access_control.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
 
 namespace {
 
-class UsersCommand : public ModelCommand
+class UsersCommand : public ItemCommand
 {
 public:
-    using ModelCommand::ModelCommand;
+    UsersCommand(Session& session, Output& output)
+        : ItemCommand(session, output, Named::User, "UsersGroups")
+    {
+    }
 
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them, or writes them to a file", &startVerb<&UsersCommand::show>, &addShowOptions},
-            {"add", "LABEL [KEY=VALUE...]", "makes one and prints its id", &startVerb<&UsersCommand::add>},
-            {"remove", "ID...", "takes some away", &startVerb<&UsersCommand::remove>},
-            {"delete", "ID...", "the same", &startVerb<&UsersCommand::remove>},
+            {"", "", "shows them, or writes them to a file", &startVerb<&UsersCommand::showAll>, &addShowOptions},
+            {"add", "LABEL [KEY=VALUE...]", "makes one and prints its id (Department= Email= or any other key)",
+             &startVerb<&UsersCommand::add>},
+            {"set", "USER KEY=VALUE...",
+             "changes properties; KEY= takes one away, enabled=false puts somebody out of service",
+             &startVerb<&UsersCommand::set>},
+            {"remove", "USER...", "takes some away", &startVerb<&UsersCommand::remove>},
+            {"delete", "USER...", "the same", &startVerb<&UsersCommand::remove>},
+            {"import", "FILE", "reads a CSV file such as --csv or a spreadsheet writes, all or nothing",
+             &startVerb<&UsersCommand::import>, &addImportOptions},
         };
         return table;
     }
@@ -29,90 +40,88 @@ private:
     {
         ListOptions::add(options);
         options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
-                         QStringLiteral("write the table to a CSV file"));
+                         QStringLiteral("write the table and all properties to a CSV file"));
     }
 
-    void add(AppOptions& options)
+    static void addImportOptions(AppOptions& options)
     {
-        const QStringList words = options.positional();
-        QVector<KeyValue> values;
-        if (!readKeyValues(words.mid(1), values, options) || !service())
-            return;
-        QVariantMap properties{{QStringLiteral("label"), words.constFirst()}};
-        for (const KeyValue& value : qAsConst(values))
-            properties.insert(value.key, value.value);
-        conclude(service()->createUser(properties), QStringLiteral("add it"));
+        options.addSwitch(QStringLiteral("dry-run"), QStringLiteral("only say what would happen"));
     }
 
-    void remove(AppOptions& options)
+    void showAll(AppOptions& options)
     {
-        const QStringList ids = options.positional();
-        const QVariantList users = usersOrGroups(UserClassUser);
-        QStringList known;
-        for (const QVariant& user : users)
-            known.append(text(user.toMap(), "id"));
-        for (const QString& id : ids) {
-            if (!known.contains(id))
-                return fail(QStringLiteral("there is no user \"%1\"").arg(id));
-        }
-        if (!service())
+        CModelReader::Query query;
+        CModelReader::Page page;
+        if (!readQuery(options, query) || !read([&](const CModelReader& reader) { return reader.users(query); }, page))
             return;
-        for (const QString& id : ids) {
-            if (!service()->deleteUser(id).toBool())
-                return fail(QStringLiteral("could not take away user %1").arg(id));
-        }
-        done();
-    }
-
-    void show(AppOptions& options)
-    {
-        Table table({{QStringLiteral("id"), QStringLiteral("Id")},
-                     {QStringLiteral("label"), QStringLiteral("Name")},
-                     {QStringLiteral("department"), QStringLiteral("Department")},
-                     {QStringLiteral("email"), QStringLiteral("E-mail")},
-                     {QStringLiteral("groups"), QStringLiteral("Groups")},
-                     {QStringLiteral("accessPoints"), QStringLiteral("Doors")},
-                     {QStringLiteral("media"), QStringLiteral("Media")}});
-        CScriptService* scripts = service();
-        if (!scripts)
-            return;
-        const QVariantList users = selected(usersOrGroups(UserClassUser), options);
-        if (!options.error().isEmpty())
-            return;
-        for (const QVariant& item : users) {
-            const QVariantMap user = item.toMap();
-            const QString id = text(user, "id");
-            table.addRow({id, text(user, "label"), text(user, "Department"), text(user, "Email"),
-                          labels(QStringLiteral("UsersGroups"), scripts->getGroupsOfUser(id)),
-                          labels(QStringLiteral("AccessPoints"), scripts->getAccessPointsOfUser(id)),
-                          labels(QStringLiteral("Media"), scripts->getRfidMediaOfUser(id))});
-        }
         if (options.isSet(QStringLiteral("csv")))
-            return writeCsv(table, options.value(QStringLiteral("csv")));
-        print(table);
-        done();
+            return writeCsv(page, options.value(QStringLiteral("csv")));
+        QVector<Table::Column> columns;
+        for (const UsersCsv::Column& column : UsersCsv::columns())
+            columns.append({QLatin1String(column.key), QLatin1String(column.title)});
+        for (const char* key : {"groupIds", "accessPointIds", "mediaIds", "enabled", "properties"})
+            columns.append({QLatin1String(key), QString()});
+        show(Table(columns), page);
     }
 
-    void writeCsv(const Table& table, const QString& name)
+    void writeCsv(const CModelReader::Page& page, const QString& name)
     {
-        TableModel model(table);
-        output().progress(QStringLiteral("writing %1 rows").arg(table.rowCount()));
-        CCsvWriter writer;
-        writer.setModel(&model, QModelIndex());
-        QList<int> columns;
-        for (int column = 0; column < table.columnCount(); ++column)
-            columns.append(column);
-        writer.setColumns(columns);
+        output().progress(QStringLiteral("writing %1 rows").arg(page.rows.size()));
         QString error;
         if (!saveFile(
-                name, [&writer](QIODevice& file) { writer.write(&file); }, error))
+                name, [&page](QIODevice& file) { UsersCsv::write(file, page.rows); }, error))
             return fail(error);
-        output().line(QStringLiteral("Wrote %1 users to %2.").arg(table.rowCount()).arg(name));
+        output().line(QStringLiteral("Wrote %1 users to %2.").arg(page.rows.size()).arg(name));
+        tellLeftOut(page);
+        done();
+    }
+
+    void import(AppOptions& options)
+    {
+        const QString name = options.positional().constFirst();
+        CSqlAccessControl* installation = model();
+        if (!installation)
+            return;
+        QFile file(name);
+        if (!file.open(QIODevice::ReadOnly))
+            return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
+        const QByteArray bytes = file.read(CCsvReader::longestFile + 1);
+        if (file.error() != QFileDevice::NoError)
+            return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
+        if (!options.isSet(QStringLiteral("dry-run")))
+            return run(*installation, bytes, false);
+        if (installation->database()->exists())
+            return run(*installation, bytes, true);
+        // To try it must not make the installation's file.
+        const QTemporaryDir folder;
+        CSqlAccessControl scratch;
+        if (!folder.isValid() || !scratch.open(folder.filePath(QStringLiteral("installation.db"))))
+            return fail(folder.isValid() ? scratch.errorString() : folder.errorString());
+        run(scratch, bytes, true);
+    }
+
+    void run(CSqlAccessControl& installation, const QByteArray& bytes, bool isTrial)
+    {
+        UsersCsv::Outcome outcome;
+        QString error;
+        bool good = false;
+        const auto progress = [this](const QString& text) { output().progress(text); };
+        const bool stored = installation.changeAll([&] {
+            good = UsersCsv::read(installation, bytes, progress, outcome, error);
+            return good && !isTrial;
+        });
+        if (!error.isEmpty())
+            return fail(error);
+        if (!stored && !(good && isTrial))
+            return fail(installation.errorString());
+        const char* text = isTrial ? "Would add %1 users, change %2 and leave %3 as they are."
+                                   : "Added %1 users, changed %2 and left %3 as they were.";
+        output().line(QString::fromLatin1(text).arg(outcome.added).arg(outcome.changed).arg(outcome.unchanged));
         done();
     }
 };
 
 } // namespace
 
-extern const CommandEntry usersCommand = {"users", "Shows and changes the users of the installation.",
+extern const CommandEntry usersCommand = {"users", "Shows and changes the users, and reads and writes them as CSV.",
                                           &makeCommand<UsersCommand>};

@@ -165,3 +165,11 @@ void Command::print(const Table& table)
     else
         m_output.lines(table.toText(m_output.colour()));
 }
+
+void Command::printOne(const Table& table)
+{
+    if (m_json)
+        m_output.line(table.toJsonOfOne());
+    else
+        m_output.lines(table.toTextOfOne());
+}

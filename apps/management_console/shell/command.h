@@ -77,6 +77,8 @@ protected:
     void warn(const QString& text);
     /// Shows a table, as JSON when --json was given.
     void print(const Table& table);
+    /// The same for a table that always has one row: its columns are lines, in JSON it is an object.
+    void printOne(const Table& table);
     bool isJson() const { return m_json; }
 
 private:

@@ -8,17 +8,27 @@
 
 namespace {
 
+QString plainText(const QVariant& value)
+{
+    if (value.userType() == QMetaType::QStringList || value.userType() == QMetaType::QVariantList)
+        return value.toStringList().join(QLatin1String(", "));
+    if (value.userType() == QMetaType::Double)
+        return QString::number(value.toDouble(), 'f', 1);
+    return value.toString();
+}
+
+// What devices and files say is not to be trusted.
 QString cellText(const QVariant& value)
 {
-    QString text;
-    if (value.userType() == QMetaType::QStringList || value.userType() == QMetaType::QVariantList)
-        text = value.toStringList().join(QLatin1String(", "));
-    else if (value.userType() == QMetaType::Double)
-        text = QString::number(value.toDouble(), 'f', 1);
-    else
-        text = value.toString();
-    // What devices and files say is not to be trusted.
-    return Terminal::printable(text);
+    return Terminal::printable(plainText(value));
+}
+
+QJsonObject rowObject(const QVector<Table::Column>& columns, const QVariantList& row)
+{
+    QJsonObject object;
+    for (int c = 0; c < columns.size(); ++c)
+        object.insert(columns.at(c).key, QJsonValue::fromVariant(row.value(c)));
+    return object;
 }
 
 } // namespace
@@ -30,7 +40,7 @@ QString isoTime(const QDateTime& time)
 
 QString Table::text(int row, int column) const
 {
-    return cellText(m_rows.at(row).value(column));
+    return plainText(m_rows.at(row).value(column));
 }
 
 QStringList Table::toText(bool colour) const
@@ -76,11 +86,25 @@ QStringList Table::toText(bool colour) const
 QString Table::toJson() const
 {
     QJsonArray rows;
-    for (const QVariantList& row : m_rows) {
-        QJsonObject object;
-        for (int c = 0; c < m_columns.size(); ++c)
-            object.insert(m_columns.at(c).key, QJsonValue::fromVariant(row.value(c)));
-        rows.append(object);
-    }
+    for (const QVariantList& row : m_rows)
+        rows.append(rowObject(m_columns, row));
     return QString::fromUtf8(QJsonDocument(rows).toJson(QJsonDocument::Compact));
+}
+
+QStringList Table::toTextOfOne() const
+{
+    int width = 0;
+    for (const Column& column : m_columns)
+        width = qMax(width, int(column.title.size()));
+    QStringList lines;
+    for (int c = 0; c < m_columns.size(); ++c) {
+        if (!m_columns.at(c).title.isEmpty())
+            lines.append(m_columns.at(c).title.leftJustified(width + 2) + cellText(m_rows.value(0).value(c)));
+    }
+    return lines;
+}
+
+QString Table::toJsonOfOne() const
+{
+    return QString::fromUtf8(QJsonDocument(rowObject(m_columns, m_rows.value(0))).toJson(QJsonDocument::Compact));
 }

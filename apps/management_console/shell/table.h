@@ -29,11 +29,17 @@ public:
 
     int rowCount() const { return m_rows.size(); }
     int columnCount() const { return m_columns.size(); }
+    QString key(int column) const { return m_columns.at(column).key; }
     QString title(int column) const { return m_columns.at(column).title; }
+    /// The value as it is, line feeds included.
     QString text(int row, int column) const;
 
     QStringList toText(bool colour) const;
     QString toJson() const;
+
+    /// Of a table with one row: a line for each column, and an object instead of an array.
+    QStringList toTextOfOne() const;
+    QString toJsonOfOne() const;
 
 private:
     QVector<Column> m_columns;

@@ -1,0 +1,122 @@
+#include "commands/model_command.h"
+#include "commands/trial_installation.h"
+
+#include <server/model/sql_access_control.h>
+
+namespace {
+
+constexpr int mostUsers = 1000000;
+constexpr int mostDoors = 100000;
+constexpr int mostGroups = 10000;
+
+class DatabaseCommand : public ModelCommand
+{
+public:
+    using ModelCommand::ModelCommand;
+
+    const std::vector<Verb>& verbs() const override
+    {
+        static const std::vector<Verb> table = {
+            {"info", "", "where the installation is kept, and how much is in it", &startVerb<&DatabaseCommand::info>},
+            {"check", "", "looks for faults in all of it", &startVerb<&DatabaseCommand::check>},
+            {"backup", "FILE", "copies it to a new file, while it is in use", &startVerb<&DatabaseCommand::backup>},
+            {"fill", "", "adds users, doors and groups to try things with", &startVerb<&DatabaseCommand::fill>,
+             &addFillOptions},
+        };
+        return table;
+    }
+
+private:
+    static void addFillOptions(AppOptions& options)
+    {
+        const TrialInstallation usual;
+        const auto add = [&](const char* name, const char* text, int number) {
+            options.addValue(QLatin1String(name), QStringLiteral("N"), QLatin1String(text), QString::number(number));
+        };
+        add("users", "of ten properties and a card each, in five groups", usual.users);
+        add("doors", "in buildings of five floors", usual.doors);
+        add("groups", "with rights at up to 100 doors each", usual.groups);
+    }
+
+    void info(AppOptions&)
+    {
+        QVariantMap row;
+        CModelReader::Page page;
+        if (!read(
+                [&](const CModelReader& reader) {
+                    row = reader.counts();
+                    return CModelReader::Page();
+                },
+                page))
+            return;
+        const CDatabase* database = model()->database();
+        row.insert(QStringLiteral("location"), database->location());
+        row.insert(QStringLiteral("backend"), database->backend());
+        row.insert(QStringLiteral("version"), database->version());
+        QVector<Table::Column> columns;
+        QVariantList values;
+        for (const char* key : {"location", "backend", "version", "users", "groups", "doors", "devices", "media",
+                                "codes", "schedules", "holidays", "rights", "logins"}) {
+            QString title = QLatin1String(key);
+            title[0] = title.at(0).toUpper();
+            columns.append({QLatin1String(key), title});
+            values.append(row.value(QLatin1String(key)));
+        }
+        Table table(columns);
+        table.addRow(values);
+        printOne(table);
+        done();
+    }
+
+    void check(AppOptions&)
+    {
+        CSqlAccessControl* installation = model();
+        if (!installation)
+            return;
+        output().progress(QStringLiteral("reading all of it"));
+        const QStringList faults = installation->database()->check();
+        output().lines(faults);
+        if (!faults.isEmpty())
+            return fail(QStringLiteral("%1 is damaged: %2 faults")
+                            .arg(installation->database()->location())
+                            .arg(faults.size()));
+        output().line(QStringLiteral("%1 is in order.").arg(installation->database()->location()));
+        done();
+    }
+
+    void backup(AppOptions& options)
+    {
+        CSqlAccessControl* installation = model();
+        if (!installation)
+            return;
+        const QString file = options.positional().constFirst();
+        if (!installation->database()->backup(file))
+            return fail(installation->database()->errorString());
+        output().line(QStringLiteral("Wrote %1.").arg(file));
+        done();
+    }
+
+    void fill(AppOptions& options)
+    {
+        TrialInstallation trial;
+        trial.users = options.number(QStringLiteral("users"), 0, mostUsers);
+        trial.doors = options.number(QStringLiteral("doors"), 0, mostDoors);
+        trial.groups = options.number(QStringLiteral("groups"), 0, mostGroups);
+        if (!options.error().isEmpty())
+            return;
+        const QStringList said{QStringLiteral("Added %1 users, %2 doors and %3 groups.")
+                                   .arg(trial.users)
+                                   .arg(trial.doors)
+                                   .arg(trial.groups)};
+        change(
+            [&](CSqlAccessControl& model) {
+                return trial.add(model, [this](const QString& text) { output().progress(text); });
+            },
+            &said);
+    }
+};
+
+} // namespace
+
+extern const CommandEntry databaseCommand = {"database", "Looks after the place where the installation is kept.",
+                                             &makeCommand<DatabaseCommand>};

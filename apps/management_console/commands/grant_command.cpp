@@ -1,0 +1,110 @@
+// Who may pass which door: rights are given and taken away.
+#include "commands/model_command.h"
+#include "commands/time_text.h"
+
+#include <foundation/datatypes/data_type.h>
+#include <server/model/sql_access_control.h>
+
+namespace {
+
+class GrantCommand : public ModelCommand
+{
+public:
+    using ModelCommand::ModelCommand;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addPositional(QStringLiteral("USER-OR-GROUP DOOR..."),
+                              QStringLiteral("prints the ids of the rights, one line a door"));
+        options.addValue(QStringLiteral("schedule"), QStringLiteral("NAME"),
+                         QStringLiteral("only at these times; without one always"));
+        options.addValue(QStringLiteral("from"), QStringLiteral("T"),
+                         QStringLiteral("first moment: 2026-11-22T03:10 or a date, which is its begin"));
+        options.addValue(QStringLiteral("to"), QStringLiteral("T"),
+                         QStringLiteral("last moment; of a date it is the end of the day"));
+        options.addSwitch(QStringLiteral("online"), QStringLiteral("the door asks the server each time"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        const QStringList words = options.positional();
+        QVariantMap right;
+        if (!readPeriod(options, right))
+            return;
+        if (options.isSet(QStringLiteral("online")))
+            right.insert(QStringLiteral("options"), uint(CDataType::AccessRightOptionOnlineAccess));
+        CItemId holder;
+        QList<CItemId> doors;
+        if (!find(Named::UserOrGroup, words.constFirst(), holder) || !findAll(Named::Door, words.mid(1), doors))
+            return;
+        if (options.isSet(QStringLiteral("schedule"))) {
+            CItemId schedule;
+            if (!find(Named::Schedule, options.value(QStringLiteral("schedule")), schedule))
+                return;
+            right.insert(QStringLiteral("timeProfileId"), schedule.value());
+        }
+        QStringList rights;
+        change(
+            [&](CSqlAccessControl& model) {
+                for (const CItemId door : qAsConst(doors)) {
+                    const CItemId id = model.addAccessRight(holder, door, right);
+                    if (id == CItemId())
+                        return false;
+                    rights.append(QString::number(id.value()));
+                }
+                return true;
+            },
+            &rights);
+    }
+
+private:
+    static bool readPeriod(AppOptions& options, QVariantMap& right)
+    {
+        std::optional<qint64> bounds[2];
+        const auto readBound = [&](const char* option, const char* property, CAccessTimeZone::DayEdge edge, int index) {
+            const QString name = QLatin1String(option);
+            if (!options.isSet(name))
+                return true;
+            bounds[index] = TimeText::consoleZone().instantFromText(options.value(name), edge);
+            if (!bounds[index]) {
+                options.setError(TimeText::mistake(QLatin1String("--") + name, options.value(name)));
+                return false;
+            }
+            right.insert(QLatin1String(property), QDateTime::fromSecsSinceEpoch(*bounds[index]));
+            return true;
+        };
+        if (!readBound("from", "validFrom", CAccessTimeZone::DayEdge::Begin, 0)
+            || !readBound("to", "validTo", CAccessTimeZone::DayEdge::End, 1))
+            return false;
+        if (bounds[0] && bounds[1] && *bounds[1] < *bounds[0])
+            options.setError(QStringLiteral("--to lies before --from"));
+        return options.error().isEmpty();
+    }
+};
+
+class RevokeCommand : public ModelCommand
+{
+public:
+    using ModelCommand::ModelCommand;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addPositional(QStringLiteral("USER-OR-GROUP DOOR..."),
+                              QStringLiteral("takes away all rights of that user or group there; what a user has by a "
+                                             "group stays"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        const QStringList words = options.positional();
+        CItemId holder;
+        QList<CItemId> doors;
+        if (find(Named::UserOrGroup, words.constFirst(), holder) && findAll(Named::Door, words.mid(1), doors))
+            change([&](CSqlAccessControl& model) { return model.deleteAccessPointsOfUser(doors, holder); });
+    }
+};
+
+} // namespace
+
+extern const CommandEntry grantCommand = {"grant", "Lets a user or a group through doors.", &makeCommand<GrantCommand>};
+extern const CommandEntry revokeCommand = {"revoke", "Takes such rights away.", &makeCommand<RevokeCommand>};
