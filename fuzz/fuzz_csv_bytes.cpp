@@ -1,13 +1,37 @@
 // CSV files of unknown encoding.
 #include "fuzz_support.h"
 
+#include <foundation/formats/csv_reader.h>
 #include <foundation/formats/csv_writer.h>
 
 #include <algorithm>
 
+namespace {
+
+// Nothing is larger than the file, lines count up, and what ends a file early is told.
+void readRecords(const QByteArray& bytes)
+{
+    CCsvReader reader(bytes);
+    QStringList fields;
+    qint64 size = 0;
+    int line = 0;
+    while (reader.readRecord(&fields)) {
+        FUZZ_CHECK(!fields.isEmpty() && reader.line() > line);
+        line = reader.line();
+        for (const QString& field : fields)
+            size += field.size() + 1;
+    }
+    FUZZ_CHECK(size <= bytes.size() + 1);
+    FUZZ_CHECK(reader.line() <= bytes.size() + 1 && reader.percent() <= 100);
+    FUZZ_CHECK(!reader.readRecord(&fields) && fields.isEmpty());
+}
+
+} // namespace
+
 FUZZ_TARGET(csv_bytes)
 {
     const QByteArray bytes = input.rest();
+    readRecords(bytes);
     const QString text = CCsvWriter::decodeBytes(bytes);
     FUZZ_CHECK(text.size() <= bytes.size());
 

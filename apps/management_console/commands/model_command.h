@@ -43,5 +43,5 @@ protected:
 /// Commands that enter somebody who may pass a door, to learn from.
 QStringList firstSteps();
 
-/// How a cell is shown: an instant with its offset, an id as text, a flag as it is.
+/// A value of a row as tables show it: an instant with its offset, an id as text, a flag as it is.
 QVariant shownValue(const QVariant& value);

@@ -94,7 +94,7 @@ bool TrialInstallation::add(CSqlAccessControl& model, const std::function<void(c
                    == CItemId())
             return false;
         for (int membership = 0; membership < qMin(groupsOfUser, groups); ++membership)
-            members[(i + membership * (groups / groupsOfUser + 1)) % groups].append(user);
+            members[(i + membership) % groups].append(user);
     }
     for (int i = 0; i < groups; ++i) {
         progress(QStringLiteral("%1 of %2 groups").arg(i).arg(groups));

@@ -156,6 +156,8 @@ private:
         const QStringList known = m_model.getPropertyNames(usersGroups);
         for (const QString& title : header) {
             const Field field = fieldOf(title.trimmed(), known);
+            if (field.meaning == Field::Property && m_never.contains(field.name))
+                return fail(m_file.line(), QStringLiteral("\"%1\" cannot be set").arg(title));
             if (!field.name.isEmpty() && isTaken(field))
                 return fail(m_file.line(), QStringLiteral("the column \"%1\" stands there twice").arg(title));
             m_fields.append(field);
@@ -442,6 +444,9 @@ private:
     CModelReader m_reader;
     CCsvReader m_file;
     Progress m_progress;
+    // Properties that an item has from elsewhere.
+    const QStringList m_never{QStringLiteral("id"),       QStringLiteral("class"),   QStringLiteral("label"),
+                              QStringLiteral("location"), QStringLiteral("Members"), QStringLiteral("Access Points")};
     QVector<Field> m_fields;
     QHash<qint64, int> m_lines; // where a known user stands
     QHash<QPair<int, QString>, QList<CItemId>> m_named;
