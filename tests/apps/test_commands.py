@@ -39,7 +39,7 @@ class Commands(unittest.TestCase):
         return json.loads(out.splitlines()[-1])
 
     def test_installation(self):
-        rows = self.table('users add "Grete M\u00fcller"\ngroups join 42 75\nmedia give 56 75\nusers')
+        rows = self.table('users add "Grete M\u00fcller"\ngroups join 42 75\nmedia give 75 56\nusers')
         self.assertEqual([row["label"] for row in rows][-1:], ["Grete M\u00fcller"])
         self.assertEqual((rows[-1]["groups"], rows[-1]["media"]), (["Facility Management"], ["100206"]))
         rows = self.table("users delete 31\ngroups leave 41 32\ngroups")
@@ -47,7 +47,7 @@ class Commands(unittest.TestCase):
         self.assertNotIn("Ben Costa", rows[0]["users"])
         self.assertEqual([row["user"] for row in self.table("users delete 31\nmedia")][0], "")
         self.assertIn({"value": 41, "text": "Network Gateway"}, self.table("mapping DeviceType"))
-        for command in ("users delete 99", "groups join 99 31", "groups join 41 41", "media give 99 31", "mapping Nonsense", "users fly"):
+        for command in ("users delete 99", "groups join 99 31", "groups join 41 41", "media give 31 99", "mapping Nonsense", "users fly"):
             code, _, error = console(*command.split())
             self.assertNotEqual(code, 0, command)
             self.assertEqual(error.count("\n"), 1, command)
