@@ -6,8 +6,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
 
-#include <benchmark/benchmark.h>
-#include <sqlite3.h>
+#include "sqlite_peer.h"
 
 #include <map>
 #include <memory>
@@ -29,7 +28,7 @@ struct Installation
         fill.groups = 50;
         QString error;
         if (!model.open(path) || !fill.run(&model, &error))
-            throw std::runtime_error((model.errorString() + error).toStdString());
+            throw std::runtime_error(QString(model.errorString() + error).toStdString());
         if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK)
             throw std::runtime_error("sqlite3_open");
         sqlite3_exec(database, "PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON; PRAGMA cache_size=-16384", nullptr,
@@ -54,39 +53,6 @@ Installation& installation(int users)
         entry = std::make_unique<Installation>(users);
     return *entry;
 }
-
-class Statement
-{
-public:
-    Statement(sqlite3* database, const char* sql)
-    {
-        if (sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &m_statement, nullptr) != SQLITE_OK)
-            throw std::runtime_error(sqlite3_errmsg(database));
-    }
-    ~Statement() { sqlite3_finalize(m_statement); }
-    void bind(int place, qint64 value) { sqlite3_bind_int64(m_statement, place, value); }
-    void bind(int place, const std::string& value)
-    {
-        sqlite3_bind_text(m_statement, place, value.c_str(), int(value.size()), SQLITE_TRANSIENT);
-    }
-    // Reads all rows; the first column of the last one.
-    qint64 run()
-    {
-        qint64 result = 0;
-        while (sqlite3_step(m_statement) == SQLITE_ROW) {
-            result = sqlite3_column_int64(m_statement, 0);
-            for (int column = 0; column < sqlite3_column_count(m_statement); ++column) {
-                const unsigned char* text = sqlite3_column_text(m_statement, column);
-                benchmark::DoNotOptimize(std::string(text != nullptr ? reinterpret_cast<const char*>(text) : ""));
-            }
-        }
-        sqlite3_reset(m_statement);
-        return result;
-    }
-
-private:
-    sqlite3_stmt* m_statement = nullptr;
-};
 
 const char findSql[] =
     "SELECT w.item FROM property_value w CROSS JOIN item i ON i.id=w.item WHERE w.property=(SELECT id FROM "

@@ -248,8 +248,8 @@ class Soak:
                 os.remove(f"{self.dir}/{name}")
         self.make_certificates()
         os.environ["KYR_CONSOLE_SERVE_TOKEN"] = TOKEN
-        self.console = Running("kyr_console", "--socket", f"{self.sockets}/console", "--log-file", "none", "serve",
-                               "--port", 0, "--json", "--ping", 2, "--certificate", f"{self.certificates}/console.pem",
+        self.console = Running("kyr_console", "--database", "memory", "--socket", f"{self.sockets}/console", "--log-file", "none",
+                               "serve", "--port", 0, "--json", "--ping", 2, "--certificate", f"{self.certificates}/console.pem",
                                "--key", f"{self.certificates}/console.key", "--system", SYSTEM)
         self.port = json.loads(self.console.until('{"port"'))["port"]
         size = -(-self.devices // GROUPS)

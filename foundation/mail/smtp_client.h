@@ -60,7 +60,7 @@ public:
     bool checkServerSettings();
 
     /// Why a list of recipients as a person typed it is refused, for example "\"bad\" is no mail address"; empty when
-    /// each has the form local@domain. Runs are less strict: they leave it to the server what an address is.
+    /// each has the form `local@domain`. Runs are less strict: they leave it to the server what an address is.
     static QString addressFault(const QString& addresses);
     /// What the system says about the connection that could not be made or was lost in the last run, for example that
     /// the host was not found; empty when the run ended otherwise. A run's error does not name it.

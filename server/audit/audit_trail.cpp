@@ -378,6 +378,9 @@ bool CAuditTrail::Private::forEach(const std::function<bool(const AuditRecord&, 
             atSeq = record.seq;
             ++read;
         }
+        // Not the end, but a page that could not be read.
+        if (!find.isGood())
+            return failInDatabase();
     }
     return true;
 }

@@ -8,9 +8,31 @@ namespace {
 
 using Place = QPair<qint64, qint64>; // chain and number
 
+// Whether a column says what the payload has under this name, as a look at its bytes can tell where no object is within
+// another and nothing is escaped: this name, its quotes and a colon then stand nowhere else.
+bool surelyFits(const QByteArray& payload, const QByteArray& name, const QByteArray& value)
+{
+    const QByteArray key = '"' + name + "\":";
+    if (value.isEmpty())
+        return !payload.contains(key);
+    for (const char c : value) {
+        if (c < ' ' || c > '~' || c == '"' || c == '\\')
+            return false;
+    }
+    return payload.contains(key + '"' + value + '"');
+}
+
 // Whether the columns that queries use say what the payload says.
 bool columnsFit(const AuditRecord& record, const SqlStatement& row)
 {
+    const QByteArray& payload = record.payload;
+    const bool plain = payload.startsWith('{') && payload.indexOf('{', 1) < 0 && !payload.contains('\\');
+    if (plain && surelyFits(payload, QByteArrayLiteral("accessPoint"), row.text(8).toUtf8())
+        && surelyFits(payload, QByteArrayLiteral("user"), row.text(9).toUtf8())
+        && surelyFits(payload, QByteArrayLiteral("medium"), row.text(10).toUtf8())
+        && surelyFits(payload, QByteArrayLiteral("operator"), row.text(11).toUtf8()))
+        return true;
+    // Reading all of it takes several times as long.
     const QJsonObject details = record.details();
     const auto text = [&details](const char* name) { return details.value(QLatin1String(name)).toString(); };
     return row.text(8) == text("accessPoint") && row.text(9) == text("user") && row.text(10) == text("medium")
