@@ -26,9 +26,11 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND KYR_BUILD_APPS)
     set(documents ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_development})
     install(FILES CHANGELOG.md DESTINATION ${documents} COMPONENT development)
     install(DIRECTORY docs examples DESTINATION ${documents} COMPONENT development
-        PATTERN Doxyfile EXCLUDE PATTERN tools.md EXCLUDE PATTERN deployment.md EXCLUDE)
-    install(FILES docs/tools.md docs/deployment.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_tools}
-        COMPONENT tools)
+        PATTERN Doxyfile EXCLUDE PATTERN tools.md EXCLUDE PATTERN deployment.md EXCLUDE PATTERN audit.md EXCLUDE)
+    set(documents ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_tools})
+    install(FILES docs/tools.md docs/deployment.md docs/audit.md DESTINATION ${documents} COMPONENT tools)
+    # Auditors take it elsewhere: it needs nothing of this system.
+    install(PROGRAMS scripts/audit_verify.py DESTINATION ${documents}/examples COMPONENT tools)
 
     install(FILES ${kyr_packaging}/kyr-console.service DESTINATION /lib/systemd/system COMPONENT tools)
     # Only root reads it: it may hold the token of notification clients.
@@ -95,7 +97,7 @@ else()
 endif()
 set(CPACK_COMPONENT_SERVER_DESCRIPTION "server library of the access-control system
 The model of an installation in a database: users, groups, doors, media,
-rights, schedules, logins and sessions.")
+rights, schedules, logins and sessions; and the trail of what happened in it.")
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/server/shlibs CONTENT
 "libkyr_server @PROJECT_VERSION_MAJOR@ @kyr_package_server@ (>= @PROJECT_VERSION@)
 " @ONLY)

@@ -49,14 +49,14 @@ TARGETS = [
     ("firmware", "64", "memcpy", 1.5),
     ("device_category", None, "array look-up", 2.0),
     ("device_text", None, "array look-up", 2.0),
+    ("audit_append", "1", "sqlite3", 1.5),
+    ("audit_append", "100", "sqlite3", 1.5),
+    ("audit_verify", "100000", "sqlite3", 6.0),
     ("model_user_by_filter", "100000", "sqlite3", 3.0),
     ("model_property", "100000", "sqlite3", 2.5),
     ("model_read_all", "10000", "sqlite3", 4.5),
     ("model_set_property", "10000", "sqlite3", 1.3),
     ("model_fill", "10000", "sqlite3", 2.0),
-    ("audit_append", "1", "sqlite3", 1.5),
-    ("audit_append", "100", "sqlite3", 1.5),
-    ("audit_verify", "100000", "sqlite3", 6.0),
     ("device_roles", None, "array look-up", 2.0),
 ]
 LIMITS = [("notification_few_of_many/ours/100000/10", 50e3)]  # nanoseconds
