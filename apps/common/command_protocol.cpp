@@ -49,7 +49,7 @@ bool LineBuffer::take(QByteArray& line)
 
 QByteArray LineBuffer::takeRest()
 {
-    const QByteArray rest = m_data.mid(m_begin);
+    QByteArray rest = m_data.mid(m_begin);
     m_data.clear();
     m_begin = m_scanned = 0;
     return rest;

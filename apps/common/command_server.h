@@ -19,9 +19,9 @@ class CommandClient : public QObject
 
 public:
     /// A client that lets more than this stand unread is dropped.
-    static constexpr qint64 mostUnread = 256 * 1024 * 1024;
+    static constexpr qint64 mostUnread = 0x10000000;
     /// News are for those who read: with more than this unread they are left out.
-    static constexpr qint64 mostUnreadForNews = 64 * 1024;
+    static constexpr qint64 mostUnreadForNews = 0x10000;
 
     /// Takes the socket over.
     CommandClient(QLocalSocket* socket, QObject* parent);

@@ -218,10 +218,7 @@ CAccessFacts SqlAccessFacts::ofUserAtDoor(CItemId user, CItemId accessPoint)
                 builder.addGrant(place, addRight(&builder, rights));
             look(rights);
         }
-        SqlStatement credentials(m_database, AccessFactsSql::credentialsOfUser());
-        credentials.bind(userId).bind(userId).exec();
-        addCredentials(&builder, &credentials);
-        look(credentials);
+        readCredentials(&builder, userId);
     }
     look(person);
     return finish(&builder);
@@ -241,10 +238,7 @@ CAccessFacts SqlAccessFacts::ofUser(CItemId user)
             builder.addGrant(place, addRight(&builder, rights));
         }
         look(rights);
-        SqlStatement credentials(m_database, AccessFactsSql::credentialsOfUser());
-        credentials.bind(userId).bind(userId).exec();
-        addCredentials(&builder, &credentials);
-        look(credentials);
+        readCredentials(&builder, userId);
     }
     look(person);
     return finish(&builder);
@@ -290,6 +284,14 @@ CAccessFacts SqlAccessFacts::ofDoor(CItemId accessPoint)
     addCredentials(&builder, &credentials);
     look(credentials);
     return finish(&builder);
+}
+
+void SqlAccessFacts::readCredentials(AccessFactsBuilder* builder, qint64 userId)
+{
+    SqlStatement credentials(m_database, AccessFactsSql::credentialsOfUser());
+    credentials.bind(userId).bind(userId).exec();
+    addCredentials(builder, &credentials);
+    look(credentials);
 }
 
 void SqlAccessFacts::describeSchedules(AccessFactsBuilder* builder)

@@ -21,6 +21,7 @@ public:
     QString errorString() const override { return m_error; }
 
 private:
+    void readCredentials(AccessFactsBuilder* builder, qint64 userId);
     void describeSchedules(AccessFactsBuilder* builder);
     /// What stands in the builder, unless a statement has failed.
     CAccessFacts finish(AccessFactsBuilder* builder);
