@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr int endMs = 1000;             // for a process that was killed, which takes none
-constexpr int feedingMs = 20;           // of the event loop, at a time
-constexpr qint64 fedAhead = 512 * 1024; // bytes that wait for the helper
-constexpr int longestWordLine = 4096;   // of the helper's standard error
+constexpr int endMs = 1000;                     // for a process that was killed, which takes none
+constexpr int feedingMs = 20;                   // of the event loop, at a time
+constexpr qint64 fedAhead = qint64(512) * 1024; // bytes that wait for the helper
+constexpr int longestWordLine = 4096;           // of the helper's standard error
 constexpr int mostFonts = 50;
-constexpr qint64 pdfBase = 64 * 1024 * 1024; // more than a report has, fonts included...
-constexpr qint64 pdfPerUser = 256 * 1024;    // ...and more for each user
-constexpr qint64 pdfMost = 1024 * 1024 * 1024;
+constexpr qint64 pdfBase = qint64(64) * 1024 * 1024; // more than a report has, fonts included...
+constexpr qint64 pdfPerUser = qint64(256) * 1024;    // ...and more for each user
+constexpr qint64 pdfMost = qint64(1024) * 1024 * 1024;
 
 QString helperProgram()
 {

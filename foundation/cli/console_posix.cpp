@@ -11,7 +11,7 @@ namespace {
 // else, a socket perhaps or the event loop's own; only a terminal was put there on purpose.
 struct StandardDescriptors
 {
-    bool closedAtStart[3];
+    bool closedAtStart[3] = {};
 
     StandardDescriptors()
     {

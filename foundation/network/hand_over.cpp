@@ -79,16 +79,16 @@ MessageBacklog::MessageBacklog(QWebSocket* webSocket, qint64 limit)
         keep(message.size(), [message](QWebSocket* socket) { Q_EMIT socket->binaryMessageReceived(message); });
     });
     connect(webSocket, &QWebSocket::textMessageReceived, this, [this](const QString& message) {
-        const auto size = qint64(message.size() * sizeof(QChar));
+        const auto size = qint64(message.size()) * qint64(sizeof(QChar));
         keep(size, [message](QWebSocket* socket) { Q_EMIT socket->textMessageReceived(message); });
     });
 }
 
-void MessageBacklog::keep(qint64 size, std::function<void(QWebSocket*)> announce)
+void MessageBacklog::keep(qint64 size, const std::function<void(QWebSocket*)>& announce)
 {
     m_room -= size + costOfMessage;
     if (m_room >= 0) {
-        m_messages.append(std::move(announce));
+        m_messages.append(announce);
         return;
     }
     m_messages.clear();

@@ -90,7 +90,7 @@ public:
 
 private:
     MessageBacklog(QWebSocket* webSocket, qint64 limit);
-    void keep(qint64 size, std::function<void(QWebSocket*)> announce);
+    void keep(qint64 size, const std::function<void(QWebSocket*)>& announce);
 
     QWebSocket* m_webSocket;
     qint64 m_room;

@@ -183,7 +183,7 @@ public:
         for (int i = 0; i < doors; ++i)
             facts.accessPoints.append({1 + i, "door", !oneIn(12), 0});
         for (int i = 0; i < users; ++i) {
-            facts.users.append({101 + i, "user", !oneIn(12), facts.credentials.size(), below(3)});
+            facts.users.append({101 + i, "user", !oneIn(12), int(facts.credentials.size()), below(3)});
             for (int k = 0; k < facts.users.last().credentialCount; ++k)
                 facts.credentials.append({1000 - facts.credentials.size(), "card", !oneIn(5), period(around)});
         }

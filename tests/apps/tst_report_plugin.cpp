@@ -138,8 +138,8 @@ private Q_SLOTS:
             return bytes;
         };
         QVERIFY(pdf.contains(utf16("R & D")) && !pdf.contains(utf16("amp;")));
-        QCOMPARE(pdf.count("/Parent " + pdf.mid(pdf.indexOf("/Outlines ") + 10, 4).simplified().split(' ')[0] + " 0 R"),
-                 5); // bookmarks
+        const QByteArray outlines = pdf.mid(pdf.indexOf("/Outlines ") + 10, 4).simplified().split(' ')[0];
+        QCOMPARE(int(pdf.count(QByteArray("/Parent " + outlines + " 0 R"))), 5); // bookmarks
     }
 
     void missingFonts()

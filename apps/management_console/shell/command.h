@@ -16,11 +16,11 @@ class Command;
 /// the command does without one.
 struct Verb
 {
-    const char* name;
+    const char* name = "";
     /// As shown in the help, and checked: "GROUP USER...", "LABEL [KEY=VALUE...]".
-    const char* arguments;
-    const char* summary;
-    void (*start)(Command& command, AppOptions& options);
+    const char* arguments = "";
+    const char* summary = "";
+    void (*start)(Command& command, AppOptions& options) = nullptr;
     void (*addOptions)(AppOptions& options) = nullptr;
 };
 
