@@ -71,5 +71,6 @@ struct KYR_SERVER_EXPORT AuditRecord
     /// The payload as an object; empty when it was erased.
     QJsonObject details() const;
 
+    static QByteArray sha256(const QByteArray& bytes);
     static QByteArray firstPrevious() { return QByteArray(32, '\0'); }
 };

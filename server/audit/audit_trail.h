@@ -45,9 +45,9 @@ public:
     {
         CItemId accessPoint{}; ///< 0 for all, here and below
         CItemId user{};
-        QList<AuditKind> kinds{};     ///< empty for all
-        qint64 from = 0;              ///< ms since 1970 UTC, included
-        qint64 to = 0;                ///< included; 0 for no end
+        QList<AuditKind> kinds{}; ///< empty for all
+        qint64 from = 0;          ///< ms since 1970 UTC, included
+        qint64 to = 0;            ///< included; 0 for no end
     };
 
     struct Fault

@@ -1,6 +1,5 @@
 #include <server/audit/audit_trail_p.h>
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QHash>
 #include <QtCore/QJsonDocument>
 
@@ -94,8 +93,7 @@ CAuditTrail::Report CAuditTrail::verify(const QList<AuditHead>& kept, const std:
             previous.clear();
         }
         // One fault a record: the first thing that is wrong explains the others.
-        if (!record.payload.isNull()
-            && QCryptographicHash::hash(record.payload, QCryptographicHash::Sha256) != record.payloadHash)
+        if (!record.payload.isNull() && AuditRecord::sha256(record.payload) != record.payloadHash)
             fault(chain, seq, QStringLiteral("the payload was changed"));
         else if (!previous.isEmpty() && record.expectedHash(previous) != record.hash)
             fault(chain, seq,
