@@ -60,7 +60,8 @@ bool hasGlyphs(const QString& text, const QFont& font)
     layout.endLayout();
     const QList<QGlyphRun> runs = layout.glyphRuns();
     return !runs.isEmpty() && std::all_of(runs.cbegin(), runs.cend(), [](const QGlyphRun& run) {
-        return !run.rawFont().familyName().isEmpty() && !run.glyphIndexes().contains(0);
+        // The boxes that stand in for a missing font have no tables. (Their name Qt 6 must not be asked for.)
+        return !run.rawFont().fontTable("head").isEmpty() && !run.glyphIndexes().contains(0);
     });
 }
 
