@@ -24,7 +24,8 @@ QByteArray record(const QByteArray& payload)
 QByteArray payloadOf(const QByteArray& line)
 {
     const QByteArray payload = line.mid(checksumSize + 1);
-    return line.startsWith(checksum(payload) + ' ') ? payload : QByteArray();
+    const QByteArray begin = checksum(payload) + ' ';
+    return line.startsWith(begin) ? payload : QByteArray();
 }
 
 qint64 numberOf(const QByteArray& text)
