@@ -24,6 +24,11 @@ CDeviceService::CDeviceService(CDoorController* controller, QObject* parent)
 
 CDeviceService::~CDeviceService() = default;
 
+void CDeviceService::setController(CDoorController* controller)
+{
+    m_controller = controller;
+}
+
 IDeviceOperation* CDeviceService::createDeviceOperation(const QString& name, QVariantMap& params)
 {
     const CDeviceId device = deviceOf(params);

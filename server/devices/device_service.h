@@ -30,9 +30,10 @@ public:
     /// Milliseconds.
     static constexpr int operationWait = 60000;
 
-    /// The controller is not taken over; without it nothing can be made any more.
+    /// The controller is not taken over; without it nothing can be made.
     explicit CDeviceService(CDoorController* controller, QObject* parent = nullptr);
     ~CDeviceService() override;
+    void setController(CDoorController* controller);
 
     IDeviceOperation* createDeviceOperation(const QString& name, QVariantMap& params) override;
     void startDeviceOperation(IDeviceOperation* operation) override;

@@ -202,7 +202,12 @@ void CDoorController::Private::compileNext()
         const CDeviceId device = dirty.takeFirst();
         if (Session* session = find(device)) {
             compile(*session);
+            QPointer<CDoorController> guard(q);
             checkUpToDate(device);
+            if (guard)
+                Q_EMIT guard->statusChanged(device);
+            if (!guard)
+                return;
         }
     }
     if (dirty.isEmpty())

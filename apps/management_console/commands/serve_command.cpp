@@ -3,6 +3,8 @@
 #include "server/server_certificate.h"
 #include "shell/command.h"
 
+#include <server/devices/door_controller.h>
+
 namespace {
 
 class ServeCommand : public Command
@@ -55,6 +57,8 @@ public:
             return fail(
                 QStringLiteral("already serving on port %1 (serve --stop ends that)").arg(session().server()->port()));
 
+        if (!model())
+            return;
         auto server = std::make_unique<DeviceServer>();
         QString error;
         QString warning;
@@ -109,13 +113,19 @@ private:
                      {QStringLiteral("lastHeard"), QStringLiteral("Last heard")},
                      {QStringLiteral("handshakeMs"), QStringLiteral("Handshake ms")},
                      {QStringLiteral("sent"), QStringLiteral("Sent")},
-                     {QStringLiteral("received"), QStringLiteral("Received")}});
+                     {QStringLiteral("received"), QStringLiteral("Received")},
+                     {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
+                     {QStringLiteral("revision"), {}},
+                     {QStringLiteral("fault"), {}}});
         const QList<DeviceLink*> links = server.links();
         for (const DeviceLink* link : links) {
             const DeviceLink::Identity& device = link->identity();
+            const CDoorController::Status status =
+                session().doors() ? session().doors()->status(device.id) : CDoorController::Status();
             table.addRow({device.id.toLabel(), device.type, deviceTypeName(device.type), device.system.toLabel(),
                           device.peer, isoTime(link->since()), isoTime(link->lastHeard()), device.handshakeMs,
-                          link->sent(), link->received()});
+                          link->sent(), link->receivedCount(), status.isUpToDate, QString::fromLatin1(status.revision),
+                          status.fault});
         }
         print(table);
     }

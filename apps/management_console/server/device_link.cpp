@@ -4,6 +4,7 @@
 #include <foundation/network/web_socket_connection.h>
 
 #include <QtCore/QJsonDocument>
+#include <QtCore/QPointer>
 #include <QtWebSockets/QWebSocket>
 
 namespace {
@@ -44,6 +45,12 @@ int DeviceLink::ask(QJsonObject question)
     return m_lastNumber;
 }
 
+void DeviceLink::send(const QByteArray& message)
+{
+    m_connection->sendData(message);
+    ++m_sent;
+}
+
 void DeviceLink::close()
 {
     m_connection->close();
@@ -53,6 +60,10 @@ void DeviceLink::onData(const QByteArray& data)
 {
     ++m_received;
     onHeard();
+    QPointer<DeviceLink> guard(this);
+    Q_EMIT received(data);
+    if (!guard)
+        return;
     const QJsonObject answer = CJsonText::read(data).object();
     Q_EMIT answered(answer.value(QLatin1String("id")).toInt(), answer);
 }

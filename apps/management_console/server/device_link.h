@@ -37,13 +37,17 @@ public:
     /// When a message or a sign of life came last.
     QDateTime lastHeard() const { return m_lastHeard; }
     int sent() const { return m_sent; }
-    int received() const { return m_received; }
+    int receivedCount() const { return m_received; }
 
     /// Sends a question and returns the number that its answer carries.
     int ask(QJsonObject question);
+    /// Sends a message that carries its own number, or none.
+    void send(const QByteArray& message);
     void close();
 
 Q_SIGNALS:
+    /// Each message, before answered().
+    void received(const QByteArray& message);
     void answered(int number, const QJsonObject& answer);
     /// The peer has gone, or was silent too long.
     void ended();

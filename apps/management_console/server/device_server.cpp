@@ -100,6 +100,8 @@ void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebS
     }
     m_links.insert(id.value(), link);
     connect(link, &DeviceLink::ended, this, [this, link] { onLinkEnded(link); });
+    connect(link, &DeviceLink::received, this,
+            [this, device](const QByteArray& message) { Q_EMIT messageReceived(device.id, message); });
     publish(QStringLiteral("came"), device);
     Q_EMIT deviceCame(device);
 }

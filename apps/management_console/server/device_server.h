@@ -45,6 +45,8 @@ public:
 
     bool start(const Settings& settings, QString& error);
     quint16 port() const;
+    /// The hub that those who watch are connected to.
+    CNotificationService* notifications() const { return m_notifications; }
     /// Clients that are logged in for notifications.
     int clients() const;
 
@@ -58,6 +60,7 @@ Q_SIGNALS:
     void deviceCame(const DeviceLink::Identity& device);
     void deviceLeft(const DeviceLink::Identity& device);
     void refused(const DeviceServer::Refusal& refusal);
+    void messageReceived(CDeviceId device, const QByteArray& message);
 
 private:
     void onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request);

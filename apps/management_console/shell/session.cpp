@@ -2,6 +2,7 @@
 
 #include "common/process_setup.h"
 #include "server/device_server.h"
+#include "server/door_links.h"
 #include "server/open_model.h"
 #include "shell/command.h"
 #include "shell/terminal.h"
@@ -15,6 +16,7 @@
 Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
     : m_commands(commands)
     , m_database(database.isEmpty() ? defaultDatabase() : database)
+    , m_deviceService(std::make_unique<CDeviceService>(nullptr))
 {
 }
 
@@ -52,7 +54,7 @@ CScriptService* Session::scripts(QString& error)
 {
     CSqlAccessControl* installation = model(error);
     if (installation && !m_scripts)
-        m_scripts = std::make_unique<CScriptService>(installation, nullptr);
+        m_scripts = std::make_unique<CScriptService>(installation, m_deviceService.get());
     return m_scripts.get();
 }
 
@@ -63,9 +65,16 @@ void Session::tell(const QString& text)
 
 void Session::setServer(std::unique_ptr<DeviceServer> server)
 {
+    m_doors.reset();
+    m_deviceService->setController(nullptr);
     m_server = std::move(server);
     if (!m_server)
         return;
+    QString error;
+    if (CSqlAccessControl* installation = model(error)) {
+        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, m_trail.get());
+        m_deviceService->setController(&m_doors->controller);
+    }
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
         tell(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
                  .arg(deviceTypeName(device.type), device.id.toLabel(), device.peer)
@@ -78,6 +87,11 @@ void Session::setServer(std::unique_ptr<DeviceServer> server)
         const QString device = refusal.device.isEmpty() ? QString() : QString(refusal.device + QLatin1Char(' '));
         tell(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
     });
+}
+
+CDoorController* Session::doors() const
+{
+    return m_doors ? &m_doors->controller : nullptr;
 }
 
 QString deviceTypeName(int type)

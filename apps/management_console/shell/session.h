@@ -7,10 +7,13 @@
 
 class CAuditTrail;
 class CModelAudit;
+class CDeviceService;
+class CDoorController;
 class CScriptService;
 class CSqlAccessControl;
 class DeviceServer;
 struct CommandEntry;
+struct ServedDoors;
 
 /// What all commands of one program share: what lives longer than a command, whoever gave it.
 class Session : public QObject
@@ -31,6 +34,8 @@ public:
     /// command, and who comes and goes is told.
     DeviceServer* server() const { return m_server.get(); }
     void setServer(std::unique_ptr<DeviceServer> server);
+    /// The doors of the devices that are served here; null when none are.
+    CDoorController* doors() const;
 
     /// The installation, opened when it is first asked for. Null with a reason when that fails; asked again it tries
     /// again.
@@ -56,8 +61,10 @@ private:
     std::unique_ptr<CSqlAccessControl> m_model;
     std::unique_ptr<CAuditTrail> m_trail;
     std::unique_ptr<CModelAudit> m_audit;
+    std::unique_ptr<CDeviceService> m_deviceService;
     std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
+    std::unique_ptr<ServedDoors> m_doors;
 };
 
 /// The name of a device type from the catalog.

@@ -1,0 +1,59 @@
+#include "commands/model_command.h"
+
+#include "common/process_setup.h"
+
+#include <foundation/access/lock_messages.h>
+#include <server/devices/door_controller.h>
+#include <server/model/sql_access_control.h>
+
+#include <QtCore/QPointer>
+
+namespace {
+
+// Opens a door by its device, and waits until the device says that it did.
+class OpenCommand : public ModelCommand
+{
+public:
+    using ModelCommand::ModelCommand;
+
+    void addOptions(AppOptions& options) override
+    {
+        options.addPositional(QStringLiteral("DOOR"));
+        options.addValue(QStringLiteral("seconds"), QStringLiteral("S"), QStringLiteral("how long it stays open"),
+                         QString::number(CLockOpen::defaultSeconds));
+        options.addValue(QStringLiteral("comment"), QStringLiteral("TEXT"), QStringLiteral("why, for the trail"));
+    }
+
+    void start(AppOptions& options) override
+    {
+        CLockOpen command;
+        command.seconds = options.number(QStringLiteral("seconds"), 1, CLockOpen::mostSeconds);
+        command.comment = options.value(QStringLiteral("comment"));
+        if (command.comment.size() > CLockOpen::longestText)
+            options.setError(QStringLiteral("--comment takes up to %1 characters").arg(CLockOpen::longestText));
+        if (!options.error().isEmpty())
+            return;
+        const QString name = options.positional().constFirst();
+        CItemId door;
+        if (!find(Named::Door, name, door))
+            return;
+        CDoorController* doors = session().doors();
+        if (!doors)
+            return fail(QStringLiteral("no devices are served here: ask the console that serves them (--attach)"));
+        const CDeviceId device = doors->deviceOf(door);
+        if (!device.isValid())
+            return fail(QStringLiteral("\"%1\" has no device (see: doors assign)").arg(name));
+        command.operatorName = processUserName().left(CLockOpen::longestText);
+        QPointer<OpenCommand> guard(this);
+        doors->command(device, command, [guard](const QString& error) {
+            if (guard && error.isEmpty())
+                guard->done();
+            else if (guard)
+                guard->fail(error);
+        });
+    }
+};
+
+} // namespace
+
+extern const CommandEntry openCommand = {"open", "Opens a door by its device.", &makeCommand<OpenCommand>};
