@@ -160,7 +160,7 @@ void DoorControllerTest::aCardAtADoor()
     Building b;
     CNotificationService hub;
     QStringList told;
-    hub.receiveMessage("ws", "x", "registerObserver", QVariantList{QVariant(QVariantList{"Access", "Devices"})});
+    hub.receiveMessage("ws", "registerObserver", {QVariant(QVariantList{"Access", "Devices"})}, 0);
     connect(&hub, &CNotificationService::messageTransmissionRequested, this,
             [&told](const QString&, const QString& method, const QVariantList& params) {
                 if (method == "notify")
