@@ -113,7 +113,9 @@ bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QStri
     if (kind == KindHoliday && name == QLatin1String("date")) {
         const QDate date =
             value->userType() == QMetaType::QDate ? value->toDate() : QDate::fromString(value->toString(), Qt::ISODate);
-        if (!date.isValid())
+        // Qt reads no further than the day.
+        const bool isWhole = value->userType() == QMetaType::QDate || value->toString() == date.toString(Qt::ISODate);
+        if (!date.isValid() || !isWhole)
             return refuse(errorString, name, "is a date such as 2026-12-25");
         *value = date;
     }

@@ -333,9 +333,11 @@ private:
 
     CItemId find(Named kind, const QString& name)
     {
+        const qint64 failures = m_model->database()->failures();
         ItemNames names(m_model);
         const CItemId id = names.find(kind, name);
-        m_error = names.error();
+        const bool isRead = m_model->database()->failures() == failures;
+        m_error = isRead ? names.error() : m_model->database()->errorString();
         return id;
     }
 

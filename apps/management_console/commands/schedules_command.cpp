@@ -1,0 +1,203 @@
+#include "commands/item_command.h"
+
+#include <server/model/sql_access_control.h>
+
+namespace {
+
+const QString calendars = QStringLiteral("HolidayCalendars");
+const QString calendarKey = QStringLiteral("calendar");
+const QString calendarIdKey = QStringLiteral("calendarId");
+
+/// Slots of a week, and whose holidays count.
+class SchedulesCommand : public ItemCommand
+{
+public:
+    SchedulesCommand(Session& session, Output& output)
+        : ItemCommand(session, output, Named::Schedule, "TimeProfiles")
+    {
+    }
+
+    const std::vector<Verb>& verbs() const override
+    {
+        static const std::vector<Verb> table = {
+            {"", "", "shows them", &startVerb<&SchedulesCommand::showAll>, &ListOptions::add},
+            {"add", "NAME SLOTS",
+             "makes one and prints its id: \"Mon-Fri 07:00-19:00; Sat 08:00-12:00; Holiday closed\"",
+             &startVerb<&SchedulesCommand::add>, &addCalendarOption},
+            {"set", "SCHEDULE KEY=VALUE...", "changes label=, slots= or calendar= (empty: no holidays)",
+             &startVerb<&SchedulesCommand::set>},
+            {"remove", "SCHEDULE...", "takes some away that no right names", &startVerb<&SchedulesCommand::remove>},
+        };
+        return table;
+    }
+
+private:
+    static void addCalendarOption(AppOptions& options)
+    {
+        options.addValue(calendarKey, QStringLiteral("NAME"),
+                         QStringLiteral("the holidays that count; without one no day is a holiday"));
+    }
+
+    void add(AppOptions& options)
+    {
+        const QStringList words = options.positional();
+        QVariantMap properties{{QStringLiteral("label"), words.at(0)}, {QStringLiteral("slots"), words.at(1)}};
+        if (words.at(0).trimmed().isEmpty())
+            return fail(QStringLiteral("a name must not be empty"));
+        CItemId calendar;
+        if (options.isSet(calendarKey)) {
+            if (!find(Named::Calendar, options.value(calendarKey), calendar))
+                return;
+            properties.insert(calendarIdKey, calendar.value());
+        }
+        QStringList made;
+        changeNamed(words.at(0), CItemId(), &made, [&](CSqlAccessControl& model) {
+            const CItemId id = model.createItem(m_collection, properties);
+            made.append(QString::number(id.value()));
+            return id != CItemId();
+        });
+    }
+
+    void set(AppOptions& options)
+    {
+        const QStringList words = options.positional();
+        QVariantMap properties;
+        CItemId schedule;
+        if (!readProperties(words.mid(1), properties, options) || !find(m_kind, words.constFirst(), schedule))
+            return;
+        if (properties.contains(calendarKey)) {
+            const QString name = properties.take(calendarKey).toString();
+            CItemId calendar;
+            if (!name.isEmpty() && !find(Named::Calendar, name, calendar))
+                return;
+            properties.insert(calendarIdKey, calendar.value());
+        }
+        // Without slots it would never open: that is "slots=" as much as in `add`.
+        if (properties.contains(QStringLiteral("slots")) && !properties.value(QStringLiteral("slots")).isValid())
+            properties.insert(QStringLiteral("slots"), QString());
+        changeNamed(properties.value(QStringLiteral("label")).toString(), schedule, nullptr,
+                    [&](CSqlAccessControl& model) {
+                        for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
+                            if (!model.setItemProperty(m_collection, property.key(), *property, schedule))
+                                return false;
+                        }
+                        return true;
+                    });
+    }
+
+    // A right names a schedule for good: two of one name would be taken for each other.
+    void changeNamed(const QString& name, CItemId own, const QStringList* result,
+                     const std::function<bool(CSqlAccessControl& model)>& work)
+    {
+        CSqlAccessControl* installation = model();
+        if (!installation)
+            return;
+        bool taken = false;
+        const bool changed = installation->changeAll([&] {
+            const QVariantList same =
+                installation->getModel(m_collection, {{QStringLiteral("label"), name}}, {QStringLiteral("id")});
+            for (const QVariant& other : same)
+                taken = taken || other.toMap().value(QStringLiteral("id")).toLongLong() != own.value();
+            return !taken && work(*installation);
+        });
+        if (!changed)
+            return fail(taken ? QStringLiteral("there is a schedule \"%1\" already").arg(name)
+                              : installation->errorString());
+        if (result)
+            output().lines(*result);
+        done();
+    }
+
+    void showAll(AppOptions& options)
+    {
+        CModelReader::Query query;
+        CModelReader::Page page;
+        if (readQuery(options, query)
+            && read([&](const CModelReader& reader) { return reader.schedules(query); }, page))
+            show(Table({{QStringLiteral("id"), QStringLiteral("Id")},
+                        {QStringLiteral("label"), QStringLiteral("Name")},
+                        {QStringLiteral("slots"), QStringLiteral("Slots")},
+                        {calendarKey, QStringLiteral("Calendar")}}),
+                 page);
+    }
+};
+
+/// Days of calendars.
+class HolidaysCommand : public ItemCommand
+{
+public:
+    HolidaysCommand(Session& session, Output& output)
+        : ItemCommand(session, output, Named::Holiday, "Holidays")
+    {
+    }
+
+    const std::vector<Verb>& verbs() const override
+    {
+        static const std::vector<Verb> table = {
+            {"", "", "shows them", &startVerb<&HolidaysCommand::showAll>, &ListOptions::add},
+            {"add", "CALENDAR DATE LABEL", "adds a day such as 2026-12-25 to a calendar, which is made at need",
+             &startVerb<&HolidaysCommand::add>},
+            {"remove", "HOLIDAY...", "takes some away", &startVerb<&HolidaysCommand::remove>},
+        };
+        return table;
+    }
+
+private:
+    void add(AppOptions& options)
+    {
+        const QStringList words = options.positional();
+        const QString name = words.at(0);
+        if (name.trimmed().isEmpty() || words.at(2).trimmed().isEmpty())
+            return fail(QStringLiteral("calendar and label must not be empty"));
+        CSqlAccessControl* installation = model();
+        if (!installation)
+            return;
+        // Looked for within the change: of two who make it at once one finds the other's.
+        QStringList made;
+        QString ambiguous;
+        const bool changed = installation->changeAll([&] {
+            ItemNames names(installation);
+            CItemId calendar = names.find(Named::Calendar, name);
+            if (names.isAmbiguous()) {
+                ambiguous = names.error();
+                return false;
+            }
+            if (calendar == CItemId())
+                calendar = installation->createItem(calendars, {{QStringLiteral("label"), name}});
+            const CItemId day = calendar != CItemId()
+                                    ? installation->createItem(m_collection, {{QStringLiteral("label"), words.at(2)},
+                                                                              {QStringLiteral("date"), words.at(1)},
+                                                                              {calendarIdKey, calendar.value()}})
+                                    : CItemId();
+            made.append(QString::number(day.value()));
+            return day != CItemId();
+        });
+        if (!ambiguous.isEmpty()) {
+            warn(ambiguous);
+            return done(2);
+        }
+        if (!changed)
+            return fail(installation->errorString());
+        output().lines(made);
+        done();
+    }
+
+    void showAll(AppOptions& options)
+    {
+        CModelReader::Query query;
+        CModelReader::Page page;
+        if (readQuery(options, query) && read([&](const CModelReader& reader) { return reader.holidays(query); }, page))
+            show(Table({{QStringLiteral("id"), QStringLiteral("Id")},
+                        {QStringLiteral("label"), QStringLiteral("Label")},
+                        {QStringLiteral("date"), QStringLiteral("Date")},
+                        {calendarKey, QStringLiteral("Calendar")}}),
+                 page);
+    }
+};
+
+} // namespace
+
+extern const CommandEntry schedulesCommand = {"schedules", "Shows and changes the schedules that rights may name.",
+                                              &makeCommand<SchedulesCommand>};
+extern const CommandEntry holidaysCommand = {"holidays", "Shows and changes the holidays of the schedules' calendars.",
+                                             &makeCommand<HolidaysCommand>};
