@@ -38,10 +38,11 @@ bool DoorLinks::send(CDeviceId device, const QByteArray& message)
     return link != nullptr;
 }
 
-ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, CAuditTrail* trail)
+ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel)
     : model(inModel)
+    , trail(inModel->database())
     , links(server)
-    , controller(inModel, trail, &links)
+    , controller(inModel, &trail, &links)
 {
     controller.setNotificationService(server->notifications());
     model->setDevices(&controller);

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <server/audit/audit_trail.h>
 #include <server/devices/device_links.h>
 #include <server/devices/device_service.h>
 
-class CAuditTrail;
 class CSqlAccessControl;
 class DeviceServer;
 
@@ -27,10 +27,12 @@ private:
 /// What keeps the doors in step with an installation while its devices are served.
 struct ServedDoors
 {
-    ServedDoors(DeviceServer* server, CSqlAccessControl* model, CAuditTrail* trail);
+    ServedDoors(DeviceServer* server, CSqlAccessControl* model);
     ~ServedDoors();
 
     CSqlAccessControl* model;
+    /// Into the same chain as what is done here; but what happens at a door is no operator's doing.
+    CAuditTrail trail;
     DoorLinks links;
     CDoorController controller;
 };

@@ -72,7 +72,7 @@ void Session::setServer(std::unique_ptr<DeviceServer> server)
         return;
     QString error;
     if (CSqlAccessControl* installation = model(error)) {
-        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, m_trail.get());
+        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation);
         m_deviceService->setController(&m_doors->controller);
     }
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
