@@ -29,6 +29,7 @@ public:
     {
         sqlite3_bind_blob(m_statement, place, value.data(), int(value.size()), SQLITE_TRANSIENT);
     }
+    int places() const { return sqlite3_bind_parameter_count(m_statement); }
     /// Reads all rows; the first column of the last one.
     qint64 run()
     {

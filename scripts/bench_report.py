@@ -57,6 +57,8 @@ TARGETS = [
     ("model_read_all", "10000", "sqlite3", 4.5),
     ("model_set_property", "10000", "sqlite3", 1.3),
     ("model_fill", "10000", "sqlite3", 2.0),
+    ("access_why", "100000", "sqlite3", 4.0),
+    ("access_who", "100000", "sqlite3", 3.0),
     ("device_roles", None, "array look-up", 2.0),
 ]
 LIMITS = [("notification_few_of_many/ours/100000/10", 50e3)]  # nanoseconds
@@ -77,6 +79,9 @@ GROWTH = [
     ("firmware", (4, 16, 64), "memcpy"),
 ]
 MOST_GROWTH = 1.25  # time for each unit of input against that at n
+# Work that should not care how large the installation is: time at the second size against that at the first.
+FLAT = [("access_why", (1000, 100000)), ("model_property", (1000, 100000)), ("model_user_by_filter", (1000, 100000))]
+MOST_FLAT = 2.0
 UNIT = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
@@ -138,14 +143,22 @@ def growth(medians):
     return rows
 
 
+def flat(medians):
+    """Work, the two sizes, and how many times as long the second takes."""
+    return [(work, *sizes, round(medians[key(work, str(sizes[1]), "ours")] / medians[key(work, str(sizes[0]), "ours")], 2))
+            for work, sizes in FLAT if all(key(work, str(size), "ours") in medians for size in sizes)]
+
+
 def missed_work(medians):
     return ({row[0] for row in ratios(medians) if row[5] > row[6]}
-            | {row[0] for row in growth(medians) if max(row[4]) > MOST_GROWTH})
+            | {row[0] for row in growth(medians) if max(row[4]) > MOST_GROWTH}
+            | {row[0] for row in flat(medians) if row[3] > MOST_FLAT})
 
 
 def badness(medians):
     return (sum(row[5] / row[6] for row in ratios(medians))
-            + sum(max(row[4]) / MOST_GROWTH for row in growth(medians)))
+            + sum(max(row[4]) / MOST_GROWTH for row in growth(medians))
+            + sum(row[3] / MOST_FLAT for row in flat(medians)))
 
 
 def human(nanoseconds, work=""):
@@ -204,9 +217,14 @@ def main():
         failed += missed
         print(f"{work:<28}{peer:<20}{n:>10}" + "".join(f"{factor:>9.2f}" for factor in [*ours, max(judged)])
               + ("  missed" if missed else ""))
+    for work, small, large, factor in flat(medians):
+        failed += factor > MOST_FLAT
+        print(f"{work}: {factor:.2f} times as long among {large} as among {small} (limit {MOST_FLAT})"
+              + ("  missed" if factor > MOST_FLAT else ""))
     result = {"medians_ns": medians,
               "ratios": [dict(zip(("work", "argument", "peer", "ours", "theirs", "ratio", "target"), row)) for row in rows],
-              "growth": [dict(zip(("work", "n", "peer", "factors", "judged"), row)) for row in grown]}
+              "growth": [dict(zip(("work", "n", "peer", "factors", "judged"), row)) for row in grown],
+              "flat": [dict(zip(("work", "small", "large", "factor"), row)) for row in flat(medians)]}
     (args.bin_dir.parent / "bench.json").write_text(json.dumps(result, indent=1))
     if args.check and failed:
         print(f"{failed} targets missed")
