@@ -97,6 +97,7 @@ private:
         m_login = options.positional().constFirst();
         if (!options.isSet(QStringLiteral("password-file"))) {
             output().progress(QStringLiteral("Password: "));
+            m_hidden = std::make_unique<Terminal::Hidden>();
             Q_EMIT inputWanted();
             return;
         }
@@ -112,6 +113,7 @@ private:
 
     void givePassword(const QString& password)
     {
+        m_hidden.reset();
         CSqlAccessControl* installation = model();
         if (!installation)
             return;
@@ -184,6 +186,7 @@ private:
     }
 
     QString m_login;
+    std::unique_ptr<Terminal::Hidden> m_hidden;
     CItemId m_user;
     bool m_isNew = false;
 };

@@ -8,6 +8,7 @@
 #    include <io.h>
 #    define isatty _isatty
 #else
+#    include <termios.h>
 #    include <unistd.h>
 #endif
 
@@ -20,6 +21,32 @@ bool Terminal::isInteractive()
 {
     return isatty(0) != 0 && isatty(1) != 0;
 }
+
+#ifdef Q_OS_WIN
+Terminal::Hidden::Hidden() = default;
+Terminal::Hidden::~Hidden() = default;
+#else
+// True when it was otherwise before.
+static bool setEcho(bool on)
+{
+    termios settings{};
+    if (tcgetattr(0, &settings) != 0 || bool(settings.c_lflag & ECHO) == on)
+        return false;
+    settings.c_lflag ^= ECHO;
+    return tcsetattr(0, TCSANOW, &settings) == 0;
+}
+
+Terminal::Hidden::Hidden()
+    : m_changed(setEcho(false))
+{
+}
+
+Terminal::Hidden::~Hidden()
+{
+    if (m_changed)
+        setEcho(true);
+}
+#endif
 
 bool Terminal::wantsColour()
 {

@@ -15,6 +15,19 @@ bool wantsColour();
 /// The text without what would steer the terminal.
 QString printable(QString text);
 
+/// While one is there, nothing that is typed is shown: for passwords. Does nothing where nobody types.
+class Hidden
+{
+public:
+    Hidden();
+    ~Hidden();
+    Hidden(const Hidden&) = delete;
+    Hidden& operator=(const Hidden&) = delete;
+
+private:
+    bool m_changed = false;
+};
+
 /// Writes without a line feed, at once.
 void show(const QString& text);
 void showError(const QString& text);
