@@ -7,7 +7,6 @@
 namespace {
 
 constexpr qint64 never = CAccessTimeZone::never;
-constexpr qint64 secondsOfDay = CAccessTimeZone::secondsOfDay;
 
 QString withId(const QString& label, CItemId id)
 {

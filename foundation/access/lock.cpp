@@ -273,9 +273,7 @@ QString CLock::take(const CLockBegin& begin, qint64, CLockEffects*)
     m_transfer.reset();
     if (!begin.base.isEmpty() && begin.base != m_revision)
         return QStringLiteral("another list is here than the one to be changed");
-    m_transfer.emplace();
-    m_transfer->begin = begin;
-    m_transfer->parts.resize(begin.parts);
+    m_transfer = Transfer{begin, QVector<QByteArray>(begin.parts), 0};
     return QString();
 }
 

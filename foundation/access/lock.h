@@ -103,7 +103,7 @@ private:
     {
         CLockBegin begin;
         QVector<QByteArray> parts;
-        int size = 0;
+        int size;
     };
     struct Ask
     {
