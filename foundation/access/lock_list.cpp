@@ -246,7 +246,8 @@ bool CLockList::readLine(const QByteArray& line)
     const std::optional<CLockEntry> entry = CLockEntry::fromLine(line);
     if (!entry || m_entries.size() == mostEntries)
         return false;
-    m_entries.append(*entry);
+    m_entries.resize(m_entries.size() + 1);
+    m_entries.last() = *entry;
     return true;
 }
 
