@@ -11,11 +11,14 @@ namespace {
 QByteArray withChecksums(const QByteArray& text)
 {
     QByteArray all;
+    // Piece by piece: adding a sum of texts makes room for just that each time.
     for (const QByteArray& line : text.split('\n')) {
-        if (line.startsWith('!'))
-            all += line + '\n';
-        else
-            all += QCryptographicHash::hash(line, QCryptographicHash::Sha256).toHex().left(8) + ' ' + line + '\n';
+        if (!line.startsWith('!')) {
+            all.append(QCryptographicHash::hash(line, QCryptographicHash::Sha256).toHex().left(8));
+            all.append(' ');
+        }
+        all.append(line);
+        all.append('\n');
     }
     return all;
 }
