@@ -102,7 +102,9 @@ bool CLockJournal::readBeginning(const QByteArray& payload, int* kept)
     m_acknowledged = numberOf(fields.at(4));
     m_lost = numberOf(fields.at(5));
     *kept = int(qMin(numberOf(fields.at(6)), qint64(largestText)));
-    return m_acknowledged >= 0 && m_acknowledged < m_next && m_lost >= 0 && m_lost < m_next && *kept >= 0;
+    // Each number that was given is acknowledged, kept or lost.
+    return m_acknowledged >= 0 && m_acknowledged < m_next && m_lost >= 0 && *kept >= 0 && m_lost + *kept < m_next
+           && m_acknowledged + *kept < m_next;
 }
 
 bool CLockJournal::read(const QByteArray& payload, qint64 largest)
