@@ -16,7 +16,7 @@ constexpr size_t growth = 8;
 // Quadratic work would grow by the square of `growth`; caches and the allocator make linear work grow by a little more
 // than `growth`.
 constexpr double toleratedGrowth = 3.0 * growth;
-constexpr double noticeable = 0.5; // seconds; what is faster, sanitizers included, is not worth a finding
+constexpr double noticeable = 0.2; // seconds; what is faster is not worth a finding
 constexpr uint32_t oneOf = 4096;   // inputs, to be repeated
 
 FuzzTarget* targets = nullptr;
