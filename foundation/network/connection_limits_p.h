@@ -65,6 +65,8 @@ struct ConnectionTiming
     int silence = 5000;
     /// From accept at a TLS door, or from its last answer, until a request is there.
     int request = 10000;
+    /// From accept at a door behind a balancer until the balancer has told who is there.
+    int proxyHeader = 5000;
     /// From accept until TLS is up, on a device: its processor may be slow and the line too.
     int tls = 10000;
     /// How long a device holds a connection that it refused.

@@ -3,6 +3,7 @@
 #include <foundation/network/hand_over_p.h>
 #include <foundation/network/held_sockets_p.h>
 #include <foundation/network/listen_backlog_p.h>
+#include <foundation/network/proxy_header_p.h>
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/tls_door.h>
@@ -10,9 +11,12 @@
 #include <QtCore/QFile>
 #include <QtCore/QHash>
 #include <QtCore/QTimer>
+#include <QtNetwork/QSslCipher>
 #include <QtNetwork/QSslConfiguration>
+#include <QtNetwork/QSslDiffieHellmanParameters>
 #include <QtNetwork/QSslKey>
 
+#include <algorithm>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
@@ -62,6 +66,57 @@ bool belongTogether(const QSslCertificate& certificate, const QSslKey& key)
     return result;
 }
 
+// The group ffdhe2048 of RFC 7919. What Qt 5 would take has 1024 bits, which OpenSSL refuses.
+QSslDiffieHellmanParameters finiteField()
+{
+    return QSslDiffieHellmanParameters::fromEncoded(
+        QByteArrayLiteral("-----BEGIN DH PARAMETERS-----\n"
+                          "MIIBCAKCAQEA//////////+t+FRYortKmq/cViAnPTzx2LnFg84tNpWp4TZBFGQz\n"
+                          "+8yTnc4kmz75fS/jY2MMddj2gbICrsRhetPfHtXV/WVhJDP1H18GbtCFY2VVPe0a\n"
+                          "87VXE15/V8k1mE8McODmi3fipona8+/och3xWKE2rec1MKzKT0g6eXq8CrGCsyT7\n"
+                          "YdEIqUuyyOP7uWrat2DX9GgdT0Kj3jlN9K5W7edjcrsZCwenyO4KbXCeAvzhzffi\n"
+                          "7MA0BM0oNC9hkXL+nOmFg/+OTxIy7vKBg8P+OxtMb61zO7X8vC7CIAXFjvGDfRaD\n"
+                          "ssbzSibBsu/6iGtCOGEoXJf//////////wIBAg==\n"
+                          "-----END DH PARAMETERS-----\n"));
+}
+
+// Of those that the system allows. Each takes time in each handshake, as Qt hands the list to OpenSSL as text.
+QList<QSslCipher> ciphers(bool finiteFieldDh)
+{
+    QList<QSslCipher> result;
+    const QList<QSslCipher> allowed = QSslConfiguration::defaultConfiguration().ciphers();
+    for (const QSslCipher& cipher : allowed) {
+        const QString name = cipher.name();
+        const bool isSealed = name.contains(QLatin1String("GCM")) || name.contains(QLatin1String("CHACHA20"));
+        if (name.startsWith(QLatin1String("TLS_")) // of TLS 1.3
+            || (isSealed
+                && (name.startsWith(QLatin1String("ECDHE-"))
+                    || (finiteFieldDh && name.startsWith(QLatin1String("DHE-RSA-"))))))
+            result += cipher;
+    }
+    return result;
+}
+
+// Its peer is whom a balancer announces.
+class VisitorSocket : public QSslSocket
+{
+public:
+    using QSslSocket::QSslSocket;
+
+    void announce(const QHostAddress& address, quint16 port)
+    {
+        setPeerAddress(address);
+        setPeerPort(port);
+    }
+};
+
+QHostAddress plainAddress(const QHostAddress& address)
+{
+    bool isIPv4 = false;
+    const quint32 ipv4 = address.toIPv4Address(&isIPv4);
+    return isIPv4 ? QHostAddress(ipv4) : address;
+}
+
 } // namespace
 
 struct CTlsDoor::Private
@@ -69,14 +124,17 @@ struct CTlsDoor::Private
     struct Visitor
     {
         QElapsedTimer accepted;
-        bool secure = false;   // TLS is up
+        bool ready = false;    // TLS is up, or the balancer has announced it
         bool answered = false; // has made an ordinary request and may make more
         int asked = 0;         // bytes of the request that waits for its answer
     };
 
     QSslConfiguration configuration;
     QHash<QSslSocket*, Visitor> visitors;
-    HeldSockets held{ConnectionLimits::visitors, nullptr}; // the same
+    HeldSockets held{ConnectionLimits::visitors, nullptr}; // the same, but for those below
+    HeldSockets announcing{ConnectionLimits::visitors, nullptr};
+    QList<QPair<QHostAddress, int>> proxies;
+    bool finiteFieldDh = false;
 };
 
 QByteArray CTlsDoor::Request::header(const QByteArray& name) const
@@ -104,11 +162,15 @@ CTlsDoor::CTlsDoor(QObject* parent)
     connect(&d->held, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
         auto* const socket = static_cast<QSslSocket*>(object);
         const Private::Visitor visitor = d->visitors.value(socket);
-        drop(socket, crowded                 ? QStringLiteral("too many connections without a request")
-                     : visitor.asked > 0     ? QStringLiteral("no answer in time")
-                     : visitor.answered      ? QString()
-                     : socket->isEncrypted() ? QStringLiteral("no request in time")
-                                             : QStringLiteral("no TLS in time"));
+        drop(socket, crowded             ? QStringLiteral("too many connections without a request")
+                     : visitor.asked > 0 ? QStringLiteral("no answer in time")
+                     : visitor.answered  ? QString()
+                     : visitor.ready     ? QStringLiteral("no request in time")
+                                         : QStringLiteral("no TLS in time"));
+    });
+    connect(&d->announcing, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
+        drop(static_cast<QSslSocket*>(object), crowded ? QStringLiteral("too many connections without a PROXY header")
+                                                       : QStringLiteral("no PROXY header in time"));
     });
 }
 
@@ -117,6 +179,7 @@ CTlsDoor::~CTlsDoor()
     // Their last signals would find half a server.
     for (auto visitor = d->visitors.cbegin(); visitor != d->visitors.cend(); ++visitor) {
         d->held.release(visitor.key());
+        d->announcing.release(visitor.key());
         visitor.key()->disconnect();
     }
 }
@@ -145,6 +208,9 @@ bool CTlsDoor::setCertificate(const QString& certificateFile, const QString& key
     // would be loaded for each connection anew.
     configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
     configuration.setCaCertificates({});
+    configuration.setProtocol(QSsl::TlsV1_2OrLater);
+    configuration.setCiphers(ciphers(d->finiteFieldDh));
+    configuration.setDiffieHellmanParameters(d->finiteFieldDh ? finiteField() : QSslDiffieHellmanParameters());
     setSslConfiguration(configuration);
     return true;
 }
@@ -152,6 +218,16 @@ bool CTlsDoor::setCertificate(const QString& certificateFile, const QString& key
 void CTlsDoor::setSslConfiguration(const QSslConfiguration& configuration)
 {
     d->configuration = configuration;
+}
+
+void CTlsDoor::setFiniteFieldDh(bool allowed)
+{
+    d->finiteFieldDh = allowed;
+}
+
+void CTlsDoor::setProxies(const QList<QPair<QHostAddress, int>>& networks)
+{
+    d->proxies = networks;
 }
 
 bool CTlsDoor::open(quint16 port)
@@ -170,35 +246,66 @@ int CTlsDoor::visitors() const
 
 QString CTlsDoor::peerText(const QAbstractSocket* socket)
 {
-    bool isIPv4 = false;
-    const quint32 ipv4 = socket->peerAddress().toIPv4Address(&isIPv4);
-    const QHostAddress address = isIPv4 ? QHostAddress(ipv4) : socket->peerAddress();
-    return address.toString() + QLatin1Char(':') + QString::number(socket->peerPort());
+    return plainAddress(socket->peerAddress()).toString() + QLatin1Char(':') + QString::number(socket->peerPort());
 }
 
 void CTlsDoor::incomingConnection(qintptr descriptor)
 {
-    auto* socket = new QSslSocket(this);
+    auto* socket = new VisitorSocket(this);
     if (!socket->setSocketDescriptor(descriptor)) {
         delete socket;
         return;
     }
-    d->held.add(socket, ConnectionTiming::current().request);
+    if (d->proxies.isEmpty())
+        d->held.add(socket, ConnectionTiming::current().request);
+    else
+        d->announcing.add(socket, ConnectionTiming::current().proxyHeader);
     setLowDelay(socket);
     socket->setReadBufferSize(qint64(2) * ConnectionLimits::requestHead);
     socket->setSslConfiguration(d->configuration);
     Private::Visitor visitor;
     visitor.accepted.start();
     d->visitors.insert(socket, visitor);
-    connect(socket, &QSslSocket::encrypted, this, [this, socket] { d->visitors[socket].secure = true; });
+    connect(socket, &QSslSocket::readyRead, this, [this, socket] { onReadable(socket); });
+    if (!d->proxies.isEmpty()) {
+        connect(socket, &QSslSocket::disconnected, this, [this, socket] {
+            drop(socket, d->visitors.value(socket).ready ? QString() : QStringLiteral("no PROXY header"));
+        });
+        const QHostAddress peer = plainAddress(socket->peerAddress());
+        const auto contains = [peer](const QPair<QHostAddress, int>& network) { return peer.isInSubnet(network); };
+        if (std::none_of(d->proxies.cbegin(), d->proxies.cend(), contains))
+            drop(socket, QStringLiteral("no trusted balancer"));
+        return;
+    }
+    connect(socket, &QSslSocket::encrypted, this, [this, socket] { d->visitors[socket].ready = true; });
     connect(socket, &QSslSocket::disconnected, this, [this, socket] {
         // A socket that has disconnected may have forgotten that it was encrypted.
-        const bool failed = !d->visitors.value(socket).secure;
+        const bool failed = !d->visitors.value(socket).ready;
         drop(socket,
              failed ? QStringLiteral("TLS failed: %1").arg(CStringUtils::printable(socket->errorString())) : QString());
     });
-    connect(socket, &QSslSocket::readyRead, this, [this, socket] { onReadable(socket); });
     socket->startServerEncryption();
+}
+
+bool CTlsDoor::takeProxyHeader(QSslSocket* socket)
+{
+    ProxyHeader header;
+    switch (ProxyHeader::parse(socket->peek(ProxyHeader::longest), header)) {
+    case ProxyHeader::Incomplete:
+        return false;
+    case ProxyHeader::Invalid:
+        drop(socket, QStringLiteral("no PROXY header"));
+        return false;
+    case ProxyHeader::Complete:
+        break;
+    }
+    socket->read(header.size);
+    if (!header.address.isNull())
+        static_cast<VisitorSocket*>(socket)->announce(header.address, header.port);
+    d->announcing.release(socket);
+    d->held.add(socket, ConnectionTiming::current().request);
+    d->visitors[socket].ready = true;
+    return true;
 }
 
 void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
@@ -206,6 +313,7 @@ void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
     if (!d->visitors.remove(socket))
         return;
     d->held.release(socket);
+    d->announcing.release(socket);
     const QString peer = peerText(socket);
     discard(socket);
     // From the event loop: a receiver may delete the door.
@@ -217,7 +325,9 @@ void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
 void CTlsDoor::onReadable(QSslSocket* socket)
 {
     const auto visitor = d->visitors.constFind(socket);
-    if (visitor == d->visitors.constEnd() || visitor->asked > 0 || !socket->isEncrypted())
+    if (visitor == d->visitors.constEnd() || visitor->asked > 0)
+        return;
+    if (!visitor->ready && (d->proxies.isEmpty() || !takeProxyHeader(socket)))
         return;
     const QByteArray head = socket->peek(ConnectionLimits::requestHead);
     const int end = head.indexOf(endOfHead);

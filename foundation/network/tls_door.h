@@ -4,7 +4,10 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QList>
 #include <QtCore/QMetaType>
+#include <QtCore/QPair>
+#include <QtNetwork/QHostAddress>
 #include <QtNetwork/QSslSocket>
 #include <QtNetwork/QTcpServer>
 
@@ -50,8 +53,17 @@ public:
     /// Certificate chain and key from PEM files, for connections from now on. When one of them cannot be used, or they
     /// do not belong together, false with a reason; then those before stay.
     bool setCertificate(const QString& certificateFile, const QString& keyFile, QString& error);
-    /// For what setCertificate does not do. It asks visitors for no certificates.
+    /// For what setCertificate does not do. It asks visitors for no certificates, and offers TLS 1.3 and 1.2 with
+    /// forward secrecy by elliptic curves.
     void setSslConfiguration(const QSslConfiguration& configuration);
+    /// Whether certificates that are set from now on go with Diffie-Hellman over finite fields, too: for visitors that
+    /// know no elliptic curves. Each handshake costs a quarter more then, theirs or not. Off.
+    void setFiniteFieldDh(bool allowed);
+
+    /// A door behind a TLS balancer. It takes connections from these networks only, plain ones that begin with the
+    /// header of the PROXY protocol, version 2, within 5 s. The peer address of a socket is the one announced there.
+    /// For connections from now on.
+    void setProxies(const QList<QPair<QHostAddress, int>>& networks);
 
     /// Listens on all addresses; with port 0 the system chooses. False: see errorString().
     bool open(quint16 port);
@@ -78,6 +90,7 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
+    bool takeProxyHeader(QSslSocket* socket);
     void onReadable(QSslSocket* socket);
     void handIn(QSslSocket* socket, const QByteArray& head);
     void drop(QSslSocket* socket, const QString& reason);

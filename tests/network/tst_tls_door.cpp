@@ -5,6 +5,8 @@
 #include <support/tcp_pair.h>
 
 #include <QtCore/QFile>
+#include <QtNetwork/QSslCipher>
+#include <QtNetwork/QSslConfiguration>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
@@ -138,6 +140,109 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return m_reasons.size() >= 21; }));
         QCOMPARE(m_reasons.first(), QStringLiteral("too many connections without a request"));
         m_door.reset();
+    }
+
+    // What a visitor offers, and what comes of it: devices of any age get in, with forward secrecy, or not at all.
+    void protocols_data()
+    {
+        QTest::addColumn<int>("protocol");
+        QTest::addColumn<QByteArray>("cipher");
+        QTest::addColumn<bool>("finiteFieldDh");
+        QTest::addColumn<bool>("admitted");
+        QTest::newRow("TLS 1.3") << int(QSsl::TlsV1_3OrLater) << QByteArray() << false << true;
+        QTest::newRow("TLS 1.2") << int(QSsl::TlsV1_2) << QByteArray("ECDHE-RSA-AES128-GCM-SHA256") << false << true;
+        QTest::newRow("no forward secrecy") << int(QSsl::TlsV1_2) << QByteArray("AES128-GCM-SHA256") << false << false;
+        QTest::newRow("finite fields") << int(QSsl::TlsV1_2) << QByteArray("DHE-RSA-AES128-GCM-SHA256") << false
+                                       << false;
+        QTest::newRow("finite fields, allowed")
+            << int(QSsl::TlsV1_2) << QByteArray("DHE-RSA-AES128-GCM-SHA256") << true << true;
+    }
+    void protocols()
+    {
+        QFETCH(int, protocol);
+        QFETCH(QByteArray, cipher);
+        QFETCH(bool, finiteFieldDh);
+        QFETCH(bool, admitted);
+        const DeviceCertificate own = certificate(QStringLiteral("000.123.457"));
+        QString error;
+        m_door->setFiniteFieldDh(finiteFieldDh);
+        QVERIFY(m_door->setCertificate(own.certificateFile, own.keyFile, error));
+        QSslSocket visitor;
+        QSslConfiguration configuration = visitor.sslConfiguration();
+        configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+        configuration.setProtocol(QSsl::SslProtocol(protocol));
+        if (!cipher.isEmpty())
+            configuration.setCiphers({QSslCipher(QString::fromLatin1(cipher))});
+        visitor.setSslConfiguration(configuration);
+        visitor.connectToHostEncrypted(QStringLiteral("127.0.0.1"), m_door->serverPort());
+        QVERIFY(waitUntil([&] { return visitor.isEncrypted() || visitor.error() >= 0; }));
+        QCOMPARE(visitor.isEncrypted(), admitted);
+        if (admitted && !cipher.isEmpty())
+            QCOMPARE(visitor.sessionCipher().name().toLatin1(), cipher);
+    }
+
+    void balancer_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("outcome"); // who asked for what, or why it was dropped
+        const QByteArray signature("\r\n\r\n\0\r\nQUIT\n", 12);
+        const QByteArray request("GET /a HTTP/1.1\r\n\r\n");
+        const QByteArray v4 = signature + QByteArray("\x21\x11\0\x0c\xc0\0\x02\x07\x7f\0\0\x01\xc3\x51\x01\xbb", 16);
+        const QByteArray v6 = signature + QByteArray("\x21\x21\0\x27", 4)
+                              + QByteArray("\x20\x01\x0d\xb8\0\0\0\0\0\0\0\0\0\0\0\x07", 16) + QByteArray(16, '\x01')
+                              + QByteArray("\xc3\x52\x01\xbb", 4)
+                              + QByteArray("\x04\0\0", 3); // one more field behind the addresses
+        QTest::newRow("IPv4") << v4 + request << QStringLiteral("192.0.2.7:50001 /a");
+        QTest::newRow("IPv6, a field more") << v6 + request << QStringLiteral("2001:db8::7:50002 /a");
+        QTest::newRow("of its own") << signature + QByteArray("\x20\0\0\0", 4) + request
+                                    << QStringLiteral("127.0.0.1 /a");
+        QTest::newRow("none") << request << QStringLiteral("no PROXY header");
+        QTest::newRow("version 1") << QByteArray("PROXY TCP4 192.0.2.7 127.0.0.1 50001 443\r\n") + request
+                                   << QStringLiteral("no PROXY header");
+        QTest::newRow("version 3") << signature + QByteArray("\x31\x11\0\x0c", 4) + QByteArray(12, '\1')
+                                   << QStringLiteral("no PROXY header");
+        QTest::newRow("too short for its addresses")
+            << signature + QByteArray("\x21\x21\0\x0c", 4) + QByteArray(12, '\1') << QStringLiteral("no PROXY header");
+        QTest::newRow("too long") << signature + QByteArray("\x21\x11\xff\xff", 4) << QStringLiteral("no PROXY header");
+        QTest::newRow("a part") << v4.left(20) << QStringLiteral("no PROXY header in time");
+        QTest::newRow("silent") << QByteArray() << QStringLiteral("no PROXY header in time");
+        QTest::newRow("twice") << v4 + v4 + request << QStringLiteral("no HTTP request");
+    }
+    void balancer()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, outcome);
+        QCOMPARE(ConnectionTiming::current().proxyHeader, 5000);
+        ConnectionTiming::current().proxyHeader = 500;
+        m_door->setProxies({QHostAddress::parseSubnet(QStringLiteral("127.0.0.0/8"))});
+        QStringList outcomes;
+        connect(m_door.get(), &CTlsDoor::requested, this, [&](QSslSocket* socket, const CTlsDoor::Request& request) {
+            const QString peer = CTlsDoor::peerText(socket);
+            const bool known = peer.startsWith(QLatin1String("127.0.0.1:"));
+            outcomes +=
+                (known ? QStringLiteral("127.0.0.1") : peer) + QLatin1Char(' ') + QString::fromLatin1(request.path);
+        });
+        connect(m_door.get(), &CTlsDoor::dropped, this,
+                [&](const QString&, const QString& reason) { outcomes += reason; });
+        const auto whole = visit(bytes, false);
+        QVERIFY(waitUntil([&] { return !outcomes.isEmpty(); }));
+        QCOMPARE(outcomes.takeFirst(), outcome);
+        // Byte by byte the same.
+        ConnectionTiming::current().proxyHeader = bytes.contains("GET") ? 5000 : 500;
+        const auto pieces = visit({}, false);
+        QVERIFY(pieces->waitForConnected());
+        for (const char byte : bytes) {
+            pieces->write(&byte, 1);
+            pieces->flush();
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(waitUntil([&] { return !outcomes.isEmpty(); }));
+        QCOMPARE(outcomes.takeFirst(), outcome);
+        QCOMPARE(m_door->visitors(), outcome.contains(QLatin1Char('/')) ? 2 : 0);
+        m_door->setProxies({QHostAddress::parseSubnet(QStringLiteral("192.0.2.0/24"))});
+        const auto stranger = visit(bytes, false);
+        QVERIFY(waitUntil([&] { return !outcomes.isEmpty(); }));
+        QCOMPARE(outcomes.takeFirst(), QStringLiteral("no trusted balancer"));
     }
 
 private:

@@ -27,6 +27,14 @@ public:
         options.addValue(QStringLiteral("token"), QStringLiteral("TEXT"),
                          QStringLiteral("lets clients log in for notifications; better given by "
                                         "KYR_CONSOLE_SERVE_TOKEN, which other users do not see"));
+        options.addSwitch(QStringLiteral("finite-field-dh"),
+                          QStringLiteral("for devices that know no elliptic curves; costs time in each handshake"));
+        options.addValue(
+            QStringLiteral("proxy-protocol"), QStringLiteral("ADDRESS/MASK"),
+            QStringLiteral("plain connections of a TLS balancer there, with the PROXY protocol, version 2; "
+                           "may be repeated"));
+        options.addValue(QStringLiteral("proxy-port"), QStringLiteral("PORT"),
+                         QStringLiteral("TCP port for balancers, 0 for any"), QString::number(DefaultPorts::balanced));
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -45,6 +53,16 @@ public:
         settings.certificateFile = options.value(QStringLiteral("certificate"));
         settings.token = options.value(QStringLiteral("token"));
         settings.keyFile = options.value(QStringLiteral("key"));
+        settings.finiteFieldDh = options.isSet(QStringLiteral("finite-field-dh"));
+        settings.proxyPort = quint16(options.number(QStringLiteral("proxy-port"), 0, 0xFFFF));
+        const QStringList networks = options.values(QStringLiteral("proxy-protocol"));
+        for (const QString& network : networks) {
+            settings.proxies += QHostAddress::parseSubnet(network);
+            if (settings.proxies.constLast().second < 0)
+                options.setError(
+                    QStringLiteral("--proxy-protocol takes an address or a network, such as 192.0.2.0/24, not \"%1\"")
+                        .arg(network));
+        }
         if (options.isSet(QStringLiteral("system")))
             settings.system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
         if (!ok)
@@ -70,11 +88,17 @@ public:
             qWarning("serve: %s", qUtf8Printable(warning));
         }
         const quint16 port = server->port();
+        const quint16 proxyPort = server->proxyPort();
         session().setServer(std::move(server));
         if (isJson())
-            output().line(QStringLiteral("{\"port\":%1}").arg(port));
+            output().line(QStringLiteral("{\"port\":%1%2}")
+                              .arg(port)
+                              .arg(proxyPort != 0 ? QStringLiteral(",\"proxyPort\":%1").arg(proxyPort) : QString()));
         else
-            output().line(QStringLiteral("Serving devices on port %1.").arg(port));
+            output().line(
+                QStringLiteral("Serving devices on port %1%2.")
+                    .arg(port)
+                    .arg(proxyPort != 0 ? QStringLiteral(", behind a balancer on %1").arg(proxyPort) : QString()));
         done();
     }
 };

@@ -27,16 +27,21 @@ DeviceServer::DeviceServer(QObject* parent)
     , m_notifications(new CNotificationService(this))
     , m_connector(new CDeviceConnectorAppSide(0, true, true, this))
 {
-    connect(m_door, &FrontDoor::webSocketRequested, this, &DeviceServer::onWebSocketRequested);
-    connect(m_door, &FrontDoor::dropped, this,
-            [this](const QString& peer, const QString& reason) { refuse(peer, QString(), reason); });
+    serveAt(m_door);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, this, &DeviceServer::onEstablished);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionRefused, this,
             [this](const CDeviceId& id, const QString& peer, const QString& reason) {
                 m_arrivals.remove(peer);
                 refuse(peer, id.isValid() ? id.toLabel() : QString(), reason);
             });
-    m_door->setResponder([](const QByteArray& path) -> FrontDoor::Response {
+}
+
+void DeviceServer::serveAt(FrontDoor* door)
+{
+    connect(door, &FrontDoor::webSocketRequested, this, &DeviceServer::onWebSocketRequested);
+    connect(door, &FrontDoor::dropped, this,
+            [this](const QString& peer, const QString& reason) { refuse(peer, QString(), reason); });
+    door->setResponder([](const QByteArray& path) -> FrontDoor::Response {
         if (path == "/")
             return {"200 OK", "text/plain", "kyr_console\n"};
         return {"404 Not Found", "text/plain", "nothing here\n"};
@@ -54,6 +59,7 @@ DeviceServer::~DeviceServer()
 bool DeviceServer::start(const Settings& settings, QString& error)
 {
     m_pingSeconds = settings.pingSeconds;
+    m_door->setFiniteFieldDh(settings.finiteFieldDh);
     if (!m_door->setCertificate(settings.certificateFile, settings.keyFile, error))
         return false;
     m_connector->setSystemId(settings.system.value());
@@ -63,12 +69,26 @@ bool DeviceServer::start(const Settings& settings, QString& error)
         error = QStringLiteral("cannot listen on port %1: %2").arg(settings.port).arg(m_door->errorString());
         return false;
     }
+    if (settings.proxies.isEmpty())
+        return true;
+    m_proxyDoor = new FrontDoor(this);
+    m_proxyDoor->setProxies(settings.proxies);
+    serveAt(m_proxyDoor);
+    if (!m_proxyDoor->open(settings.proxyPort)) {
+        error = QStringLiteral("cannot listen on port %1: %2").arg(settings.proxyPort).arg(m_proxyDoor->errorString());
+        return false;
+    }
     return true;
 }
 
 quint16 DeviceServer::port() const
 {
     return m_door->serverPort();
+}
+
+quint16 DeviceServer::proxyPort() const
+{
+    return m_proxyDoor ? m_proxyDoor->serverPort() : 0;
 }
 
 void DeviceServer::onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request)

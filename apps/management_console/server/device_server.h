@@ -29,7 +29,10 @@ public:
         QString keyFile;
         CSystemId system; ///< devices of another installation are refused, with 0 those of any
         int pingSeconds = 20;
-        QString token; ///< with which clients log in for notifications; empty: there are none
+        bool finiteFieldDh = false;              ///< see CTlsDoor::setFiniteFieldDh
+        QList<QPair<QHostAddress, int>> proxies; ///< networks of TLS balancers; empty: there are none
+        quint16 proxyPort = 0;                   ///< where these call in; 0: the system chooses
+        QString token;                           ///< with which clients log in for notifications; empty: there are none
     };
 
     struct Refusal
@@ -45,6 +48,8 @@ public:
 
     bool start(const Settings& settings, QString& error);
     quint16 port() const;
+    /// The port for balancers; 0 when there are none.
+    quint16 proxyPort() const;
     /// The hub that those who watch are connected to.
     CNotificationService* notifications() const { return m_notifications; }
     /// Clients that are logged in for notifications.
@@ -63,6 +68,7 @@ Q_SIGNALS:
     void messageReceived(CDeviceId device, const QByteArray& message);
 
 private:
+    void serveAt(FrontDoor* door);
     void onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request);
     void onEstablished(CDeviceId id, int type, CSystemId system, QWebSocket* socket, const QString& peer);
     void onLinkEnded(DeviceLink* link);
@@ -71,6 +77,7 @@ private:
     void publish(const QString& event, const DeviceLink::Identity& device);
 
     FrontDoor* m_door;
+    FrontDoor* m_proxyDoor = nullptr;
     CNotificationService* m_notifications;
     NotificationServer* m_notificationServer = nullptr;
     CDeviceConnectorAppSide* m_connector;
