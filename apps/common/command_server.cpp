@@ -1,5 +1,7 @@
 #include "command_server.h"
 
+#include "process_setup.h"
+
 #include <QtCore/QDebug>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QTimer>
@@ -17,6 +19,7 @@ constexpr int drainStepMs = 10;
 CommandClient::CommandClient(QLocalSocket* socket, QObject* parent)
     : QObject(parent)
     , m_socket(socket)
+    , m_userName(peerUserName(socket->socketDescriptor()))
 {
     socket->setParent(this);
     connect(socket, &QLocalSocket::readyRead, this, &CommandClient::onReadable);

@@ -27,6 +27,8 @@ public:
     CommandClient(QLocalSocket* socket, QObject* parent);
     ~CommandClient() override;
 
+    /// Whose program it is; see peerUserName().
+    const QString& userName() const { return m_userName; }
     /// Somebody reads at a terminal.
     bool isTerminal() const { return m_terminal; }
     bool wantsColour() const { return m_colour; }
@@ -61,6 +63,7 @@ private:
     void send(const char* kind, const QString& text);
 
     QLocalSocket* m_socket;
+    QString m_userName;
     LineBuffer m_received;
     bool m_known = false; // has sent something
     bool m_plain = true;

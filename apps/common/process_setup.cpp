@@ -12,6 +12,7 @@
 #    include <cstdio>
 #    include <fcntl.h>
 #    include <pwd.h>
+#    include <sys/socket.h>
 #    include <unistd.h>
 #endif
 
@@ -64,6 +65,16 @@ void onTerminationRequest(QObject*, const std::function<void(Termination)>&) {}
 void openStandardDescriptors() {}
 
 void endSoon(int) {}
+
+QString processUserName()
+{
+    return {};
+}
+
+QString peerUserName(qintptr)
+{
+    return {};
+}
 
 #else
 
@@ -123,15 +134,31 @@ void openStandardDescriptors()
     }
 }
 
+namespace {
+
+QString userName(uid_t user)
+{
+    if (const passwd* entry = getpwuid(user))
+        return QString::fromLocal8Bit(entry->pw_name);
+    return QStringLiteral("uid %1").arg(user);
+}
+
+} // namespace
+
 QString processUserName()
 {
-#ifndef Q_OS_WIN
-    if (const passwd* entry = getpwuid(getuid()))
-        return QString::fromLocal8Bit(entry->pw_name);
-    return QStringLiteral("uid %1").arg(getuid());
-#else
+    return userName(getuid());
+}
+
+QString peerUserName(qintptr socket)
+{
+#    ifdef SO_PEERCRED
+    ucred peer{};
+    socklen_t size = sizeof(peer);
+    if (::getsockopt(int(socket), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0)
+        return userName(peer.uid);
+#    endif
     return {};
-#endif
 }
 
 void endSoon(int code)

@@ -246,7 +246,12 @@ int CTlsDoor::visitors() const
 
 QString CTlsDoor::peerText(const QAbstractSocket* socket)
 {
-    return plainAddress(socket->peerAddress()).toString() + QLatin1Char(':') + QString::number(socket->peerPort());
+    return peerText(socket->peerAddress(), socket->peerPort());
+}
+
+QString CTlsDoor::peerText(const QHostAddress& address, quint16 port)
+{
+    return plainAddress(address).toString() + QLatin1Char(':') + QString::number(port);
 }
 
 void CTlsDoor::incomingConnection(qintptr descriptor)

@@ -77,6 +77,7 @@ public:
 
     /// Address and port of the other end, for people: "192.0.2.7:50123".
     static QString peerText(const QAbstractSocket* socket);
+    static QString peerText(const QHostAddress& address, quint16 port);
 
 Q_SIGNALS:
     /// A receiver takes the socket over by setting another parent, else it is aborted.

@@ -54,6 +54,11 @@ void CAuditTrail::setChainName(const QString& name)
     d->chain = 0;
 }
 
+QString CAuditTrail::chainName() const
+{
+    return d->chainName;
+}
+
 void CAuditTrail::setOperatorName(const QString& name)
 {
     d->operatorName = name;
@@ -355,6 +360,32 @@ QList<AuditRecord> CAuditTrail::newEvents(const Filter& filter, QMap<qint64, qin
     std::stable_sort(found.begin(), found.end(),
                      [](const AuditRecord& a, const AuditRecord& b) { return a.at < b.at; });
     return found;
+}
+
+QMap<CItemId, QString> CAuditTrail::formerLabels(const QList<CItemId>& items)
+{
+    constexpr int page = 500;
+    QMap<CItemId, QString> labels;
+    for (int first = 0; first < items.size(); first += page) {
+        const QList<CItemId> some = items.mid(first, page);
+        const QString places =
+            QStringList(QVector<QString>(some.size(), QStringLiteral("?")).toList()).join(QLatin1Char(','));
+        for (const char* column : {"access_point", "\"user\"", "medium"}) {
+            SqlStatement find(d->database, QStringLiteral("SELECT %1,payload FROM event WHERE %1 IN (%2) AND kind=%3 "
+                                                          "AND payload IS NOT NULL ORDER BY at,chain,seq")
+                                               .arg(QLatin1String(column), places)
+                                               .arg(quint32(AuditKind::Changed)));
+            for (const CItemId item : some)
+                find.bind(item.value());
+            for (find.exec(); find.next();) {
+                const QString label =
+                    QJsonDocument::fromJson(find.text(1).toUtf8()).object().value(QStringLiteral("label")).toString();
+                if (!label.isEmpty())
+                    labels.insert(find.integer(0), label);
+            }
+        }
+    }
+    return labels;
 }
 
 bool CAuditTrail::Private::forEach(const std::function<bool(const AuditRecord&, SqlStatement&)>& receive)

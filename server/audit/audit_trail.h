@@ -70,8 +70,11 @@ public:
     explicit CAuditTrail(CDatabase* database, QObject* parent = nullptr);
     ~CAuditTrail() override;
 
-    /// Whose chain this process writes; "console" by default.
+    /// Whose chain this process writes.
     void setChainName(const QString& name);
+    QString chainName() const;
+    /// Shared by all who have no name.
+    static QString defaultChainName() { return QStringLiteral("console"); }
     /// Who is noted where an event names nobody.
     void setOperatorName(const QString& name);
     /// What went wrong last, in one line.
@@ -97,6 +100,8 @@ public:
     QList<AuditRecord> newEvents(const Filter& filter, QMap<qint64, qint64>* ends);
     /// The last number of each chain.
     QMap<qint64, qint64> ends();
+    /// What items were called that are gone, as far as their last changes are not erased.
+    QMap<CItemId, QString> formerLabels(const QList<CItemId>& items);
     /// Names of the chains by their numbers.
     QMap<qint64, QString> chains();
 

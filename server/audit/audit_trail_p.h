@@ -34,7 +34,7 @@ public:
     bool forEach(const std::function<bool(const AuditRecord&, SqlStatement&)>& receive);
 
     CDatabase* database;
-    QString chainName = QStringLiteral("console");
+    QString chainName = CAuditTrail::defaultChainName();
     QString operatorName;
     QString error;
     qint64 chain = 0;

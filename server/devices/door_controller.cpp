@@ -619,6 +619,12 @@ void CDoorController::command(CDeviceId device, const CLockToDevice& body, const
     d->waiting.insert(number, {device, answer, d->now() + answerWait});
 }
 
+void CDoorController::tellTime()
+{
+    for (const auto& [number, session] : d->sessions)
+        d->sendTime(*session, true);
+}
+
 bool CDoorController::open(CItemId accessPoint, const CLockOpen& command)
 {
     const CDeviceId device = deviceOf(accessPoint);

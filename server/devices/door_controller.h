@@ -71,6 +71,9 @@ public:
     /// Sends a command; the answer comes once, never from within this call, unless the controller is deleted before.
     void command(CDeviceId device, const CLockToDevice& body, const Answer& answer);
 
+    /// Sends the time to all devices that are linked: the clock of this machine was set.
+    void tellTime();
+
     // For the model
     bool open(CItemId accessPoint, const CLockOpen& command) override;
     bool waitForMedium(CDeviceId device, int seconds) override;

@@ -1,5 +1,6 @@
 #include <server/audit/audit_trail.h>
 #include <server/audit/model_audit.h>
+#include <server/audit/trail_keeper.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/sql_access_control.h>
 
@@ -83,7 +84,51 @@ private Q_SLOTS:
     void erasureKeepsTheChain();
     void exportIsCheckedByOthers();
     void changesOfTheModelAreNoted();
+    void serversTellOfThemselves();
+    void aClockThatIsSetIsSeen();
 };
+
+void TestAuditTrail::serversTellOfThemselves()
+{
+    Trail t;
+    t.trail->setChainName("north");
+    CTrailKeeper keeper(t.trail.get(), "Ada");
+    keeper.noteLogin({}, "::1", "notifications");
+    for (int i = 0; i < CTrailKeeper::mostRefusals + 5; ++i)
+        keeper.noteLogin("wrong token", "192.0.2.7", "notifications");
+    {
+        // Another program writes: what happens now is stored when it has done.
+        CDatabase other;
+        QVERIFY(other.open(t.dir.filePath("trail.db")));
+        t.database->setWriteWait(0);
+        QVERIFY(other.begin());
+        CTrailKeeper second(t.trail.get(), "Ben");
+        QVERIFY(other.end(true));
+        QTRY_COMPARE(t.trail->events({}).last().details().value("operator").toString(), QString("Ben"));
+    }
+    QStringList kinds;
+    const QList<AuditRecord> events = t.trail->events({});
+    for (const AuditRecord& event : events)
+        kinds.append(auditKindName(AuditKind(event.kind)));
+    QCOMPARE(kinds.mid(0, 2), QStringList({"start", "login"}));
+    QCOMPARE(kinds.count("loginRefused"), int(CTrailKeeper::mostRefusals));
+    QCOMPARE(kinds.mid(kinds.size() - 2), QStringList({"start", "end"}));
+    QCOMPARE(events.at(0).details().value("operator").toString(), QString("Ada"));
+    QVERIFY(!events.at(1).details().contains("operator"));
+    QCOMPARE(t.trail->heads().last().reason, QString("end"));
+    QCOMPARE(t.trail->heads().last().seq, events.last().seq);
+    QCOMPARE(t.faults(), QStringList());
+}
+
+void TestAuditTrail::aClockThatIsSetIsSeen()
+{
+    CClockWatch watch(1000000, 500);
+    QCOMPARE(watch.look(1001000, 1500), qint64(0));
+    QCOMPARE(watch.look(1003500, 2500), qint64(0)); // 1.5 s, and as much again
+    QCOMPARE(watch.look(1006000, 3500), qint64(3000));
+    QCOMPARE(watch.look(1007000, 4500), qint64(0));
+    QCOMPARE(watch.look(7000, 4500), qint64(-1000000));
+}
 
 void TestAuditTrail::keepsOrderAndFilters()
 {

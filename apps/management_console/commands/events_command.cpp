@@ -77,11 +77,26 @@ private:
         const auto column = [](const char* key, const char* title = "") {
             return Table::Column{QString::fromLatin1(key), QString::fromLatin1(title)};
         };
-        return Table({column("chain"), column("seq"), column("at", "Time"), column("recorded"), column("kind", "Event"),
-                      column("accessPoint"), column("door", "Door"), column("user"), column("name", "User"),
-                      column("medium"), column("credential", "Credential"), column("reason", "Reason"),
-                      column("way", "Way"), column("uid", "UID"), column("operator", "Operator"),
-                      column("device", "Device"), column("deviceSeq"), column("what", "What"), column("details")});
+        return Table({column("chain"),
+                      column("seq"),
+                      column("at", "Time"),
+                      column("recorded"),
+                      column("kind", "Event"),
+                      column("accessPoint"),
+                      column("door", "Door"),
+                      column("user"),
+                      column("name", "User"),
+                      column("medium"),
+                      column("credential", "Credential"),
+                      column("reason", "Reason"),
+                      column("serverReason", "Server says"),
+                      column("way", "Way"),
+                      column("uid", "UID"),
+                      column("operator", "Operator"),
+                      column("device", "Device"),
+                      column("deviceSeq"),
+                      column("what", "What"),
+                      column("details")});
     }
 
     bool readFilter(AppOptions& options, CAuditTrail::Filter& filter)
@@ -108,11 +123,40 @@ private:
         }
         if (!options.error().isEmpty())
             return false;
-        if (options.isSet(QStringLiteral("door"))
-            && !find(Named::Door, options.value(QStringLiteral("door")), filter.accessPoint))
+        return findPast(options, QStringLiteral("door"), Named::Door, filter.accessPoint)
+               && findPast(options, QStringLiteral("user"), Named::User, filter.user);
+    }
+
+    // By its id also one that is gone: its events are not.
+    bool findPast(AppOptions& options, const QString& option, Named kind, CItemId& id)
+    {
+        if (!options.isSet(option))
+            return true;
+        CSqlAccessControl* installation = model();
+        if (!installation)
             return false;
-        return !options.isSet(QStringLiteral("user"))
-               || find(Named::User, options.value(QStringLiteral("user")), filter.user);
+        const QString name = options.value(option);
+        bool isNumber = false;
+        const CItemId number = name.toLongLong(&isNumber);
+        ItemNames names(installation);
+        id = names.find(kind, name);
+        if (id == CItemId() && isNumber && !names.isAmbiguous() && number > CItemId())
+            id = number;
+        return id != CItemId() || find(kind, name, id);
+    }
+
+    // What the model says to what the door has decided, where that is something else: a list that is not up to date, a
+    // clock that is wrong.
+    static QVariant serverReason(const QJsonObject& details)
+    {
+        const QJsonValue verdict = details.value(QStringLiteral("serverReason"));
+        if (!verdict.isString() || verdict == details.value(QStringLiteral("reason")))
+            return {};
+        const QString reason = verdict.toString();
+        // A door says what it granted by no reason at all.
+        if (reason.isEmpty())
+            return details.contains(QStringLiteral("reason")) ? QVariant(QStringLiteral("allowed")) : QVariant();
+        return reason;
     }
 
     static QString time(qint64 ms) { return TimeText::toText(QDateTime::fromMSecsSinceEpoch(ms)); }
@@ -123,7 +167,7 @@ private:
         CSqlAccessControl* model = session().model(error);
         if (!model)
             return;
-        // Names as they are now, of all rows in one go; what is gone since is known by its id alone.
+        // Names as they are now, of all rows in one go; of what is gone since as they were, else its id.
         QSet<qint64> ids;
         for (const AuditRecord& event : events) {
             const QJsonObject details = event.details();
@@ -134,7 +178,15 @@ private:
         QList<CItemId> wanted;
         for (const qint64 id : qAsConst(ids))
             wanted.append(CItemId(id));
-        const QMap<CItemId, QString> names = CModelReader(model).labels(wanted);
+        QMap<CItemId, QString> names = CModelReader(model).labels(wanted);
+        QList<CItemId> gone;
+        for (const CItemId id : qAsConst(wanted)) {
+            if (!names.contains(id))
+                gone.append(id);
+        }
+        const QMap<CItemId, QString> former = session().trail(error)->formerLabels(gone);
+        for (const CItemId id : qAsConst(gone))
+            names.insert(id, QStringLiteral("%1 (removed)").arg(former.value(id, QString::number(id.value()))));
         for (const AuditRecord& event : events) {
             const QJsonObject details = event.details();
             const auto text = [&details](const char* key) { return details.value(QLatin1String(key)).toString(); };
@@ -153,10 +205,25 @@ private:
             QString what = text("what");
             if (!text("label").isEmpty())
                 what += QLatin1Char(' ') + text("label");
-            table.addRow({event.chain, event.seq, time(event.at), time(event.recorded),
-                          auditKindName(AuditKind(event.kind)), id("accessPoint"), name("accessPoint"), id("user"),
-                          name("user"), id("medium"), name("medium"), text("reason"), text("way"), text("uid"),
-                          text("operator"), text("device"), details.value(QLatin1String("deviceSeq")).toVariant(), what,
+            table.addRow({event.chain,
+                          event.seq,
+                          time(event.at),
+                          time(event.recorded),
+                          auditKindName(AuditKind(event.kind)),
+                          id("accessPoint"),
+                          name("accessPoint"),
+                          id("user"),
+                          name("user"),
+                          id("medium"),
+                          name("medium"),
+                          text("reason"),
+                          serverReason(details),
+                          text("way"),
+                          text("uid"),
+                          text("operator"),
+                          text("device"),
+                          details.value(QLatin1String("deviceSeq")).toVariant(),
+                          what,
                           further});
         }
     }

@@ -1,7 +1,5 @@
 #include "commands/model_command.h"
 
-#include "common/process_setup.h"
-
 #include <foundation/access/lock_messages.h>
 #include <server/devices/door_controller.h>
 #include <server/model/sql_access_control.h>
@@ -43,7 +41,7 @@ public:
         const CDeviceId device = doors->deviceOf(door);
         if (!device.isValid())
             return fail(QStringLiteral("\"%1\" has no device (see: doors assign)").arg(name));
-        command.operatorName = processUserName().left(CLockOpen::longestText);
+        command.operatorName = session().operatorName().left(CLockOpen::longestText);
         QPointer<OpenCommand> guard(this);
         doors->command(device, command, [guard](const QString& error) {
             if (guard && error.isEmpty())

@@ -3,7 +3,10 @@
 #include "server/server_certificate.h"
 #include "shell/command.h"
 
+#include <server/audit/audit_trail.h>
 #include <server/devices/door_controller.h>
+
+#include <QtCore/QRegularExpression>
 
 namespace {
 
@@ -35,6 +38,9 @@ public:
                            "may be repeated"));
         options.addValue(QStringLiteral("proxy-port"), QStringLiteral("PORT"),
                          QStringLiteral("TCP port for balancers, 0 for any"), QString::number(DefaultPorts::balanced));
+        options.addValue(QStringLiteral("server-name"), QStringLiteral("NAME"),
+                         QStringLiteral("of this server among several; its events are a chain of that name"),
+                         CAuditTrail::defaultChainName());
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -69,6 +75,10 @@ public:
             options.setError(QStringLiteral("--system takes the label of an installation, such as 0012.3457"));
         if (settings.certificateFile.isEmpty() || settings.keyFile.isEmpty())
             options.setError(QStringLiteral("--certificate and --key are needed"));
+        const QString name = options.value(QStringLiteral("server-name"));
+        static const QRegularExpression serverName(QStringLiteral("^[A-Za-z0-9][A-Za-z0-9._-]{0,62}$"));
+        if (!serverName.match(name).hasMatch())
+            options.setError(QStringLiteral("--server-name takes up to 63 letters, digits, \".\", \"_\" and \"-\""));
         if (!options.error().isEmpty())
             return;
         if (session().server())
@@ -89,7 +99,7 @@ public:
         }
         const quint16 port = server->port();
         const quint16 proxyPort = server->proxyPort();
-        session().setServer(std::move(server));
+        session().setServer(std::move(server), name);
         if (isJson())
             output().line(QStringLiteral("{\"port\":%1%2}")
                               .arg(port)

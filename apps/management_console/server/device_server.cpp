@@ -63,8 +63,10 @@ bool DeviceServer::start(const Settings& settings, QString& error)
     if (!m_door->setCertificate(settings.certificateFile, settings.keyFile, error))
         return false;
     m_connector->setSystemId(settings.system.value());
-    if (!settings.token.isEmpty())
+    if (!settings.token.isEmpty()) {
         m_notificationServer = new NotificationServer(*m_notifications, settings.token, this);
+        connect(m_notificationServer, &NotificationServer::loginTried, this, &DeviceServer::clientLogin);
+    }
     if (!m_door->open(settings.port)) {
         error = QStringLiteral("cannot listen on port %1: %2").arg(settings.port).arg(m_door->errorString());
         return false;

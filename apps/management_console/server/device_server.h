@@ -65,6 +65,8 @@ Q_SIGNALS:
     void deviceCame(const DeviceLink::Identity& device);
     void deviceLeft(const DeviceLink::Identity& device);
     void refused(const DeviceServer::Refusal& refusal);
+    /// A client for notifications has given the token, or has not: why it was refused.
+    void clientLogin(const QString& peer, const QString& refusal);
     void messageReceived(CDeviceId device, const QByteArray& message);
 
 private:

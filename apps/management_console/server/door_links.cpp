@@ -38,9 +38,18 @@ bool DoorLinks::send(CDeviceId device, const QByteArray& message)
     return link != nullptr;
 }
 
-ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel)
+// Before the first event.
+CAuditTrail* ServedDoors::named(CAuditTrail* trail, const QString& chain)
+{
+    trail->setChainName(chain);
+    return trail;
+}
+
+ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, const QString& chain,
+                         const QString& operatorName)
     : model(inModel)
     , trail(inModel->database())
+    , keeper(named(&trail, chain), operatorName)
     , links(server)
     , controller(inModel, &trail, &links)
 {
@@ -52,6 +61,10 @@ ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel)
                          server->notifications()->notifyObservers(source, parameters, extension);
                      });
     model->setNotificationService(server->notifications());
+    QObject::connect(server, &DeviceServer::clientLogin, &keeper, [this](const QString& peer, const QString& refusal) {
+        keeper.noteLogin(refusal, peer, QStringLiteral("notifications"));
+    });
+    QObject::connect(&keeper, &CTrailKeeper::clockSet, &controller, &CDoorController::tellTime);
 }
 
 ServedDoors::~ServedDoors()

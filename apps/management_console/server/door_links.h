@@ -1,6 +1,6 @@
 #pragma once
 
-#include <server/audit/audit_trail.h>
+#include <server/audit/trail_keeper.h>
 #include <server/devices/device_links.h>
 #include <server/devices/device_service.h>
 
@@ -27,12 +27,17 @@ private:
 /// What keeps the doors in step with an installation while its devices are served.
 struct ServedDoors
 {
-    ServedDoors(DeviceServer* server, CSqlAccessControl* model);
+    /// `chain` is that of the trail; `operatorName` says who starts serving.
+    ServedDoors(DeviceServer* server, CSqlAccessControl* model, const QString& chain, const QString& operatorName);
     ~ServedDoors();
 
     CSqlAccessControl* model;
     /// Into the same chain as what is done here; but what happens at a door is no operator's doing.
     CAuditTrail trail;
+    CTrailKeeper keeper;
     DoorLinks links;
     CDoorController controller;
+
+private:
+    static CAuditTrail* named(CAuditTrail* trail, const QString& chain);
 };

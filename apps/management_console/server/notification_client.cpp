@@ -2,6 +2,8 @@
 
 #include "server/notification_server.h"
 
+#include <foundation/network/tls_door.h>
+
 #include <QtWebSockets/QWebSocket>
 
 namespace {
@@ -16,7 +18,7 @@ NotificationClient::NotificationClient(QWebSocket* socket, QSslSocket* tls, qint
     , m_socket(socket)
     , m_tls(tls)
     , m_number(number)
-    , m_address(QStringLiteral("%1:%2 #%3").arg(socket->peerAddress().toString()).arg(socket->peerPort()).arg(number))
+    , m_address(QStringLiteral("%1 #%2").arg(CTlsDoor::peerText(socket->peerAddress(), socket->peerPort())).arg(number))
 {
     socket->setParent(this);
     setLongestMessage(NotificationServer::longestLogin);

@@ -179,12 +179,18 @@ void NotificationServer::login(NotificationClient* client, const NotificationReq
         qWarning("NotificationServer: %s: %s", qUtf8Printable(client->address()), refusal);
         client->answer(request.id, toJson(NotificationFault::NotLoggedIn));
         client->part(QLatin1String(refusal));
+        if (request.isLogin())
+            Q_EMIT loginTried(client->address(), QLatin1String(refusal));
         return;
     }
     client->admit();
     m_clients.insert(client->address(), client);
     qInfo("NotificationServer: %s logged in", qUtf8Printable(client->address()));
+    const QPointer<NotificationServer> self(this);
+    const QString address = client->address();
     reply(client, request.id, success());
+    if (self)
+        Q_EMIT loginTried(address, QString());
 }
 
 void NotificationServer::onRequest(NotificationClient* client, const NotificationRequest& request)

@@ -75,6 +75,10 @@ public:
     int clients() const { return m_clients.size(); }
     int others() const;
 
+Q_SIGNALS:
+    /// Somebody has sent a log-in; `refusal` is empty for one that was taken.
+    void loginTried(const QString& address, const QString& refusal);
+
 private:
     void onConnection();
     void onMessage(NotificationClient* client, const QString& text);

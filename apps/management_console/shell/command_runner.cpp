@@ -10,6 +10,7 @@ CommandRunner::CommandRunner(Session& session, Output& output, QObject* parent)
 void CommandRunner::run(const QStringList& words)
 {
     m_running = true;
+    const Session::Acting acting(m_session, m_operatorName);
     const QString name = words.value(0);
     const CommandEntry* entry = m_session.findCommand(name);
     if (!entry) {
@@ -28,12 +29,14 @@ void CommandRunner::run(const QStringList& words)
 
 void CommandRunner::cancel()
 {
+    const Session::Acting acting(m_session, m_operatorName);
     if (m_command)
         m_command->cancel();
 }
 
 void CommandRunner::giveInput(const QString& line)
 {
+    const Session::Acting acting(m_session, m_operatorName);
     if (m_command)
         m_command->takeInput(line);
 }

@@ -16,6 +16,7 @@
 Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
     : m_commands(commands)
     , m_database(database.isEmpty() ? defaultDatabase() : database)
+    , m_operatorName(processUserName())
     , m_deviceService(std::make_unique<CDeviceService>(nullptr))
 {
 }
@@ -39,7 +40,7 @@ CSqlAccessControl* Session::model(QString& error)
     if (!m_model)
         return nullptr;
     m_trail = std::make_unique<CAuditTrail>(m_model->database());
-    m_trail->setOperatorName(processUserName());
+    m_trail->setOperatorName(m_operatorName);
     m_audit = std::make_unique<CModelAudit>(m_trail.get());
     m_model->setRecorder(m_audit.get());
     return m_model.get();
@@ -63,16 +64,49 @@ void Session::tell(const QString& text)
     Q_EMIT news(Terminal::printable(text));
 }
 
-void Session::setServer(std::unique_ptr<DeviceServer> server)
+void Session::setOperatorName(const QString& name)
 {
+    m_operatorName = name;
+    if (m_trail)
+        m_trail->setOperatorName(name);
+}
+
+Session::Acting::Acting(Session& session, const QString& name)
+    : m_session(session)
+    , m_before(session.m_operatorName)
+{
+    if (!name.isEmpty())
+        session.setOperatorName(name);
+}
+
+Session::Acting::~Acting()
+{
+    m_session.setOperatorName(m_before);
+}
+
+void Session::shutDown()
+{
+    if (m_doors)
+        m_doors->keeper.setOperatorName(m_operatorName);
+    Q_EMIT shutdownWanted();
+}
+
+void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& name)
+{
+    if (m_doors)
+        m_doors->keeper.setOperatorName(m_operatorName);
     m_doors.reset();
+    if (m_trail)
+        m_trail->setChainName(CAuditTrail::defaultChainName());
     m_deviceService->setController(nullptr);
     m_server = std::move(server);
     if (!m_server)
         return;
     QString error;
     if (CSqlAccessControl* installation = model(error)) {
-        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation);
+        if (!name.isEmpty())
+            m_trail->setChainName(name);
+        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, m_trail->chainName(), m_operatorName);
         m_deviceService->setController(&m_doors->controller);
     }
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {

@@ -33,7 +33,8 @@ public:
     /// The server that goes on in the background, or null. While there is one the program does not end with its only
     /// command, and who comes and goes is told.
     DeviceServer* server() const { return m_server.get(); }
-    void setServer(std::unique_ptr<DeviceServer> server);
+    /// `name` is that of its chain in the trail; what is done here stands there as long as it serves.
+    void setServer(std::unique_ptr<DeviceServer> server, const QString& name = {});
     /// The doors of the devices that are served here; null when none are.
     CDoorController* doors() const;
 
@@ -45,8 +46,24 @@ public:
     /// The same as scripts see it.
     CScriptService* scripts(QString& error);
 
+    /// Who gives the command that runs now, as the trail names people; else the user of this process.
+    const QString& operatorName() const { return m_operatorName; }
+    /// While it lives commands are given by somebody; "" is the user of this process.
+    class Acting
+    {
+    public:
+        Acting(Session& session, const QString& name);
+        ~Acting();
+        Acting(const Acting&) = delete;
+        Acting& operator=(const Acting&) = delete;
+
+    private:
+        Session& m_session;
+        QString m_before;
+    };
+
     /// Asks the program to end.
-    void shutDown() { Q_EMIT shutdownWanted(); }
+    void shutDown();
 
 Q_SIGNALS:
     /// News that no command asked for, one line, fit for a terminal.
@@ -55,9 +72,11 @@ Q_SIGNALS:
 
 private:
     void tell(const QString& text);
+    void setOperatorName(const QString& name);
 
     const std::vector<const CommandEntry*>& m_commands;
     QString m_database;
+    QString m_operatorName;
     std::unique_ptr<CSqlAccessControl> m_model;
     std::unique_ptr<CAuditTrail> m_trail;
     std::unique_ptr<CModelAudit> m_audit;

@@ -10,6 +10,7 @@ ClientDialogue::ClientDialogue(Session& session, CommandClient& client, QObject*
     , m_client(client)
     , m_runner(session, *this, this)
 {
+    m_runner.setOperatorName(client.userName());
     connect(&client, &CommandClient::commandReceived, this, &ClientDialogue::add);
     connect(&client, &CommandClient::lineReceived, this, [this](const QString& line) { add(commandWords(line)); });
     connect(&client, &CommandClient::cancelRequested, &m_runner, &CommandRunner::cancel);

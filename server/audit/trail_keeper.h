@@ -1,0 +1,53 @@
+#pragma once
+
+#include <server/audit/audit_trail.h>
+#include <server/audit/clock_watch.h>
+
+#include <QtCore/QTimer>
+
+/// What a server itself has to tell the trail: that it starts and ends, that the clock of its machine was set, who
+/// logs in, and each hour where the chains stand, signed.
+///
+///     auto keeper = std::make_unique<CTrailKeeper>(&trail, QStringLiteral("root"));       // "start"
+///     keeper->noteLogin(true, {}, peer, QStringLiteral("notifications"));
+///     keeper.reset();                                              // "end", and the heads
+///
+/// What the database does not take at once is stored later, with the time at which it happened; the end is tried once.
+class KYR_SERVER_EXPORT CTrailKeeper : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Of refused log-ins, in a minute: strangers have a say in them. What is left out is counted.
+    static constexpr int mostRefusals = 60;
+
+    /// The trail is not taken over; its chain has its name already, and it names nobody as the operator by itself. Who
+    /// started the server is told.
+    CTrailKeeper(CAuditTrail* trail, const QString& operatorName, QObject* parent = nullptr);
+    ~CTrailKeeper() override;
+
+    /// Who ends the server, if it ends now; by default who has started it.
+    void setOperatorName(const QString& name) { m_operatorName = name; }
+
+    /// A log-in from that address by that way; refused when there is a reason.
+    void noteLogin(const QString& reason, const QString& peer, const QString& way);
+
+Q_SIGNALS:
+    /// By how many milliseconds it was set forward.
+    void clockSet(qint64 by);
+
+private:
+    void look();
+    void note(AuditEvent event);
+    void store();
+
+    CAuditTrail* m_trail;
+    QString m_operatorName;
+    CClockWatch m_watch;
+    QTimer m_lookTimer;
+    QTimer m_headTimer;
+    QList<AuditEvent> m_unstored;
+    qint64 m_minute = 0; // to which the count belongs
+    int m_refusals = 0;
+    int m_leftOut = 0;
+};
