@@ -30,6 +30,10 @@ constexpr int waitingRequests = 1024;
 constexpr int visitors = 512;
 /// Bytes of the head of their request.
 constexpr int requestHead = 0x2000;
+/// Visitors whose request has a body that is not there yet. The oldest goes first.
+constexpr int bodies = 64;
+/// Bytes of a body too long that are thrown away, so that whoever sent it reads the answer and no broken connection.
+constexpr qint64 drainedBody = 0x1000000;
 /// Accepted connections that have said nothing yet. The oldest goes first.
 constexpr int silentConnections = 512;
 /// Accepted connections whose TLS is not up on a device, which serves a handful of applications and has little memory.
@@ -67,6 +71,8 @@ struct ConnectionTiming
     int request = 10000;
     /// From accept at a door behind a balancer until the balancer has told who is there.
     int proxyHeader = 5000;
+    /// From a request at a TLS door to its answer.
+    int answer = 60000;
     /// From accept until TLS is up, on a device: its processor may be slow and the line too.
     int tls = 10000;
     /// How long a device holds a connection that it refused.

@@ -21,6 +21,8 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <algorithm>
+
 namespace {
 
 constexpr char endOfHead[] = "\r\n\r\n";
@@ -36,10 +38,21 @@ bool parseRequest(const QByteArray& head, CTlsDoor::Request& request)
     request.path = words.at(1);
     request.head = head;
     request.webSocket = request.header("upgrade").toLower() == "websocket";
-    // What has a body is not read to its end.
-    request.last = request.header("connection").toLower() == "close" || !request.header("content-length").isNull()
-                   || !request.header("transfer-encoding").isNull();
+    request.last = request.header("connection").toLower() == "close" || words.at(2) == "HTTP/1.0";
     return true;
+}
+
+// -1 when it is not told, or not in digits alone.
+qint64 lengthOfBody(const CTlsDoor::Request& request)
+{
+    const QByteArray text = request.header("content-length");
+    if (!request.header("transfer-encoding").isNull())
+        return -1;
+    if (text.isNull())
+        return 0;
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    return !text.isEmpty() && text.size() < 18 && std::all_of(text.begin(), text.end(), isDigit) ? text.toLongLong()
+                                                                                                 : -1;
 }
 
 QByteArray readFile(const QString& name, QString& error)
@@ -126,15 +139,27 @@ struct CTlsDoor::Private
         QElapsedTimer accepted;
         bool ready = false;    // TLS is up, or the balancer has announced it
         bool answered = false; // has made an ordinary request and may make more
-        int asked = 0;         // bytes of the request that waits for its answer
+        bool asked = false;    // waits for the answer to one
+        qint64 size = 0;       // bytes of the request that stand in the socket, or will: 0 before its head was read
+        qint64 unwanted = 0;   // bytes of its body to be thrown away
+        Request request;       // whose body is on its way
     };
 
     QSslConfiguration configuration;
     QHash<QSslSocket*, Visitor> visitors;
-    HeldSockets held{ConnectionLimits::visitors, nullptr}; // the same, but for those below
-    HeldSockets announcing{ConnectionLimits::visitors, nullptr};
+    HeldSockets held{ConnectionLimits::visitors, nullptr};       // those who are to say something
+    HeldSockets announcing{ConnectionLimits::visitors, nullptr}; // those a balancer is to tell of
+    HeldSockets sending{ConnectionLimits::bodies, nullptr};      // of the first, those whose request has begun
+    HeldSockets waiting{ConnectionLimits::visitors, nullptr};    // for their answer
+    qint64 longestBody = 0;
     QList<QPair<QHostAddress, int>> proxies;
     bool finiteFieldDh = false;
+
+    void release(QSslSocket* socket)
+    {
+        for (HeldSockets* each : {&held, &announcing, &sending, &waiting})
+            each->release(socket);
+    }
 };
 
 QByteArray CTlsDoor::Request::header(const QByteArray& name) const
@@ -159,15 +184,18 @@ CTlsDoor::CTlsDoor(QObject* parent)
         qWarning("CTlsDoor: Cannot accept: %s", qUtf8Printable(errorString()));
         QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
     });
-    connect(&d->held, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
+    const auto dropping = [this](QObject* object, bool crowded) {
         auto* const socket = static_cast<QSslSocket*>(object);
         const Private::Visitor visitor = d->visitors.value(socket);
-        drop(socket, crowded             ? QStringLiteral("too many connections without a request")
-                     : visitor.asked > 0 ? QStringLiteral("no answer in time")
-                     : visitor.answered  ? QString()
-                     : visitor.ready     ? QStringLiteral("no request in time")
-                                         : QStringLiteral("no TLS in time"));
-    });
+        drop(socket, visitor.asked                         ? QStringLiteral("no answer in time")
+                     : crowded                             ? QStringLiteral("too many connections without a request")
+                     : visitor.size + visitor.unwanted > 0 ? QStringLiteral("no whole request in time")
+                     : visitor.answered                    ? QString()
+                     : visitor.ready                       ? QStringLiteral("no request in time")
+                                                           : QStringLiteral("no TLS in time"));
+    };
+    for (const HeldSockets* held : {&d->held, &d->sending, &d->waiting})
+        connect(held, &HeldSockets::dropping, this, dropping);
     connect(&d->announcing, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
         drop(static_cast<QSslSocket*>(object), crowded ? QStringLiteral("too many connections without a PROXY header")
                                                        : QStringLiteral("no PROXY header in time"));
@@ -178,8 +206,7 @@ CTlsDoor::~CTlsDoor()
 {
     // Their last signals would find half a server.
     for (auto visitor = d->visitors.cbegin(); visitor != d->visitors.cend(); ++visitor) {
-        d->held.release(visitor.key());
-        d->announcing.release(visitor.key());
+        d->release(visitor.key());
         visitor.key()->disconnect();
     }
 }
@@ -228,6 +255,11 @@ void CTlsDoor::setFiniteFieldDh(bool allowed)
 void CTlsDoor::setProxies(const QList<QPair<QHostAddress, int>>& networks)
 {
     d->proxies = networks;
+}
+
+void CTlsDoor::setLongestBody(int bytes)
+{
+    d->longestBody = qBound(0, bytes, 0x100000);
 }
 
 bool CTlsDoor::open(quint16 port)
@@ -317,8 +349,7 @@ void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
 {
     if (!d->visitors.remove(socket))
         return;
-    d->held.release(socket);
-    d->announcing.release(socket);
+    d->release(socket);
     const QString peer = peerText(socket);
     discard(socket);
     // From the event loop: a receiver may delete the door.
@@ -329,35 +360,82 @@ void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
 
 void CTlsDoor::onReadable(QSslSocket* socket)
 {
-    const auto visitor = d->visitors.constFind(socket);
-    if (visitor == d->visitors.constEnd() || visitor->asked > 0)
+    const auto visitor = d->visitors.find(socket);
+    if (visitor == d->visitors.end() || visitor->asked)
         return;
     if (!visitor->ready && (d->proxies.isEmpty() || !takeProxyHeader(socket)))
         return;
+    if (visitor->size > 0 || visitor->unwanted > 0)
+        return readBody(socket);
     const QByteArray head = socket->peek(ConnectionLimits::requestHead);
     const int end = head.indexOf(endOfHead);
-    if (end >= 0)
-        handIn(socket, head.left(end));
-    else if (head.size() >= ConnectionLimits::requestHead)
-        drop(socket, QStringLiteral("request too long"));
-}
-
-void CTlsDoor::handIn(QSslSocket* socket, const QByteArray& head)
-{
-    Request request;
-    if (!parseRequest(head, request)) {
-        drop(socket, QStringLiteral("no HTTP request"));
+    if (end < 0) {
+        if (head.size() >= ConnectionLimits::requestHead)
+            drop(socket, QStringLiteral("request too long"));
         return;
     }
+    Request request;
+    if (!parseRequest(head.left(end), request))
+        return drop(socket, QStringLiteral("no HTTP request"));
+    request.accepted = visitor->accepted;
+    visitor->size = end + endOfHeadLength;
+    visitor->request = request;
+    if (awaitsBody(socket))
+        readBody(socket);
+    else
+        handIn(socket);
+}
+
+// False when nothing of a body is to be read.
+bool CTlsDoor::awaitsBody(QSslSocket* socket)
+{
     Private::Visitor& visitor = d->visitors[socket];
-    request.accepted = visitor.accepted;
+    Request& request = visitor.request;
+    const qint64 length = request.webSocket ? 0 : lengthOfBody(request);
+    if (length == 0)
+        return false;
+    const bool expects = request.header("expect").toLower() == "100-continue";
+    request.bodyUnread = length < 0 || length > d->longestBody;
+    request.last = request.last || request.bodyUnread;
+    if (request.bodyUnread && (length < 0 || expects || d->longestBody == 0 || length > ConnectionLimits::drainedBody))
+        return false;
+    if (request.bodyUnread) {
+        visitor.unwanted = length;
+    } else {
+        visitor.size += length;
+        socket->setReadBufferSize(qMax(socket->readBufferSize(), visitor.size));
+        if (expects)
+            socket->write("HTTP/1.1 100 Continue\r\n\r\n");
+    }
+    d->sending.add(socket, ConnectionTiming::current().request);
+    return d->visitors.contains(socket);
+}
+
+void CTlsDoor::readBody(QSslSocket* socket)
+{
+    Private::Visitor& visitor = d->visitors[socket];
+    if (visitor.unwanted > 0) {
+        socket->read(visitor.size); // the head, once
+        visitor.size = 0;
+    }
+    while (visitor.unwanted > 0 && socket->bytesAvailable() > 0)
+        visitor.unwanted -= socket->read(qMin(visitor.unwanted, qint64(ConnectionLimits::requestHead))).size();
+    if (visitor.unwanted == 0 && socket->bytesAvailable() >= visitor.size)
+        handIn(socket);
+}
+
+void CTlsDoor::handIn(QSslSocket* socket)
+{
+    Private::Visitor& visitor = d->visitors[socket];
+    Request request = visitor.request;
+    visitor.request = Request();
     // One that asks and asks and never reads the answers does not get more of them.
     request.last = request.last || socket->bytesToWrite() > ConnectionLimits::writeBacklog;
     const QPointer<CTlsDoor> alive(this);
     HandOver<QTcpSocket> offer(socket);
     if (request.webSocket) {
         d->visitors.remove(socket);
-        d->held.release(socket);
+        d->release(socket);
         socket->disconnect(this);
         socket->setReadBufferSize(0); // the next owner has limits of its own
         Q_EMIT webSocketRequested(socket, request);
@@ -365,10 +443,15 @@ void CTlsDoor::handIn(QSslSocket* socket, const QByteArray& head)
             discard(socket);
         return;
     }
-    visitor.asked = static_cast<int>(head.size()) + endOfHeadLength;
+    visitor.asked = true;
+    const int head = static_cast<int>(request.head.size()) + endOfHeadLength;
+    if (visitor.size > head)
+        request.body = socket->peek(visitor.size).mid(head);
+    d->release(socket);
+    d->waiting.add(socket, ConnectionTiming::current().answer);
     Q_EMIT requested(socket, request);
     if (alive && offer.isTaken() && d->visitors.remove(socket)) {
-        d->held.release(socket);
+        d->release(socket);
         socket->disconnect(this);
     }
 }
@@ -376,11 +459,13 @@ void CTlsDoor::handIn(QSslSocket* socket, const QByteArray& head)
 void CTlsDoor::answer(QSslSocket* socket, const QByteArray& bytes, bool last)
 {
     const auto visitor = d->visitors.find(socket);
-    if (visitor == d->visitors.end() || visitor->asked == 0)
+    if (visitor == d->visitors.end() || !visitor->asked)
         return;
-    socket->read(visitor->asked);
-    visitor->asked = 0;
+    socket->read(visitor->size);
+    visitor->size = 0;
+    visitor->asked = false;
     visitor->answered = true;
+    d->waiting.release(socket);
     d->held.add(socket, ConnectionTiming::current().request);
     socket->write(bytes);
     if (last) {

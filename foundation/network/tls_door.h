@@ -27,21 +27,24 @@ class QSslConfiguration;
 ///     });
 ///
 /// From accept, or from the last answer, to the end of the request each visitor has 10 s, and at most 512 are in that
-/// stage: one more takes the place of the one that has waited longest. The head of a request has 8 KiB at most.
+/// stage: one more takes the place of the one that has waited longest. The head of a request has 8 KiB at most, its
+/// body what setLongestBody() allows; of those whose body is still on its way there are at most 64.
 class KYR_FOUNDATION_EXPORT CTlsDoor : public QTcpServer
 {
     Q_OBJECT
 
 public:
-    /// The head of a request, as it stands in the socket.
+    /// A request, as it stands in the socket.
     struct Request
     {
         QByteArray method;
-        QByteArray path;        ///< with its query
-        QByteArray head;        ///< all its lines, without the empty one at the end
-        bool webSocket = false; ///< asks to become a WebSocket
-        bool last = false;      ///< the connection is to end with the answer, as no further request could be read
-        QElapsedTimer accepted; ///< runs since the connection was accepted
+        QByteArray path;          ///< with its query
+        QByteArray head;          ///< all its lines, without the empty one at the end
+        QByteArray body;          ///< empty without one, and when it was not read
+        bool bodyUnread = false;  ///< it is too long, or its length is not told beforehand
+        bool webSocket = false;   ///< asks to become a WebSocket
+        bool last = false;        ///< the connection is to end with the answer, as no further request could be read
+        QElapsedTimer accepted{}; ///< runs since the connection was accepted
 
         /// The value of a header line, blanks around it removed; null without one. The case of `name` is of no account.
         QByteArray header(const QByteArray& name) const;
@@ -65,6 +68,9 @@ public:
     /// For connections from now on.
     void setProxies(const QList<QPair<QHostAddress, int>>& networks);
 
+    /// Reads bodies of up to so many bytes, 1 MiB at most. By default none is read.
+    void setLongestBody(int bytes);
+
     /// Listens on all addresses; with port 0 the system chooses. False: see errorString().
     bool open(quint16 port);
 
@@ -82,7 +88,7 @@ public:
 Q_SIGNALS:
     /// A receiver takes the socket over by setting another parent, else it is aborted.
     void webSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request);
-    /// Any other request: to be answered within 10 s, or the connection ends. A receiver may take the socket over, too.
+    /// Any other request: to be answered within 60 s, or the connection ends. A receiver may take the socket over, too.
     void requested(QSslSocket* socket, const CTlsDoor::Request& request);
     /// A connection ended before it was anybody's. The reason is fit to be shown. Emitted from the event loop.
     void dropped(const QString& peer, const QString& reason);
@@ -93,7 +99,9 @@ protected:
 private:
     bool takeProxyHeader(QSslSocket* socket);
     void onReadable(QSslSocket* socket);
-    void handIn(QSslSocket* socket, const QByteArray& head);
+    bool awaitsBody(QSslSocket* socket);
+    void readBody(QSslSocket* socket);
+    void handIn(QSslSocket* socket);
     void drop(QSslSocket* socket, const QString& reason);
 
     struct Private;

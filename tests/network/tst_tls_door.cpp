@@ -75,6 +75,37 @@ private Q_SLOTS:
         QCOMPARE(m_reasons, QStringList());
     }
 
+    // Read whole up to the limit, and the next request behind it; what is too long or of unknown length is not read,
+    // and who sends it reads the answer all the same.
+    void bodies()
+    {
+        m_door->setLongestBody(40000);
+        disconnect(m_door.get(), &CTlsDoor::requested, this, nullptr);
+        connect(m_door.get(), &CTlsDoor::requested, this, [this](QSslSocket* socket, const CTlsDoor::Request& request) {
+            const QByteArray text = QByteArray::number(request.body.size()) + request.body.right(1);
+            m_door->answer(socket, text + (request.bodyUnread ? "unread\n" : "\n"), request.last);
+        });
+        const auto post = [](const QByteArray& lines, int length) -> QByteArray {
+            return "POST / HTTP/1.1\r\n" + lines + "\r\n\r\n" + QByteArray(length - 1, 'a') + 'z';
+        };
+        const auto visitor = visit(post("Content-Length: 40000", 40000) + post("content-length: 3", 3)
+                                   + "GET / HTTP/1.1\r\n\r\n" + post("Content-Length: 300000", 300000));
+        QCOMPARE(TcpPair::read(*visitor, 20), QByteArray("40000z\n3z\n0\n0unread\n"));
+        QVERIFY(waitUntil([&] { return visitor->state() == QAbstractSocket::UnconnectedState; }));
+        for (const char* line :
+             {"Transfer-Encoding: chunked", "Content-Length: -1", "Content-Length: 99999999999999999"}) {
+            const auto other = visit(post(line, 3));
+            QCOMPARE(TcpPair::read(*other, 8), QByteArray("0unread\n"));
+        }
+        const auto polite = visit("POST / HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n");
+        QCOMPARE(TcpPair::read(*polite, 25), QByteArray("HTTP/1.1 100 Continue\r\n\r\n"));
+        polite->write("ok");
+        QCOMPARE(TcpPair::read(*polite, 3), QByteArray("2k\n"));
+        ConnectionTiming::current().request = 300;
+        const auto slow = visit("POST / HTTP/1.1\r\nContent-Length: 9\r\n\r\nhalf");
+        QVERIFY(waitUntil([&] { return m_reasons.contains(QStringLiteral("no whole request in time")); }));
+    }
+
     void webSockets()
     {
         bool take = true;

@@ -27,6 +27,9 @@ DeviceServer::DeviceServer(QObject* parent)
     , m_notifications(new CNotificationService(this))
     , m_connector(new CDeviceConnectorAppSide(0, true, true, this))
 {
+    m_door->serve("GET", "/", [](const HttpRequest&, const FrontDoor::Reply& reply) {
+        reply({200, "text/plain", "kyr_console\n"});
+    });
     serveAt(m_door);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, this, &DeviceServer::onEstablished);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionRefused, this,
@@ -38,14 +41,9 @@ DeviceServer::DeviceServer(QObject* parent)
 
 void DeviceServer::serveAt(FrontDoor* door)
 {
-    connect(door, &FrontDoor::webSocketRequested, this, &DeviceServer::onWebSocketRequested);
+    connect(door, &FrontDoor::otherWebSocketRequested, this, &DeviceServer::onWebSocketRequested);
     connect(door, &FrontDoor::dropped, this,
             [this](const QString& peer, const QString& reason) { refuse(peer, QString(), reason); });
-    door->setResponder([](const QByteArray& path) -> FrontDoor::Response {
-        if (path == "/")
-            return {"200 OK", "text/plain", "kyr_console\n"};
-        return {"404 Not Found", "text/plain", "nothing here\n"};
-    });
 }
 
 DeviceServer::~DeviceServer()
@@ -66,6 +64,9 @@ bool DeviceServer::start(const Settings& settings, QString& error)
     if (!settings.token.isEmpty()) {
         m_notificationServer = new NotificationServer(*m_notifications, settings.token, this);
         connect(m_notificationServer, &NotificationServer::loginTried, this, &DeviceServer::clientLogin);
+        m_door->serveWebSockets(NotificationServer::path(), [this](QSslSocket* socket, const CTlsDoor::Request&) {
+            m_notificationServer->takeSocket(socket);
+        });
     }
     if (!m_door->open(settings.port)) {
         error = QStringLiteral("cannot listen on port %1: %2").arg(settings.port).arg(m_door->errorString());
@@ -73,7 +74,7 @@ bool DeviceServer::start(const Settings& settings, QString& error)
     }
     if (settings.proxies.isEmpty())
         return true;
-    m_proxyDoor = new FrontDoor(this);
+    m_proxyDoor = new FrontDoor(*m_door, this);
     m_proxyDoor->setProxies(settings.proxies);
     serveAt(m_proxyDoor);
     if (!m_proxyDoor->open(settings.proxyPort)) {
@@ -95,10 +96,6 @@ quint16 DeviceServer::proxyPort() const
 
 void DeviceServer::onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request& request)
 {
-    if (m_notificationServer && request.path == NotificationServer::path()) {
-        m_notificationServer->takeSocket(socket);
-        return;
-    }
     const QString peer = CTlsDoor::peerText(socket);
     if (!request.path.startsWith("/gw/")) {
         refuse(peer, QString(),

@@ -50,6 +50,8 @@ public:
     quint16 port() const;
     /// The port for balancers; 0 when there are none.
     quint16 proxyPort() const;
+    /// For others that answer on the TLS port; the port for balancers answers alike.
+    FrontDoor& door() { return *m_door; }
     /// The hub that those who watch are connected to.
     CNotificationService* notifications() const { return m_notifications; }
     /// Clients that are logged in for notifications.

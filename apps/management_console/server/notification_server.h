@@ -18,10 +18,8 @@ class QWebSocketServer;
 /// Offers a notification service to WebSocket clients, in JSON-RPC 2.0 text frames.
 ///
 ///     NotificationServer server(service, token);
-///     connect(door, &FrontDoor::webSocketRequested, [&](QSslSocket* socket, const QByteArray& path) {
-///         if (path == NotificationServer::path())
-///             server.takeSocket(socket);
-///     });
+///     door.serveWebSockets(NotificationServer::path(),
+///                          [&](QSslSocket* socket, const CTlsDoor::Request&) { server.takeSocket(socket); });
 ///     service.notifyObservers(QStringLiteral("Devices"), {{QStringLiteral("event"), QStringLiteral("came")}});
 ///
 /// A client logs in first, then sends the service's methods. A request with an "id" is answered:
