@@ -32,6 +32,20 @@ QStringList CommandProtocol::textsOf(const QJsonArray& message)
     return texts;
 }
 
+bool CommandProtocol::isNamedIn(const QStringList& words, const QString& name)
+{
+    for (const QString& word : words) {
+        const bool isOption = word.startsWith(QLatin1String("--"));
+        if (word == name || (isOption && word.mid(word.indexOf(QLatin1Char('=')) + 1) == name))
+            return !name.isEmpty();
+    }
+    for (const char* ending : {".heads", ".sig"}) {
+        if (name.endsWith(QLatin1String(ending)))
+            return isNamedIn(words, name.left(name.size() - int(qstrlen(ending))));
+    }
+    return false;
+}
+
 bool LineBuffer::take(QByteArray& line)
 {
     const int end = int(m_data.indexOf('\n', m_scanned));

@@ -8,7 +8,8 @@
 /// the kind of the message first. Whatever a text holds, line feeds and quotes too, arrives as it was. Kinds that an
 /// end does not know are passed over.
 ///
-///     to the tool      ["hello",1,TERMINAL,COLOUR]   first; whether somebody reads at a terminal, and wants colour
+///     to the tool      ["hello",1,TERMINAL,COLOUR,FILES]  first; whether somebody reads at a terminal, and wants
+///                                                   colour; whether the client opens files (absent: it does not)
 ///                      ["run",WORD,...]              a command with its arguments
 ///                      ["line",TEXT]                 the same as typed, split by the tool
 ///                      ["input",TEXT], ["end"]       the line that was asked for, or that there is none any more
@@ -21,10 +22,21 @@
 ///                      ["ask"]                       the command wants a line of input
 ///                      ["leave"]                     the next code is the last: the command was one that leaves
 ///                      ["code",N]                    the command has ended
+///
+/// The files that a command names are the client's: it opens them, and only those that stand in its own command. Each
+/// transfer has a number; its content goes in pieces.
+///
+///     to the client    ["read",ID,NAME,MOST]         the content of a file is wanted, of at most so many bytes
+///                      ["write",ID,NAME]             content for a file follows
+///     both ways        ["data",ID,BASE64]            a piece of it
+///                      ["done",ID]                   that was all; to the tool also: it is written
+///                      ["fault",ID,TEXT]             it comes to nothing, and why
 namespace CommandProtocol {
 
 constexpr int version = 1;
 constexpr int longestMessage = 16 * 1024 * 1024; ///< bytes that a client may send as one message
+constexpr int pieceSize = 256 * 1024;            ///< bytes of a file in one message
+constexpr int mostAhead = 1024 * 1024;           ///< bytes that may wait unread before the next piece is sent
 
 QByteArray message(const char* kind, const QJsonArray& arguments = {});
 QByteArray message(const char* kind, const QString& text);
@@ -33,6 +45,9 @@ QJsonArray parse(const QByteArray& line);
 QString kindOf(const QJsonArray& message);
 /// The texts behind the kind.
 QStringList textsOf(const QJsonArray& message);
+/// Whether a file's name stands in the words of a command: as a word, behind the "=" of an option, or with an ending
+/// that a command adds (".heads", ".sig").
+bool isNamedIn(const QStringList& words, const QString& name);
 
 } // namespace CommandProtocol
 

@@ -1,12 +1,20 @@
 #include "command_server.h"
 
-#include "process_setup.h"
+#include <foundation/core/environment_variable.h>
 
 #include <QtCore/QDebug>
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
 #include <QtCore/QTimer>
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
+
+#ifdef Q_OS_LINUX
+#    include <fcntl.h>
+#    include <sys/socket.h>
+#    include <sys/un.h>
+#    include <unistd.h>
+#endif
 
 namespace {
 
@@ -14,14 +22,40 @@ constexpr int probeMs = 1000;
 constexpr int drainMs = 2000;
 constexpr int drainStepMs = 10;
 
+// The descriptor of the socket of that name that the service manager has made for this process, else -1. A second
+// server, and a child process, find none.
+int handedOverSocket(const QString& name)
+{
+#ifdef Q_OS_LINUX
+    constexpr int firstDescriptor = 3;
+    const bool isMine = CEnvironmentVariable::valueTrimmed("LISTEN_PID").toLongLong() == ::getpid();
+    const int count = isMine ? CEnvironmentVariable::valueTrimmed("LISTEN_FDS").toInt() : 0;
+    const QByteArray path = QFile::encodeName(name);
+    for (int descriptor = firstDescriptor; descriptor < firstDescriptor + qMin(count, 16); ++descriptor) {
+        sockaddr_un address{};
+        socklen_t size = sizeof(address);
+        if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0
+            || address.sun_family != AF_UNIX || path != QByteArray(address.sun_path))
+            continue;
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+        qunsetenv("LISTEN_FDS");
+        return descriptor;
+    }
+#else
+    Q_UNUSED(name)
+#endif
+    return -1;
+}
+
 } // namespace
 
 CommandClient::CommandClient(QLocalSocket* socket, QObject* parent)
     : QObject(parent)
     , m_socket(socket)
-    , m_userName(peerUserName(socket->socketDescriptor()))
+    , m_user(PeerUser::of(*socket))
 {
     socket->setParent(this);
+    connect(socket, &QLocalSocket::bytesWritten, this, &CommandClient::sentSome);
     connect(socket, &QLocalSocket::readyRead, this, &CommandClient::onReadable);
     connect(socket, &QLocalSocket::disconnected, this, &CommandClient::onGone, Qt::QueuedConnection);
     // What came before this object did; and that it may have gone already.
@@ -79,6 +113,7 @@ void CommandClient::take(const QByteArray& line)
         }
         m_terminal = message.at(2).toBool();
         m_colour = message.at(3).toBool();
+        m_files = message.at(4).toBool();
         return send(CommandProtocol::message("hello", QJsonArray{CommandProtocol::version}));
     }
     if (kind == QLatin1String("run"))
@@ -91,6 +126,8 @@ void CommandClient::take(const QByteArray& line)
         Q_EMIT inputEnded();
     else if (kind == QLatin1String("cancel"))
         Q_EMIT cancelRequested();
+    else if (kind == QLatin1String("data") || kind == QLatin1String("done") || kind == QLatin1String("fault"))
+        Q_EMIT fileMessageReceived(message);
     else if (kind == QLatin1String("ping"))
         send(CommandProtocol::message("pong"));
 }
@@ -152,6 +189,11 @@ void CommandClient::askForInput()
         send(CommandProtocol::message("ask"));
 }
 
+void CommandClient::sendFileMessage(const char* kind, const QJsonArray& arguments)
+{
+    send(CommandProtocol::message(kind, arguments));
+}
+
 void CommandClient::sendCode(int code)
 {
     send(m_plain ? "= " + QByteArray::number(code) + '\n' : CommandProtocol::message("code", QJsonArray{code}));
@@ -186,6 +228,13 @@ CommandServer::~CommandServer()
 
 bool CommandServer::listen(const QString& name, QString& error)
 {
+    const int handedOver = handedOverSocket(name);
+    if (handedOver >= 0) {
+        if (m_server->listen(qintptr(handedOver)))
+            return true;
+        error = QStringLiteral("cannot take commands at \"%1\": %2").arg(name, m_server->errorString());
+        return false;
+    }
     QLocalSocket probe;
     probe.connectToServer(name);
     if (probe.waitForConnected(probeMs)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "command_protocol.h"
+#include "peer_user.h"
 
 #include <QtCore/QObject>
 
@@ -27,13 +28,15 @@ public:
     CommandClient(QLocalSocket* socket, QObject* parent);
     ~CommandClient() override;
 
-    /// Whose program it is; see peerUserName().
-    const QString& userName() const { return m_userName; }
     /// Somebody reads at a terminal.
     bool isTerminal() const { return m_terminal; }
     bool wantsColour() const { return m_colour; }
     /// A plain client cannot be asked for input.
     bool canGiveInput() const { return !m_plain; }
+    /// It opens the files that its commands name.
+    bool hasFiles() const { return m_files; }
+    /// Who it is, as the system says.
+    const PeerUser& user() const { return m_user; }
     /// Bytes that the client has not taken yet.
     qint64 unread() const;
 
@@ -42,6 +45,8 @@ public:
     void sendProgress(const QString& text);
     void sendNews(const QString& text);
     void askForInput();
+    /// A message on a file, see CommandProtocol.
+    void sendFileMessage(const char* kind, const QJsonArray& arguments);
     void sendCode(int code);
     /// The last code: the conversation ends from this side.
     void leave(int code);
@@ -53,6 +58,9 @@ Q_SIGNALS:
     void inputReceived(const QString& line);
     void inputEnded();
     void cancelRequested();
+    void fileMessageReceived(const QJsonArray& message);
+    /// Some of what was sent has left; see unread().
+    void sentSome();
     void gone();
 
 private:
@@ -63,18 +71,20 @@ private:
     void send(const char* kind, const QString& text);
 
     QLocalSocket* m_socket;
-    QString m_userName;
     LineBuffer m_received;
     bool m_known = false; // has sent something
     bool m_plain = true;
     bool m_greeted = false;
     bool m_terminal = false;
     bool m_colour = false;
+    bool m_files = false;
+    PeerUser m_user;
     bool m_left = false; // nothing is taken any more
     bool m_gone = false;
 };
 
-/// A local socket on which a tool takes commands. Only the same user, and root, gets in.
+/// A local socket on which a tool takes commands. Only the same user, and root, gets in; when the service manager has
+/// made the socket, whom it lets in.
 class CommandServer : public QObject
 {
     Q_OBJECT
@@ -86,7 +96,8 @@ public:
     ~CommandServer() override;
 
     /// False with a reason when another program answers under that name, which would lose its clients, or when the
-    /// system refuses it. What a program that was killed has left behind is replaced.
+    /// system refuses it. What a program that was killed has left behind is replaced. A socket of that name that the
+    /// service manager hands over (LISTEN_FDS) is taken as it is.
     bool listen(const QString& name, QString& error);
     QList<CommandClient*> clients() const
     {

@@ -1,5 +1,7 @@
 #include "process_setup.h"
 
+#include "common/peer_user.h"
+
 #include <foundation/core/debug.h>
 
 #include <QtCore/QDateTime>
@@ -11,8 +13,6 @@
 #    include <csignal>
 #    include <cstdio>
 #    include <fcntl.h>
-#    include <pwd.h>
-#    include <sys/socket.h>
 #    include <unistd.h>
 #endif
 
@@ -67,11 +67,6 @@ void openStandardDescriptors() {}
 void endSoon(int) {}
 
 QString processUserName()
-{
-    return {};
-}
-
-QString peerUserName(qintptr)
 {
     return {};
 }
@@ -134,31 +129,9 @@ void openStandardDescriptors()
     }
 }
 
-namespace {
-
-QString userName(uid_t user)
-{
-    if (const passwd* entry = getpwuid(user))
-        return QString::fromLocal8Bit(entry->pw_name);
-    return QStringLiteral("uid %1").arg(user);
-}
-
-} // namespace
-
 QString processUserName()
 {
     return userName(getuid());
-}
-
-QString peerUserName(qintptr socket)
-{
-#    ifdef SO_PEERCRED
-    ucred peer{};
-    socklen_t size = sizeof(peer);
-    if (::getsockopt(int(socket), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0)
-        return userName(peer.uid);
-#    endif
-    return {};
 }
 
 void endSoon(int code)

@@ -29,9 +29,6 @@ void openStandardDescriptors();
 /// not say.
 QString processUserName();
 
-/// The user of the program at the other end of a local socket, likewise; "" where the system does not tell.
-QString peerUserName(qintptr socket);
-
 /// When the event loop has ended: gives the time until waitForOtherThreads() two seconds, then ends the process with
 /// that code. Qt waits for host names that are looked up, ten seconds and more when the name server never answers.
 void endSoon(int code);

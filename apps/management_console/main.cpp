@@ -4,7 +4,9 @@
 #include "common/process_setup.h"
 #include "server/open_model.h"
 #include "shell/attach.h"
+#include "shell/command.h"
 #include "shell/console.h"
+#include "shell/find_console.h"
 #include "shell/session.h"
 #include "shell/socket_console.h"
 #include "shell/terminal.h"
@@ -14,6 +16,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
+#include <QtNetwork/QLocalSocket>
 
 #include <cstdio>
 #include <memory>
@@ -32,6 +35,8 @@ void addGlobalOptions(AppOptions& options)
                      QStringLiteral("take commands from a local socket instead of the terminal"));
     options.addValue(QStringLiteral("attach"), QStringLiteral("NAME"),
                      QStringLiteral("talk to a console that was started with --socket"));
+    options.addSwitch(QStringLiteral("local"),
+                      QStringLiteral("do not look for a console that runs already, be one of its own"));
     options.addValue(QStringLiteral("patience"), QStringLiteral("S"),
                      QStringLiteral("give that console up when nothing is heard from it for so many seconds"),
                      QStringLiteral("30"));
@@ -42,6 +47,18 @@ void addGlobalOptions(AppOptions& options)
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
     options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
     options.stopAtPositional();
+}
+
+// Naming a place for the installation asks for a process of its own; so does a command that works on what is here.
+bool looksForConsole(const AppOptions& options, const QStringList& command)
+{
+    if (options.isSet(QStringLiteral("local")) || options.isSet(QStringLiteral("database")))
+        return false;
+    for (const CommandEntry* entry : commandTable()) {
+        if (entry->isOfThisProcess && command.value(0) == QLatin1String(entry->name))
+            return false;
+    }
+    return true;
 }
 
 // Runs until the console ends; the channel is deleted here unless its own thread does it.
@@ -108,8 +125,26 @@ int run(int argc, char** argv)
     const int patience = options.number(QStringLiteral("patience"), 1, 86400);
     if (!options.error().isEmpty())
         return failed(options.error());
-    if (!attachName.isEmpty())
-        return runAttached(app, attachName, command, patience);
+    if (!attachName.isEmpty()) {
+        QString error;
+        const std::unique_ptr<QLocalSocket> socket = connectToConsole(attachName, error);
+        if (!socket) {
+            failed(error);
+            return 1;
+        }
+        return runAttached(app, *socket, command, patience);
+    }
+    if (socketName.isEmpty() && looksForConsole(options, command)) {
+        const FoundConsole found = findConsole();
+        if (found.socket) {
+            if (command.isEmpty() && Terminal::isInteractive())
+                Terminal::show(
+                    QStringLiteral("Talking to the console at %1 (--local: one of its own).\n").arg(found.name));
+            return runAttached(app, *found.socket, command, patience);
+        }
+        if (!found.note.isEmpty())
+            std::fprintf(stderr, "kyr_console: %s; going on by itself\n", qUtf8Printable(found.note));
+    }
     Session session(commandTable(), options.value(QStringLiteral("database")));
     if (!socketName.isEmpty())
         return runSocketConsole(app, session, socketName, command);

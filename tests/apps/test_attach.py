@@ -93,6 +93,125 @@ class Attach(unittest.TestCase):
             self.server.process.send_signal(signal.SIGCONT)
         self.assertEqual((code, error), (1, "kyr_console: the console does not answer\n"))
 
+    def test_answers_go_to_who_asked(self):
+        # Two clients in one conversation each, both busy: neither sees a line of the other's.
+        def talk(word):
+            asked = "".join(f"mapping {word}{n}\n" for n in range(300))
+            return subprocess.Popen([f"{BIN}/kyr_console", "--attach", self.socket], stdin=subprocess.PIPE,
+                                    stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True), asked
+        clients = {word: talk(word) for word in ("left", "right")}
+        for client, asked in clients.values():
+            client.stdin.write(asked)
+            client.stdin.flush()
+        for word, (client, _) in clients.items():
+            said = client.communicate(timeout=4 * WAIT)[0].splitlines()
+            self.assertEqual(len(said), 300)
+            for n, line in enumerate(said):
+                self.assertIn(f'"{word}{n}"', line)
+
+    def test_files_are_the_clients(self):
+        def run(*command, stdin="", uid=65534, **options):
+            return console("--attach", self.socket, *command, stdin=stdin, cwd=folder,
+                           prefix=["setpriv", "--reuid", str(uid), "--clear-groups"] if os.getuid() == 0 else [], **options)
+        folder = f"{self.dir.name}/client"
+        os.mkdir(folder)
+        for path, mode in (self.dir.name, 0o755), (folder, 0o777), (self.socket, 0o666):
+            os.chmod(path, mode)
+        # Read and written in the client's folder and as the client's; "-" is its standard input and output.
+        self.assertEqual(run("users", "--csv", "u.csv"), (0, "Wrote 5 users to u.csv.\n", ""))
+        if os.getuid() == 0:
+            self.assertEqual(os.stat(f"{folder}/u.csv").st_uid, 65534)
+        with open(f"{folder}/u.csv", encoding="utf-8") as file:
+            csv = file.read()
+        self.assertEqual(run("users", "--csv=-"), (0, csv, ""))
+        again = (0, "Added 0 users, changed 0 and left 5 as they were.\n", "")
+        self.assertEqual(run("users", "import", "u.csv"), again)
+        self.assertEqual(run("users", "import", "-", stdin=csv), again)
+        self.assertEqual(run(stdin="users import u.csv\n"), again)
+        self.assertEqual(run("users", "import", "none.csv"),
+                         (1, "", 'users import: cannot read "none.csv": No such file or directory\n'))
+        code, _, error = run("users", "--csv", "no/folder.csv")
+        self.assertEqual((code, 'cannot write "no/folder.csv"' in error), (1, True))
+        # Larger than what is sent at once, with the console's other clients served meanwhile.
+        big = "Name\n" + "".join(f"Somebody {n} {'x' * 200}\n" for n in range(20000))
+        self.assertEqual(run("users", "import", "-", "--dry-run", stdin=big)[1], "Would add 20000 users, change 0 and leave 0 as they are.\n")
+        self.assertEqual(run("database", "backup", "b.db"), (0, "Wrote b.db.\n", ""))
+        self.assertEqual(os.stat(f"{folder}/b.db").st_mode & 0o777, 0o600)
+        self.assertEqual(run("database", "backup", "b.db")[0], 1)
+        # Who changed it stands in the trail.
+        self.assertEqual(run("users", "add", "Zoe")[0], 0)
+        event = json.loads(self.ask("events", "--kind", "changed", "--json")[1])[-1]
+        self.assertEqual(event["operator"], "nobody" if os.getuid() == 0 else event["operator"])
+        # A program without the protocol has no files, and the console opens none for it.
+        with socket.socket(socket.AF_UNIX) as plain:
+            plain.settimeout(WAIT)
+            plain.connect(self.socket)
+            plain.sendall(f"users --csv {folder}/plain.csv\n".encode())
+            answer = b""
+            while not answer.endswith(b"= 1\n"):
+                answer += plain.recv(10000)
+        self.assertFalse(os.path.exists(f"{folder}/plain.csv"))
+
+    def test_only_files_of_the_command(self):
+        # A console that asks for more than the command names gets nothing.
+        path = f"{self.dir.name}/greedy"
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(path)
+            listener.listen()
+            client = subprocess.Popen([f"{BIN}/kyr_console", "--attach", path, "users", "import", "named"],
+                                      cwd=self.dir.name, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            peer = listener.accept()[0]
+            stream = peer.makefile("rw", encoding="utf-8")
+            with open(f"{self.dir.name}/named", "w") as file:
+                file.write("x")
+            send = lambda *message: (stream.write(json.dumps(message) + "\n"), stream.flush())
+            stream.readline()
+            send("hello", 1)
+            stream.readline()
+            for number, (kind, name) in enumerate([("read", "/etc/passwd"), ("write", "other"), ("read", "./named"), ("write", "")]):
+                send(kind, number, name, 1000)
+                self.assertEqual(json.loads(stream.readline())[:2], ["fault", number], name)
+            send("read", 9, "named", 1000)
+            self.assertEqual(json.loads(stream.readline()), ["data", 9, "eA=="])
+            self.assertEqual(json.loads(stream.readline()), ["done", 9])
+            # What breaks off is not written.
+            send("write", 10, "named")
+            send("data", 10, "eHl6")
+            send("code", 0)
+            client.communicate(timeout=WAIT)
+            peer.close()
+        with open(f"{self.dir.name}/named") as file:
+            self.assertEqual(file.read(), "x")
+
+    def test_a_console_beside_a_service_finds_it(self):
+        runtime = f"{self.dir.name}/kyr-console"
+        os.mkdir(runtime, 0o700)
+        environment = {**os.environ, "XDG_RUNTIME_DIR": self.dir.name}
+        environment.pop("KYR_CONSOLE_DATABASE", None)
+        if os.path.exists("/run/kyr-console/socket"):
+            self.skipTest("a service runs on this machine")
+
+        def found(*arguments):
+            result = subprocess.run([f"{BIN}/kyr_console", *arguments], env=environment, capture_output=True, text=True,
+                                    timeout=4 * WAIT)
+            return result.returncode, result.stdout.count("anna@example.com"), result.stderr
+        self.assertEqual(found("users")[1], 0)
+        # The socket may be the service manager's: it is taken as it is, and others find it there.
+        activate = ["systemd-socket-activate", "-l", f"{runtime}/socket", "-E", "PATH"]
+        if subprocess.run(["which", activate[0]], capture_output=True).returncode == 0:
+            handed = self.enter(Running("kyr_console", "--database", "memory", "--socket", f"{runtime}/socket", prefix=activate))
+            self.eventually(lambda: os.path.exists(f"{runtime}/socket"))
+            self.assertEqual(found("users"), (0, 1, ""))
+            self.assertEqual(found("shutdown")[0], 0)
+            self.assertEqual(handed.process.wait(WAIT), 0)
+            if os.path.exists(f"{runtime}/socket"):
+                os.remove(f"{runtime}/socket")
+        self.enter(Running("kyr_console", "--database", "memory", "--socket", f"{runtime}/socket"))
+        self.eventually(lambda: os.path.exists(f"{runtime}/socket"))
+        self.assertEqual(found("users"), (0, 1, ""))
+        self.assertEqual(found("--local", "users")[1], 0)
+        self.assertEqual(found("--database", f"{self.dir.name}/other.db", "users")[1], 0)
+
     def test_leaving_is_not_ending(self):
         for way in "quit", "exit":
             self.assertEqual(self.ask(way), (0, "", ""))

@@ -18,10 +18,10 @@ os.environ["XDG_DATA_HOME"] = _data.name
 os.environ.pop("STATE_DIRECTORY", None)
 
 
-def console(*arguments, stdin="", env=None, prefix=(), database="memory"):
+def console(*arguments, stdin="", env=None, prefix=(), database="memory", cwd=None):
     """Runs the console to its end: (exit code, standard output, standard error)."""
     result = subprocess.run([*prefix, f"{BIN}/kyr_console", "--database", database, *arguments], input=stdin, capture_output=True, text=True,
-                            timeout=4 * WAIT, env={**os.environ, **(env or {})})
+                            timeout=4 * WAIT, env={**os.environ, **(env or {})}, cwd=cwd)
     return result.returncode, result.stdout, result.stderr
 
 

@@ -1,15 +1,18 @@
 #include "commands/model_command.h"
-#include "common/save_file.h"
 
 #include <server/audit/audit_trail.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDateTime>
-#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
+#include <memory>
+
 namespace {
+
+// Heads are signed each thousand events: these are those of many years.
+constexpr qint64 longestHeadFile = 64 * 1024 * 1024;
 
 class AuditCommand : public ModelCommand
 {
@@ -20,7 +23,7 @@ public:
     {
         static const std::vector<Verb> table = {
             {"verify", "", "looks whether anything in the trail was changed; 1 when it was",
-             &startVerb<&AuditCommand::verify>, &addVerifyOptions},
+             &startVerb<&AuditCommand::readKeptHeads>, &addVerifyOptions},
             {"head", "", "signs where the trail stands now, to be kept elsewhere", &startVerb<&AuditCommand::head>,
              &addHeadOptions},
             {"key", "", "prints the public key that checks heads", &startVerb<&AuditCommand::key>},
@@ -65,26 +68,30 @@ private:
         return found;
     }
 
-    void verify(AppOptions& options)
+    void readKeptHeads(AppOptions& options)
     {
-        QList<AuditHead> kept;
         const QString name = options.value(QStringLiteral("head"));
-        if (!name.isEmpty()) {
-            QFile file(name);
-            if (!file.open(QIODevice::ReadOnly))
-                return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
-            while (!file.atEnd()) {
-                const QByteArray line = file.readLine(2048).trimmed();
+        if (!options.isSet(QStringLiteral("head")))
+            return verify({});
+        readFile(name, longestHeadFile, [this, name](const QByteArray& bytes) {
+            QList<AuditHead> kept;
+            const QList<QByteArray> lines = bytes.split('\n');
+            for (const QByteArray& line : lines) {
                 AuditHead head;
-                if (line.isEmpty())
+                if (line.trimmed().isEmpty())
                     continue;
-                if (!AuditHead::fromLine(line, head))
+                if (!AuditHead::fromLine(line.trimmed(), head))
                     return fail(QStringLiteral("\"%1\" holds a line that is no head of a trail").arg(name));
                 kept.append(head);
             }
             if (kept.isEmpty())
                 return fail(QStringLiteral("\"%1\" holds no head").arg(name));
-        }
+            verify(kept);
+        });
+    }
+
+    void verify(const QList<AuditHead>& kept)
+    {
         CAuditTrail* found = trail();
         if (!found)
             return;
@@ -129,14 +136,12 @@ private:
                 output().line(QString::fromLatin1(one.toLine()));
             return done();
         }
-        QString error;
-        const auto write = [&heads](QIODevice& file) {
+        const auto content = [heads](QIODevice& file) {
             for (const AuditHead& one : heads)
                 file.write(one.toLine() + '\n');
+            return QString();
         };
-        if (!saveFile(name, write, error))
-            return fail(error);
-        done();
+        writeFile(name, content, [this] { done(); });
     }
 
     void key(AppOptions&)
@@ -160,20 +165,24 @@ private:
         if (!found)
             return;
         const QString name = options.value(isJsonLines ? QStringLiteral("jsonl") : QStringLiteral("csv"));
-        QBuffer heads;
-        heads.open(QIODevice::WriteOnly);
-        bool good = true;
-        QString error;
-        const auto write = [&](QIODevice& file) {
-            good = isJsonLines ? found->exportJsonLines(file, heads) : found->exportCsv(file, heads);
+        const auto heads = std::make_shared<QBuffer>();
+        heads->open(QIODevice::WriteOnly);
+        const auto content = [found, heads, isJsonLines](QIODevice& file) {
+            const bool isGood = isJsonLines ? found->exportJsonLines(file, *heads) : found->exportCsv(file, *heads);
+            return isGood ? QString() : found->errorString();
         };
-        if (!saveFile(name, write, error) || !good)
-            return fail(good ? error : found->errorString());
-        if (!saveFile(
-                name + QStringLiteral(".heads"), [&heads](QIODevice& file) { file.write(heads.data()); }, error))
-            return fail(error);
-        output().line(QStringLiteral("Wrote the trail to %1, its heads to %1.heads.").arg(name));
-        done();
+        writeFile(name, content, [this, name, heads] {
+            // Into a pipe goes the trail alone.
+            if (name == QLatin1String("-"))
+                return done();
+            const auto headLines = [heads](QIODevice& file) {
+                file.write(heads->data());
+                return QString();
+            };
+            writeFile(name + QStringLiteral(".heads"), headLines, [this, name] {
+                doneWriting(name, QStringLiteral("Wrote the trail to %1, its heads to %1.heads.").arg(name));
+            });
+        });
     }
 
     void retain(AppOptions& options)

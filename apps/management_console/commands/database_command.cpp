@@ -3,11 +3,14 @@
 
 #include <server/model/sql_access_control.h>
 
+#include <QtCore/QTemporaryDir>
+
 namespace {
 
 constexpr int mostUsers = 1000000;
 constexpr int mostDoors = 100000;
 constexpr int mostGroups = 10000;
+constexpr qint64 pieceSize = 1024 * 1024;
 
 class DatabaseCommand : public ModelCommand
 {
@@ -90,10 +93,30 @@ private:
         if (!installation)
             return;
         const QString file = options.positional().constFirst();
-        if (!installation->database()->backup(file))
-            return fail(installation->database()->errorString());
-        output().line(QStringLiteral("Wrote %1.").arg(file));
-        done();
+        if (output().files().areHere()) {
+            if (!installation->database()->backup(file))
+                return fail(installation->database()->errorString());
+            return doneWriting(file, QStringLiteral("Wrote %1.").arg(file));
+        }
+        // The database writes the copy itself: here first, then it is the client's.
+        const auto content = [installation](QIODevice& out) {
+            const QTemporaryDir folder;
+            QFile copy(folder.filePath(QStringLiteral("installation.db")));
+            if (!folder.isValid())
+                return folder.errorString();
+            if (!installation->database()->backup(copy.fileName()))
+                return installation->database()->errorString();
+            if (!copy.open(QIODevice::ReadOnly))
+                return copy.errorString();
+            while (!copy.atEnd()) {
+                if (out.write(copy.read(pieceSize)) < 0)
+                    return out.errorString();
+            }
+            return QString();
+        };
+        writeFile(
+            file, content, [this, file] { doneWriting(file, QStringLiteral("Wrote %1.").arg(file)); },
+            OutputFile::Mode::New);
     }
 
     void fill(AppOptions& options)

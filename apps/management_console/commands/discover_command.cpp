@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr int askedType = 41; // what the query asks for; devices of other types do not answer
-constexpr int rounds = 3;     // a datagram may get lost, so all are asked again
+constexpr int askedType = 41;            // what the query asks for; devices of other types do not answer
+constexpr int rounds = 3;                // a datagram may get lost, so all are asked again
 constexpr qint64 mostAnswerBytes = 4096; // an answer has about 80
 
 struct Target
@@ -267,4 +267,4 @@ private:
 
 extern const CommandEntry discoverCommand = {
     "discover", "Finds the network gateways of an installation; other devices do not answer.",
-    &makeCommand<DiscoverCommand>};
+    &makeCommand<DiscoverCommand>, true};

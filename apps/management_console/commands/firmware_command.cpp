@@ -1,10 +1,11 @@
 #include "commands/firmware_report.h"
 #include "shell/command.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QTimer>
 
 namespace {
+
+constexpr qint64 longestFile = 0x7FFFFFFE;
 
 class FirmwareCommand : public Command
 {
@@ -15,34 +16,29 @@ public:
 
     void start(AppOptions& options) override
     {
-        m_file.setFileName(options.positional().constFirst());
-        if (!m_file.open(QIODevice::ReadOnly))
-            return fail(QStringLiteral("cannot read \"%1\": %2").arg(m_file.fileName(), m_file.errorString()));
-        if (m_file.size() > 0x7FFFFFFF)
-            return fail(QStringLiteral("\"%1\" is too large for firmware").arg(m_file.fileName()));
-        output().progress(QStringLiteral("checking %1 MB").arg(m_file.size() / 1000000));
-        // After the user has seen that.
-        QTimer::singleShot(0, this, [this] { check(); });
+        const QString name = options.positional().constFirst();
+        readFile(name, longestFile, [this, name](const QByteArray& bytes) {
+            output().progress(QStringLiteral("checking %1 MB").arg(bytes.size() / 1000000));
+            // After the user has seen that.
+            QTimer::singleShot(0, this, [this, name, bytes] { check(name, bytes); });
+        });
     }
 
 private:
-    void check()
+    void check(const QString& name, const QByteArray& bytes)
     {
-        const QByteArray bytes = m_file.readAll();
         bool faultless = false;
         QString report = firmwareReport(bytes, &faultless);
         while (report.endsWith(QLatin1Char('\n')))
             report.chop(1);
         output().lines(report.split(QLatin1Char('\n')));
         if (!faultless)
-            return fail(QStringLiteral("\"%1\" is not in order").arg(m_file.fileName()));
+            return fail(QStringLiteral("\"%1\" is not in order").arg(name));
         done();
     }
-
-    QFile m_file;
 };
 
 } // namespace
 
 extern const CommandEntry firmwareCommand = {"firmware", "Checks a firmware file and shows what is in it.",
-                                             &makeCommand<FirmwareCommand>};
+                                             &makeCommand<FirmwareCommand>, true};

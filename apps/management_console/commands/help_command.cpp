@@ -40,4 +40,4 @@ public:
 } // namespace
 
 extern const CommandEntry helpCommand = {"help", "Lists the commands, or the options of one.",
-                                         &makeCommand<HelpCommand>};
+                                         &makeCommand<HelpCommand>, true};

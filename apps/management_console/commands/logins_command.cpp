@@ -4,12 +4,10 @@
 #include <foundation/datatypes/permission.h>
 #include <server/model/sql_access_control.h>
 
-#include <QtCore/QFile>
-
 namespace {
 
-// A password's first line is not longer.
-constexpr qint64 longestLine = 10000;
+// Of a password's file, which may hold notes below its first line.
+constexpr qint64 longestFile = 1024 * 1024;
 
 struct Right
 {
@@ -101,14 +99,12 @@ private:
             Q_EMIT inputWanted();
             return;
         }
-        const QString name = options.value(QStringLiteral("password-file"));
-        QFile file(name);
-        if (!file.open(QIODevice::ReadOnly))
-            return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
-        QByteArray line = file.readLine(longestLine);
-        while (line.endsWith('\n') || line.endsWith('\r'))
-            line.chop(1);
-        givePassword(QString::fromUtf8(line));
+        readFile(options.value(QStringLiteral("password-file")), longestFile, [this](const QByteArray& bytes) {
+            QByteArray line = bytes.left(bytes.indexOf('\n'));
+            while (line.endsWith('\r'))
+                line.chop(1);
+            givePassword(QString::fromUtf8(line));
+        });
     }
 
     void givePassword(const QString& password)

@@ -1,12 +1,10 @@
 #include "common/report_loader.h"
-#include "common/save_file.h"
 #include "shell/command.h"
 
 #include <foundation/datatypes/data_type.h>
 #include <foundation/services/report_generator.h>
 #include <server/model/sql_access_control.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtCore/QTimer>
@@ -14,6 +12,8 @@
 #include <algorithm>
 
 namespace {
+
+constexpr qint64 longestTemplate = 16 * 1024 * 1024;
 
 class ReportCommand : public Command
 {
@@ -23,8 +23,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addValue(QStringLiteral("users"), QStringLiteral("ID,..."),
-                         QStringLiteral("ids of users, separated by commas, or all"),
-                         QStringLiteral("all"));
+                         QStringLiteral("ids of users, separated by commas, or all"), QStringLiteral("all"));
         options.addValue(QStringLiteral("pdf"), QStringLiteral("FILE"), QStringLiteral("where the report goes"));
         options.addValue(QStringLiteral("template"), QStringLiteral("FILE"),
                          QStringLiteral("HTML with placeholders, instead of the built-in one"));
@@ -51,14 +50,21 @@ public:
             return fail(error);
         m_generator->initialize(QStringLiteral("kyr_console"), m_model);
         const QString templateFile = options.value(QStringLiteral("template"));
-        if (!templateFile.isEmpty()) {
-            QFile file(templateFile);
-            if (!file.open(QIODevice::ReadOnly))
-                return fail(QStringLiteral("cannot read \"%1\": %2").arg(templateFile, file.errorString()));
-            m_generator->setReportTemplate(QString::fromUtf8(file.readAll()));
-        } else {
-            m_generator->setReportTemplate(QString());
-        }
+        if (templateFile.isEmpty())
+            return render(QString());
+        readFile(templateFile, longestTemplate, [this](const QByteArray& bytes) { render(QString::fromUtf8(bytes)); });
+    }
+
+    void cancel() override
+    {
+        delete m_job;
+        Command::cancel();
+    }
+
+private:
+    void render(const QString& reportTemplate)
+    {
+        m_generator->setReportTemplate(reportTemplate);
         output().progress(QStringLiteral("rendering %1 users").arg(m_users.size()));
         auto* jobs = qobject_cast<IReportJobs*>(dynamic_cast<QObject*>(m_generator));
         if (!jobs) {
@@ -78,13 +84,6 @@ public:
             [this](const QByteArray& pdf, const QString& error) { save(pdf, error); });
     }
 
-    void cancel() override
-    {
-        delete m_job;
-        Command::cancel();
-    }
-
-private:
     // Fills the list of users; gives the first id that is none, empty if all are.
     QString findUsers(const QString& text)
     {
@@ -109,14 +108,16 @@ private:
     {
         if (!error.isEmpty())
             return fail(QStringLiteral("the report could not be made: %1").arg(error));
-        QString saveError;
-        if (!saveFile(
-                m_file, [&pdf](QIODevice& file) { file.write(pdf); }, saveError))
-            return fail(saveError);
-        output().line(QStringLiteral("Wrote a report of %1 %2 to %3.")
-                          .arg(m_users.size())
-                          .arg(m_users.size() == 1 ? QStringLiteral("user") : QStringLiteral("users"), m_file));
-        done();
+        const auto content = [pdf](QIODevice& file) {
+            file.write(pdf);
+            return QString();
+        };
+        writeFile(m_file, content, [this] {
+            doneWriting(m_file,
+                        QStringLiteral("Wrote a report of %1 %2 to %3.")
+                            .arg(m_users.size())
+                            .arg(m_users.size() == 1 ? QStringLiteral("user") : QStringLiteral("users"), m_file));
+        });
     }
 
     IReportGenerator* m_generator = nullptr; // the plugin's, which stays loaded

@@ -7,8 +7,11 @@
 #include <server/devices/door_controller.h>
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
 
 namespace {
+
+constexpr qint64 longestFile = 1024 * 1024; // of a certificate or key
 
 class ServeCommand : public Command
 {
@@ -75,16 +78,39 @@ public:
             options.setError(QStringLiteral("--system takes the label of an installation, such as 0012.3457"));
         if (settings.certificateFile.isEmpty() || settings.keyFile.isEmpty())
             options.setError(QStringLiteral("--certificate and --key are needed"));
-        const QString name = options.value(QStringLiteral("server-name"));
+        m_name = options.value(QStringLiteral("server-name"));
         static const QRegularExpression serverName(QStringLiteral("^[A-Za-z0-9][A-Za-z0-9._-]{0,62}$"));
-        if (!serverName.match(name).hasMatch())
+        if (!serverName.match(m_name).hasMatch())
             options.setError(QStringLiteral("--server-name takes up to 63 letters, digits, \".\", \"_\" and \"-\""));
         if (!options.error().isEmpty())
             return;
+        if (output().files().areHere())
+            return serve(settings);
+        // The client's files: this process sees copies, for as long as it takes to read them.
+        readFile(settings.certificateFile, longestFile, [this, settings](const QByteArray& certificate) {
+            readFile(settings.keyFile, longestFile, [this, settings, certificate](const QByteArray& key) {
+                const QTemporaryDir folder;
+                DeviceServer::Settings copied = settings;
+                copied.certificateFile = folder.filePath(QStringLiteral("certificate.pem"));
+                copied.keyFile = folder.filePath(QStringLiteral("key.pem"));
+                QString error;
+                const auto save = [&error](const QString& name, const QByteArray& content) {
+                    return saveFile(
+                        name, [&content](QIODevice& file) { file.write(content); }, error);
+                };
+                if (!save(copied.certificateFile, certificate) || !save(copied.keyFile, key))
+                    return fail(error);
+                serve(copied);
+            });
+        });
+    }
+
+private:
+    void serve(const DeviceServer::Settings& settings)
+    {
         if (session().server())
             return fail(
                 QStringLiteral("already serving on port %1 (serve --stop ends that)").arg(session().server()->port()));
-
         if (!model())
             return;
         auto server = std::make_unique<DeviceServer>();
@@ -99,7 +125,7 @@ public:
         }
         const quint16 port = server->port();
         const quint16 proxyPort = server->proxyPort();
-        session().setServer(std::move(server), name);
+        session().setServer(std::move(server), m_name);
         if (isJson())
             output().line(QStringLiteral("{\"port\":%1%2}")
                               .arg(port)
@@ -111,6 +137,8 @@ public:
                     .arg(proxyPort != 0 ? QStringLiteral(", behind a balancer on %1").arg(proxyPort) : QString()));
         done();
     }
+
+    QString m_name;
 };
 
 class DevicesCommand : public Command
@@ -179,7 +207,7 @@ private:
 } // namespace
 
 extern const CommandEntry serveCommand = {"serve", "Lets devices call in, in the background.",
-                                          &makeCommand<ServeCommand>};
+                                          &makeCommand<ServeCommand>, true};
 
 extern const CommandEntry devicesCommand = {"devices", "Shows the devices that are linked, or those that were refused.",
                                             &makeCommand<DevicesCommand>};

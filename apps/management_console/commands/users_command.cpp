@@ -1,11 +1,9 @@
 #include "commands/item_command.h"
 #include "commands/users_csv.h"
-#include "common/save_file.h"
 
 #include <foundation/formats/csv_reader.h>
 #include <server/model/sql_access_control.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
 namespace {
@@ -30,7 +28,7 @@ public:
             {"remove", "USER...", "takes some away", &startVerb<&UsersCommand::remove>},
             {"delete", "USER...", "the same", &startVerb<&UsersCommand::remove>},
             {"import", "FILE", "reads a CSV file such as --csv or a spreadsheet writes, all or nothing",
-             &startVerb<&UsersCommand::import>, &addImportOptions},
+             &startVerb<&UsersCommand::readImport>, &addImportOptions},
         };
         return table;
     }
@@ -67,31 +65,30 @@ private:
     void writeCsv(const CModelReader::Page& page, const QString& name)
     {
         output().progress(QStringLiteral("writing %1 rows").arg(page.rows.size()));
-        QString error;
-        if (!saveFile(
-                name, [&page](QIODevice& file) { UsersCsv::write(file, page.rows); }, error))
-            return fail(error);
-        output().line(QStringLiteral("Wrote %1 users to %2.").arg(page.rows.size()).arg(name));
-        tellLeftOut(page);
-        done();
+        const auto content = [page](QIODevice& file) {
+            UsersCsv::write(file, page.rows);
+            return QString();
+        };
+        writeFile(name, content, [this, page, name] {
+            tellLeftOut(page);
+            doneWriting(name, QStringLiteral("Wrote %1 users to %2.").arg(page.rows.size()).arg(name));
+        });
     }
 
-    void import(AppOptions& options)
+    void readImport(AppOptions& options)
     {
-        const QString name = options.positional().constFirst();
+        const bool isTrial = options.isSet(QStringLiteral("dry-run"));
+        readFile(options.positional().constFirst(), CCsvReader::longestFile,
+                 [this, isTrial](const QByteArray& bytes) { import(bytes, isTrial); });
+    }
+
+    void import(const QByteArray& bytes, bool isTrial)
+    {
         CSqlAccessControl* installation = model();
         if (!installation)
             return;
-        QFile file(name);
-        if (!file.open(QIODevice::ReadOnly))
-            return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
-        const QByteArray bytes = file.read(CCsvReader::longestFile + 1);
-        if (file.error() != QFileDevice::NoError)
-            return fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
-        if (!options.isSet(QStringLiteral("dry-run")))
-            return run(*installation, bytes, false);
-        if (installation->database()->exists())
-            return run(*installation, bytes, true);
+        if (!isTrial || installation->database()->exists())
+            return run(*installation, bytes, isTrial);
         // To try it must not make the installation's file.
         const QTemporaryDir folder;
         CSqlAccessControl scratch;

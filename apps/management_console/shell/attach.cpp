@@ -2,9 +2,10 @@
 
 #include "common/command_protocol.h"
 #include "common/process_setup.h"
+#include "shell/command_words.h"
 #include "shell/console.h"
 #include "shell/input_lines.h"
-#include "shell/peer_trust.h"
+#include "shell/offered_files.h"
 #include "shell/terminal.h"
 
 #include <foundation/cli/abstract_cli.h>
@@ -14,11 +15,7 @@
 #include <QtCore/QTimer>
 #include <QtNetwork/QLocalSocket>
 
-#include <cstdio>
-
 namespace {
-
-constexpr int connectMs = 3000;
 
 class AttachClient : public CAbstractCli
 {
@@ -28,6 +25,7 @@ public:
         : CAbstractCli(io, nullptr)
         , m_socket(socket)
         , m_command(command)
+        , m_files(socket, command.isEmpty() ? LocalFiles::StandardInput::Commands : LocalFiles::StandardInput::Free)
         , m_interactive(command.isEmpty() && Terminal::isInteractive())
     {
         connect(&m_socket, &QLocalSocket::readyRead, this, &AttachClient::onReadable);
@@ -39,7 +37,7 @@ public:
         connect(&m_signs, &QTimer::timeout, this, &AttachClient::onTick);
         m_signs.setInterval(patienceSeconds * 1000 / mostMissed);
         m_socket.write(CommandProtocol::message(
-            "hello", QJsonArray{CommandProtocol::version, Terminal::isInteractive(), Terminal::wantsColour()}));
+            "hello", QJsonArray{CommandProtocol::version, Terminal::isInteractive(), Terminal::wantsColour(), true}));
         m_waiting = true;
         m_signs.start();
     }
@@ -48,6 +46,7 @@ public:
     {
         if (line.trimmed().isEmpty())
             return promptNextLine();
+        m_files.setCommand(commandWords(line));
         request(CommandProtocol::message("line", line));
     }
 
@@ -144,6 +143,8 @@ private:
             concludeCommand(message.at(1).toInt());
         else if (kind == QLatin1String("leave"))
             m_last = true;
+        else
+            m_files.take(message);
     }
 
     void begin()
@@ -153,11 +154,18 @@ private:
         if (m_command.isEmpty())
             execute();
         else
-            request(CommandProtocol::message("run", QJsonArray::fromStringList(m_command)));
+            runCommand();
+    }
+
+    void runCommand()
+    {
+        m_files.setCommand(m_command);
+        request(CommandProtocol::message("run", QJsonArray::fromStringList(m_command)));
     }
 
     void concludeCommand(int code)
     {
+        m_files.setCommand({});
         m_waiting = false;
         m_signs.stop();
         showProgress(QString());
@@ -213,6 +221,7 @@ private:
 
     QLocalSocket& m_socket;
     QStringList m_command;
+    OfferedFiles m_files;
     bool m_interactive;
     LineBuffer m_received;
     InputLines m_input;
@@ -224,12 +233,6 @@ private:
     bool m_leaving = false;
     bool m_progress = false;
 };
-
-int failed(const QString& text)
-{
-    std::fprintf(stderr, "kyr_console: %s\n", qUtf8Printable(text));
-    return 1;
-}
 
 int talk(QCoreApplication& app, AttachClient& client)
 {
@@ -244,15 +247,8 @@ int talk(QCoreApplication& app, AttachClient& client)
 
 } // namespace
 
-int runAttached(QCoreApplication& app, const QString& socketName, const QStringList& command, int patienceSeconds)
+int runAttached(QCoreApplication& app, QLocalSocket& socket, const QStringList& command, int patienceSeconds)
 {
-    QLocalSocket socket;
-    socket.connectToServer(socketName);
-    QString reason;
-    if (!socket.waitForConnected(connectMs))
-        return failed(QStringLiteral("no console listens at \"%1\": %2").arg(socketName, socket.errorString()));
-    if (!isTrustedPeer(socket, reason))
-        return failed(QStringLiteral("the console at \"%1\" is not trusted: %2").arg(socketName, reason));
     if (!command.isEmpty()) {
         CStandardIOHandler io(nullptr); // for its output only
         AttachClient client(&io, socket, command, patienceSeconds);

@@ -130,6 +130,34 @@ CSqlAccessControl* Command::model()
     return model;
 }
 
+void Command::readFile(const QString& name, qint64 most, const std::function<void(const QByteArray&)>& then)
+{
+    m_output.files().read(name, most, this, [this, then](const QByteArray& bytes, const QString& error) {
+        if (!error.isEmpty())
+            return fail(error);
+        const Session::Acting acting(m_session, m_output.user());
+        then(bytes);
+    });
+}
+
+void Command::writeFile(const QString& name, const Files::Content& content, const std::function<void()>& then,
+                        OutputFile::Mode mode)
+{
+    m_output.files().write(name, mode, content, this, [this, then](const QString& error) {
+        if (!error.isEmpty())
+            return fail(error);
+        const Session::Acting acting(m_session, m_output.user());
+        then();
+    });
+}
+
+void Command::doneWriting(const QString& name, const QString& text)
+{
+    if (name != QLatin1String("-"))
+        m_output.line(text);
+    done();
+}
+
 void Command::done(int code)
 {
     if (m_done)

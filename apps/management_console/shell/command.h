@@ -7,6 +7,7 @@
 
 #include <QtCore/QObject>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -70,6 +71,15 @@ protected:
     /// The installation; null when it cannot be opened, in which case the command has failed with the reason.
     CSqlAccessControl* model();
 
+    /// The content of a file that the user named. Else the command fails with the reason.
+    void readFile(const QString& name, qint64 most, const std::function<void(const QByteArray& bytes)>& then);
+    /// Writes a file that the user named, as a whole. `content` gives what went wrong, empty when nothing did; then the
+    /// command fails with that.
+    void writeFile(const QString& name, const Files::Content& content, const std::function<void()>& then,
+                   OutputFile::Mode mode = OutputFile::Mode::Replace);
+    /// Says that a file was written, unless that would stand in it, and ends the command.
+    void doneWriting(const QString& name, const QString& text);
+
     void done(int code = 0);
     void fail(const QString& reason);
     void misuse(const QString& reason);
@@ -110,6 +120,9 @@ struct CommandEntry
     const char* name;
     const char* summary;
     Command* (*create)(Session& session, Output& output);
+    /// Works on what its user has here (files, the network, a server of its own): given on the command line, it is
+    /// never handed to a console that runs already.
+    bool isOfThisProcess = false;
 };
 
 template<class T>

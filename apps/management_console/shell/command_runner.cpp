@@ -10,7 +10,7 @@ CommandRunner::CommandRunner(Session& session, Output& output, QObject* parent)
 void CommandRunner::run(const QStringList& words)
 {
     m_running = true;
-    const Session::Acting acting(m_session, m_operatorName);
+    const Session::Acting acting(m_session, m_output.user());
     const QString name = words.value(0);
     const CommandEntry* entry = m_session.findCommand(name);
     if (!entry) {
@@ -29,20 +29,21 @@ void CommandRunner::run(const QStringList& words)
 
 void CommandRunner::cancel()
 {
-    const Session::Acting acting(m_session, m_operatorName);
+    const Session::Acting acting(m_session, m_output.user());
     if (m_command)
         m_command->cancel();
 }
 
 void CommandRunner::giveInput(const QString& line)
 {
-    const Session::Acting acting(m_session, m_operatorName);
+    const Session::Acting acting(m_session, m_output.user());
     if (m_command)
         m_command->takeInput(line);
 }
 
 void CommandRunner::giveInputEnd()
 {
+    const Session::Acting acting(m_session, m_output.user());
     if (m_command)
         m_command->takeInputEnd();
 }

@@ -12,9 +12,6 @@ class CommandRunner : public QObject
 public:
     CommandRunner(Session& session, Output& output, QObject* parent);
 
-    /// Who gives the commands, for the trail; without one it is the user of this process.
-    void setOperatorName(const QString& name) { m_operatorName = name; }
-
     bool isRunning() const { return m_running; }
     /// Runs a command with its arguments; not while another runs.
     void run(const QStringList& words);
@@ -35,7 +32,6 @@ private:
 
     Session& m_session;
     Output& m_output;
-    QString m_operatorName;
     QPointer<Command> m_command;
     bool m_running = false;
 };

@@ -7,6 +7,7 @@ Console::Console(Session& session, CAbstractCliIO* io, Input input, QObject* par
     : CAbstractCli(io, parent)
     , m_session(session)
     , m_runner(session, *this, this)
+    , m_files(input == Input::Arguments ? LocalFiles::StandardInput::Free : LocalFiles::StandardInput::Commands)
     , m_input(input)
     , m_colour(Terminal::wantsColour())
 {

@@ -2,6 +2,7 @@
 
 #include "shell/command_runner.h"
 #include "shell/input_lines.h"
+#include "shell/local_files.h"
 #include "shell/output.h"
 
 #include <foundation/cli/abstract_cli.h>
@@ -48,6 +49,7 @@ private:
     void error(const QString& text) override;
     void progress(const QString& text) override;
     bool colour() const override { return m_colour; }
+    Files& files() override { return m_files; }
 
     void showNews(const QString& text);
     void runNext();
@@ -56,6 +58,7 @@ private:
     Session& m_session;
     CommandRunner m_runner;
     InputLines m_lineInput; // of a command that was given as arguments
+    LocalFiles m_files;
     Input m_input;
     bool m_colour;
     bool m_started = false;

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "shell/files.h"
+
 #include <QtCore/QStringList>
 
-/// Where the text of a command goes: the program's own terminal, or the client that asked.
+/// Who gave a command: where its text goes (the program's own terminal, or the client that asked), whose files it
+/// names, and who that is.
 class Output
 {
 public:
@@ -16,6 +19,10 @@ public:
     /// it away.
     virtual void progress(const QString& text) = 0;
     virtual bool colour() const = 0;
+    /// The files that the words of the command name.
+    virtual Files& files() = 0;
+    /// The name of the user who gave the command, for the trail. Empty: that of this process.
+    virtual QString user() const { return {}; }
 
     void lines(const QStringList& texts)
     {

@@ -1,10 +1,11 @@
 #include "shell/peer_trust.h"
 
+#include "common/peer_user.h"
+
 #include <QtCore/QFileInfo>
 #include <QtNetwork/QLocalSocket>
 
 #ifdef Q_OS_LINUX
-#    include <sys/socket.h>
 #    include <unistd.h>
 
 namespace {
@@ -29,18 +30,17 @@ bool isClosedFolder(QString folder, uid_t user)
 
 bool isTrustedPeer(const QLocalSocket& socket, QString& reason)
 {
-    ucred peer{};
-    socklen_t size = sizeof(peer);
-    if (::getsockopt(int(socket.socketDescriptor()), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+    const PeerUser peer = PeerUser::of(socket);
+    if (!peer.isKnown) {
         reason = QStringLiteral("the system does not tell whose it is");
         return false;
     }
     if (peer.uid == 0 || peer.uid == ::geteuid())
         return true;
     const QString folder = QFileInfo(QFileInfo(socket.fullServerName()).path()).canonicalFilePath();
-    if (::geteuid() == 0 && !folder.isEmpty() && isClosedFolder(folder, peer.uid))
+    if (!folder.isEmpty() && isClosedFolder(folder, peer.uid))
         return true;
-    reason = QStringLiteral("it belongs to another user (%1)").arg(peer.uid);
+    reason = QStringLiteral("it belongs to another user (%1)").arg(peer.name);
     return false;
 }
 

@@ -8,9 +8,9 @@
 ClientDialogue::ClientDialogue(Session& session, CommandClient& client, QObject* parent)
     : QObject(parent)
     , m_client(client)
+    , m_files(client)
     , m_runner(session, *this, this)
 {
-    m_runner.setOperatorName(client.userName());
     connect(&client, &CommandClient::commandReceived, this, &ClientDialogue::add);
     connect(&client, &CommandClient::lineReceived, this, [this](const QString& line) { add(commandWords(line)); });
     connect(&client, &CommandClient::cancelRequested, &m_runner, &CommandRunner::cancel);

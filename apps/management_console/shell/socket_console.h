@@ -1,7 +1,9 @@
 #pragma once
 
 #include "common/command_server.h"
+#include "shell/client_files.h"
 #include "shell/command_runner.h"
+#include "shell/local_files.h"
 #include "shell/output.h"
 
 #include <QtCore/QStringList>
@@ -28,11 +30,14 @@ private:
     void error(const QString& text) override;
     void progress(const QString& text) override { m_client.sendProgress(text); }
     bool colour() const override { return m_client.wantsColour(); }
+    Files& files() override { return m_files; }
+    QString user() const override { return m_client.user().name; }
 
     void add(const QStringList& words);
     void runNext();
 
     CommandClient& m_client;
+    ClientFiles m_files; // before what uses it
     CommandRunner m_runner;
     QVector<QStringList> m_waiting;
     bool m_leaving = false;
@@ -60,12 +65,14 @@ private:
     void error(const QString& text) override;
     void progress(const QString& text) override { Q_UNUSED(text) }
     bool colour() const override { return false; }
+    Files& files() override { return m_files; }
 
     void onClient(CommandClient* client);
     void showNews(const QString& text);
     void endWhenIdle();
 
     Session& m_session;
+    LocalFiles m_files{LocalFiles::StandardInput::Commands};
     CommandServer m_server;
     CommandRunner m_first;
     QList<ClientDialogue*> m_dialogues;
