@@ -32,7 +32,7 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND KYR_BUILD_APPS)
     # Auditors take it elsewhere: it needs nothing of this system.
     install(PROGRAMS scripts/audit_verify.py DESTINATION ${documents}/examples COMPONENT tools)
 
-    install(FILES ${kyr_packaging}/kyr-console.service DESTINATION /lib/systemd/system COMPONENT tools)
+    install(FILES ${kyr_packaging}/kyr-console.service ${kyr_packaging}/kyr-console.socket DESTINATION /lib/systemd/system COMPONENT tools)
     # Only root reads it: it may hold the token of notification clients.
     install(FILES ${kyr_packaging}/kyr-console.default DESTINATION /etc/default RENAME kyr-console
         PERMISSIONS OWNER_READ OWNER_WRITE COMPONENT tools)
@@ -112,7 +112,7 @@ Headers, and the files by which CMake and pkg-config find the library.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${kyr_package_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)
 # Reports are set in this font; without any font their pages are empty.
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "fonts-dejavu-core")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "fonts-dejavu-core, adduser")
 # The authorities by which mail servers are checked.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "ca-certificates")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "management console and device simulator of the access-control system
