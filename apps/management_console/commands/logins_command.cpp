@@ -100,7 +100,7 @@ private:
             return;
         }
         readFile(options.value(QStringLiteral("password-file")), longestFile, [this](const QByteArray& bytes) {
-            QByteArray line = bytes.left(bytes.indexOf('\n'));
+            QByteArray line = bytes.split('\n').constFirst();
             while (line.endsWith('\r'))
                 line.chop(1);
             givePassword(QString::fromUtf8(line));
