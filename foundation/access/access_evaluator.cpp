@@ -1,4 +1,5 @@
 #include <foundation/access/access_evaluator.h>
+#include <foundation/access/access_rules_p.h>
 
 namespace {
 
@@ -30,37 +31,26 @@ public:
         if (right.schedule != CAccessRight::always)
             chain.schedule = m_facts.schedules.at(right.schedule).id;
 
-        const auto end = [&](CAccessStep step, CAccessReason reason) {
-            chain.step = step;
-            chain.reason = reason;
+        const auto end = [&](AccessRules::End end) {
+            chain.step = end.step;
+            chain.reason = end.reason;
             chains->append(chain);
         };
         if (!user.isEnabled)
-            return end(CAccessStep::User, CAccessReason::UserDisabled);
+            return end({CAccessStep::User, CAccessReason::UserDisabled});
         if (!accessPoint.isEnabled)
-            return end(CAccessStep::AccessPoint, CAccessReason::AccessPointDisabled);
-        if (!right.period.isReadable)
-            return end(CAccessStep::RightPeriod, CAccessReason::Other);
-        if (!right.period.contains(m_at))
-            return end(CAccessStep::RightPeriod, CAccessReason::NotPermittedAtThisTime);
-        if (!isOpen(right.schedule, accessPoint.zone))
-            return end(CAccessStep::Schedule, CAccessReason::NotPermittedAtThisTime);
+            return end({CAccessStep::AccessPoint, CAccessReason::AccessPointDisabled});
+        const AccessRules::End ofRight =
+            AccessRules::ofRight(right.period, m_at, [&] { return isOpen(right.schedule, accessPoint.zone); });
+        if (ofRight.step != CAccessStep::Passed)
+            return end(ofRight);
         if (user.credentialCount == 0)
-            return end(CAccessStep::CredentialPresent, CAccessReason::CredentialUnknown);
+            return end({CAccessStep::CredentialPresent, CAccessReason::CredentialUnknown});
         for (int i = user.firstCredential; i < user.firstCredential + user.credentialCount; ++i) {
             const CAccessCredential& credential = m_facts.credentials.at(i);
             chain.credential = credential.id;
             chain.credentialIndex = i;
-            if (!credential.isEnabled)
-                end(CAccessStep::CredentialEnabled, CAccessReason::CredentialNotEnabled);
-            else if (!credential.period.isReadable)
-                end(CAccessStep::CredentialPeriod, CAccessReason::Other);
-            else if (m_at < credential.period.from)
-                end(CAccessStep::CredentialPeriod, CAccessReason::CredentialNotActive);
-            else if (m_at > credential.period.to)
-                end(CAccessStep::CredentialPeriod, CAccessReason::CredentialExpired);
-            else
-                end(CAccessStep::Passed, CAccessReason::None);
+            end(AccessRules::ofCredential(credential.isEnabled, credential.period, m_at));
         }
     }
 

@@ -1,6 +1,6 @@
 #include "lock_list.h"
 
-#include <foundation/access/access_evaluator.h>
+#include <foundation/access/access_rules_p.h>
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDate>
@@ -330,35 +330,23 @@ CLockDecision CLockList::decide(const CLockCredential& credential, qint64 at, co
         decision.reason = credential.isCode() ? CAccessReason::InvalidPIN : CAccessReason::CredentialUnknown;
         return decision;
     }
-    CAccessFacts facts;
-    facts.zones = {zone};
-    facts.accessPoints = {CAccessPoint()};
-    facts.schedules = m_schedules;
+    // By the way that came furthest; of several the first.
+    AccessRules::End furthest{CAccessStep::User, CAccessReason::Other};
     for (int i = *first; i < m_entries.size() && m_entries.at(i).credential == credential; ++i) {
         const CLockEntry& entry = m_entries.at(i);
-        const int index = facts.users.size();
-        CAccessUser user;
-        user.id = entry.user;
-        user.firstCredential = index;
-        user.credentialCount = 1;
-        facts.users.append(user);
-        CAccessCredential shown;
-        shown.id = entry.medium;
-        shown.period = entry.credentialPeriod;
-        facts.credentials.append(shown);
-        CAccessRight right;
-        right.schedule = entry.schedule;
-        right.period = entry.rightPeriod;
-        facts.rights.append(right);
-        facts.grants.append({index, index});
+        const CAccessSchedule& schedule = m_schedules.at(entry.schedule);
+        AccessRules::End end = AccessRules::ofRight(
+            entry.rightPeriod, at, [&] { return schedule.isKnown && schedule.profile.isOpen(at, zone); });
+        if (end.step == CAccessStep::Passed)
+            end = AccessRules::ofCredential(true, entry.credentialPeriod, at);
+        if (decision.isKnown && end.step <= furthest.step)
+            continue;
+        furthest = end;
+        decision.isKnown = true;
+        decision.reason = end.reason;
+        decision.user = entry.user;
+        decision.medium = entry.medium;
     }
-    const QVector<CAccessChain> chains = CAccessEvaluator::chains(facts, at);
-    const auto furthest =
-        std::max_element(chains.begin(), chains.end(), [](const auto& a, const auto& b) { return a.step < b.step; });
-    decision.isKnown = true;
-    decision.reason = furthest->reason;
-    decision.user = furthest->user;
-    decision.medium = facts.credentials.at(furthest->userIndex).id;
     return decision;
 }
 

@@ -9,25 +9,6 @@
 
 using namespace Model;
 
-namespace {
-
-// What is shown to the door, of each medium and code of those who have a right there: id, type, value, data.
-const QString& identitiesAtDoor()
-{
-    static const QString sql = [] {
-        const auto select = [](Kind kind, const QString& name) {
-            return QStringLiteral("SELECT c.id,c.kind,v.type,v.value,v.data FROM item c JOIN property_value v ON "
-                                  "v.item=c.id AND v.property=(SELECT id FROM property WHERE kind=%1 AND name='%2') "
-                                  "WHERE c.kind=%1 AND c.parent %3")
-                .arg(QString::number(kind), name, AccessFactsSql::peopleAtDoor());
-        };
-        return QString(select(KindMedium, uidKey) + QLatin1String(" UNION ALL ") + select(KindCode, codeKey));
-    }();
-    return sql;
-}
-
-} // namespace
-
 class CDoorCompiler::Private
 {
 public:
@@ -52,7 +33,7 @@ CDoorCompiler::~CDoorCompiler() = default;
 
 bool CDoorCompiler::Private::readIdentities(CItemId accessPoint, QHash<qint64, CLockCredential>* identities)
 {
-    SqlStatement rows(database, identitiesAtDoor());
+    SqlStatement rows(database, AccessFactsSql::identitiesAtDoor());
     for (int place = 0; place < 4; ++place)
         rows.bind(accessPoint.value());
     for (rows.exec(); rows.next();) {

@@ -187,6 +187,20 @@ const QString& AccessFactsSql::credentialsAtDoor()
     return sql;
 }
 
+const QString& AccessFactsSql::identitiesAtDoor()
+{
+    static const QString sql = [] {
+        const auto select = [](Kind kind, const QString& name) {
+            return QStringLiteral("SELECT c.id,c.kind,v.type,v.value,v.data FROM item c JOIN property_value v ON "
+                                  "v.item=c.id AND v.property=(SELECT id FROM property WHERE kind=%1 AND name='%2') "
+                                  "WHERE c.kind=%1 AND c.parent %3")
+                .arg(QString::number(kind), name, AccessFactsSql::peopleAtDoor());
+        };
+        return QString(select(KindMedium, uidKey) + QLatin1String(" UNION ALL ") + select(KindCode, codeKey));
+    }();
+    return sql;
+}
+
 void SqlAccessFacts::look(const SqlStatement& rows)
 {
     if (!rows.isGood() && m_error.isEmpty())

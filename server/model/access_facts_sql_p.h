@@ -45,6 +45,8 @@ KYR_SERVER_TEST_EXPORT const QString& membersAtDoor();
 KYR_SERVER_TEST_EXPORT const QString& usersAtDoor();
 KYR_SERVER_TEST_EXPORT const QString& credentialsOfUser();
 KYR_SERVER_TEST_EXPORT const QString& credentialsAtDoor();
+/// What is shown to the door, of each medium and code of those who have a right there: id, type, value, data.
+KYR_SERVER_TEST_EXPORT const QString& identitiesAtDoor();
 /// A condition on the id of a user: one of those with a right at a door (both places), their own or that of a group.
 const QString& peopleAtDoor();
 
