@@ -62,7 +62,7 @@ bool readSettings(const QByteArray& bytes, CLockMemory* memory)
     const auto* time = std::get_if<CLockTime>(&command.body);
     bool ok = false;
     const qint64 offset = lines.at(1).toLongLong(&ok);
-    if (!time || !ok || qAbs(offset) > CLockTime::latest)
+    if (!time || !ok || offset < -CLockTime::latest || offset > CLockTime::latest)
         return false;
     memory->zone = time->zone;
     memory->clockOffset = offset;

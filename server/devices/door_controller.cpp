@@ -9,6 +9,7 @@
 #include <server/devices/door_compiler.h>
 #include <server/devices/door_event_store_p.h>
 #include <server/devices/door_time_zone.h>
+#include <server/devices/event_intake.h>
 #include <server/devices/provisioner.h>
 #include <server/model/model_vocabulary_p.h>
 #include <server/model/sql_access_control.h>
@@ -331,9 +332,8 @@ void CDoorController::Private::takeState(Session& session, const CLockState& sta
         session.clockAhead = state.clock - QDateTime::currentMSecsSinceEpoch();
         session.stored = qMax<qint64>(0, events.storedUpTo(device, state.epoch));
         sendTime(session, true);
-        // What it noted and this end has already: the news of it may have been lost.
-        if (session.stored > state.acknowledged)
-            sendCommand(device, CLockAcknowledge{state.epoch, session.stored});
+        if (const auto reminder = CEventIntake::reminder(state, session.stored))
+            sendCommand(device, *reminder);
         // Whether a device without a door has a list to be taken away is known now.
         if (session.accessPoint == CItemId() && !state.revision.isEmpty())
             markDirty(device);
@@ -375,8 +375,7 @@ void CDoorController::Private::takeAsk(Session& session, const CLockAsk& ask)
 void CDoorController::Private::takeEvents(CDeviceId device, const CLockEvents& message)
 {
     Session* session = find(device);
-    const qint64 first = session->state && session->state->epoch == message.epoch ? session->state->first : 1;
-    const DoorEventStore::Result result = events.take(device, session->accessPoint, message, first);
+    const DoorEventStore::Result result = events.take(device, session->accessPoint, message);
     if (!result.isStored) {
         // The database is busy: once more with the next tick. What does not fit the device sends again.
         if (session->waiting.size() < mostWaitingMessages)

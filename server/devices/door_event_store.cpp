@@ -4,6 +4,7 @@
 #include <foundation/datatypes/data_type.h>
 #include <server/audit/audit_trail.h>
 #include <server/database/sql_statement_p.h>
+#include <server/devices/event_intake.h>
 #include <server/model/item_store_p.h>
 
 using namespace Model;
@@ -114,8 +115,7 @@ AuditEvent DoorEventStore::toAuditEvent(CDeviceId device, CItemId accessPoint, c
     return result;
 }
 
-DoorEventStore::Result DoorEventStore::take(CDeviceId device, CItemId accessPoint, const CLockEvents& events,
-                                            qint64 firstKept)
+DoorEventStore::Result DoorEventStore::take(CDeviceId device, CItemId accessPoint, const CLockEvents& events)
 {
     Result result;
     if (!m_database->begin()) {
@@ -123,28 +123,26 @@ DoorEventStore::Result DoorEventStore::take(CDeviceId device, CItemId accessPoin
         return result;
     }
     const qint64 stored = storedUpTo(device, events.epoch);
-    qint64 last = stored;
-    qint64 lost = 0;
-    for (const CLockEvent& event : events.events) {
-        if (event.number <= last)
-            continue;
-        if (event.number > last + 1 && last + 1 >= firstKept)
-            break;
-        lost += event.number - last - 1;
-        last = event.number;
-        result.events.append(toAuditEvent(device, accessPoint, events.epoch, event));
-    }
-    bool good = stored >= 0 && m_trail->append(QList<AuditEvent>(result.events.cbegin(), result.events.cend()));
-    if (good && last != stored) {
+    const CEventIntake intake = CEventIntake::of(events, stored);
+    QList<AuditEvent> news;
+    news.reserve(intake.news.size());
+    for (const CLockEvent& event : intake.news)
+        news.append(toAuditEvent(device, accessPoint, events.epoch, event));
+    bool good = stored >= 0 && m_trail->append(news);
+    if (good && intake.upTo != stored) {
         SqlStatement note(m_database,
                           QStringLiteral("INSERT INTO device_journal(device,epoch,stored,lost) VALUES(?,?,?,?) "
                                          "ON CONFLICT(device,epoch) DO UPDATE SET stored=excluded.stored,"
                                          "lost=device_journal.lost+excluded.lost"));
-        good = note.bind(qint64(device.value())).bind(QString::fromLatin1(events.epoch)).bind(last).bind(lost).exec();
+        good = note.bind(qint64(device.value()))
+                   .bind(QString::fromLatin1(events.epoch))
+                   .bind(intake.upTo)
+                   .bind(intake.lost)
+                   .exec();
     }
     result.isStored = m_database->end(good && !m_database->hasFailed());
-    result.upTo = last;
-    if (!result.isStored)
-        result.events.clear();
+    result.upTo = intake.upTo;
+    if (result.isStored)
+        result.events = news;
     return result;
 }

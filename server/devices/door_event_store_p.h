@@ -53,12 +53,10 @@ public:
         bool isStored = false;
         /// Up to this number the device may forget them.
         qint64 upTo = 0;
-        QVector<AuditEvent> events{};
+        QList<AuditEvent> events{};
     };
 
-    /// `firstKept` is the first number that the device still has: what is missing before it is lost, what is missing
-    /// behind it is still to come.
-    Result take(CDeviceId device, CItemId accessPoint, const CLockEvents& events, qint64 firstKept);
+    Result take(CDeviceId device, CItemId accessPoint, const CLockEvents& events);
     /// -1 when it cannot be read.
     qint64 storedUpTo(CDeviceId device, const QByteArray& epoch);
 

@@ -152,6 +152,7 @@ private Q_SLOTS:
     void onlineAccess();
     void aTransferThatBreaksOffAnywhere();
     void eventsOverRestartsOfEitherSide();
+    void aRingThatOverflowsOnALink();
     void operationsOfTheModel();
     void operationsAndActions();
 };
@@ -295,6 +296,24 @@ void DoorControllerTest::eventsOverRestartsOfEitherSide()
     QCOMPARE(numbers.size(), int(b.wire.lock.memory().journal.next()) - 1);
     QCOMPARE(numbers.size(), b.kinds().size());
     QCOMPARE(b.wire.lock.memory().journal.count(), 0);
+}
+
+void DoorControllerTest::aRingThatOverflowsOnALink()
+{
+    Building b;
+    constexpr int capacity = 5;
+    b.wire.lock = CLock(CLockMemory{QByteArray(), CLockJournal(capacity), {}, 0});
+    b.wire.link();
+    b.wire.settle();
+    for (int i = 0; i < 3 * capacity; ++i)
+        b.wire.present(b.uid);
+    // The server could not store them for a while.
+    b.wire.toServer.clear();
+    b.wire.take(b.wire.lock.tick(Wire::now() + CLock::patienceForStoring + 1000));
+    b.wire.settle();
+    QCOMPARE(b.wire.lock.memory().journal.count(), 0);
+    QCOMPARE(b.wire.lock.memory().journal.lost(), qint64(2 * capacity));
+    QCOMPARE(b.kinds().count("denied"), capacity);
 }
 
 void DoorControllerTest::operationsOfTheModel()

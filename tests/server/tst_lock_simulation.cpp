@@ -5,6 +5,7 @@
 //     tst_lock_simulation SEED [N]     N days, from that seed on (1)
 //     tst_lock_simulation random       days from a random seed on, for a minute
 #include <foundation/access/lock.h>
+#include <server/devices/event_intake.h>
 #include <server/devices/provisioner.h>
 
 #include <QtCore/QElapsedTimer>
@@ -12,9 +13,12 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QSet>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -22,17 +26,17 @@ constexpr qint64 dayMs = 86400000;
 constexpr qint64 beginMs = 1795305600000; // 2026-11-22T00:00:00Z
 constexpr int ringCapacity = 20;
 constexpr int longestDelayMs = 3000;
-// Of the journal: more than one step adds.
-constexpr int latestBytes = 5000;
+// A list of some parts.
+constexpr int longList = 2000;
 
-quint32 currentSeed = 0;
+thread_local quint32 currentSeed = 0;
 
 void require(bool condition, const char* what)
 {
     if (condition)
         return;
     std::fprintf(stderr, "seed %u: %s\n", currentSeed, what);
-    std::exit(1);
+    std::_Exit(1); // other days are still going on
 }
 
 class Day
@@ -43,7 +47,7 @@ public:
         , m_drift(m_random.bounded(-300, 301)) // parts per million
     {
         changeList();
-        m_journalText = CLockJournal(ringCapacity).toText();
+        rewriteJournal(CLockJournal(ringCapacity).toText());
         startServer();
         startLock();
     }
@@ -119,7 +123,7 @@ private:
         m_said.clear();
         m_lock = std::make_unique<CLock>(CLockMemory{m_list, *journal, m_zone, m_clockOffset});
         require(m_lock->memory().list == m_list, "the list cannot be read");
-        m_journalText = journal->toText();
+        rewriteJournal(journal->toText());
         carryOut(m_lock->start(hardwareNow()));
     }
 
@@ -153,9 +157,9 @@ private:
             m_zone = m_lock->memory().zone;
             m_clockOffset = m_lock->memory().clockOffset;
         }
-        if (chance(5))
-            m_journalText = m_lock->memory().journal.toText();
         noteTruth();
+        if (chance(5))
+            rewriteJournal(m_lock->memory().journal.toText());
         for (const CLockOutcome& outcome : effects.outcomes) {
             if (outcome.isAllowed && outcome.way == CLockWay::Online)
                 require(m_said.contains(outcome.presentation), "opened without the server's word");
@@ -168,16 +172,24 @@ private:
         }
     }
 
+    void rewriteJournal(const QByteArray& text)
+    {
+        m_journalText = text;
+        m_notedBytes = text.size();
+    }
+
     // Every event that is kept, by its number; a number is never given to another one.
     void noteTruth()
     {
-        const int end = m_journalText.lastIndexOf('\n'); // what stands behind is torn
-        const QByteArray latest = m_journalText.left(end).right(latestBytes);
-        for (const QByteArray& line : latest.mid(latest.indexOf('\n') + 1).split('\n')) {
-            const int at = line.indexOf(" event ");
-            const auto event = at == 8 ? CLockMessage::eventFromBytes(line.mid(at + 7)) : std::nullopt;
-            if (!event)
+        // What stands behind the last line is torn.
+        for (int end = 0; (end = m_journalText.indexOf('\n', m_notedBytes)) >= 0; m_notedBytes = end + 1) {
+            constexpr int checksum = 8;
+            const QByteArray record = m_journalText.mid(m_notedBytes + checksum, end - m_notedBytes - checksum);
+            const char word[] = " event ";
+            if (!record.startsWith(word))
                 continue;
+            const auto event = CLockMessage::eventFromBytes(record.mid(int(sizeof word) - 1));
+            require(event.has_value(), "a record cannot be read");
             const auto known = m_truth.constFind(event->number);
             require(known == m_truth.constEnd() || *known == *event, "a number was given twice");
             m_truth.insert(event->number, *event);
@@ -217,7 +229,7 @@ private:
         CLockEntry entry;
         entry.schedule = builder.schedule(CTimeProfile::always());
         // Now and then it takes several parts.
-        const int count = m_random.bounded(50) == 0 ? 2000 : m_random.bounded(20);
+        const int count = m_random.bounded(200) == 0 ? longList : m_random.bounded(20);
         for (int i = 0; i < count; ++i) {
             entry.credential = CLockCredential::fromCode(QString::number(m_random.bounded(count * 2)));
             entry.user = 1 + m_random.bounded(9);
@@ -254,9 +266,11 @@ private:
     {
         const CLockFromDevice message = CLockMessage::fromDevice(bytes);
         require(!std::holds_alternative<std::monostate>(message), "the server cannot read what the lock says");
-        if (const auto* state = std::get_if<CLockState>(&message))
+        if (const auto* state = std::get_if<CLockState>(&message)) {
+            if (const auto reminder = CEventIntake::reminder(*state, m_stored[state->epoch]))
+                command(*reminder);
             send(m_provisioner->take(*state, m_now));
-        else if (const auto* answer = std::get_if<CLockAnswer>(&message))
+        } else if (const auto* answer = std::get_if<CLockAnswer>(&message))
             send(m_provisioner->take(*answer, m_now));
         else if (const auto* ask = std::get_if<CLockAsk>(&message))
             decide(*ask);
@@ -272,16 +286,24 @@ private:
         command(CLockVerdict{ask.number, allowed ? CAccessReason::None : CAccessReason::Unauthorized, 7, 7});
     }
 
+    // In one transaction, which the database refuses now and then, or which is the last thing that the server did.
     void store(const CLockEvents& events)
     {
-        for (const CLockEvent& event : events.events) {
+        if (chance(2))
+            return;
+        qint64& stored = m_stored[events.epoch];
+        const CEventIntake intake = CEventIntake::of(events, stored);
+        for (const CLockEvent& event : intake.news) {
             require(m_truth.contains(event.number), "an event was told that was not kept");
             require(m_truth.value(event.number) == event, "another event was told than was kept");
-            m_stored.insert(event.number);
-            if (chance(1))
-                return killServer();
+            require(!m_trail.contains(event.number), "an event was stored twice");
+            m_trail.insert(event.number);
         }
-        command(CLockAcknowledge{events.epoch, events.events.constLast().number});
+        stored = intake.upTo;
+        m_lost += intake.lost;
+        if (chance(1))
+            return killServer();
+        command(CLockAcknowledge{events.epoch, stored});
     }
 
     // --- A day ---
@@ -367,7 +389,7 @@ private:
         // Below the ring's first are those that are stored, and those that it has counted as lost.
         const CLockJournal& journal = m_lock->memory().journal;
         for (; m_checkedUpTo < qMin(journal.acknowledged(), journal.first() - 1); ++m_checkedUpTo)
-            m_unstored += m_stored.contains(m_checkedUpTo + 1) ? 0 : 1;
+            m_unstored += m_trail.contains(m_checkedUpTo + 1) ? 0 : 1;
         require(m_unstored <= journal.lost(), "an acknowledged event was not stored");
     }
 
@@ -383,7 +405,8 @@ private:
         require(m_list == m_wanted, "the lock did not get its list in the end");
         require(m_provisioner->isUpToDate(), "the server does not know that the lock has its list");
         require(journal.count() == 0, "events were not reported in the end");
-        require(m_stored.size() + journal.lost() >= journal.next() - 1, "events are missing");
+        require(m_trail.size() + m_lost == journal.next() - 1, "events are missing");
+        require(m_lost <= journal.lost(), "the server has counted more events as lost than the lock");
         require(qAbs(m_lock->clock(hardwareNow()) - m_now) < 1000, "the lock's clock is wrong in the end");
     }
 
@@ -399,6 +422,7 @@ private:
     // The lock, and what it has kept.
     std::unique_ptr<CLock> m_lock;
     QByteArray m_journalText;
+    int m_notedBytes = 0;
     QByteArray m_list;
     CDeviceTimeZoneSettings m_zone;
     qint64 m_clockOffset = 0;
@@ -407,7 +431,9 @@ private:
     std::unique_ptr<CProvisioner> m_provisioner;
     QHash<QByteArray, QByteArray> m_deltas;
     QByteArray m_wanted;
-    QSet<qint64> m_stored;
+    QHash<QByteArray, qint64> m_stored; // the last number of each epoch
+    QSet<qint64> m_trail;
+    qint64 m_lost = 0;
 
     // What is true.
     QSet<QByteArray> m_everWanted;
@@ -432,12 +458,21 @@ int main(int argc, char** argv)
     constexpr qint64 minute = 60000;
     QElapsedTimer clock;
     clock.start();
-    int days = 0;
-    for (; count > 0 ? days < count : clock.elapsed() < minute; ++days) {
-        currentSeed = first + quint32(days);
-        Day(currentSeed).run();
-    }
-    std::printf("%d days of a door from seed %u in %.1f s: %.0f days a minute\n", days, first,
+    std::atomic<int> begun{0};
+    std::atomic<int> days{0};
+    const auto liveDays = [&] {
+        for (int day = begun++; count > 0 ? day < count : clock.elapsed() < minute; day = begun++, ++days) {
+            currentSeed = first + quint32(day);
+            Day(currentSeed).run();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned i = 1; i < std::thread::hardware_concurrency() && !isReplay; ++i)
+        threads.emplace_back(liveDays);
+    liveDays();
+    for (std::thread& thread : threads)
+        thread.join();
+    std::printf("%d days of a door from seed %u in %.1f s: %.0f days a minute\n", days.load(), first,
                 double(clock.elapsed()) / 1000, days * double(minute) / double(qMax(qint64(1), clock.elapsed())));
     return 0;
 }
