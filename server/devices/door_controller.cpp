@@ -6,6 +6,7 @@
 #include <foundation/services/notification_service.h>
 #include <server/audit/audit_trail.h>
 #include <server/database/sql_statement_p.h>
+#include <server/devices/concerned_doors_p.h>
 #include <server/devices/door_compiler.h>
 #include <server/devices/door_event_store_p.h>
 #include <server/devices/door_time_zone.h>
@@ -172,15 +173,7 @@ void CDoorController::Private::modelChanged(const QVariantMap& data)
     }
     QSet<qint64> doors;
     if (!isForAll) {
-        SqlStatement find(model->database(),
-                          QStringLiteral("WITH holder(id) AS (SELECT ? UNION SELECT parent FROM item WHERE id=?) "
-                                         "SELECT access_point FROM access_right WHERE holder IN holder OR holder IN "
-                                         "(SELECT group_id FROM membership WHERE user_id IN holder)"));
-        for (const qint64 item : qAsConst(items)) {
-            for (find.bind(item).bind(item).exec(); find.next();)
-                doors.insert(find.integer(0));
-        }
-        isForAll = !find.isGood();
+        isForAll = !addConcernedDoors(model->database(), items, &doors);
     }
     for (const auto& [number, session] : sessions) {
         if (isForAll || doors.contains(session->accessPoint.value()) || session->sources.intersects(items))

@@ -4,6 +4,7 @@ import getpass
 import json
 import os
 import shutil
+import socket
 import tempfile
 import time
 import unittest
@@ -35,6 +36,26 @@ class Server(Running):
         while client.receive().get("method") != "acknowledge":
             pass
         return client
+
+
+class Plain:
+    """A client of a command socket that sends lines."""
+
+    def __init__(self, name):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.settimeout(WAIT)
+        self.socket.connect(name)
+        self.stream = self.socket.makefile()
+
+    def send(self, *lines):
+        self.socket.sendall("".join(f"{line}\n" for line in lines).encode())
+
+    def line(self):
+        return self.stream.readline().rstrip("\n")
+
+    def close(self):
+        self.stream.close()
+        self.socket.close()
 
 
 class Door(unittest.TestCase):
@@ -132,6 +153,81 @@ class Door(unittest.TestCase):
         report = self.table("audit", "verify")
         self.assertEqual((report["ok"], report["events"]), (True, 6))
         self.assertEqual(len(self.ask("audit", "head")), 2)
+
+    def test_a_lost_card(self):
+        self.furnish()
+        self.ask("doors", "add", "Cellar")
+        self.ask("grant", "Ben", "Cellar")
+        self.ask("groups", "add", "Staff")
+        self.ask("groups", "join", "Staff", "Ben")
+        self.ask("grant", "Staff", "Side")
+        with self.serve():
+            with self.locks():
+                self.eventually(self.up_to_date)
+                self.assertEqual(self.present(ANNA), (True, ""))
+                begin = time.monotonic()
+                self.ask("media", "block", ANNA)
+                self.assertLess(time.monotonic() - begin, 2)  # nobody is kept waiting any longer
+                self.assertEqual(self.present(ANNA), (False, "CredentialUnknown"))
+                self.ask("media", "unblock", ANNA)
+                self.eventually(lambda: self.present(ANNA)[0])
+            # The locks are away, and Ben's door has none.
+            begin = time.monotonic()
+            self.ask("media", "remove", BEN, error=self.behind("media remove", 1))
+            self.assertGreater(time.monotonic() - begin, 2)
+            self.ask("users", "set", "Anna", "enabled=false", error=self.behind("users set", 0, 1))
+            begin = time.monotonic()
+            self.ask("users", "set", "Anna", "enabled=true")
+            self.ask("revoke", "Ben", "Cellar")
+            self.assertLess(time.monotonic() - begin, 2)
+            code, _, error = self.attached("revoke", "Anna", "Main")
+            self.assertEqual((code, error), (0, self.behind("revoke", 0)))
+            self.ask("doors", "remove", "Main", error=self.behind("doors remove", 0))
+            with self.locks():
+                self.eventually(self.up_to_date)
+                self.assertEqual([self.present(ANNA, door)[0] for door in (0, 1)], [False, True])
+
+    def behind(self, command, *doors):
+        names = [("Main", 5), ("Side", 7)]
+        return "".join(f'{command}: door "{names[door][0]}" ({names[door][1]}) has not taken the change: device {LABELS[door]} still '
+                       "goes by its list from before\n" for door in doors)
+
+    def test_who_watches_is_told_at_once(self):
+        self.furnish()
+        with self.serve() as server, self.locks():
+            self.eventually(self.up_to_date)
+            observer = server.observer("Access", "Devices", "Model")
+
+            def told(source, event):
+                while True:
+                    got = observer.receive()["params"]
+                    if got[0] == source and got[1]["event"] == event:
+                        return got[1]
+
+            self.ask("media", "block", BEN)
+            self.assertEqual(list(told("Model", "changed")["data"]), ["Media"])
+            took = []
+            for _ in range(5):
+                lock = Plain(f"{self.dir}/locks.socket")
+                begin = time.monotonic()
+                lock.send(f"present {LABELS[1]} {BEN}")
+                denial = told("Access", "denied")
+                took.append((time.monotonic() - begin) * 1000)
+                self.assertEqual(json.loads(lock.line())["reason"], "CredentialUnknown")
+                lock.close()
+            print(f"a denial is told {min(took):.1f} to {max(took):.1f} ms after the card")
+            self.assertLess(sorted(took)[2], 100)
+            self.assertEqual((denial["reason"], denial["serverReason"], denial["way"], denial["device"], denial["uid"]),
+                             ("CredentialUnknown", "Unauthorized", "offline", LABELS[1], BEN))
+            self.present(ANNA)
+            told("Access", "granted")
+            self.at_door("force", LABELS[0])
+            told("Access", "forced")
+            self.at_door("clock", LABELS[0], "2026-11-22T03:10")
+            self.assertLess(told("Devices", "clock")["correction"], 1e12)
+            self.ask("revoke", "Anna", "Main")
+            self.assertEqual(told("Devices", "upToDate")["device"], LABELS[0])
+            observer.close()
 
 
 if __name__ == "__main__":

@@ -89,6 +89,9 @@ class Installation(unittest.TestCase):
         self.assertEqual([(row["id"], row["user"], row["description"]) for row in self.rows("codes")], [(code, "Ben", "gate")])
         self.assertNotIn("0815", str(self.rows("codes")) + "".join(self.do("codes")))
 
+        self.do("doors", "assign", "Door", "none")
+        self.do("doors", "assign", "Yard", "000.123.457")
+        self.do("doors", "assign", "Yard", "none")
         self.do("media", "block", "04:a1:22:3b:5c:6d:80")
         self.do("media", "give", "Ben", card)
         self.do("media", "set", card, "description=", "validTo=2027-01-01T00:00")
@@ -98,8 +101,6 @@ class Installation(unittest.TestCase):
         self.do("users", "set", "Anna", "enabled=false", "Department=", "label=Anne")
         user, = self.rows("users", "--filter", "enabled=false")
         self.assertEqual((user["label"], user["department"]), ("Anne", ""))
-        self.do("doors", "assign", "Door", "none")
-        self.do("doors", "assign", "Yard", "000.123.457")
         self.do("revoke", "Staff", "Door")
         self.assertEqual(self.rows("groups")[0]["accessPoints"], ["Yard"])
         self.do("users", "remove", "Ben", "Anne")

@@ -99,8 +99,10 @@ public:
         const QStringList words = options.positional();
         CItemId holder;
         QList<CItemId> doors;
-        if (find(Named::UserOrGroup, words.constFirst(), holder) && findAll(Named::Door, words.mid(1), doors))
-            change([&](CSqlAccessControl& model) { return model.deleteAccessPointsOfUser(doors, holder); });
+        if (!find(Named::UserOrGroup, words.constFirst(), holder) || !findAll(Named::Door, words.mid(1), doors))
+            return;
+        watchDoors(doors);
+        change([&](CSqlAccessControl& model) { return model.deleteAccessPointsOfUser(doors, holder); });
     }
 };
 

@@ -29,16 +29,19 @@ public:
 private:
     using Change = bool (CSqlAccessControl::*)(const QList<CItemId>&, CItemId);
 
-    void join(AppOptions& options) { changeMembers(options, &CSqlAccessControl::addUsersToGroup); }
-    void leave(AppOptions& options) { changeMembers(options, &CSqlAccessControl::removeUsersFromGroup); }
+    void join(AppOptions& options) { changeMembers(options, &CSqlAccessControl::addUsersToGroup, false); }
+    void leave(AppOptions& options) { changeMembers(options, &CSqlAccessControl::removeUsersFromGroup, true); }
 
-    void changeMembers(AppOptions& options, Change changeGroup)
+    void changeMembers(AppOptions& options, Change changeGroup, bool takesAway)
     {
         const QStringList words = options.positional();
         CItemId group;
         QList<CItemId> users;
-        if (find(Named::Group, words.constFirst(), group) && findAll(Named::User, words.mid(1), users))
-            change([&](CSqlAccessControl& model) { return (model.*changeGroup)(users, group); });
+        if (!find(Named::Group, words.constFirst(), group) || !findAll(Named::User, words.mid(1), users))
+            return;
+        if (takesAway)
+            watchDoors({group});
+        change([&](CSqlAccessControl& model) { return (model.*changeGroup)(users, group); });
     }
 
     void showAll(AppOptions& options)

@@ -1,7 +1,25 @@
 #include "commands/item_command.h"
 
+#include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
 #include <server/model/sql_access_control.h>
+
+namespace {
+
+// Whether somebody may be kept out by it who has been let in so far.
+bool takesAway(const QString& property, const QVariant& value)
+{
+    const QString text = canonicalText(value);
+    if (property == QLatin1String("enabled"))
+        return text != QLatin1String("true");
+    if (property == QLatin1String("blocked"))
+        return text != QLatin1String("false");
+    if (property == QLatin1String("userId"))
+        return text == QLatin1String("0");
+    return property == QLatin1String("validFrom") || property == QLatin1String("validTo");
+}
+
+} // namespace
 
 void ItemCommand::add(AppOptions& options)
 {
@@ -35,6 +53,10 @@ void ItemCommand::set(AppOptions& options)
     CItemId item;
     if (!readProperties(words.mid(1), properties, options) || !find(m_kind, words.constFirst(), item))
         return;
+    for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
+        if (takesAway(property.key(), *property))
+            watchDoors({item});
+    }
     change([&](CSqlAccessControl& model) {
         for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
             if (!model.setItemProperty(m_collection, property.key(), *property, item))
@@ -46,6 +68,8 @@ void ItemCommand::set(AppOptions& options)
 
 void ItemCommand::setAll(const QList<CItemId>& items, const QString& name, const QVariant& value)
 {
+    if (takesAway(name, value))
+        watchDoors(items);
     change([&](CSqlAccessControl& model) {
         for (const CItemId item : items) {
             if (!model.setItemProperty(m_collection, name, value, item))
@@ -60,6 +84,7 @@ void ItemCommand::remove(AppOptions& options)
     QList<CItemId> items;
     if (!findAll(m_kind, options.positional(), items))
         return;
+    watchDoors(items);
     change([&](CSqlAccessControl& model) {
         for (const CItemId item : items) {
             if (!model.deleteItem(m_collection, item))

@@ -11,6 +11,10 @@ namespace {
 constexpr const char* relations[] = {"id",         "class",   "userId",       "accessPointId",
                                      "calendarId", "Members", "Access Points"};
 
+// Between two looks whether doors have taken a change, and of one look at most.
+constexpr int lookMs = 50;
+constexpr int compilingMs = 20;
+
 bool isAllZero(const QVariantMap& counts)
 {
     return std::all_of(counts.begin(), counts.end(), [](const QVariant& count) { return count.toLongLong() == 0; });
@@ -168,5 +172,61 @@ void ModelCommand::change(const std::function<bool(CSqlAccessControl& model)>& w
         return fail(installation->errorString());
     if (result)
         output().lines(*result);
+    if (!m_lag)
+        return done();
+    m_sinceChange.start();
+    connect(&m_lookTimer, &QTimer::timeout, this, &ModelCommand::lookAtDoors);
+    m_lookTimer.start(0);
+}
+
+void ModelCommand::watchDoors(const QList<CItemId>& items)
+{
+    CSqlAccessControl* installation = model();
+    // What is in memory no other program serves.
+    if (!installation || (installation->database()->backend() == QLatin1String("memory") && !session().doors()))
+        return;
+    if (!m_lag)
+        m_lag = std::make_unique<CDoorLag>(installation);
+    m_lag->watch(items);
+}
+
+void ModelCommand::lookAtDoors()
+{
+    const bool isOver = m_sinceChange.hasExpired(takingMs);
+    const bool isWhole = m_lag->refresh(compilingMs);
+    if (isWhole && m_lag->doors().isEmpty()) {
+        m_lookTimer.stop();
+        return done();
+    }
+    if (!isWhole)
+        return m_lookTimer.start(0);
+    if (!isOver)
+        return m_lookTimer.start(lookMs);
+    if (!m_isLastLook) {
+        // Somebody may have changed more meanwhile, and the doors gone by that.
+        m_isLastLook = true;
+        m_lag->restart();
+        return m_lookTimer.start(0);
+    }
+    m_lookTimer.stop();
+    nameDoorsBehind();
+}
+
+void ModelCommand::nameDoorsBehind()
+{
+    for (const CDoorLag::Door& door : m_lag->doors())
+        warn(QStringLiteral("door \"%1\" (%2) has not taken the change: device %3 %4")
+                 .arg(door.label)
+                 .arg(door.id.value())
+                 .arg(door.device.toLabel(), door.isKnown ? QStringLiteral("still goes by its list from before")
+                                                          : QStringLiteral("was never linked")));
     done();
+}
+
+void ModelCommand::cancel()
+{
+    if (!m_lookTimer.isActive())
+        return Command::cancel();
+    m_lookTimer.stop();
+    nameDoorsBehind();
 }

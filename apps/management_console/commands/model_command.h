@@ -4,7 +4,11 @@
 #include "shell/arguments.h"
 #include "shell/command.h"
 
+#include <server/devices/door_lag.h>
 #include <server/model/model_reader.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QTimer>
 
 #include <functional>
 
@@ -35,9 +39,27 @@ protected:
     void show(Table table, const CModelReader::Page& page);
     void tellLeftOut(const CModelReader::Page& page);
 
+    /// For a change that takes something away: the doors at which these users, groups, media or codes have rights, or
+    /// that are these, should go by it at once. change() waits up to takingMs until they do, and names each door that
+    /// does not.
+    void watchDoors(const QList<CItemId>& items);
+    static constexpr int takingMs = 2000;
+
     /// Runs changes as one and ends the command: with `result`, lines of output, when they are stored; else with the
     /// model's reason.
     void change(const std::function<bool(CSqlAccessControl& model)>& work, const QStringList* result = nullptr);
+
+    /// What is changed stays so: the doors are not waited for any longer.
+    void cancel() override;
+
+private:
+    void lookAtDoors();
+    void nameDoorsBehind();
+
+    std::unique_ptr<CDoorLag> m_lag;
+    QElapsedTimer m_sinceChange;
+    QTimer m_lookTimer;
+    bool m_isLastLook = false;
 };
 
 /// Commands that enter somebody who may pass a door, to learn from.
