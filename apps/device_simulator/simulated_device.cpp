@@ -295,6 +295,11 @@ void SimulatedDevice::forceDoor(const Report& report)
     carryOut(m_lock->doorForced(now()), report);
 }
 
+void SimulatedDevice::holdDoor(const Report& report)
+{
+    carryOut(m_lock->doorHeld(now()), report);
+}
+
 void SimulatedDevice::setClock(qint64 utc)
 {
     carryOut(m_lock->setClock(utc, now()));

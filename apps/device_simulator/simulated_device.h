@@ -76,6 +76,7 @@ public:
     void present(const CLockCredential& credential, const Report& report);
     void pressButton(const Report& report);
     void forceDoor(const Report& report);
+    void holdDoor(const Report& report);
     /// Milliseconds since 1970 UTC.
     void setClock(qint64 utc);
     /// The time of its hardware.

@@ -14,13 +14,16 @@ constexpr int longestStormSeconds = 3600;
 
 QString help()
 {
-    return QStringLiteral("faults on|off; faults latency MS; faults split|drop|half-open|corrupt|handshake PERCENT; "
-                          "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit; shutdown; present LABEL UID; "
-                          "enter LABEL CODE; button LABEL; force LABEL; clock LABEL TIME|now; journal LABEL");
+    return QStringLiteral(
+        "faults on|off; faults latency MS; faults split|drop|half-open|corrupt|handshake PERCENT; "
+        "drop LABEL|all; halt LABEL|all; storm [SECONDS]; status; quit; shutdown; present LABEL UID; "
+        "enter LABEL CODE; button LABEL; force LABEL; hold LABEL; clock LABEL TIME|now; journal LABEL");
 }
 
 const QStringList doorCommands{QStringLiteral("present"), QStringLiteral("enter"), QStringLiteral("button"),
-                               QStringLiteral("force"),   QStringLiteral("clock"), QStringLiteral("journal")};
+                               QStringLiteral("force"),   QStringLiteral("hold"),  QStringLiteral("clock"),
+                               QStringLiteral("journal")};
+const QStringList furtherWord{QStringLiteral("present"), QStringLiteral("enter"), QStringLiteral("clock")};
 
 QString toLine(const QJsonObject& object)
 {
@@ -50,35 +53,59 @@ SimulatorControl::SimulatorControl(Simulator& simulator)
 {
     connect(&m_server, &CommandServer::clientCame, this, [this](CommandClient* client) {
         connect(client, &CommandClient::commandReceived, this,
-                [this, client](const QStringList& words) { answer(*client, words); });
+                [this, client](const QStringList& words) { take(*client, words); });
         connect(client, &CommandClient::lineReceived, this, [this, client](const QString& line) {
-            answer(*client, line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts));
+            take(*client, line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts));
         });
+        connect(client, &CommandClient::gone, this, [this, client] { m_replies.remove(client); });
     });
 }
 
-void SimulatorControl::answer(CommandClient& client, const QStringList& words)
+void SimulatorControl::Reply::set(const QString& answer)
 {
-    if (words.isEmpty())
-        return client.sendCode(0);
-    const bool single = words.size() == 1;
-    if (single && (words.constFirst() == QLatin1String("quit") || words.constFirst() == QLatin1String("exit")))
-        return client.leave(0);
-    if (doorCommands.contains(words.constFirst())) {
-        const QString error = runAtDoor(client, words);
-        if (!error.isEmpty()) {
-            client.sendError(error);
-            client.sendCode(1);
-        }
-        return;
+    text = answer;
+    code = answer.startsWith(QLatin1Char('{')) ? 0 : 1;
+}
+
+void SimulatorControl::take(CommandClient& client, const QStringList& words)
+{
+    const auto reply = std::make_shared<Reply>();
+    m_replies[&client].append(reply);
+    const QString command = words.value(0);
+    if (words.isEmpty()
+        || (words.size() == 1 && (command == QLatin1String("quit") || command == QLatin1String("exit")))) {
+        reply->code = 0;
+        reply->leaves = !words.isEmpty();
+    } else if (doorCommands.contains(command)) {
+        const auto later = [this, reply, guard = QPointer<CommandClient>(&client)](const QString& line) {
+            reply->set(line);
+            if (guard)
+                answer(*guard);
+        };
+        const QString error = runAtDoor(words, later);
+        if (!error.isEmpty())
+            reply->set(error);
+    } else {
+        reply->set(run(words));
     }
-    const QString answer = run(words);
-    const bool done = answer.startsWith(QLatin1Char('{'));
-    if (done)
-        client.sendLine(answer);
-    else
-        client.sendError(answer);
-    client.sendCode(done ? 0 : 1);
+    answer(client);
+}
+
+void SimulatorControl::answer(CommandClient& client)
+{
+    const auto replies = m_replies.find(&client);
+    while (replies != m_replies.end() && !replies->isEmpty() && replies->constFirst()->isKnown()) {
+        const Sent reply = replies->takeFirst();
+        if (reply->leaves) {
+            m_replies.erase(replies);
+            return client.leave(reply->code);
+        }
+        if (reply->code != 0)
+            client.sendError(reply->text);
+        else if (!reply->text.isEmpty())
+            client.sendLine(reply->text);
+        client.sendCode(reply->code);
+    }
 }
 
 SimulatedDevice* SimulatorControl::deviceByLabel(const QString& label) const
@@ -90,11 +117,10 @@ SimulatedDevice* SimulatorControl::deviceByLabel(const QString& label) const
     return nullptr;
 }
 
-QString SimulatorControl::runAtDoor(CommandClient& client, const QStringList& words)
+QString SimulatorControl::runAtDoor(const QStringList& words, const Answer& answer)
 {
     const QString& command = words.constFirst();
-    const bool hasMore =
-        command != QLatin1String("button") && command != QLatin1String("force") && command != QLatin1String("journal");
+    const bool hasMore = furtherWord.contains(command);
     if (words.size() != (hasMore ? 3 : 2))
         return help();
     SimulatedDevice* device = deviceByLabel(words.at(1));
@@ -103,13 +129,7 @@ QString SimulatorControl::runAtDoor(CommandClient& client, const QStringList& wo
     const CLock* lock = device->lock();
     if (!lock)
         return QStringLiteral("the devices are no locks: start the simulator with --state");
-    const auto send = [client = QPointer<CommandClient>(&client)](const QString& line) {
-        if (!client)
-            return;
-        client->sendLine(line);
-        client->sendCode(0);
-    };
-    const auto report = [send](const CLockOutcome& outcome) { send(toLine(outcome)); };
+    const auto report = [answer](const CLockOutcome& outcome) { answer(toLine(outcome)); };
     const QString what = words.value(2);
     if (command == QLatin1String("present") || command == QLatin1String("enter")) {
         const bool isCode = command == QLatin1String("enter");
@@ -122,19 +142,21 @@ QString SimulatorControl::runAtDoor(CommandClient& client, const QStringList& wo
         device->pressButton(report);
     } else if (command == QLatin1String("force")) {
         device->forceDoor(report);
+    } else if (command == QLatin1String("hold")) {
+        device->holdDoor(report);
     } else if (command == QLatin1String("clock")) {
         const CAccessTimeZone zone(lock->memory().zone);
         std::optional<qint64> utc = zone.instantFromText(what, CAccessTimeZone::DayEdge::Begin);
         if (what != QLatin1String("now") && !utc)
             return QStringLiteral("\"%1\" is no time").arg(what);
         device->setClock(utc ? *utc * 1000 : QDateTime::currentMSecsSinceEpoch());
-        send(toLine(QJsonObject{{QStringLiteral("clock"), zone.isoText(lock->clock(device->now()) / 1000)}}));
+        answer(toLine(QJsonObject{{QStringLiteral("clock"), zone.isoText(lock->clock(device->now()) / 1000)}}));
     } else {
         const CLockJournal& journal = lock->memory().journal;
-        send(toLine(QJsonObject{{QStringLiteral("first"), journal.first()},
-                                {QStringLiteral("next"), journal.next()},
-                                {QStringLiteral("acknowledged"), journal.acknowledged()},
-                                {QStringLiteral("lost"), journal.lost()}}));
+        answer(toLine(QJsonObject{{QStringLiteral("first"), journal.first()},
+                                  {QStringLiteral("next"), journal.next()},
+                                  {QStringLiteral("acknowledged"), journal.acknowledged()},
+                                  {QStringLiteral("lost"), journal.lost()}}));
     }
     return QString();
 }

@@ -2,6 +2,12 @@
 
 #include "common/command_server.h"
 
+#include <QtCore/QHash>
+#include <QtCore/QVector>
+
+#include <functional>
+#include <memory>
+
 class SimulatedDevice;
 class Simulator;
 
@@ -17,14 +23,31 @@ public:
     bool listen(const QString& name, QString& error) { return m_server.listen(name, error); }
 
 private:
-    void answer(CommandClient& client, const QStringList& words);
+    // To one command; a client is answered in the order of its commands, also where a verdict is waited for.
+    struct Reply
+    {
+        QString text;
+        int code = unknown;
+        bool leaves = false;
+
+        static constexpr int unknown = -1;
+        bool isKnown() const { return code != unknown; }
+        // Of an answer in JSON, or of what is wrong.
+        void set(const QString& answer);
+    };
+    using Sent = std::shared_ptr<Reply>;
+
+    void take(CommandClient& client, const QStringList& words);
+    void answer(CommandClient& client);
     QString run(const QStringList& words);
-    // What is done at a door; empty, or what is wrong. The report goes to the client, perhaps later.
-    QString runAtDoor(CommandClient& client, const QStringList& words);
+    using Answer = std::function<void(const QString& line)>;
+    // What is done at a door; empty, or what is wrong. The answer may come later.
+    QString runAtDoor(const QStringList& words, const Answer& answer);
     SimulatedDevice* deviceByLabel(const QString& label) const;
     QString setFaults(const QStringList& words);
     QString status() const;
 
     Simulator& m_simulator;
+    QHash<CommandClient*, QVector<Sent>> m_replies;
     CommandServer m_server;
 };

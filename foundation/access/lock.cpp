@@ -210,6 +210,16 @@ CLockEffects CLock::pressButton(qint64 now)
 
 CLockEffects CLock::doorForced(qint64 now)
 {
+    return doorSensed(CLockEventKind::Forced, now);
+}
+
+CLockEffects CLock::doorHeld(qint64 now)
+{
+    return doorSensed(CLockEventKind::Held, now);
+}
+
+CLockEffects CLock::doorSensed(CLockEventKind kind, qint64 now)
+{
     CLockEffects effects;
     effects.presentation = ++m_presentations;
     CLockOutcome outcome;
@@ -217,16 +227,7 @@ CLockEffects CLock::doorForced(qint64 now)
     outcome.event = m_memory.journal.next();
     effects.outcomes.append(outcome);
     CLockEvent event;
-    event.kind = CLockEventKind::Forced;
-    note(event, now, &effects);
-    return effects;
-}
-
-CLockEffects CLock::doorHeld(qint64 now)
-{
-    CLockEffects effects;
-    CLockEvent event;
-    event.kind = CLockEventKind::Held;
+    event.kind = kind;
     note(event, now, &effects);
     return effects;
 }

@@ -126,6 +126,7 @@ private:
     void begin(const CLockCredential& credential, qint64 now, CLockEffects* effects);
     void decide(qint64 presentation, const CLockCredential& credential, const CLockDecision& decision, CLockWay way,
                 const QString& comment, qint64 now, CLockEffects* effects);
+    CLockEffects doorSensed(CLockEventKind kind, qint64 now);
     void giveUpAsking(qint64 presentation, qint64 now, CLockEffects* effects);
     void note(CLockEvent event, qint64 now, CLockEffects* effects);
     void moveClock(qint64 by, qint64 now, CLockEffects* effects);

@@ -33,6 +33,8 @@ namespace {
 constexpr qint64 firstCommand = qint64(1) << 32;
 constexpr qint64 firstProvision = qint64(1) << 40;
 constexpr int tickMs = 200;
+// Of what devices have said of their lists, together.
+constexpr int storeMs = 20;
 // How often it is looked whether a door needs new rules of local time.
 constexpr qint64 zoneCheckMs = 3600 * 1000;
 // Events that wait for the database, of one device; what is more is sent again by the device.
@@ -113,7 +115,8 @@ public:
     void send(const Session& session, const CProvisioner::Commands& commands);
     qint64 sendCommand(CDeviceId device, const CLockToDevice& body);
     void reply(const Answer& answer, const QString& error);
-    bool noteRevision(CDeviceId device, const QByteArray& revision);
+    void noteRevision(CDeviceId device, const QByteArray& revision);
+    void storeRevisions();
     QByteArray notedRevision(CDeviceId device) const;
     bool isUpToDate(const Session& session) const;
     void checkUpToDate(CDeviceId device);
@@ -134,6 +137,9 @@ public:
     QTimer compileTimer;
     QTimer tickTimer;
     QElapsedTimer clock;
+    /// Not stored yet, by device.
+    QMap<quint32, QByteArray> unstoredRevisions;
+    QTimer storeTimer;
     qint64 lastCommand = firstCommand;
     qint64 lastZoneCheck = 0;
 };
@@ -400,6 +406,7 @@ void CDoorController::Private::tick()
     const bool isZoneTime = at - lastZoneCheck >= zoneCheckMs;
     if (isZoneTime)
         lastZoneCheck = at;
+    storeRevisions();
     QVector<CDeviceId> devices;
     for (const auto& [number, session] : sessions) {
         send(*session, session->provisioner.tick(at));
@@ -465,26 +472,41 @@ void CDoorController::Private::checkUpToDate(CDeviceId device)
         Q_EMIT guard->statusChanged(device);
 }
 
-bool CDoorController::Private::noteRevision(CDeviceId device, const QByteArray& revision)
+// A change of many lists is noted in few transactions: each costs a write to the disk.
+void CDoorController::Private::noteRevision(CDeviceId device, const QByteArray& revision)
 {
+    if (!model->database()->exists() || notedRevision(device) == revision)
+        return;
+    unstoredRevisions.insert(device.value(), revision);
+    if (!storeTimer.isActive())
+        storeTimer.start();
+}
+
+void CDoorController::Private::storeRevisions()
+{
+    if (unstoredRevisions.isEmpty())
+        return;
     CDatabase* database = model->database();
-    if (!database->exists() || notedRevision(device) == revision)
-        return true;
     bool good = database->begin();
-    if (good) {
-        SqlStatement note(database, QStringLiteral("INSERT INTO device_state(device,revision,at) VALUES(?,?,?) ON "
-                                                   "CONFLICT(device) DO UPDATE SET revision=excluded.revision,"
-                                                   "at=excluded.at"));
-        good = note.bind(qint64(device.value()))
-                   .bind(QString::fromLatin1(revision))
+    SqlStatement note(database, QStringLiteral("INSERT INTO device_state(device,revision,at) VALUES(?,?,?) ON "
+                                               "CONFLICT(device) DO UPDATE SET revision=excluded.revision,"
+                                               "at=excluded.at"));
+    for (auto entry = unstoredRevisions.cbegin(); good && entry != unstoredRevisions.cend(); ++entry) {
+        good = note.bind(qint64(entry.key()))
+                   .bind(QString::fromLatin1(*entry))
                    .bind(QDateTime::currentSecsSinceEpoch())
                    .exec();
     }
-    return database->end(good);
+    // What the database does not take now it is given again with the next tick.
+    if (database->end(good))
+        unstoredRevisions.clear();
 }
 
 QByteArray CDoorController::Private::notedRevision(CDeviceId device) const
 {
+    const auto unstored = unstoredRevisions.constFind(device.value());
+    if (unstored != unstoredRevisions.cend())
+        return *unstored;
     SqlStatement find(model->database(), QStringLiteral("SELECT revision FROM device_state WHERE device=?"));
     return find.bind(qint64(device.value())).exec() && find.next() ? find.text(0).toLatin1() : QByteArray();
 }
@@ -535,14 +557,20 @@ CDoorController::CDoorController(CSqlAccessControl* model, CAuditTrail* trail, I
     });
     connect(&d->compileTimer, &QTimer::timeout, this, [this] { d->compileNext(); });
     connect(&d->tickTimer, &QTimer::timeout, this, [this] { d->tick(); });
+    connect(&d->storeTimer, &QTimer::timeout, this, [this] { d->storeRevisions(); });
     d->compileTimer.setInterval(0);
+    d->storeTimer.setSingleShot(true);
+    d->storeTimer.setInterval(storeMs);
     d->tickTimer.start(tickMs);
     const QList<CDeviceId> linked = links->linkedDevices();
     for (const CDeviceId device : linked)
         d->come(device);
 }
 
-CDoorController::~CDoorController() = default;
+CDoorController::~CDoorController()
+{
+    d->storeRevisions();
+}
 
 void CDoorController::setNotificationService(CNotificationService* service)
 {

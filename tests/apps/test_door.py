@@ -229,6 +229,21 @@ class Door(unittest.TestCase):
             self.assertEqual(told("Devices", "upToDate")["device"], LABELS[0])
             observer.close()
 
+    def test_answers_of_the_server_come_in_their_turn(self):
+        self.furnish()
+        self.ask("grant", "Ben", "Main", "--online")
+        with self.serve(), self.locks():
+            self.eventually(self.up_to_date)
+            lock = Plain(f"{self.dir}/locks.socket")
+            lock.send(f"present {LABELS[0]} {BEN}", f"present {LABELS[0]} {ANNA}", f"hold {LABELS[0]}", "present", "", "quit")
+            online, offline, held = (json.loads([lock.line(), self.assertEqual(lock.line(), "= 0")][0]) for _ in range(3))
+            self.assertEqual((online["allowed"], online["way"], offline["allowed"], offline["way"]), (True, "online", True, "offline"))
+            self.assertLess(offline["event"], held["event"])
+            self.assertEqual([lock.line()[:7] for _ in range(4)], ["faults ", "= 1", "= 0", "= 0"])
+            lock.close()
+            self.eventually(lambda: [event["deviceSeq"] for event in self.events("held")] == [held["event"]])
+            self.assertEqual(sorted(event["way"] for event in self.events("granted")), ["offline", "online"])
+
 
 if __name__ == "__main__":
     main()
