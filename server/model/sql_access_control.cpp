@@ -218,6 +218,11 @@ bool CSqlAccessControl::open(const QString& location)
     return true;
 }
 
+void CSqlAccessControl::setServerName(const QString& name)
+{
+    d->server = name;
+}
+
 void CSqlAccessControl::setRecorder(IModelRecorder* recorder)
 {
     d->recorder = recorder;

@@ -120,6 +120,8 @@ public:
     /// Seconds that a new session lasts, 1 to 31 days; 3600 by default.
     void setSessionLength(int seconds);
 
+    /// Under which changes are noted from now on, so that others know whose they are; a name of chance by default.
+    void setServerName(const QString& name);
     /// Reaches the devices that are linked; not taken over, nullptr for none.
     void setDevices(IModelDevices* devices);
     /// Is told of every change from now on; not taken over, nullptr for none.

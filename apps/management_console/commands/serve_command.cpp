@@ -1,5 +1,7 @@
+#include "commands/broker_options.h"
 #include "common/default_ports.h"
 #include "server/device_server.h"
+#include "server/door_links.h"
 #include "server/server_certificate.h"
 #include "shell/command.h"
 
@@ -44,6 +46,7 @@ public:
         options.addValue(QStringLiteral("server-name"), QStringLiteral("NAME"),
                          QStringLiteral("of this server among several; its events are a chain of that name"),
                          CAuditTrail::defaultChainName());
+        addBrokerOptions(options);
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -76,6 +79,7 @@ public:
             settings.system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
         if (!ok)
             options.setError(QStringLiteral("--system takes the label of an installation, such as 0012.3457"));
+        m_broker = readBrokerOptions(options, output().files().areHere());
         if (settings.certificateFile.isEmpty() || settings.keyFile.isEmpty())
             options.setError(QStringLiteral("--certificate and --key are needed"));
         m_name = options.value(QStringLiteral("server-name"));
@@ -126,6 +130,8 @@ private:
         const quint16 port = server->port();
         const quint16 proxyPort = server->proxyPort();
         session().setServer(std::move(server), m_name);
+        if (m_broker)
+            session().startBridge(*m_broker);
         if (isJson())
             output().line(QStringLiteral("{\"port\":%1%2}")
                               .arg(port)
@@ -139,6 +145,7 @@ private:
     }
 
     QString m_name;
+    std::optional<CNotificationBridge::Settings> m_broker;
 };
 
 class DevicesCommand : public Command

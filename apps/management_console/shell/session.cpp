@@ -11,6 +11,7 @@
 #include <foundation/services/script_service.h>
 #include <server/audit/audit_trail.h>
 #include <server/audit/model_audit.h>
+#include <server/bridge/notification_bridge.h>
 #include <server/model/sql_access_control.h>
 
 Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
@@ -96,6 +97,8 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
     if (m_doors)
         m_doors->keeper.setOperatorName(m_operatorName);
     m_doors.reset();
+    // Behind the doors, whose last words it still tells.
+    m_bridge.reset();
     if (m_trail)
         m_trail->setChainName(CAuditTrail::defaultChainName());
     m_deviceService->setController(nullptr);
@@ -121,6 +124,20 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
         const QString device = refusal.device.isEmpty() ? QString() : QString(refusal.device + QLatin1Char(' '));
         tell(QStringLiteral("refused %1from %2: %3").arg(device, refusal.peer, refusal.reason));
     });
+}
+
+void Session::startBridge(const CNotificationBridge::Settings& settings)
+{
+    if (!m_doors)
+        return;
+    m_model->setServerName(settings.server);
+    m_bridge = std::make_unique<CNotificationBridge>(settings, m_server->notifications(), m_model->database(),
+                                                     &m_doors->links);
+    // Of these no notification tells.
+    for (CAuditTrail* trail : {m_trail.get(), &m_doors->trail}) {
+        connect(trail, &CAuditTrail::appended, m_bridge.get(), &CNotificationBridge::wake);
+        connect(trail, &CAuditTrail::headSigned, m_bridge.get(), &CNotificationBridge::wake);
+    }
 }
 
 CDoorController* Session::doors() const

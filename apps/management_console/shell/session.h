@@ -1,5 +1,7 @@
 #pragma once
 
+#include <server/bridge/notification_bridge.h>
+
 #include <QtCore/QObject>
 
 #include <memory>
@@ -35,6 +37,9 @@ public:
     DeviceServer* server() const { return m_server.get(); }
     /// `name` is that of its chain in the trail; what is done here stands there as long as it serves.
     void setServer(std::unique_ptr<DeviceServer> server, const QString& name = {});
+    /// Joins the server to others, or null. It goes with the server.
+    CNotificationBridge* bridge() const { return m_bridge.get(); }
+    void startBridge(const CNotificationBridge::Settings& settings);
     /// The doors of the devices that are served here; null when none are.
     CDoorController* doors() const;
 
@@ -83,6 +88,7 @@ private:
     std::unique_ptr<CDeviceService> m_deviceService;
     std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
+    std::unique_ptr<CNotificationBridge> m_bridge; // goes behind the doors, whose last words it still tells
     std::unique_ptr<ServedDoors> m_doors;
 };
 

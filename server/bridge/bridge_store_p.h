@@ -1,0 +1,89 @@
+#pragma once
+
+#include <server/bridge/bridge_message_p.h>
+
+#include <QtCore/QMap>
+
+#include <limits>
+
+class CDatabase;
+
+/// What servers have told a broker, and what is still to be told, in the database that they share.
+///
+/// A change or an event becomes a message of one server: of the one that made it, or, where that has no bridge, of the
+/// one that holds the publisher's lock. It gets its number in the transaction in which it is taken up, so that a server
+/// that is killed sends the same again under the same number.
+class KYR_SERVER_TEST_EXPORT BridgeStore
+{
+public:
+    /// Kept behind the last acknowledged one, for those who missed some.
+    static constexpr int keptMessages = 1000;
+    /// Taken up in one transaction.
+    static constexpr int rowsPerStep = 200;
+
+    BridgeStore(CDatabase* database, const BridgeTopics& topics, const QString& server);
+
+    /// "Model", "Access" and "Audit".
+    static const QStringList& sources();
+
+    /// Whether something was ever stored; before that there is nothing to tell, and nothing is made.
+    bool exists();
+    /// Makes the rows of this server at need: it tells what happens from now on. False when the database is busy or
+    /// away.
+    bool open();
+    bool isOpen() const { return !m_epochs.isEmpty(); }
+    /// A name for the database, which tells nothing of it.
+    QString installation();
+
+    enum Result
+    {
+        Failed, ///< to be tried again
+        Done,
+        More ///< rows are left
+    };
+    /// Makes messages of what happened meanwhile.
+    Result collect();
+    /// Takes the publisher's lock over from a server that does not renew it any more, or renews it. Called each
+    /// `beatMs`.
+    void beat();
+    bool isPublisher() const { return m_isPublisher; }
+    static constexpr int beatMs = 2000;
+    /// Beats without a renewal until the lock is taken over.
+    static constexpr int missedBeats = 3;
+
+    QString epoch(const QString& source) const { return m_epochs.value(source); }
+    /// The last number that the broker is known to have.
+    qint64 acknowledged(const QString& source) const { return m_acknowledged.value(source); }
+    /// Messages behind `seq` up to `upTo`, in order.
+    QList<BridgeMessage> messages(const QString& source, qint64 seq, int limit,
+                                  qint64 upTo = std::numeric_limits<qint64>::max());
+    /// How many wait for the broker; -1 when it cannot be read.
+    qint64 waiting();
+    bool acknowledge(const QMap<QString, qint64>& upTo);
+
+private:
+    bool begin();
+    bool end(bool good);
+    bool ensureSource(const QString& source);
+    qint64 position(const QString& stream);
+    bool setPosition(const QString& stream, qint64 position);
+    qint64 highest(const QString& sql);
+    Result collectChanges();
+    Result collectChains();
+    Result collectChain(qint64 chain);
+    bool append(const QString& source, QVariantMap data, const QStringList& topics);
+    bool appendLine(const QByteArray& line);
+    bool store(const QString& source, const BridgeMessage& message);
+    qint64 nextSeq(const QString& source);
+
+    CDatabase* m_database;
+    BridgeTopics m_topics;
+    QString m_server;
+    QString m_installation;
+    QMap<QString, QString> m_epochs;
+    QMap<QString, qint64> m_acknowledged;
+    QMap<QString, qint64> m_given; ///< numbers given within the transaction that is open
+    bool m_isPublisher = false;
+    qint64 m_seenBeat = -1;
+    int m_sameBeats = 0;
+};
