@@ -23,8 +23,8 @@ const QString lockName = QStringLiteral("publisher");
 const QString othersStream = QStringLiteral("change");
 
 // What the trail knows of a door's event and a subscriber may: ids and reasons, no names, no numbers of cards.
-constexpr std::array<const char*, 10> accessKeys = {"device",       "accessPoint", "user",      "medium",     "reason",
-                                                    "serverReason", "way",         "deviceSeq", "correction", "seconds"};
+constexpr std::array<const char*, 10> accessKeys = {
+    "device", "accessPoint", "user", "medium", "reason", "serverReason", "way", "deviceSeq", "correction", "seconds"};
 
 QString changesOf(const QString& server)
 {
@@ -258,8 +258,7 @@ BridgeStore::Result BridgeStore::collectChanges()
             rows.append({find.integer(0), int(find.integer(1)), find.integer(2)});
     }
     for (const Row& row : qAsConst(rows)) {
-        const QVariantList items = row.item == 0 ? QVariantList()
-                                                 : QVariantList{QVariantMap{{Model::idKey, row.item}}};
+        const QVariantList items = row.item == 0 ? QVariantList() : QVariantList{QVariantMap{{Model::idKey, row.item}}};
         const QVariantMap data{{QStringLiteral("event"), QStringLiteral("changed")},
                                {QStringLiteral("data"), QVariantMap{{Model::nameOf(Model::Kind(row.kind)), items}}},
                                {QStringLiteral("seq"), row.seq}};
@@ -407,8 +406,8 @@ QList<BridgeMessage> BridgeStore::messages(const QString& source, qint64 seq, in
                                                  "source=? AND seq>? AND seq<=? ORDER BY seq LIMIT %1")
                                       .arg(limit));
     for (find.bind(m_server).bind(source).bind(seq).bind(upTo).exec(); find.next();)
-        found.append({find.integer(0), find.text(1).split(QLatin1Char(' ')), find.text(2).toUtf8(),
-                      source == auditSource});
+        found.append(
+            {find.integer(0), find.text(1).split(QLatin1Char(' ')), find.text(2).toUtf8(), source == auditSource});
     return found;
 }
 

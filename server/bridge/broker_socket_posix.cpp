@@ -139,7 +139,8 @@ void BrokerSocket::Waker::wake()
 void BrokerSocket::Waker::clear()
 {
     char buffer[64];
-    while (read(m_read, buffer, sizeof buffer) > 0) { }
+    while (read(m_read, buffer, sizeof buffer) > 0) {
+    }
 }
 
 BrokerSocket::Ready BrokerSocket::wait(int socket, bool forWriting, const Waker& waker, int milliseconds)

@@ -146,8 +146,7 @@ void CMqttClient::drain()
         case Shared::News::Connected:
             m_isConnected = true;
             setFault({});
-            qInfo("Broker %s: connected as %s", qUtf8Printable(m_settings.url()),
-                  qUtf8Printable(m_settings.clientId));
+            qInfo("Broker %s: connected as %s", qUtf8Printable(m_settings.url()), qUtf8Printable(m_settings.clientId));
             Q_EMIT connected();
             break;
         case Shared::News::Ended:

@@ -249,9 +249,9 @@ QString CMqttClient::Thread::prepare(void* tlsContext)
     if (!settings.will.topic.isEmpty()) {
         Properties properties;
         properties.addContent(settings.will);
-        const int code = mosquitto_will_set_v5(client, settings.will.topic.toUtf8().constData(),
-                                               settings.will.payload.size(), settings.will.payload.constData(), qos,
-                                               settings.will.isRetained, *properties.list());
+        const int code =
+            mosquitto_will_set_v5(client, settings.will.topic.toUtf8().constData(), settings.will.payload.size(),
+                                  settings.will.payload.constData(), qos, settings.will.isRetained, *properties.list());
         if (code != MOSQ_ERR_SUCCESS)
             return errorText(code);
         properties.release();
@@ -266,10 +266,10 @@ QString CMqttClient::Thread::prepare(void* tlsContext)
         client, [](mosquitto*, void* thread, int, int count, const int* granted, const mosquitto_property*) {
             static_cast<Thread*>(thread)->onSubscribe(count, granted);
         });
-    mosquitto_publish_v5_callback_set(
-        client, [](mosquitto*, void* thread, int number, int reason, const mosquitto_property*) {
-            static_cast<Thread*>(thread)->onPublish(number, reason);
-        });
+    mosquitto_publish_v5_callback_set(client,
+                                      [](mosquitto*, void* thread, int number, int reason, const mosquitto_property*) {
+                                          static_cast<Thread*>(thread)->onPublish(number, reason);
+                                      });
     mosquitto_message_v5_callback_set(
         client, [](mosquitto*, void* thread, const mosquitto_message* message, const mosquitto_property*) {
             static_cast<Thread*>(thread)->onMessage(message->topic, message->payload, message->payloadlen);
@@ -349,9 +349,8 @@ QString CMqttClient::Thread::publish(const Shared::Order& order)
     Properties properties;
     properties.addContent(message);
     int number = 0;
-    const int code =
-        mosquitto_publish_v5(client, &number, message.topic.toUtf8().constData(), message.payload.size(),
-                             message.payload.constData(), qos, message.isRetained, *properties.list());
+    const int code = mosquitto_publish_v5(client, &number, message.topic.toUtf8().constData(), message.payload.size(),
+                                          message.payload.constData(), qos, message.isRetained, *properties.list());
     if (code != MOSQ_ERR_SUCCESS)
         return errorText(code);
     numbers.insert(number, order.id);

@@ -405,8 +405,8 @@ void CNotificationBridge::Private::takeNotification(const QString& server, const
     if (!notification || notification->source != topicSource || !service)
         return;
     // The database that both share has told of it.
-    const bool isKnown = notification->source == modelSource && store.exists()
-                         && notification->installation == store.installation();
+    const bool isKnown =
+        notification->source == modelSource && store.exists() && notification->installation == store.installation();
     if (isKnown || !isNews(server, *notification))
         return;
     notification->data.insert(QStringLiteral("server"), server);
@@ -466,8 +466,8 @@ void CNotificationBridge::Private::takeReplay(const QByteArray& payload)
     } else if (request->epoch == ring.epoch()) {
         const QList<BridgeNotification> sent = ring.sent(request->source, request->from, replay.request.to);
         for (const BridgeNotification& notification : sent)
-            replay.ready.enqueue({notification.seq, {QStringLiteral("notify/") + request->source.toLower()},
-                                  notification.toPayload()});
+            replay.ready.enqueue(
+                {notification.seq, {QStringLiteral("notify/") + request->source.toLower()}, notification.toPayload()});
         replay.request.from = replay.request.to + 1;
     } else {
         return;
@@ -523,8 +523,7 @@ CNotificationBridge::CNotificationBridge(const Settings& settings, CNotification
             [this](const QString& address, const QString& method, const QVariantList& params) {
                 d->onTransmission(address, method, params);
             });
-    service->registerObserver(subscriber,
-                              {modelSource, QStringLiteral("Access"), QStringLiteral("Devices")}, 0);
+    service->registerObserver(subscriber, {modelSource, QStringLiteral("Access"), QStringLiteral("Devices")}, 0);
     connect(database, &CDatabase::changedByOthers, this, [this] { d->collectLater(collectDelayMs); });
     if (links) {
         connect(links, &IDeviceLinks::deviceCame, this, [this](CDeviceId device) { d->onDevice(device, true); });

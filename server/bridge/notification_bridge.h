@@ -65,10 +65,10 @@ public:
     struct Status
     {
         bool isConnected = false;
-        QString broker{};        ///< its URL
-        QString fault{};         ///< why it is not connected, or what the broker does not take; empty for neither
-        qint64 waiting = 0;      ///< messages that the broker does not have yet
-        qint64 dropped = 0;      ///< that nobody will hear
+        QString broker{};         ///< its URL
+        QString fault{};          ///< why it is not connected, or what the broker does not take; empty for neither
+        qint64 waiting = 0;       ///< messages that the broker does not have yet
+        qint64 dropped = 0;       ///< that nobody will hear
         bool isPublisher = false; ///< tells the changes of those who have no bridge
     };
     Status status() const;

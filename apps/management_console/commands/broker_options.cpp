@@ -6,8 +6,9 @@
 
 void addBrokerOptions(AppOptions& options)
 {
-    options.addValue(QStringLiteral("mqtt"), QStringLiteral("URL"),
-                     QStringLiteral("broker that joins this server to others, such as mqtts://broker.example.com:8883"));
+    options.addValue(
+        QStringLiteral("mqtt"), QStringLiteral("URL"),
+        QStringLiteral("broker that joins this server to others, such as mqtts://broker.example.com:8883"));
     options.addValue(QStringLiteral("mqtt-ca"), QStringLiteral("FILE"),
                      QStringLiteral("authorities of the broker, PEM, instead of the system's own"));
     options.addValue(QStringLiteral("mqtt-certificate"), QStringLiteral("FILE"),
@@ -25,8 +26,8 @@ std::optional<CNotificationBridge::Settings> readBrokerOptions(AppOptions& optio
     CNotificationBridge::Settings settings;
     MqttSettings& broker = settings.broker;
     settings.server = options.value(QStringLiteral("server-name"));
-    settings.system = options.isSet(QStringLiteral("system")) ? options.value(QStringLiteral("system"))
-                                                              : CSystemId().toLabel();
+    settings.system =
+        options.isSet(QStringLiteral("system")) ? options.value(QStringLiteral("system")) : CSystemId().toLabel();
     broker.caFile = options.value(QStringLiteral("mqtt-ca"));
     broker.certificateFile = options.value(QStringLiteral("mqtt-certificate"));
     broker.keyFile = options.value(QStringLiteral("mqtt-key"));
