@@ -22,9 +22,11 @@ void AppOptions::addSwitch(const QString& name, const QString& description)
 bool AppOptions::add(const QCommandLineOption& option)
 {
     const QString name = option.names().constFirst();
-    if (m_names.contains(name))
-        return false;
-    m_names.append(name);
+    for (const Option& known : qAsConst(m_options)) {
+        if (known.name == name)
+            return false;
+    }
+    m_options.append({name, option.valueName()});
     m_parser.addOption(option);
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
 
 /// The options of a tool or of one of its commands. Each may be given as an argument ("--udp-port 4000",
 /// "--udp-port=4000") or by an environment variable ("KYR_SIMULATOR_UDP_PORT=4000"), which takes precedence.
@@ -45,6 +46,16 @@ public:
     /// A line for each option.
     QStringList optionHelp() const { return m_optionHelp; }
 
+    struct Option
+    {
+        QString name;      ///< without the dashes
+        QString valueName; ///< empty: a switch
+    };
+    /// In the order in which they were added.
+    const QVector<Option>& options() const { return m_options; }
+    /// The syntax that addPositional() was given.
+    QString positionalSyntax() const { return m_usage; }
+
 private:
     bool add(const QCommandLineOption& option);
     void checkPositional();
@@ -59,6 +70,6 @@ private:
     QString m_positionalHelp;
     bool m_anyPositional = false;
     QStringList m_optionHelp;
-    QStringList m_names;
+    QVector<Option> m_options;
     QStringList m_switches;
 };

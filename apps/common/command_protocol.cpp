@@ -24,10 +24,10 @@ QString CommandProtocol::kindOf(const QJsonArray& message)
     return message.at(0).toString();
 }
 
-QStringList CommandProtocol::textsOf(const QJsonArray& message)
+QStringList CommandProtocol::textsOf(const QJsonArray& message, int from)
 {
     QStringList texts;
-    for (int i = 1; i < message.size(); ++i)
+    for (int i = from; i < message.size(); ++i)
         texts.append(message.at(i).toString());
     return texts;
 }

@@ -15,11 +15,18 @@
 ///                      ["input",TEXT], ["end"]       the line that was asked for, or that there is none any more
 ///                      ["cancel"]                    ends the command that runs
 ///                      ["ping"]                      answered at once by ["pong"]
+///                      ["size",COLUMNS,ROWS]         of the terminal that the answers go to; without it there is none
+///                      ["complete",TEXT]             what may follow in a line that is being typed?
 ///     to the client    ["hello",1]                   answers the other
 ///                      ["out",TEXT], ["err",TEXT]    a line of a result, a line on what went wrong
 ///                      ["progress",TEXT]             at terminals only: how far it has come
 ///                      ["news",TEXT]                 at terminals only: what nobody asked for
+///                      ["page",TEXT]                 lines of a result that may be more than the screen has
+///                      ["redraw",TEXT]               lines in place of the last ones sent so; none: those stay
 ///                      ["ask"]                       the command wants a line of input
+///                      ["ask",QUESTION]              the same for one that must not be seen
+///                      ["completions",TEXT,FILES,PREFIX,WORD,...]  answers "complete": whole words; FILES: or names of
+///                                                    files behind PREFIX
 ///                      ["leave"]                     the next code is the last: the command was one that leaves
 ///                      ["code",N]                    the command has ended
 ///
@@ -43,8 +50,8 @@ QByteArray message(const char* kind, const QString& text);
 /// Empty when the line is no message.
 QJsonArray parse(const QByteArray& line);
 QString kindOf(const QJsonArray& message);
-/// The texts behind the kind.
-QStringList textsOf(const QJsonArray& message);
+/// The texts behind the kind, or behind as many more.
+QStringList textsOf(const QJsonArray& message, int from = 1);
 /// Whether a file's name stands in the words of a command: as a word, behind the "=" of an option, or with an ending
 /// that a command adds (".heads", ".sig").
 bool isNamedIn(const QStringList& words, const QString& name);

@@ -18,6 +18,7 @@
 
 namespace {
 
+constexpr int mostColumns = 100000; // of a terminal, or rows
 constexpr int probeMs = 1000;
 constexpr int drainMs = 2000;
 constexpr int drainStepMs = 10;
@@ -128,7 +129,12 @@ void CommandClient::take(const QByteArray& line)
         Q_EMIT cancelRequested();
     else if (kind == QLatin1String("data") || kind == QLatin1String("done") || kind == QLatin1String("fault"))
         Q_EMIT fileMessageReceived(message);
-    else if (kind == QLatin1String("ping"))
+    else if (kind == QLatin1String("complete"))
+        Q_EMIT completionRequested(message.at(1).toString());
+    else if (kind == QLatin1String("size")) {
+        m_columns = qBound(0, message.at(1).toInt(), mostColumns);
+        m_rows = qBound(0, message.at(2).toInt(), mostColumns);
+    } else if (kind == QLatin1String("ping"))
         send(CommandProtocol::message("pong"));
 }
 
@@ -192,6 +198,32 @@ void CommandClient::askForInput()
 void CommandClient::sendFileMessage(const char* kind, const QJsonArray& arguments)
 {
     send(CommandProtocol::message(kind, arguments));
+}
+
+void CommandClient::askForPassword(const QString& question)
+{
+    if (!m_plain)
+        send("ask", question);
+}
+
+void CommandClient::sendPage(const QStringList& lines)
+{
+    send("page", lines.join(QLatin1Char('\n')));
+}
+
+void CommandClient::sendRedraw(const QStringList& lines)
+{
+    if (unread() < mostUnreadForNews)
+        send("redraw", lines.join(QLatin1Char('\n')));
+}
+
+void CommandClient::sendCompletions(const QString& text, bool files, const QString& filePrefix,
+                                    const QStringList& words)
+{
+    QJsonArray arguments{text, files, filePrefix};
+    for (const QString& word : words)
+        arguments.append(word);
+    send(CommandProtocol::message("completions", arguments));
 }
 
 void CommandClient::sendCode(int code)

@@ -31,6 +31,9 @@ public:
     /// Somebody reads at a terminal.
     bool isTerminal() const { return m_terminal; }
     bool wantsColour() const { return m_colour; }
+    /// Of its terminal; 0 when it has none.
+    int columns() const { return m_columns; }
+    int rows() const { return m_rows; }
     /// A plain client cannot be asked for input.
     bool canGiveInput() const { return !m_plain; }
     /// It opens the files that its commands name.
@@ -47,6 +50,13 @@ public:
     void askForInput();
     /// A message on a file, see CommandProtocol.
     void sendFileMessage(const char* kind, const QJsonArray& arguments);
+    /// For a line that must not be seen.
+    void askForPassword(const QString& question);
+    /// Lines that may be more than the screen has. Only where there are rows().
+    void sendPage(const QStringList& lines);
+    /// Lines in place of the last ones sent so. Only where there are rows().
+    void sendRedraw(const QStringList& lines);
+    void sendCompletions(const QString& text, bool files, const QString& filePrefix, const QStringList& words);
     void sendCode(int code);
     /// The last code: the conversation ends from this side.
     void leave(int code);
@@ -61,6 +71,8 @@ Q_SIGNALS:
     void fileMessageReceived(const QJsonArray& message);
     /// Some of what was sent has left; see unread().
     void sentSome();
+    /// What may follow a text? sendCompletions() is the answer.
+    void completionRequested(const QString& text);
     void gone();
 
 private:
@@ -79,6 +91,8 @@ private:
     bool m_colour = false;
     bool m_files = false;
     PeerUser m_user;
+    int m_columns = 0;
+    int m_rows = 0;
     bool m_left = false; // nothing is taken any more
     bool m_gone = false;
 };

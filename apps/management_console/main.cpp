@@ -7,6 +7,7 @@
 #include "shell/command.h"
 #include "shell/console.h"
 #include "shell/find_console.h"
+#include "shell/line_editor.h"
 #include "shell/session.h"
 #include "shell/socket_console.h"
 #include "shell/terminal.h"
@@ -149,6 +150,10 @@ int run(int argc, char** argv)
     if (!socketName.isEmpty())
         return runSocketConsole(app, session, socketName, command);
     if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
+        if (LineEditor::isPossible()) {
+            LineEditor editor(QString::fromLatin1(Console::prompt), LineHistory::defaultFile());
+            return runConsole(app, session, &editor, Console::Input::Terminal, command);
+        }
         const bool terminal = Terminal::isInteractive();
         return runConsole(app, session, new CStandardIOHandler(terminal ? Console::prompt : nullptr),
                           terminal ? Console::Input::Terminal : Console::Input::Pipe, command);

@@ -400,6 +400,29 @@ QList<CItemId> CModelReader::resolve(const QString& collection, int itemClass, c
     return toItemIds(ids);
 }
 
+QStringList CModelReader::labelsThatBegin(const QString& collection, int itemClass, const QString& begin,
+                                          int limit) const
+{
+    // No range of labels: what order they have is the database's business.
+    SqlStatement find(&m_model->d->database,
+                      QStringLiteral("SELECT DISTINCT label FROM item WHERE kind=? AND (class=? OR ?=0) AND "
+                                     "substr(label,1,?)=? AND label<>'' ORDER BY label LIMIT ?"));
+    find.bind(int(kindOf(collection))).bind(itemClass).bind(itemClass).bind(int(begin.toUcs4().size())).bind(begin);
+    QStringList labels;
+    for (find.bind(limit).exec(); find.next();)
+        labels.append(find.text(0));
+    return labels;
+}
+
+QStringList CModelReader::propertyNames(const QString& collection) const
+{
+    SqlStatement find(&m_model->d->database, QStringLiteral("SELECT name FROM property WHERE kind=? ORDER BY name"));
+    QStringList names;
+    for (find.bind(int(kindOf(collection))).exec(); find.next();)
+        names.append(find.text(0));
+    return names;
+}
+
 QMap<CItemId, QString> CModelReader::labels(const QList<CItemId>& ids) const
 {
     const QHash<qint64, QString> found = m_model->d->items.labels(toNumbers(ids));

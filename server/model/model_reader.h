@@ -6,6 +6,7 @@
 
 #include <QtCore/QList>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
 
 class CSqlAccessControl;
@@ -80,6 +81,11 @@ public:
     /// UID, too, a code by its description.
     QList<CItemId> resolve(const QString& collection, int itemClass, const QString& name,
                            Preference preference = IdFirst) const;
+    /// Labels of a collection's items that begin so, each once, in order, at most `limit`. Of users and groups those of
+    /// one class, as in resolve().
+    QStringList labelsThatBegin(const QString& collection, int itemClass, const QString& begin, int limit) const;
+    /// Names of the properties that items of a collection have, beside those that are columns of its table.
+    QStringList propertyNames(const QString& collection) const;
     /// The labels of items.
     QMap<CItemId, QString> labels(const QList<CItemId>& ids) const;
 

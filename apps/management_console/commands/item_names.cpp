@@ -110,3 +110,18 @@ bool ItemNames::findAll(Named kind, const QStringList& names, QList<CItemId>& fo
     }
     return true;
 }
+
+QStringList ItemNames::thatBegin(Named kind, const QString& begin, int limit) const
+{
+    QStringList names;
+    const CModelReader reader(m_model);
+    const QList<Named> kinds = kindsOf(kind);
+    for (const Named one : kinds) {
+        const Place& place = placeOf(one);
+        // What a code is called may be its digits.
+        if (one != Named::Code)
+            names += reader.labelsThatBegin(QLatin1String(place.collection), place.itemClass, begin, limit);
+    }
+    names.removeDuplicates();
+    return names.mid(0, limit);
+}

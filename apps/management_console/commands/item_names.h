@@ -39,6 +39,9 @@ public:
     /// The same for several; one that is named twice is there once. False with an error().
     bool findAll(Named kind, const QStringList& names, QList<CItemId>& found);
 
+    /// Names that begin so, in order, at most `limit`.
+    QStringList thatBegin(Named kind, const QString& begin, int limit) const;
+
     /// What the last look-up failed on, in one line: what is not there, or each candidate with its id.
     QString error() const { return m_error; }
     /// Whether it failed because several are called so.

@@ -1,5 +1,4 @@
 #include "commands/model_command.h"
-#include "shell/terminal.h"
 
 #include <foundation/datatypes/permission.h>
 #include <server/model/sql_access_control.h>
@@ -94,9 +93,7 @@ private:
     {
         m_login = options.positional().constFirst();
         if (!options.isSet(QStringLiteral("password-file"))) {
-            output().progress(QStringLiteral("Password: "));
-            m_hidden = std::make_unique<Terminal::Hidden>();
-            Q_EMIT inputWanted();
+            Q_EMIT passwordWanted(QStringLiteral("Password: "));
             return;
         }
         readFile(options.value(QStringLiteral("password-file")), longestFile, [this](const QByteArray& bytes) {
@@ -109,7 +106,6 @@ private:
 
     void givePassword(const QString& password)
     {
-        m_hidden.reset();
         CSqlAccessControl* installation = model();
         if (!installation)
             return;
@@ -182,7 +178,6 @@ private:
     }
 
     QString m_login;
-    std::unique_ptr<Terminal::Hidden> m_hidden;
     CItemId m_user;
     bool m_isNew = false;
 };

@@ -5,7 +5,9 @@
 #include "shell/command_words.h"
 #include "shell/console.h"
 #include "shell/input_lines.h"
+#include "shell/line_editor.h"
 #include "shell/offered_files.h"
+#include "shell/screen.h"
 #include "shell/terminal.h"
 
 #include <foundation/cli/abstract_cli.h>
@@ -14,6 +16,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
 #include <QtNetwork/QLocalSocket>
+
+#include <memory>
 
 namespace {
 
@@ -27,17 +31,30 @@ public:
         , m_command(command)
         , m_files(socket, command.isEmpty() ? LocalFiles::StandardInput::Commands : LocalFiles::StandardInput::Free)
         , m_interactive(command.isEmpty() && Terminal::isInteractive())
+        , m_editor(qobject_cast<LineEditor*>(io))
+        , m_screen(*this, m_interactive && !m_editor ? QString::fromLatin1(Console::prompt) : QString())
     {
         connect(&m_socket, &QLocalSocket::readyRead, this, &AttachClient::onReadable);
         connect(&m_socket, &QLocalSocket::disconnected, this, &AttachClient::onGone);
-        connect(&m_input, &InputLines::lineRead, this, [this](const QString& line) { send("input", line); });
-        connect(&m_input, &InputLines::ended, this, [this] { m_socket.write(CommandProtocol::message("end")); });
+        connect(&m_input, &InputLines::lineRead, this, &AttachClient::sendInput);
+        connect(&m_input, &InputLines::ended, this, &AttachClient::sendEnd);
+        connect(&m_screen, &Screen::paged, this, [this] {
+            if (!m_waiting)
+                leave(m_code);
+        });
+        if (m_editor) {
+            connect(m_editor.data(), &LineEditor::hiddenLineReady, this, &AttachClient::sendInput);
+            connect(m_editor.data(), &LineEditor::hiddenEnded, this, &AttachClient::sendEnd);
+            connect(m_editor.data(), &LineEditor::completionWanted, this,
+                    [this](const QString& text) { send("complete", text); });
+        }
         // Two signs of life may be missed, which takes all of the time: a tool that was stopped for a moment, or a
         // client whose own output waits for its reader, is not dead.
         connect(&m_signs, &QTimer::timeout, this, &AttachClient::onTick);
         m_signs.setInterval(patienceSeconds * 1000 / mostMissed);
         m_socket.write(CommandProtocol::message(
             "hello", QJsonArray{CommandProtocol::version, Terminal::isInteractive(), Terminal::wantsColour(), true}));
+        sendSize();
         m_waiting = true;
         m_signs.start();
     }
@@ -50,9 +67,12 @@ public:
         request(CommandProtocol::message("line", line));
     }
 
-    // The user's Ctrl+C ends the command that runs, or the client when there is none; asked again, the client.
+    // The user's Ctrl+C ends the command that runs; without one it takes away what is typed, or ends the client when
+    // nothing is; asked again, the client.
     void interrupt()
     {
+        if (!m_waiting && (m_screen.isPaging() || (m_editor && m_editor->clearLine())))
+            return;
         if (!m_waiting || m_cancelled)
             return leave(m_waiting ? 1 : 0);
         m_cancelled = true;
@@ -65,6 +85,8 @@ public:
         if (code != 0)
             setReturnCode(code);
         m_signs.stop();
+        m_hidden.reset();
+        m_screen.stopPaging();
         terminate();
     }
 
@@ -72,6 +94,27 @@ private:
     static constexpr int mostMissed = 3;
 
     void send(const char* kind, const QString& text) { m_socket.write(CommandProtocol::message(kind, text)); }
+
+    void sendInput(const QString& line)
+    {
+        m_hidden.reset();
+        send("input", line);
+    }
+
+    void sendEnd()
+    {
+        m_hidden.reset();
+        m_socket.write(CommandProtocol::message("end"));
+    }
+
+    void sendSize()
+    {
+        const Terminal::Size size = Terminal::size();
+        const int rows = Terminal::isInteractive() ? size.rows : 0;
+        if (size.columns > 0 && (size.columns != m_size.columns || rows != m_size.rows))
+            m_socket.write(CommandProtocol::message("size", QJsonArray{size.columns, rows}));
+        m_size = {size.columns, rows};
+    }
 
     void request(const QByteArray& message)
     {
@@ -84,6 +127,7 @@ private:
         m_cancelled = false;
         m_missed = 0;
         m_signs.start();
+        sendSize();
         m_socket.write(message);
     }
 
@@ -91,8 +135,7 @@ private:
     {
         if (m_leaving)
             return;
-        showProgress(QString());
-        writeErrorLine(QLatin1String("kyr_console: ") + reason);
+        m_screen.error(QLatin1String("kyr_console: ") + reason);
         leave(1);
     }
 
@@ -130,15 +173,24 @@ private:
         else if (kind == QLatin1String("hello"))
             begin();
         else if (kind == QLatin1String("out"))
-            showLine(text);
+            m_screen.line(text);
         else if (kind == QLatin1String("err"))
-            showError(text);
+            m_screen.error(text);
         else if (kind == QLatin1String("progress"))
-            showProgress(text);
+            m_screen.progress(text);
         else if (kind == QLatin1String("news"))
             showNews(text);
+        else if (kind == QLatin1String("page"))
+            showTable(text.split(QLatin1Char('\n')));
+        else if (kind == QLatin1String("redraw"))
+            m_screen.redraw(text.isEmpty() ? QStringList() : text.split(QLatin1Char('\n')));
+        else if (kind == QLatin1String("ask") && message.size() > 1)
+            givePassword(text);
         else if (kind == QLatin1String("ask"))
             giveInput();
+        else if (kind == QLatin1String("completions") && m_editor)
+            m_editor->complete(
+                text, {CommandProtocol::textsOf(message, 4), message.at(2).toBool(), message.at(3).toString()});
         else if (kind == QLatin1String("code"))
             concludeCommand(message.at(1).toInt());
         else if (kind == QLatin1String("leave"))
@@ -168,7 +220,11 @@ private:
         m_files.setCommand({});
         m_waiting = false;
         m_signs.stop();
-        showProgress(QString());
+        m_hidden.reset();
+        m_screen.progress(QString());
+        m_code = code;
+        if (m_screen.isPaging())
+            return;
         if (!m_command.isEmpty() || m_last)
             return leave(m_interactive ? 0 : code);
         // At a prompt the user sees what failed.
@@ -186,52 +242,50 @@ private:
             m_input.want();
     }
 
-    void showLine(const QString& text)
+    void givePassword(const QString& question)
     {
-        showProgress(QString());
-        writeLine(text);
+        if (m_editor)
+            return m_editor->readHidden(question);
+        if (m_command.isEmpty())
+            return sendEnd();
+        m_screen.progress(question);
+        m_hidden = std::make_unique<Terminal::Hidden>();
+        m_input.want();
     }
 
-    void showError(const QString& text)
+    // Page by page only for the one command of this program: at a prompt what was shown before is wanted as well.
+    void showTable(const QStringList& lines)
     {
-        showProgress(QString());
-        writeErrorLine(text);
-    }
-
-    void showProgress(const QString& text)
-    {
-        if (text.isEmpty() && !m_progress)
-            return;
-        Terminal::clearLine();
-        Terminal::show(text);
-        m_progress = !text.isEmpty();
+        if (!m_command.isEmpty())
+            return m_screen.page(lines);
+        for (const QString& line : lines)
+            m_screen.line(line);
     }
 
     // News are for people; a program that reads the answers would stumble over them.
     void showNews(const QString& text)
     {
-        if (!m_interactive)
-            return;
-        Terminal::clearLine();
-        m_progress = false;
-        writeLine(text);
-        if (!m_waiting)
-            Terminal::show(QString::fromLatin1(Console::prompt));
+        if (m_interactive)
+            m_screen.news(text, !m_waiting);
     }
 
     QLocalSocket& m_socket;
     QStringList m_command;
     OfferedFiles m_files;
     bool m_interactive;
+    QPointer<LineEditor> m_editor; // null where lines cannot be edited
+    Screen m_screen;
+    Terminal::Size m_size;
     LineBuffer m_received;
     InputLines m_input;
+    std::unique_ptr<Terminal::Hidden> m_hidden;
     QTimer m_signs;
     int m_missed = 0;
+    int m_code = 0;
     bool m_waiting = false; // for an answer
     bool m_cancelled = false;
     bool m_last = false; // the next code is the last
     bool m_leaving = false;
-    bool m_progress = false;
 };
 
 int talk(QCoreApplication& app, AttachClient& client)
@@ -252,6 +306,11 @@ int runAttached(QCoreApplication& app, QLocalSocket& socket, const QStringList& 
     if (!command.isEmpty()) {
         CStandardIOHandler io(nullptr); // for its output only
         AttachClient client(&io, socket, command, patienceSeconds);
+        return talk(app, client);
+    }
+    if (LineEditor::isPossible()) {
+        LineEditor editor(QString::fromLatin1(Console::prompt), LineHistory::defaultFile());
+        AttachClient client(&editor, socket, command, patienceSeconds);
         return talk(app, client);
     }
     AttachClient client(new CStandardIOHandler(Terminal::isInteractive() ? Console::prompt : nullptr), socket, command,

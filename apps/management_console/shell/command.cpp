@@ -121,6 +121,13 @@ QString Command::help(const QString& name, const QString& summary) const
     return text.join(QLatin1Char('\n'));
 }
 
+std::unique_ptr<AppOptions> Command::optionsBehind(const QString& name, QStringList& arguments) const
+{
+    const Verb* verb = verbs().empty() ? nullptr : takeVerb(name, arguments);
+    return verb || verbs().empty() ? makeOptions(name, QString(), verb)
+                                   : std::make_unique<AppOptions>(QString(), variablePrefix(name));
+}
+
 CSqlAccessControl* Command::model()
 {
     QString error;
@@ -191,7 +198,7 @@ void Command::print(const Table& table)
     if (m_json)
         m_output.line(table.toJson());
     else
-        m_output.lines(table.toText(m_output.colour()));
+        m_output.page(table.toText(m_output.colour()));
 }
 
 void Command::printOne(const Table& table)

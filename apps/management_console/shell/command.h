@@ -48,7 +48,8 @@ public:
     /// The user does not want to wait any longer.
     virtual void cancel() { fail(QStringLiteral("interrupted")); }
 
-    /// What the user gave to a command that has emitted inputWanted(): a line, or the news that there is no more.
+    /// What the user gave to a command that has emitted inputWanted() or passwordWanted(): a line, or the news that
+    /// there is no more.
     virtual void takeInput(const QString& line) { Q_UNUSED(line) }
     virtual void takeInputEnd() {}
 
@@ -56,12 +57,16 @@ public:
     void run(const QString& name, const QString& summary, QStringList arguments);
     /// What it does and how it is called, verb by verb.
     QString help(const QString& name, const QString& summary) const;
+    /// The options behind these arguments, which may be incomplete. A verb among them that has a name is taken out.
+    std::unique_ptr<AppOptions> optionsBehind(const QString& name, QStringList& arguments) const;
 
 Q_SIGNALS:
     /// 0: done, 1: failed, 2: called wrongly. Emitted once, never from within run().
     void finished(int code);
     /// One line of input is asked for.
     void inputWanted();
+    /// The same for one that must not be seen; `question` is shown in front of it.
+    void passwordWanted(const QString& question);
     /// The user leaves: the prompt, or the connection to a console that goes on.
     void leaveWanted();
 

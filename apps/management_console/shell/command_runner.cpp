@@ -23,6 +23,7 @@ void CommandRunner::run(const QStringList& words)
     m_command->setParent(this);
     connect(m_command.data(), &Command::finished, this, &CommandRunner::conclude);
     connect(m_command.data(), &Command::inputWanted, this, &CommandRunner::inputWanted);
+    connect(m_command.data(), &Command::passwordWanted, this, &CommandRunner::passwordWanted);
     connect(m_command.data(), &Command::leaveWanted, this, &CommandRunner::leaveWanted);
     m_command->run(name, QString::fromUtf8(entry->summary), words.mid(1));
 }

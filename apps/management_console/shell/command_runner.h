@@ -25,6 +25,8 @@ Q_SIGNALS:
     void finished(int code);
     /// The command asks for a line: giveInput() or giveInputEnd() is the answer.
     void inputWanted();
+    /// The same for one that must not be seen; `question` is shown in front of it.
+    void passwordWanted(const QString& question);
     void leaveWanted();
 
 private:

@@ -1,13 +1,16 @@
 #include "shell/console.h"
 
 #include "shell/command_words.h"
-#include "shell/terminal.h"
+#include "shell/completion.h"
+#include "shell/line_editor.h"
 
 Console::Console(Session& session, CAbstractCliIO* io, Input input, QObject* parent)
     : CAbstractCli(io, parent)
     , m_session(session)
     , m_runner(session, *this, this)
     , m_files(input == Input::Arguments ? LocalFiles::StandardInput::Free : LocalFiles::StandardInput::Commands)
+    , m_editor(qobject_cast<LineEditor*>(io))
+    , m_screen(*this, input == Input::Terminal && !m_editor ? QString::fromLatin1(prompt) : QString())
     , m_input(input)
     , m_colour(Terminal::wantsColour())
 {
@@ -19,11 +22,22 @@ Console::Console(Session& session, CAbstractCliIO* io, Input input, QObject* par
         if (m_input == Input::Arguments)
             m_lineInput.want();
         else
-            QMetaObject::invokeMethod(&m_runner, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
+            giveNoInput();
     });
-    connect(&m_lineInput, &InputLines::lineRead, &m_runner, &CommandRunner::giveInput);
+    connect(&m_runner, &CommandRunner::passwordWanted, this, &Console::askPassword);
+    connect(&m_lineInput, &InputLines::lineRead, this, &Console::giveInput);
     connect(&m_lineInput, &InputLines::ended, &m_runner, &CommandRunner::giveInputEnd);
-    connect(&m_session, &Session::news, this, &Console::showNews);
+    connect(&m_session, &Session::news, this, [this](const QString& text) { m_screen.news(text, m_waiting); });
+    connect(&m_screen, &Screen::paged, this, [this] {
+        if (!m_runner.isRunning())
+            onCommandFinished(m_pagedCode);
+    });
+    if (!m_editor)
+        return;
+    connect(m_editor.data(), &LineEditor::hiddenLineReady, &m_runner, &CommandRunner::giveInput);
+    connect(m_editor.data(), &LineEditor::hiddenEnded, &m_runner, &CommandRunner::giveInputEnd);
+    connect(m_editor.data(), &LineEditor::completionWanted, this,
+            [this](const QString& text) { m_editor->complete(text, completionOf(m_session, text)); });
 }
 
 Console::~Console() = default;
@@ -55,8 +69,35 @@ void Console::runNext()
     }
 }
 
+void Console::askPassword(const QString& question)
+{
+    if (m_editor && m_input == Input::Terminal)
+        return m_editor->readHidden(question);
+    if (m_input != Input::Arguments)
+        return giveNoInput();
+    m_screen.progress(question);
+    m_hidden = std::make_unique<Terminal::Hidden>();
+    m_lineInput.want();
+}
+
+void Console::giveInput(const QString& line)
+{
+    m_hidden.reset();
+    m_runner.giveInput(line);
+}
+
+void Console::giveNoInput()
+{
+    QMetaObject::invokeMethod(&m_runner, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
+}
+
 void Console::onCommandFinished(int code)
 {
+    m_hidden.reset();
+    if (m_screen.isPaging()) {
+        m_pagedCode = code;
+        return;
+    }
     commandDone(code);
     runNext();
 }
@@ -93,7 +134,7 @@ void Console::interrupt()
 {
     if (m_runner.isRunning())
         m_runner.cancel();
-    else
+    else if (!m_screen.isPaging() && !(m_editor && m_editor->clearLine()))
         terminate();
 }
 
@@ -101,43 +142,28 @@ void Console::end()
 {
     m_ending = true;
     m_lines.clear();
-    interrupt();
+    m_screen.stopPaging();
+    if (m_runner.isRunning())
+        m_runner.cancel();
+    else if (!m_screen.isPaging())
+        terminate();
 }
 
 void Console::line(const QString& text)
 {
-    progress(QString());
-    writeLine(text);
+    m_screen.line(text);
 }
 
 void Console::error(const QString& text)
 {
-    progress(QString());
-    writeErrorLine(Terminal::printable(text));
+    m_screen.error(Terminal::printable(text));
 }
 
-void Console::showNews(const QString& text)
+void Console::page(const QStringList& texts)
 {
-    switch (m_input) {
-    case Input::Arguments:
-    case Input::Pipe:
-        writeLine(text);
-        break;
-    case Input::Terminal:
-        Terminal::clearLine();
-        m_progress = false;
-        writeLine(text);
-        if (m_waiting)
-            Terminal::show(QString::fromLatin1(prompt));
-        break;
-    }
-}
-
-void Console::progress(const QString& text)
-{
-    if (!Terminal::isInteractive() || (text.isEmpty() && !m_progress))
-        return;
-    Terminal::clearLine();
-    Terminal::show(text);
-    m_progress = !text.isEmpty();
+    // At a prompt what was shown before is wanted as well.
+    if (m_input == Input::Arguments && !m_session.server())
+        m_screen.page(texts);
+    else
+        lines(texts);
 }

@@ -24,6 +24,16 @@ public:
     /// The name of the user who gave the command, for the trail. Empty: that of this process.
     virtual QString user() const { return {}; }
 
+    /// Columns that a table may take; 0: as many as it needs, nobody looks at it on a terminal.
+    virtual int columns() const { return 0; }
+    /// Rows of that terminal; 0 without one.
+    virtual int rows() const { return 0; }
+    /// A table, which may be longer than the screen.
+    virtual void page(const QStringList& texts) { lines(texts); }
+    /// What takes the place of what was shown so before, where rows() is not 0. Nothing: it stays, and what comes next
+    /// stands below.
+    virtual void redraw(const QStringList& texts) { lines(texts); }
+
     void lines(const QStringList& texts)
     {
         for (const QString& text : texts)

@@ -1,6 +1,7 @@
 #include "shell/socket_console.h"
 
 #include "shell/command_words.h"
+#include "shell/completion.h"
 #include "shell/terminal.h"
 
 #include <QtCore/QCoreApplication>
@@ -22,6 +23,16 @@ ClientDialogue::ClientDialogue(Session& session, CommandClient& client, QObject*
         else
             QMetaObject::invokeMethod(&m_runner, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
     });
+    connect(&m_runner, &CommandRunner::passwordWanted, this, [this](const QString& question) {
+        if (m_client.canGiveInput())
+            m_client.askForPassword(question);
+        else
+            QMetaObject::invokeMethod(&m_runner, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
+    });
+    connect(&client, &CommandClient::completionRequested, this, [this, &session](const QString& text) {
+        const Completion found = completionOf(session, text);
+        m_client.sendCompletions(text, found.files, found.filePrefix, found.words);
+    });
     connect(&m_runner, &CommandRunner::leaveWanted, this, [this] { m_leaving = true; });
     connect(&m_runner, &CommandRunner::finished, this, [this](int code) {
         if (m_leaving) {
@@ -37,6 +48,22 @@ ClientDialogue::ClientDialogue(Session& session, CommandClient& client, QObject*
 void ClientDialogue::error(const QString& text)
 {
     m_client.sendError(Terminal::printable(text));
+}
+
+void ClientDialogue::page(const QStringList& texts)
+{
+    if (rows() > 0)
+        m_client.sendPage(texts);
+    else
+        lines(texts);
+}
+
+void ClientDialogue::redraw(const QStringList& texts)
+{
+    if (rows() > 0)
+        m_client.sendRedraw(texts);
+    else
+        lines(texts);
 }
 
 void ClientDialogue::add(const QStringList& words)
@@ -75,6 +102,7 @@ SocketConsole::SocketConsole(Session& session, QObject* parent)
     connect(&session, &Session::shutdownWanted, this, &SocketConsole::end);
     // Nobody is there to be asked.
     connect(&m_first, &CommandRunner::inputWanted, &m_first, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
+    connect(&m_first, &CommandRunner::passwordWanted, &m_first, &CommandRunner::giveInputEnd, Qt::QueuedConnection);
     connect(&m_first, &CommandRunner::leaveWanted, this, &SocketConsole::end);
     connect(&m_first, &CommandRunner::finished, this, [this](int code) {
         m_code = code;

@@ -32,6 +32,10 @@ private:
     bool colour() const override { return m_client.wantsColour(); }
     Files& files() override { return m_files; }
     QString user() const override { return m_client.user().name; }
+    int columns() const override { return m_client.columns(); }
+    int rows() const override { return m_client.rows(); }
+    void page(const QStringList& texts) override;
+    void redraw(const QStringList& texts) override;
 
     void add(const QStringList& words);
     void runNext();

@@ -11,6 +11,21 @@ bool inputIsTerminal();
 bool isInteractive();
 /// The same, and the user has not forbidden it (NO_COLOR).
 bool wantsColour();
+/// Somebody reads what is written.
+bool outputIsTerminal();
+
+struct Size
+{
+    int columns = 0; ///< 0: not known, or no terminal
+    int rows = 0;
+};
+/// Of the terminal that is written to.
+Size size();
+
+/// How many columns a text takes on a terminal.
+int width(const QString& text);
+/// The text, or its begin and an ellipsis when it takes more columns. 0: as it is.
+QString cut(const QString& text, int columns);
 
 /// The text without what would steer the terminal.
 QString printable(QString text);
