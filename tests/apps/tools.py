@@ -14,7 +14,7 @@ WAIT = 6
 
 # A console that is told no database takes the user's own: here that is an empty one, and nobody's.
 _data = tempfile.TemporaryDirectory(prefix="kyr-data-")
-os.environ["XDG_DATA_HOME"] = _data.name
+os.environ["XDG_DATA_HOME"] = os.environ["XDG_STATE_HOME"] = _data.name
 os.environ.pop("STATE_DIRECTORY", None)
 
 

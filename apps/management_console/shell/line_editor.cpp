@@ -377,6 +377,8 @@ void LineEditor::handleKey(const QByteArray& key)
         m_found = -1;
         m_state = State::Searching;
         search(int(m_history.lines().size()));
+    } else if (first == ctrlD && typed().isEmpty()) {
+        finishInput();
     } else if (first == ctrlC) {
         // Only where the terminal makes no signal of it.
         clearLine();
@@ -467,9 +469,7 @@ void LineEditor::feed(const QByteArray& key)
     const wchar_t* line = el_wgets(m_editor, &count);
     m_keys.clear();
     if (line && count > 0 && line[count - 1] == L'\n')
-        return finishLine(QString::fromWCharArray(line, count - 1));
-    if (!line && count == 0 && key.at(0) == ctrlD && typed().isEmpty())
-        finishInput();
+        finishLine(QString::fromWCharArray(line, count - 1));
 }
 
 void LineEditor::finishLine(QString line)
