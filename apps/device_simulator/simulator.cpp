@@ -76,7 +76,8 @@ void Simulator::addOptions(AppOptions& options)
                      QStringLiteral("TCP port of the first device, the others follow; 0 for any"),
                      QString::number(DefaultPorts::device));
     options.addValue(QStringLiteral("call"), QStringLiteral("URL"),
-                     QStringLiteral("application to call, such as https://host:21719; may be repeated"));
+                     QStringLiteral("application to call, such as https://host:21719; may be repeated: "
+                                    "whichever answers first"));
     options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
                      QStringLiteral("PEM file of the device certificate; %1 stands for the device's label"));
     options.addValue(QStringLiteral("key"), QStringLiteral("FILE"),

@@ -79,6 +79,10 @@ class BrokerTest(unittest.TestCase):
         self.addCleanup(watcher.close)
         return watcher
 
+    @staticmethod
+    def links(server):
+        return [row["label"] for row in server.table("devices") if row.get("server", server.name) == server.name]
+
     def import_users(self, first, count):
         file = f"{self.dir}/users.csv"
         with open(file, "w", encoding="utf-8") as out:
@@ -159,8 +163,8 @@ class BrokerTest(unittest.TestCase):
                 self.server("east", "--server-name", "east", database=f"{self.dir}/other.db"):
             watcher.until(lambda w: len(w.of("/state")) >= 2)
             clients = [server.subscribe("Model", "Devices") for server in (north, south)]
-            tool, _, _ = simulator("--call", f"https://127.0.0.1:{north.port}", "--system", SYSTEM, "--certificate",
-                                   f"{self.dir}/%1.pem", "--key", f"{self.dir}/%1.key")
+            tool, _, _ = simulator("--call", f"https://127.0.0.1:{north.port}", "--call", f"https://127.0.0.1:{south.port}",
+                                   "--system", SYSTEM, "--certificate", f"{self.dir}/%1.pem", "--key", f"{self.dir}/%1.key")
             with tool:
                 self.assertEqual(clients[0].receive()["params"][1]["event"], "came")
                 heard = clients[1].receive()["params"]
@@ -184,6 +188,14 @@ class BrokerTest(unittest.TestCase):
                 message = client.receive()["params"]
                 self.assertEqual((message[1]["event"], message[1].get("server")), ("left", server), message)
             watcher.until(lambda w: not w.of(state)[-1]["linked"])
+            # A device takes whichever server answers, and moves when that stops.
+            with simulator("--call", "https://127.0.0.1:1", "--call", f"https://127.0.0.1:{north.port}", "--call",
+                           f"https://127.0.0.1:{south.port}", "--system", SYSTEM, "--certificate", f"{self.dir}/%1.pem", "--key",
+                           f"{self.dir}/%1.key")[0]:
+                north.eventually(lambda: self.links(north))
+                north.ask("serve", "--stop")
+                south.eventually(lambda: self.links(south))
+                watcher.until(lambda w: w.of("north/state")[-1:] == [{"state": "ended"}])
             by = {topic.split("/")[3] for topic, _, _ in watcher.messages if topic.endswith("notify/model")}
             self.assertLessEqual({"south"}, by)
             self.assertFalse([payload for _, payload, _ in watcher.messages if "Ada" in payload or "Ben" in payload])
