@@ -20,9 +20,10 @@ AuditEvent event(qint64 number)
     made.accessPoint = CItemId(100 + number % 200);
     made.user = CItemId(1000 + number % 5000);
     made.medium = CItemId(10000 + number % 5000);
-    made.details = {{QStringLiteral("way"), QStringLiteral("online")},
-                    {QStringLiteral("uid"), QStringLiteral("04:A2:3B:11:22:33:44")},
-                    {QStringLiteral("device"), QStringLiteral("000.123.457")}};
+    static const QJsonObject details{{QStringLiteral("way"), QStringLiteral("online")},
+                                     {QStringLiteral("uid"), QStringLiteral("04:A2:3B:11:22:33:44")},
+                                     {QStringLiteral("device"), QStringLiteral("000.123.457")}};
+    made.details = details;
     return made;
 }
 

@@ -1,10 +1,10 @@
 #include <server/audit/audit_event.h>
 
 #include <QtCore/QJsonDocument>
-#include <QtCore/QRandomGenerator>
 #include <QtCore/QtEndian>
 
 #include <openssl/evp.h>
+#include <openssl/rand.h>
 
 #include <array>
 
@@ -40,10 +40,30 @@ void addNumber(QByteArray& bytes, Number number)
     bytes.append(reinterpret_cast<const char*>(&bigEndian), int(sizeof bigEndian));
 }
 
-void addId(QJsonObject& object, const QString& name, CItemId id)
+// Random numbers of many salts at a time: to ask for each takes longer than all else that is done for an event.
+QByteArray newSalt()
 {
-    if (id != CItemId())
-        object.insert(name, QString::number(qint64(id)));
+    constexpr int size = 16; // bytes
+    constexpr int ahead = 64;
+    static thread_local std::array<char, size * ahead> salts;
+    static thread_local int used = ahead;
+    if (used == ahead) {
+        if (RAND_bytes(reinterpret_cast<unsigned char*>(salts.data()), int(salts.size())) != 1)
+            qFatal("AuditRecord: there are no random numbers");
+        used = 0;
+    }
+    return QByteArray(salts.data() + size * used++, size).toHex();
+}
+
+const EVP_MD* sha256Method()
+{
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+    // What EVP_sha256() gives is looked up again at each use.
+    static const EVP_MD* const method = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    return method;
+#else
+    return EVP_sha256();
+#endif
 }
 
 } // namespace
@@ -69,17 +89,28 @@ std::optional<AuditKind> auditKindFromName(const QString& name)
 QByteArray AuditRecord::makePayload(const AuditEvent& event)
 {
     QJsonObject object = event.details;
-    addId(object, QStringLiteral("accessPoint"), event.accessPoint);
-    addId(object, QStringLiteral("user"), event.user);
-    addId(object, QStringLiteral("medium"), event.medium);
+    // Texts that need no escapes are put behind what the writer makes of the rest.
+    QByteArray plain;
+    const auto add = [&](const char* name, const QByteArray& value) {
+        if (object.contains(QLatin1String(name)))
+            object.remove(QLatin1String(name));
+        plain += ",\"" + QByteArray(name) + "\":\"" + value + '"';
+    };
+    const auto addId = [&](const char* name, CItemId id) {
+        if (id != CItemId())
+            add(name, QByteArray::number(qint64(id)));
+    };
+    addId("accessPoint", event.accessPoint);
+    addId("user", event.user);
+    addId("medium", event.medium);
+    add("salt", newSalt());
     if (!event.operatorName.isEmpty())
         object.insert(QStringLiteral("operator"), event.operatorName);
-    std::array<quint32, 4> salt{};
-    QRandomGenerator::system()->fillRange(salt.data(), qsizetype(salt.size()));
-    object.insert(
-        QStringLiteral("salt"),
-        QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(salt.data()), int(sizeof salt)).toHex()));
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+    if (object.isEmpty())
+        return '{' + plain.mid(1) + '}';
+    QByteArray payload = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    payload.chop(1);
+    return payload + plain + '}';
 }
 
 QByteArray AuditRecord::sha256(const QByteArray& bytes)
@@ -87,7 +118,7 @@ QByteArray AuditRecord::sha256(const QByteArray& bytes)
     // A look through the trail computes two for each event; QCryptographicHash takes longer.
     QByteArray hash(32, Qt::Uninitialized);
     if (EVP_Digest(bytes.constData(), size_t(bytes.size()), reinterpret_cast<unsigned char*>(hash.data()), nullptr,
-                   EVP_sha256(), nullptr)
+                   sha256Method(), nullptr)
         != 1)
         qFatal("AuditRecord: there is no SHA-256");
     return hash;

@@ -127,12 +127,18 @@ bool CAuditTrail::append(const QList<AuditEvent>& events)
     AuditRecord last = d->end(chain);
     bool good = chain > 0;
     QList<AuditHead> signedHeads;
-    for (const AuditEvent& event : events) {
-        good = good && d->appendOne(chain, event, now, last);
-        if (good && last.seq % eventsPerHead == 0 && d->needKey()) {
-            AuditHead head{chain, last.seq, now, last.hash, {}, QStringLiteral("count")};
-            good = d->storeHead(head);
-            signedHeads.append(head);
+    if (good) {
+        SqlStatement add(
+            d->database,
+            QStringLiteral("INSERT INTO event(chain,seq,at,recorded,kind,access_point,\"user\",medium,operator,"
+                           "payload,payload_hash,hash) VALUES(?,?,?,?,?,?,?,?,?,?,?,?)"));
+        for (const AuditEvent& event : events) {
+            good = good && d->appendOne(add, chain, event, now, last);
+            if (good && last.seq % eventsPerHead == 0 && d->needKey()) {
+                AuditHead head{chain, last.seq, now, last.hash, {}, QStringLiteral("count")};
+                good = d->storeHead(head);
+                signedHeads.append(head);
+            }
         }
     }
     good = d->database->end(good && !d->database->hasFailed());
@@ -144,7 +150,8 @@ bool CAuditTrail::append(const QList<AuditEvent>& events)
     return true;
 }
 
-bool CAuditTrail::Private::appendOne(qint64 ofChain, const AuditEvent& given, qint64 now, AuditRecord& last)
+bool CAuditTrail::Private::appendOne(SqlStatement& add, qint64 ofChain, const AuditEvent& given, qint64 now,
+                                     AuditRecord& last)
 {
     AuditEvent event = given;
     if (event.operatorName.isEmpty())
@@ -161,9 +168,6 @@ bool CAuditTrail::Private::appendOne(qint64 ofChain, const AuditEvent& given, qi
         record.payload = AuditRecord::makePayload(event);
     }
     record.seal(last.hash);
-    SqlStatement add(
-        database, QStringLiteral("INSERT INTO event(chain,seq,at,recorded,kind,access_point,\"user\",medium,operator,"
-                                 "payload,payload_hash,hash) VALUES(?,?,?,?,?,?,?,?,?,?,?,?)"));
     add.bind(record.chain).bind(record.seq).bind(record.at).bind(record.recorded).bind(qint64(record.kind));
     add.bind(idOrNull(event.accessPoint)).bind(idOrNull(event.user)).bind(idOrNull(event.medium));
     add.bind(textOrNull(event.operatorName)).bind(QString::fromUtf8(record.payload));

@@ -26,7 +26,7 @@ public:
     bool findKey();
     QString keyFile() const;
     bool storeHead(AuditHead& head);
-    bool appendOne(qint64 chain, const AuditEvent& event, qint64 now, AuditRecord& last);
+    bool appendOne(SqlStatement& add, qint64 chain, const AuditEvent& event, qint64 now, AuditRecord& last);
     /// The record at the end of a chain; seq 0 and the first hash for one without events.
     AuditRecord end(qint64 chain);
     /// Gives all records by chain and number, in pages, so that no statement stays open for long. False when the
