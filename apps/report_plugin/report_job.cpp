@@ -1,10 +1,10 @@
 #include "report_job.h"
 
+#include "report_helper.h"
+
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QPointer>
-#include <QtCore/QStandardPaths>
 
 namespace {
 
@@ -16,16 +16,6 @@ constexpr int mostFonts = 50;
 constexpr qint64 pdfBase = qint64(64) * 1024 * 1024; // more than a report has, fonts included...
 constexpr qint64 pdfPerUser = qint64(256) * 1024;    // ...and more for each user
 constexpr qint64 pdfMost = qint64(1024) * 1024 * 1024;
-
-QString helperProgram()
-{
-    const QString name = QStringLiteral("kyr_report_pdf");
-    const QDir application(QCoreApplication::applicationDirPath());
-    const QString beside = QStandardPaths::findExecutable(
-        name, {application.path(), application.filePath(QStringLiteral(KYR_HELPERS_FROM_TOOLS)),
-               QStringLiteral(KYR_HELPERS)});
-    return beside.isEmpty() ? QStandardPaths::findExecutable(name) : beside;
-}
 
 QString defaultTemplate()
 {
@@ -194,7 +184,7 @@ void ReportJob::begin()
     m_lastSign.start();
     m_server.setBaseModel(QStringLiteral("Users"), QStringLiteral("user"), m_userIds);
     m_source = std::make_unique<ReportSource>(m_server, m_templateText);
-    m_helper.start(helperProgram(), QStringList());
+    m_helper.start(reportHelperProgram(), QStringList());
     if (!m_ended)
         m_helper.write(ReportSheets::encoded(m_source->setup()));
 }

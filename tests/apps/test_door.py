@@ -244,6 +244,63 @@ class Door(unittest.TestCase):
             self.eventually(lambda: [event["deviceSeq"] for event in self.events("held")] == [held["event"]])
             self.assertEqual(sorted(event["way"] for event in self.events("granted")), ["offline", "online"])
 
+    def test_the_whole_story(self):
+        """Rights are given and taken away, the server is killed, the locks are killed: every card is in the trail once."""
+        self.furnish()
+        self.ask("codes", "add", "4711", "--user", "Ben", "description=gate")
+        self.ask("grant", "Ben", "Side", "--from", "2030-01-01")
+        shown = []
+
+        def show(uid, door, *expected, word="present"):
+            answer = self.at_door(word, LABELS[door], uid)
+            self.assertEqual((answer["allowed"], answer["reason"]), expected)
+            shown.append((LABELS[door], answer["event"], "granted" if expected[0] else "denied", answer["reason"]))
+
+        def settled():
+            journals = [self.at_door("journal", label) for label in LABELS]
+            return all(journal["acknowledged"] == journal["next"] - 1 for journal in journals)
+
+        server = self.serve("--server-name", "north")
+        locks = self.locks()
+        self.eventually(self.up_to_date)
+        show(ANNA, 0, True, "")
+        show(BEN, 1, False, "NotPermittedAtThisTime")
+        why = console("access", "why", "Ben", "Side", "--json", database=self.database)
+        self.assertEqual((why[0], json.loads(why[1])["reason"]), (1, "NotPermittedAtThisTime"))
+        self.ask("revoke", "Anna", "Side")
+        show(ANNA, 1, False, "CredentialUnknown")
+        server.kill()
+        for _ in range(3):
+            show(ANNA, 0, True, "")
+            show("4711", 1, False, "NotPermittedAtThisTime", word="enter")
+            show("4712", 0, False, "InvalidPIN", word="enter")
+            locks.kill()  # a power cut
+            locks = self.locks()
+        show("04:00:00:01", 0, False, "CredentialUnknown")
+        with self.serve("--server-name", "north"):
+            with locks:
+                self.eventually(settled, 2 * WAIT)
+                self.assertEqual((self.attached("open", "Main")[0], self.attached("open", "Side", "--comment", "fire drill")[0]), (0, 0))
+                self.eventually(settled)
+            self.assertEqual(self.attached("open", "Main")[0], 1)
+        events = self.events("granted", "denied")
+        self.assertEqual(sorted((event["device"], event["deviceSeq"], event["kind"], event["reason"]) for event in events), sorted(shown))
+        revoked, = (event for event in events if event["uid"] == ANNA)
+        self.assertEqual((revoked["user"], revoked["serverReason"]), ("1", "Unauthorized"))
+        opened = self.events("opened")
+        self.assertEqual([(event["operator"], event["way"], event["details"].get("comment")) for event in opened],
+                         [(getpass.getuser(), "opener", None), (getpass.getuser(), "opener", "fire drill")])
+        # The server that was killed has no end, nor has a lock.
+        self.assertEqual([event["kind"] for event in self.events("start", "end") if not event["device"]], ["start", "start", "end"])
+        self.assertEqual(len([event for event in self.events("start") if event["device"]]), 8)
+        self.assertTrue(self.table("audit", "verify")["ok"])
+        self.ask("events", "--pdf", f"{self.dir}/day.pdf")
+        with open(f"{self.dir}/day.pdf", "rb") as report:
+            self.assertEqual(report.read(5), b"%PDF-")
+        for event in self.table("events"):
+            event["details"].pop("deviceEpoch", None)
+            self.assertNotRegex(str(event), "471[12]")
+
 
 if __name__ == "__main__":
     main()

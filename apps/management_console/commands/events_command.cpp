@@ -1,3 +1,4 @@
+#include "commands/events_report.h"
 #include "commands/model_command.h"
 #include "commands/time_text.h"
 
@@ -5,6 +6,7 @@
 #include <server/model/model_reader.h>
 #include <server/model/sql_access_control.h>
 
+#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 
 namespace {
@@ -29,6 +31,8 @@ public:
         options.addValue(QStringLiteral("from"), QStringLiteral("TIME"), QStringLiteral("only from this time on"));
         options.addValue(QStringLiteral("to"), QStringLiteral("TIME"), QStringLiteral("only up to this time"));
         options.addValue(QStringLiteral("limit"), QStringLiteral("N"), QStringLiteral("the newest N events"));
+        options.addValue(QStringLiteral("pdf"), QStringLiteral("FILE"),
+                         QStringLiteral("write them to a PDF document, such as the report of a day"));
         options.addSwitch(QStringLiteral("follow"),
                           QStringLiteral("the newest ones, and then those that come, until Ctrl+C"));
     }
@@ -46,6 +50,9 @@ public:
         int limit = follows ? followedTail : 0;
         if (options.isSet(QStringLiteral("limit")))
             limit = options.number(QStringLiteral("limit"), 1, 1000000);
+        const QString pdf = options.value(QStringLiteral("pdf"));
+        if (follows && !pdf.isEmpty())
+            options.setError(QStringLiteral("--pdf and --follow do not go together"));
         if (!options.error().isEmpty())
             return;
 
@@ -63,13 +70,19 @@ public:
         }
         Table table = emptyTable();
         fillTable(table, events);
+        if (!pdf.isEmpty())
+            return makePdf(table, pdf, int(left));
         print(table);
         if (left > 0)
             warn(QStringLiteral("%1 older events are left out").arg(left));
         done();
     }
 
-    void cancel() override { done(); }
+    void cancel() override
+    {
+        delete m_report;
+        done();
+    }
 
 private:
     static Table emptyTable()
@@ -228,6 +241,24 @@ private:
         }
     }
 
+    void makePdf(const Table& table, const QString& file, int left)
+    {
+        output().progress(QStringLiteral("rendering %1 events").arg(table.rowCount()));
+        m_report = startEventsReport(table, left, this);
+        connect(m_report, &ReportHelperRun::finished, this,
+                [this, file, count = table.rowCount()](const QByteArray& pdf, const QString& error) {
+                    if (!error.isEmpty())
+                        return fail(QStringLiteral("the report could not be made: %1").arg(error));
+                    const auto content = [pdf](QIODevice& device) {
+                        device.write(pdf);
+                        return QString();
+                    };
+                    writeFile(file, content, [this, file, count] {
+                        doneWriting(file, QStringLiteral("Wrote %1 events to %2.").arg(count).arg(file));
+                    });
+                });
+    }
+
     // One event a line, also as text: nobody knows how wide the next one is.
     void showLines(const QList<AuditRecord>& events)
     {
@@ -259,6 +290,7 @@ private:
     }
 
     CAuditTrail::Filter m_filter;
+    QPointer<ReportHelperRun> m_report;
     QMap<qint64, qint64> m_ends;
 };
 
