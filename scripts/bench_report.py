@@ -62,6 +62,10 @@ TARGETS = [
     ("door_compile", "5000", "sqlite3", 4.0),
     ("door_verdict", "5000", "QHash", 20.0),
     ("device_roles", None, "array look-up", 2.0),
+    ("mqtt", "1", "libmosquitto", 1.1),
+    ("mqtt", "100", "libmosquitto", 1.1),
+    ("mqtt_tls", "1", "libmosquitto", 1.1),
+    ("mqtt_tls", "100", "libmosquitto", 1.1),
 ]
 LIMITS = [("notification_few_of_many/ours/100000/10", 50e3), ("door_verdict/ours/5000", 10e3),
           ("door_up_to_date/ours/5000", 2e9)]  # nanoseconds

@@ -1,0 +1,209 @@
+// What a bridge keeps and sends, without a broker; tests/apps/test_broker.py has a real one.
+#include <server/audit/audit_trail.h>
+#include <server/bridge/bridge_store_p.h>
+#include <server/bridge/volatile_ring_p.h>
+#include <server/model/sql_access_control.h>
+
+#include <QtCore/QJsonDocument>
+#include <QtTest/QtTest>
+
+namespace {
+
+// A server on a database that it may share.
+struct Server
+{
+    Server(const QString& file, const QString& name, bool hasBridge = true)
+        : topics("0012.3457", name)
+        , store(model.database(), topics, name)
+    {
+        model.open(file);
+        model.setServerName(name);
+        if (hasBridge && store.exists())
+            store.open();
+    }
+
+    void add(const QString& label) { QVERIFY(model.createUser({{"label", label}}) != CItemId()); }
+    // Numbers of the changes that this server tells, in order.
+    QList<qint64> changes()
+    {
+        QList<qint64> found;
+        const QList<BridgeMessage> messages = store.messages("Model", 0, 100);
+        for (const BridgeMessage& message : messages) {
+            const auto notification = BridgeNotification::fromPayload(message.payload);
+            if (notification && notification->seq == found.size() + 1)
+                found.append(notification->data.value("seq").toLongLong());
+        }
+        return found;
+    }
+
+    CSqlAccessControl model;
+    BridgeTopics topics;
+    BridgeStore store;
+};
+
+} // namespace
+
+class TestBridge : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void newsOfTheMomentIsCountedWhenItIsDropped()
+    {
+        VolatileRing ring;
+        for (int i = 0; i < VolatileRing::mostMessages + 5; ++i)
+            ring.add("Devices", {{"n", i}});
+        QCOMPARE(ring.dropped(), qint64(5));
+        const auto notice = ring.next();
+        QVERIFY(notice && notice->notification.seq == 1);
+        QCOMPARE(notice->notification.data, (QVariantMap{{"event", "dropped"}, {"count", 5}}));
+        const auto first = ring.next();
+        QVERIFY(first && first->notification.seq == 2);
+        QCOMPARE(first->notification.data.value("n").toInt(), 5);
+        // The connection breaks: what was not acknowledged is said again, under its number.
+        ring.acknowledge(notice->place);
+        ring.rewind();
+        const auto again = ring.next();
+        QVERIFY(again && again->notification.seq == 2 && again->place == first->place);
+        QCOMPARE(ring.sent("Devices", 1, 10).size(), 2);
+        // What was heard makes room without a word.
+        ring.acknowledge(again->place);
+        ring.add("Devices", {{"text", QString(VolatileRing::mostBytes / 2, 'x')}});
+        const qint64 dropped = ring.dropped();
+        ring.add("Devices", {{"text", QString(VolatileRing::mostBytes / 2, 'y')}});
+        QVERIFY(ring.waiting() <= 2);
+        QVERIFY(ring.dropped() > dropped);
+    }
+
+    void eachChangeIsToldByOneServer()
+    {
+        QTemporaryDir folder;
+        const QString file = folder.filePath("a.db");
+        Server console(file, "0badcafe", false);
+        console.add("before there was a bridge");
+        Server north(file, "north");
+        Server south(file, "south");
+        QVERIFY(north.store.isOpen() && south.store.isOpen());
+        north.store.beat();
+        south.store.beat();
+        QVERIFY(north.store.isPublisher() && !south.store.isPublisher());
+        console.add("2");
+        north.add("3");
+        south.add("4");
+        QCOMPARE(south.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.changes(), (QList<qint64>{2, 3}));
+        QCOMPARE(south.changes(), (QList<qint64>{4}));
+
+        // North stands still. South takes over what nobody told, and what north has made waits for it.
+        console.add("5");
+        north.add("6");
+        for (int i = 0; i < BridgeStore::missedBeats; ++i) {
+            QVERIFY(!south.store.isPublisher());
+            south.store.beat();
+        }
+        QVERIFY(south.store.isPublisher());
+        QCOMPARE(south.store.collect(), BridgeStore::Done);
+        QCOMPARE(south.changes(), (QList<qint64>{4, 5}));
+        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QVERIFY(!north.store.isPublisher());
+        QCOMPARE(north.changes(), (QList<qint64>{2, 3, 6}));
+
+        // A server that was killed says the same under the same numbers.
+        QVERIFY(north.store.acknowledge({{"Model", 1}}));
+        Server again(file, "north");
+        QCOMPARE(again.store.acknowledged("Model"), qint64(1));
+        QCOMPARE(again.store.epoch("Model"), north.store.epoch("Model"));
+        QCOMPARE(again.changes(), (QList<qint64>{2, 3, 6}));
+        QCOMPARE(again.store.waiting(), qint64(2));
+    }
+
+    void whatIsBusyIsTriedAgain()
+    {
+        QTemporaryDir folder;
+        const QString file = folder.filePath("a.db");
+        Server north(file, "north", false);
+        north.add("1");
+        QVERIFY(north.store.open());
+        north.add("2");
+        CDatabase other;
+        QVERIFY(other.open(file) && other.begin());
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(north.store.collect(), BridgeStore::Failed);
+        QVERIFY(!north.store.acknowledge({{"Model", 1}}));
+        QVERIFY2(timer.elapsed() < 250, "it has waited for the other one");
+        other.end(true);
+        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.changes(), (QList<qint64>{2}));
+    }
+
+    void doorsAreToldByIdsAlone()
+    {
+        QTemporaryDir folder;
+        Server north(folder.filePath("a.db"), "North", false);
+        north.add("Ada");
+        QVERIFY(north.store.open());
+        north.store.beat();
+        CAuditTrail trail(north.model.database());
+        AuditEvent event;
+        event.kind = AuditKind::Denied;
+        event.at = 1790000000000;
+        event.accessPoint = CItemId(3);
+        event.operatorName = "Ada Moser";
+        event.details = {
+            {"reason", "CredentialUnknown"}, {"uid", "04:A1:22:3B"}, {"comment", "seen"}, {"way", "offline"}};
+        AuditEvent changed = event;
+        changed.kind = AuditKind::Changed;
+        QVERIFY(trail.append({event, changed}));
+        QVERIFY(!trail.signHeads("request").isEmpty());
+        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        const QList<BridgeMessage> messages = north.store.messages("Access", 0, 10);
+        QCOMPARE(messages.size(), 1);
+        QCOMPARE(messages.first().topics, (QStringList{"notify/access", "event/3/denied"}));
+        const auto told = BridgeNotification::fromPayload(messages.first().payload);
+        QVERIFY(told);
+        QCOMPARE(told->data, (QVariantMap{{"event", "denied"},
+                                          {"at", "2026-09-21T14:13:20Z"},
+                                          {"accessPoint", "3"},
+                                          {"reason", "CredentialUnknown"},
+                                          {"way", "offline"},
+                                          {"chain", 1},
+                                          {"seq", 1}}));
+        const QList<BridgeMessage> heads = north.store.messages("Audit", 0, 10);
+        QCOMPARE(heads.size(), 1);
+        AuditHead head;
+        QVERIFY(heads.first().isRetained && AuditHead::fromLine(heads.first().payload, head) && head.seq == 2);
+    }
+
+    void aBrokerHasAHostAndAPort_data()
+    {
+        QTest::addColumn<QString>("url");
+        QTest::addColumn<QString>("canonical");
+        QTest::newRow("TLS") << "mqtts://broker.example.com"
+                             << "mqtts://broker.example.com:8883";
+        QTest::newRow("plain") << "mqtt://127.0.0.1:1884/"
+                               << "mqtt://127.0.0.1:1884";
+        QTest::newRow("IPv6") << "mqtts://[::1]:1"
+                              << "mqtts://[::1]:1";
+        for (const char* refused : {"", "broker", "http://a", "mqtts://", "mqtts://u:p@a", "mqtts://u@a", "mqtts://a/b",
+                                    "mqtts://a?b", "mqtts://a:0", "mqtts://a:65536", "mqtts://a b"})
+            QTest::newRow(refused) << refused << QString();
+    }
+    void aBrokerHasAHostAndAPort()
+    {
+        QFETCH(QString, url);
+        QFETCH(QString, canonical);
+        MqttSettings settings;
+        QString error;
+        QCOMPARE(settings.setUrl(url, &error), !canonical.isEmpty());
+        QCOMPARE(error.isEmpty(), !canonical.isEmpty());
+        QVERIFY(!error.contains("u:p"));
+        if (!canonical.isEmpty())
+            QCOMPARE(settings.url(), canonical);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestBridge)
+#include "tst_bridge.moc"
