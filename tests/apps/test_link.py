@@ -30,7 +30,8 @@ class Server(Running):
         super().__init__("kyr_console", "--socket", self.socket, *log, "serve", "--port", 0, "--json",
                          "--certificate", f"{where}/console.pem", "--key", f"{where}/console.key", "--system", SYSTEM, *options,
                          env={**os.environ, **(env or {})}, prefix=prefix)
-        self.port = json.loads(self.until('{"port"'))["port"]
+        self.first = json.loads(self.until('{"port"'))
+        self.port = self.first["port"]
 
     def ask(self, *command):
         return console("--attach", self.socket, *command)
