@@ -4,9 +4,13 @@
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/network/device_connector_device_side.h>
 #include <foundation/network/socket_options_p.h>
+#include <foundation/network/tls_door.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
+#include <QtCore/QTimer>
 #include <QtNetwork/QSslSocket>
 #include <QtNetwork/QTcpServer>
 #include <QtWebSockets/QWebSocket>
@@ -16,8 +20,12 @@
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -30,19 +38,68 @@ void spinUntil(const std::function<bool()>& done)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-// Accepts TLS connections; what becomes of them is up to the two kinds below.
-class TlsServer : public QTcpServer
+// The links that are up at a server.
+class Server
 {
 public:
-    TlsServer()
+    virtual ~Server() = default;
+    void keep(QWebSocket* link)
+    {
+        link->setParent(&links);
+        QObject::connect(link, &QWebSocket::disconnected, link, &QObject::deleteLater);
+        ++linked;
+    }
+
+    int linked = 0;
+    int turnedAway = 0;
+    QObject links; // parent of the WebSockets that are up
+};
+
+// As the console does it.
+class AuthenticatedServer : public Server
+{
+public:
+    explicit AuthenticatedServer(const DeviceCertificate& own = benchIdentity())
+        : connector(0, true, true, nullptr)
+    {
+        QString error;
+        if (!door.setCertificate(own.certificateFile, own.keyFile, error) || !door.open(0))
+            qFatal("%s", qPrintable(error + door.errorString()));
+        QObject::connect(&door, &CTlsDoor::webSocketRequested, &connector, [this](QSslSocket* socket) {
+            socket->setParent(&connector);
+            connector.handleWebSocketRequest(socket, CTlsDoor::peerText(socket));
+        });
+        QObject::connect(&connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, &connector,
+                         [this](const CDeviceId&, int, const CSystemId&, QWebSocket* link) { keep(link); });
+        QObject::connect(&door, &CTlsDoor::dropped, &connector,
+                         [this](const QString&, const QString& reason) { turnAway(reason); });
+        QObject::connect(&connector, &CDeviceConnectorAppSide::webSocketConnectionRefused, &connector,
+                         [this](const CDeviceId&, const QString&, const QString& reason) { turnAway(reason); });
+    }
+    quint16 serverPort() const { return door.serverPort(); }
+
+private:
+    void turnAway(const QString& reason)
+    {
+        ++turnedAway;
+        qInfo("turned away: %s", qPrintable(reason));
+    }
+
+    CTlsDoor door;
+    CDeviceConnectorAppSide connector;
+};
+
+class BareServer : public QTcpServer, public Server
+{
+public:
+    BareServer()
+        : server(QString(), QWebSocketServer::NonSecureMode)
     {
         listen(QHostAddress::LocalHost, 0);
         // Who finds Qt's queue of 50 full would try again after a second.
         ::listen(static_cast<int>(socketDescriptor()), 1024);
+        connect(&server, &QWebSocketServer::newConnection, this, [this] { keep(server.nextPendingConnection()); });
     }
-    virtual void accept(QSslSocket* socket) = 0;
-    int linked = 0;
-    QObject links; // parent of the WebSockets that are up
 
 protected:
     void incomingConnection(qintptr descriptor) override
@@ -52,47 +109,14 @@ protected:
         setLowDelay(socket);
         socket->setLocalCertificateChain(benchIdentity().chain);
         socket->setPrivateKey(benchIdentity().key);
-        connect(socket, &QSslSocket::encrypted, this, [this, socket] { accept(socket); });
+        connect(socket, &QSslSocket::encrypted, this, [this, socket] {
+            disconnect(socket, nullptr, this, nullptr);
+            server.handleConnection(socket);
+        });
         socket->startServerEncryption();
     }
-    void keep(QWebSocket* link)
-    {
-        link->setParent(&links);
-        connect(link, &QWebSocket::disconnected, link, &QObject::deleteLater);
-        ++linked;
-    }
-};
 
-class AuthenticatedServer : public TlsServer
-{
-public:
-    AuthenticatedServer()
-        : connector(0, true, true, nullptr)
-    {
-        connect(&connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, this,
-                [this](const CDeviceId&, int, const CSystemId&, QWebSocket* link) { keep(link); });
-    }
-    void accept(QSslSocket* socket) override
-    {
-        disconnect(socket, nullptr, this, nullptr);
-        connector.handleWebSocketRequest(socket, QString());
-    }
-    CDeviceConnectorAppSide connector;
-};
-
-class BareServer : public TlsServer
-{
-public:
-    BareServer()
-        : server(QString(), QWebSocketServer::NonSecureMode)
-    {
-        connect(&server, &QWebSocketServer::newConnection, this, [this] { keep(server.nextPendingConnection()); });
-    }
-    void accept(QSslSocket* socket) override
-    {
-        disconnect(socket, nullptr, this, nullptr);
-        server.handleConnection(socket);
-    }
+private:
     QWebSocketServer server;
 };
 
@@ -114,12 +138,13 @@ public:
                              ++up;
                          });
     }
-    void call()
+    void call(bool again = false)
     {
         auto* socket = new QWebSocket(QString(), QWebSocketProtocol::Version13, &device);
         setLowDelay(socket);
         QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
         configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
+        configuration.setCaCertificates({}); // else the system's are read for each socket
         socket->setSslConfiguration(configuration);
         if (challenge) {
             const auto first = std::make_shared<QMetaObject::Connection>();
@@ -134,6 +159,13 @@ public:
                 ++up;
             });
         }
+        if (again)
+            QObject::connect(socket, &QWebSocket::disconnected, &device, [this, socket] {
+                if (socket->parent() == &taken)
+                    return;
+                socket->deleteLater();
+                QTimer::singleShot(1000, &device, [this] { call(true); });
+            });
         socket->open(QUrl(QStringLiteral("wss://127.0.0.1:%1/gw/000.123.457/41").arg(port)));
     }
     void hangUp()
@@ -152,11 +184,11 @@ public:
     int up = 0;
 };
 
-template<typename Server>
+template<typename Kind>
 void links(benchmark::State& state)
 {
-    Server server;
-    Callers callers(server.serverPort(), std::is_same_v<Server, AuthenticatedServer>);
+    Kind server;
+    Callers callers(server.serverPort(), std::is_same_v<Kind, AuthenticatedServer>);
     const int atOnce = static_cast<int>(state.range(0));
     for (auto _ : state) {
         const int before = callers.up;
@@ -172,19 +204,29 @@ void links(benchmark::State& state)
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * atOnce);
 }
 
-// 1,000 links of another process; what this process holds for each.
-template<typename Server>
+// What of this process is in memory, in bytes.
+double resident()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    return file.open(QIODevice::ReadOnly)
+               ? file.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE))
+               : 0;
+}
+
+// 1,000 links of another process; what this process holds for each, and how much of that it has ever touched.
+template<typename Kind>
 void memory(benchmark::State& state)
 {
     constexpr int count = 1000;
     for (auto _ : state) {
-        Server server;
+        Kind server;
         malloc_trim(0);
         const auto before = mallinfo2();
+        const double residentBefore = resident();
         QProcess callers;
         callers.start(QCoreApplication::applicationFilePath(),
                       {QStringLiteral("--call"), QString::number(server.serverPort()), QString::number(count),
-                       QString::number(std::is_same_v<Server, AuthenticatedServer>)});
+                       QString::number(std::is_same_v<Kind, AuthenticatedServer>)});
         spinUntil([&] { return server.linked == count; });
         // Let what the last handshakes left behind go first.
         for (int i = 0; i < 100; ++i)
@@ -192,6 +234,32 @@ void memory(benchmark::State& state)
         const auto after = mallinfo2();
         const auto used = [](const struct mallinfo2& info) { return info.uordblks + info.hblkhd; };
         state.counters["value"] = static_cast<double>(used(after) - used(before)) / count;
+        state.counters["resident"] = (resident() - residentBefore) / count;
+        callers.kill();
+        callers.waitForFinished();
+        spinUntil([&] { return server.links.children().isEmpty(); });
+    }
+}
+
+// A whole installation comes back in one instant, after a power failure: what it costs the server, and who waits.
+void comeBack(benchmark::State& state, const char* key)
+{
+    constexpr int count = 2000;
+    for (auto _ : state) {
+        DeviceCertificates authority;
+        const QStringList options = qstrcmp(key, "P-256") == 0 ? QStringList{QStringLiteral("--ec")} : QStringList();
+        AuthenticatedServer server(authority.issue(QStringLiteral("000.123.457"), options));
+        const auto begin = std::clock();
+        QProcess callers;
+        callers.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        callers.start(QCoreApplication::applicationFilePath(),
+                      {QStringLiteral("--come-back"), QString::number(server.serverPort()), QString::number(count)});
+        spinUntil([&] { return server.linked >= count; });
+        const double seconds = double(std::clock() - begin) / CLOCKS_PER_SEC;
+        spinUntil([&] { return callers.bytesAvailable() > 0; });
+        state.counters["links_per_cpu_second"] = server.linked / seconds;
+        state.counters["turned_away"] = server.turnedAway;
+        state.counters["longest_wait_s"] = callers.readAllStandardOutput().trimmed().toDouble();
         callers.kill();
         callers.waitForFinished();
         spinUntil([&] { return server.links.children().isEmpty(); });
@@ -212,6 +280,21 @@ int call(const QStringList& arguments)
     return QCoreApplication::exec();
 }
 
+// All at once. Who is turned away calls again after a second.
+int comeBack(const QStringList& arguments)
+{
+    Callers callers(arguments[2].toUShort(), true);
+    const int count = arguments[3].toInt();
+    QElapsedTimer waited;
+    waited.start();
+    for (int i = 0; i < count; ++i)
+        callers.call(true);
+    spinUntil([&] { return callers.up >= count; });
+    std::printf("%.3f\n", double(waited.elapsed()) / 1000);
+    std::fflush(stdout);
+    return QCoreApplication::exec();
+}
+
 } // namespace
 
 BENCHMARK_TEMPLATE(links, AuthenticatedServer)
@@ -222,6 +305,8 @@ BENCHMARK_TEMPLATE(links, AuthenticatedServer)
     ->Arg(256)
     ->UseRealTime();
 BENCHMARK_TEMPLATE(links, BareServer)->Name("device_links/QWebSocket")->Arg(1)->Arg(16)->UseRealTime();
+BENCHMARK_CAPTURE(comeBack, RSA, "RSA")->Name("come_back/RSA")->Iterations(1)->UseRealTime();
+BENCHMARK_CAPTURE(comeBack, EC, "P-256")->Name("come_back/P-256")->Iterations(1)->UseRealTime();
 BENCHMARK_TEMPLATE(memory, AuthenticatedServer)->Name("link_memory/ours")->Iterations(1)->Repetitions(1)->UseRealTime();
 BENCHMARK_TEMPLATE(memory, BareServer)->Name("link_memory/QWebSocket")->Iterations(1)->Repetitions(1)->UseRealTime();
 
@@ -230,8 +315,15 @@ int main(int argc, char** argv)
     const QCoreApplication app(argc, argv);
     if (qEnvironmentVariableIsEmpty("BENCH_VERBOSE"))
         qInstallMessageHandler(ignoreMessages);
+    // Each link is a descriptor.
+    struct rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
     if (app.arguments().value(1) == QLatin1String("--call"))
         return call(app.arguments());
+    if (app.arguments().value(1) == QLatin1String("--come-back"))
+        return comeBack(app.arguments());
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 }

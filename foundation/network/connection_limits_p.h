@@ -26,8 +26,16 @@ constexpr int pendingHandshakes = 256;
 /// Requests that wait for one of these places: a whole installation returns in one instant after a power failure, and
 /// none of it shall be turned away. They wait only while places become free.
 constexpr int waitingRequests = 1024;
-/// Accepted connections of a TLS door that have not handed in a request yet. The oldest goes first.
+/// Visitors of a TLS door who have not handed in a request yet: so many who have said nothing, each of whom costs a
+/// descriptor, and so many of the others. The oldest goes first.
 constexpr int visitors = 512;
+/// Of these, such whose TLS goes on (for a while, see ConnectionTiming): further ones wait for their turn. So each gets
+/// through in time and none is displaced, also when a whole installation returns at once.
+constexpr int talkingVisitors = 256;
+/// Visitors who have begun to talk and wait for their turn. Further ones wait in the system.
+constexpr int waitingVisitors = 2048;
+/// Visitors who are new and have said nothing yet: those of a whole installation are there before their words.
+constexpr int arrivingVisitors = 2048;
 /// Bytes of the head of their request.
 constexpr int requestHead = 0x2000;
 /// Visitors whose request has a body that is not there yet. The oldest goes first.
@@ -67,8 +75,12 @@ struct ConnectionTiming
     int admission = 1000;
     /// From accept until the peer has said something.
     int silence = 5000;
-    /// From accept at a TLS door, or from its last answer, until a request is there.
+    /// From a visitor's turn at a TLS door, or from its last answer, until a request is there.
     int request = 10000;
+    /// So long a visitor of a TLS door who has said nothing is a new one.
+    int arriving = 3000;
+    /// So long a visitor who has begun to talk may keep others waiting, from its turn.
+    int talking = 2000;
     /// From accept at a door behind a balancer until the balancer has told who is there.
     int proxyHeader = 5000;
     /// From a request at a TLS door to its answer.

@@ -8,8 +8,11 @@
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/tls_door.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QHash>
+#include <QtCore/QQueue>
+#include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
 #include <QtNetwork/QSslCipher>
 #include <QtNetwork/QSslConfiguration>
@@ -20,6 +23,7 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
+#include <utility>
 
 #include <algorithm>
 
@@ -123,6 +127,36 @@ public:
     }
 };
 
+// A connection that has said nothing yet. It costs a descriptor, no socket with its buffers.
+class SilentVisitor : public QObject
+{
+public:
+    SilentVisitor(qintptr descriptor, const QElapsedTimer& since, QObject* parent)
+        : QObject(parent)
+        , notifier(descriptor, QSocketNotifier::Read)
+        , accepted(since)
+        , m_descriptor(descriptor)
+    {
+    }
+    ~SilentVisitor() override
+    {
+        if (m_descriptor >= 0)
+            QTcpSocket().setSocketDescriptor(m_descriptor); // closes it
+    }
+    /// The descriptor is the caller's then.
+    qintptr take()
+    {
+        notifier.setEnabled(false);
+        return std::exchange(m_descriptor, -1);
+    }
+
+    QSocketNotifier notifier; // it talks, or has gone
+    const QElapsedTimer accepted;
+
+private:
+    qintptr m_descriptor;
+};
+
 QHostAddress plainAddress(const QHostAddress& address)
 {
     bool isIPv4 = false;
@@ -152,6 +186,13 @@ struct CTlsDoor::Private
     HeldSockets sending{ConnectionLimits::bodies, nullptr};      // of the first, those whose request has begun
     HeldSockets waiting{ConnectionLimits::visitors, nullptr};    // for their answer
     qint64 longestBody = 0;
+    HeldSockets arriving{ConnectionLimits::arrivingVisitors, nullptr}; // before all this: SilentVisitors, new ones
+    HeldSockets silent{ConnectionLimits::visitors, nullptr};           // and those who are no longer new
+    QQueue<QPair<qintptr, QElapsedTimer>> queue;                       // have begun to talk, wait for their turn
+    bool full = false;                                                 // of these: does not accept for now
+    // Whose turn it is and whose TLS goes on, for a while.
+    QList<QPair<QSslSocket*, QDeadlineTimer>> talking;
+    QTimer turn; // runs until the first of them has kept others waiting for long enough
     QList<QPair<QHostAddress, int>> proxies;
     bool finiteFieldDh = false;
 
@@ -184,6 +225,9 @@ CTlsDoor::CTlsDoor(QObject* parent)
         qWarning("CTlsDoor: Cannot accept: %s", qUtf8Printable(errorString()));
         QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
     });
+    d->turn.setSingleShot(true);
+    d->turn.setTimerType(Qt::PreciseTimer);
+    connect(&d->turn, &QTimer::timeout, this, &CTlsDoor::startWaiting);
     const auto dropping = [this](QObject* object, bool crowded) {
         auto* const socket = static_cast<QSslSocket*>(object);
         const Private::Visitor visitor = d->visitors.value(socket);
@@ -196,6 +240,19 @@ CTlsDoor::CTlsDoor(QObject* parent)
     };
     for (const HeldSockets* held : {&d->held, &d->sending, &d->waiting})
         connect(held, &HeldSockets::dropping, this, dropping);
+    const auto droppingSilent = [this](QObject* object, bool crowded) {
+        QTcpSocket socket;
+        if (socket.setSocketDescriptor(static_cast<SilentVisitor*>(object)->take()))
+            report(peerText(&socket), crowded ? QStringLiteral("too many connections without a request")
+                                              : QStringLiteral("no TLS in time"));
+    };
+    connect(&d->silent, &HeldSockets::dropping, this, droppingSilent);
+    connect(&d->arriving, &HeldSockets::dropping, this, [this, droppingSilent](QObject* object, bool crowded) {
+        if (crowded)
+            return droppingSilent(object, crowded);
+        auto* const visitor = static_cast<SilentVisitor*>(object);
+        awaitWords(d->silent, visitor->take(), visitor->accepted, ConnectionTiming::current().request);
+    });
     connect(&d->announcing, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
         drop(static_cast<QSslSocket*>(object), crowded ? QStringLiteral("too many connections without a PROXY header")
                                                        : QStringLiteral("no PROXY header in time"));
@@ -206,9 +263,11 @@ CTlsDoor::~CTlsDoor()
 {
     // Their last signals would find half a server.
     for (auto visitor = d->visitors.cbegin(); visitor != d->visitors.cend(); ++visitor) {
-        d->release(visitor.key());
+        release(visitor.key());
         visitor.key()->disconnect();
     }
+    for (const auto& waiting : qAsConst(d->queue))
+        QTcpSocket().setSocketDescriptor(waiting.first); // closes it
 }
 
 bool CTlsDoor::setCertificate(const QString& certificateFile, const QString& keyFile, QString& error)
@@ -273,7 +332,7 @@ bool CTlsDoor::open(quint16 port)
 
 int CTlsDoor::visitors() const
 {
-    return static_cast<int>(d->visitors.size());
+    return static_cast<int>(d->visitors.size() + d->queue.size()) + d->arriving.size() + d->silent.size();
 }
 
 QString CTlsDoor::peerText(const QAbstractSocket* socket)
@@ -288,23 +347,81 @@ QString CTlsDoor::peerText(const QHostAddress& address, quint16 port)
 
 void CTlsDoor::incomingConnection(qintptr descriptor)
 {
+    QElapsedTimer accepted;
+    accepted.start();
+    if (d->proxies.isEmpty())
+        awaitWords(d->arriving, descriptor, accepted, ConnectionTiming::current().arriving);
+    else
+        start(descriptor, accepted);
+}
+
+void CTlsDoor::awaitWords(HeldSockets& place, qintptr descriptor, const QElapsedTimer& accepted, int milliseconds)
+{
+    auto* const visitor = new SilentVisitor(descriptor, accepted, this);
+    place.add(visitor, milliseconds);
+    connect(&visitor->notifier, &QSocketNotifier::activated, this, [this, visitor, &place] {
+        place.release(visitor);
+        d->queue.enqueue({visitor->take(), visitor->accepted});
+        visitor->deleteLater();
+        if (!d->turn.isActive())
+            startWaiting();
+        if (d->queue.size() >= ConnectionLimits::waitingVisitors && !d->full) {
+            d->full = true;
+            pauseAccepting();
+        }
+    });
+}
+
+void CTlsDoor::startWaiting()
+{
+    while (!d->talking.isEmpty() && d->talking.constFirst().second.hasExpired())
+        d->talking.removeFirst();
+    while (!d->queue.isEmpty() && d->talking.size() < ConnectionLimits::talkingVisitors) {
+        const auto next = d->queue.dequeue();
+        start(next.first, next.second);
+    }
+    if (!d->queue.isEmpty())
+        d->turn.start(static_cast<int>(d->talking.constFirst().second.remainingTime()) + 1);
+    if (d->full && d->queue.size() < ConnectionLimits::waitingVisitors / 2) {
+        d->full = false;
+        resumeAccepting();
+    }
+}
+
+// Makes room for the next one. From the event loop: it may be one of many at once, and in the middle of something.
+void CTlsDoor::endTalking(const QSslSocket* socket)
+{
+    const auto entry = std::find_if(d->talking.begin(), d->talking.end(),
+                                    [socket](const auto& other) { return other.first == socket; });
+    if (entry == d->talking.end())
+        return;
+    d->talking.erase(entry);
+    if (!d->queue.isEmpty())
+        d->turn.start(0);
+}
+
+void CTlsDoor::release(QSslSocket* socket)
+{
+    d->release(socket);
+    endTalking(socket);
+}
+
+void CTlsDoor::start(qintptr descriptor, const QElapsedTimer& accepted)
+{
     auto* socket = new VisitorSocket(this);
     if (!socket->setSocketDescriptor(descriptor)) {
         delete socket;
         return;
     }
-    if (d->proxies.isEmpty())
-        d->held.add(socket, ConnectionTiming::current().request);
-    else
-        d->announcing.add(socket, ConnectionTiming::current().proxyHeader);
     setLowDelay(socket);
     socket->setReadBufferSize(qint64(2) * ConnectionLimits::requestHead);
     socket->setSslConfiguration(d->configuration);
     Private::Visitor visitor;
-    visitor.accepted.start();
+    visitor.accepted = accepted;
     d->visitors.insert(socket, visitor);
     connect(socket, &QSslSocket::readyRead, this, [this, socket] { onReadable(socket); });
     if (!d->proxies.isEmpty()) {
+        d->announcing.add(socket, ConnectionTiming::current().proxyHeader);
         connect(socket, &QSslSocket::disconnected, this, [this, socket] {
             drop(socket, d->visitors.value(socket).ready ? QString() : QStringLiteral("no PROXY header"));
         });
@@ -314,7 +431,12 @@ void CTlsDoor::incomingConnection(qintptr descriptor)
             drop(socket, QStringLiteral("no trusted balancer"));
         return;
     }
-    connect(socket, &QSslSocket::encrypted, this, [this, socket] { d->visitors[socket].ready = true; });
+    d->held.add(socket, ConnectionTiming::current().request);
+    d->talking.append({socket, QDeadlineTimer(ConnectionTiming::current().talking, Qt::PreciseTimer)});
+    connect(socket, &QSslSocket::encrypted, this, [this, socket] {
+        d->visitors[socket].ready = true;
+        endTalking(socket);
+    });
     connect(socket, &QSslSocket::disconnected, this, [this, socket] {
         // A socket that has disconnected may have forgotten that it was encrypted.
         const bool failed = !d->visitors.value(socket).ready;
@@ -345,17 +467,22 @@ bool CTlsDoor::takeProxyHeader(QSslSocket* socket)
     return true;
 }
 
+// From the event loop: a receiver may delete the door.
+void CTlsDoor::report(const QString& peer, const QString& reason)
+{
+    QMetaObject::invokeMethod(
+        this, [this, peer, reason] { Q_EMIT dropped(peer, reason); }, Qt::QueuedConnection);
+}
+
 void CTlsDoor::drop(QSslSocket* socket, const QString& reason)
 {
     if (!d->visitors.remove(socket))
         return;
-    d->release(socket);
+    release(socket);
     const QString peer = peerText(socket);
     discard(socket);
-    // From the event loop: a receiver may delete the door.
     if (!reason.isEmpty())
-        QMetaObject::invokeMethod(
-            this, [this, peer, reason] { Q_EMIT dropped(peer, reason); }, Qt::QueuedConnection);
+        report(peer, reason);
 }
 
 void CTlsDoor::onReadable(QSslSocket* socket)

@@ -59,7 +59,7 @@ public:
         issued.certificateFile = QString(dir + QLatin1Char('/') + label + QStringLiteral(".pem"));
         issued.keyFile = QString(dir + QLatin1Char('/') + label + QStringLiteral(".key"));
         issued.chain = QSslCertificate::fromData(read(issued.certificateFile), QSsl::Pem);
-        issued.key = QSslKey(read(issued.keyFile), QSsl::Rsa);
+        issued.key = QSslKey(read(issued.keyFile), options.contains(QStringLiteral("--ec")) ? QSsl::Ec : QSsl::Rsa);
         if (issued.chain.isEmpty() || issued.key.isNull())
             qFatal("no certificate for %s", qPrintable(label));
         return issued;
