@@ -2,6 +2,7 @@
 #include "commands/command_table.h"
 #include "common/app_options.h"
 #include "common/process_setup.h"
+#include "monitoring/service_manager.h"
 #include "server/open_model.h"
 #include "shell/attach.h"
 #include "shell/command.h"
@@ -67,14 +68,17 @@ int runConsole(QCoreApplication& app, Session& session, CAbstractCliIO* io, Cons
                const QStringList& arguments)
 {
     Console console(session, io, input);
-    onTerminationRequest(&app, [&console](Termination request) {
+    onTerminationRequest(&app, [&console, &session](Termination request) {
         if (request == Termination::Interrupt)
             console.interrupt();
         else if (request == Termination::End || !console.isService())
             console.end();
+        else
+            session.reload();
     });
     console.begin(arguments);
     const int code = app.exec();
+    ServiceManager::stopping();
     endSoon(code);
     return code;
 }
@@ -88,12 +92,15 @@ int runSocketConsole(QCoreApplication& app, Session& session, const QString& nam
         failed(error);
         return 1;
     }
-    onTerminationRequest(&app, [&console](Termination request) {
+    onTerminationRequest(&app, [&console, &session](Termination request) {
         if (request != Termination::Hangup)
             console.end();
+        else
+            session.reload();
     });
     console.begin(arguments);
     const int code = app.exec();
+    ServiceManager::stopping();
     endSoon(code);
     return code;
 }
@@ -101,6 +108,8 @@ int runSocketConsole(QCoreApplication& app, Session& session, const QString& nam
 int run(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    ServiceManager::begin();
+    ServiceManager::watch(&app);
     AppOptions options(QStringLiteral("Finds, serves and manages the devices of an installation."), "KYR_CONSOLE");
     addGlobalOptions(options);
     if (!options.parse(app.arguments().mid(1)))

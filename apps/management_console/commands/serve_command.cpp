@@ -1,5 +1,6 @@
 #include "commands/broker_options.h"
 #include "common/default_ports.h"
+#include "monitoring/service_manager.h"
 #include "server/device_server.h"
 #include "server/door_links.h"
 #include "server/server_certificate.h"
@@ -47,6 +48,8 @@ public:
                          QStringLiteral("of this server among several; its events are a chain of that name"),
                          CAuditTrail::defaultChainName());
         addBrokerOptions(options);
+        options.addValue(QStringLiteral("metrics-from"), QStringLiteral("ADDRESS/MASK"),
+                         QStringLiteral("who may read /metrics beside this machine; may be repeated"));
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -67,14 +70,8 @@ public:
         settings.keyFile = options.value(QStringLiteral("key"));
         settings.finiteFieldDh = options.isSet(QStringLiteral("finite-field-dh"));
         settings.proxyPort = quint16(options.number(QStringLiteral("proxy-port"), 0, 0xFFFF));
-        const QStringList networks = options.values(QStringLiteral("proxy-protocol"));
-        for (const QString& network : networks) {
-            settings.proxies += QHostAddress::parseSubnet(network);
-            if (settings.proxies.constLast().second < 0)
-                options.setError(
-                    QStringLiteral("--proxy-protocol takes an address or a network, such as 192.0.2.0/24, not \"%1\"")
-                        .arg(network));
-        }
+        settings.proxies = networks(options, QStringLiteral("proxy-protocol"));
+        m_metricsFrom = networks(options, QStringLiteral("metrics-from"));
         if (options.isSet(QStringLiteral("system")))
             settings.system = CSystemId::fromLabel(options.value(QStringLiteral("system")), &ok);
         if (!ok)
@@ -110,6 +107,8 @@ public:
     }
 
 private:
+    using Networks = QList<QPair<QHostAddress, int>>;
+
     void serve(const DeviceServer::Settings& settings)
     {
         if (session().server())
@@ -132,6 +131,7 @@ private:
         session().setServer(std::move(server), m_name);
         if (m_broker)
             session().startBridge(*m_broker);
+        session().watchServer(m_metricsFrom);
         if (isJson())
             output().line(QStringLiteral("{\"port\":%1%2}")
                               .arg(port)
@@ -141,11 +141,26 @@ private:
                 QStringLiteral("Serving devices on port %1%2.")
                     .arg(port)
                     .arg(proxyPort != 0 ? QStringLiteral(", behind a balancer on %1").arg(proxyPort) : QString()));
+        ServiceManager::ready();
         done();
+    }
+
+    static Networks networks(AppOptions& options, const QString& name)
+    {
+        Networks read;
+        const QStringList texts = options.values(name);
+        for (const QString& text : texts) {
+            read += QHostAddress::parseSubnet(text);
+            if (read.constLast().second < 0)
+                options.setError(QStringLiteral("--%1 takes an address or a network, such as 192.0.2.0/24, not \"%2\"")
+                                     .arg(name, text));
+        }
+        return read;
     }
 
     QString m_name;
     std::optional<CNotificationBridge::Settings> m_broker;
+    Networks m_metricsFrom;
 };
 
 class DevicesCommand : public Command

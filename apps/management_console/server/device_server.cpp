@@ -2,11 +2,14 @@
 
 #include "server/front_door.h"
 #include "server/notification_server.h"
+#include "server/server_certificate.h"
 
 #include <foundation/core/string_utils.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/services/notification_service.h>
 
+#include <QtCore/QFile>
+#include <QtNetwork/QSslCertificate>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 
@@ -58,7 +61,10 @@ bool DeviceServer::start(const Settings& settings, QString& error)
 {
     m_pingSeconds = settings.pingSeconds;
     m_door->setFiniteFieldDh(settings.finiteFieldDh);
-    if (!m_door->setCertificate(settings.certificateFile, settings.keyFile, error))
+    m_certificateFile = settings.certificateFile;
+    m_keyFile = settings.keyFile;
+    QString warning;
+    if (!reloadCertificate(error, warning))
         return false;
     m_connector->setSystemId(settings.system.value());
     if (!settings.token.isEmpty()) {
@@ -81,6 +87,17 @@ bool DeviceServer::start(const Settings& settings, QString& error)
         error = QStringLiteral("cannot listen on port %1: %2").arg(settings.proxyPort).arg(m_proxyDoor->errorString());
         return false;
     }
+    return true;
+}
+
+bool DeviceServer::reloadCertificate(QString& error, QString& warning)
+{
+    if (!checkServerCertificate(m_certificateFile, m_keyFile, error, warning)
+        || !m_door->setCertificate(m_certificateFile, m_keyFile, error))
+        return false;
+    QFile file(m_certificateFile);
+    if (file.open(QIODevice::ReadOnly))
+        m_certificateEnd = QSslCertificate(&file).expiryDate();
     return true;
 }
 
@@ -166,4 +183,9 @@ void DeviceServer::publish(const QString& event, const DeviceLink::Identity& dev
 int DeviceServer::clients() const
 {
     return m_notificationServer ? m_notificationServer->clients() : 0;
+}
+
+qint64 DeviceServer::queuedNotifications() const
+{
+    return m_notificationServer ? m_notificationServer->queued() : 0;
 }

@@ -47,6 +47,11 @@ public:
     ~DeviceServer() override;
 
     bool start(const Settings& settings, QString& error);
+    /// Reads certificate and key anew, for connections from now on; links stay. False with a reason: then those before
+    /// stay, too. A warning is for people.
+    bool reloadCertificate(QString& error, QString& warning);
+    /// When the certificate ends.
+    QDateTime certificateEnd() const { return m_certificateEnd; }
     quint16 port() const;
     /// The port for balancers; 0 when there are none.
     quint16 proxyPort() const;
@@ -56,6 +61,10 @@ public:
     CNotificationService* notifications() const { return m_notifications; }
     /// Clients that are logged in for notifications.
     int clients() const;
+    /// Messages that wait for these clients to read.
+    qint64 queuedNotifications() const;
+    /// Connections of devices that have not proved yet who they are.
+    int handshakes() const { return m_arrivals.size(); }
 
     /// In the order of their ids. The newest link of a device is the only one.
     QList<DeviceLink*> links() const { return m_links.values(); }
@@ -89,4 +98,7 @@ private:
     QHash<QString, QElapsedTimer> m_arrivals; // of those whose handshake goes on, by peer; run since accept
     QVector<Refusal> m_refusals;
     int m_pingSeconds = 0;
+    QString m_certificateFile;
+    QString m_keyFile;
+    QDateTime m_certificateEnd;
 };

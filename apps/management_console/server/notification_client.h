@@ -31,6 +31,7 @@ public:
     Stage stage() const { return m_stage; }
     /// The name under which the service knows the client: peer address and port, and its number.
     const QString& address() const { return m_address; }
+    int queued() const { return m_queue.size(); }
     qint64 number() const { return m_number; }
 
     void admit();

@@ -120,6 +120,14 @@ int NotificationServer::others() const
     return findChildren<NotificationClient*>(QString(), Qt::FindDirectChildrenOnly).size() - m_clients.size();
 }
 
+qint64 NotificationServer::queued() const
+{
+    qint64 sum = 0;
+    for (const NotificationClient* client : m_clients)
+        sum += client->queued();
+    return sum;
+}
+
 void NotificationServer::onConnection()
 {
     while (QWebSocket* socket = m_server->nextPendingConnection()) {

@@ -72,6 +72,8 @@ public:
     /// Clients that are logged in, and connections that are not (yet, or no longer).
     int clients() const { return m_clients.size(); }
     int others() const;
+    /// Messages that wait for clients to read.
+    qint64 queued() const;
 
 Q_SIGNALS:
     /// Somebody has sent a log-in; `refusal` is empty for one that was taken.

@@ -1,8 +1,11 @@
 #include "shell/session.h"
 
 #include "common/process_setup.h"
+#include "monitoring/monitor.h"
+#include "monitoring/service_manager.h"
 #include "server/device_server.h"
 #include "server/door_links.h"
+#include "server/front_door.h"
 #include "server/open_model.h"
 #include "shell/command.h"
 #include "shell/terminal.h"
@@ -96,6 +99,7 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
 {
     if (m_doors)
         m_doors->keeper.setOperatorName(m_operatorName);
+    m_monitor.reset();
     m_doors.reset();
     // Behind the doors, whose last words it still tells.
     m_bridge.reset();
@@ -138,6 +142,35 @@ void Session::startBridge(const CNotificationBridge::Settings& settings)
         connect(trail, &CAuditTrail::appended, m_bridge.get(), &CNotificationBridge::wake);
         connect(trail, &CAuditTrail::headSigned, m_bridge.get(), &CNotificationBridge::wake);
     }
+}
+
+void Session::watchServer(const QList<QPair<QHostAddress, int>>& metricsFrom)
+{
+    QString error;
+    CSqlAccessControl* installation = model(error);
+    if (!m_server || !installation)
+        return;
+    m_monitor = std::make_unique<Monitor>(m_server.get(), installation, m_trail.get(), metricsFrom);
+    m_monitor->addQueue("handshakes", [server = m_server.get()] { return server->handshakes(); });
+    m_monitor->addQueue("notifications", [server = m_server.get()] { return server->queuedNotifications(); });
+    m_monitor->addQueue("visitors", [server = m_server.get()] { return server->door().visitors(); });
+    m_monitor->setBroker([this] { return m_bridge && m_bridge->status().isConnected; });
+    m_monitor->addQueue("broker", [this] { return m_bridge ? m_bridge->status().waiting : 0; });
+}
+
+void Session::reload()
+{
+    if (!m_server)
+        return;
+    ServiceManager::reloading();
+    QString error;
+    QString warning;
+    if (m_server->reloadCertificate(error, warning))
+        tell(warning.isEmpty() ? QStringLiteral("the certificate was read anew")
+                               : QStringLiteral("the certificate was read anew: %1").arg(warning));
+    else
+        tell(QStringLiteral("the certificate stays as it was: %1").arg(error));
+    ServiceManager::ready();
 }
 
 CDoorController* Session::doors() const

@@ -4,6 +4,8 @@
 
 #include <QtCore/QObject>
 
+#include <QtNetwork/QHostAddress>
+
 #include <memory>
 #include <vector>
 
@@ -14,6 +16,7 @@ class CDoorController;
 class CScriptService;
 class CSqlAccessControl;
 class DeviceServer;
+class Monitor;
 struct CommandEntry;
 struct ServedDoors;
 
@@ -40,6 +43,10 @@ public:
     /// Joins the server to others, or null. It goes with the server.
     CNotificationBridge* bridge() const { return m_bridge.get(); }
     void startBridge(const CNotificationBridge::Settings& settings);
+    /// From now on machines may watch the server: see Monitor, also for the networks.
+    void watchServer(const QList<QPair<QHostAddress, int>>& metricsFrom);
+    /// Reads the certificate of the server anew, and tells how that went.
+    void reload();
     /// The doors of the devices that are served here; null when none are.
     CDoorController* doors() const;
 
@@ -50,6 +57,8 @@ public:
     CAuditTrail* trail(QString& error);
     /// The same as scripts see it.
     CScriptService* scripts(QString& error);
+    /// What asks devices that are linked here; there is always one.
+    CDeviceService* deviceService() const { return m_deviceService.get(); }
 
     /// Who gives the command that runs now, as the trail names people; else the user of this process.
     const QString& operatorName() const { return m_operatorName; }
@@ -90,6 +99,7 @@ private:
     std::unique_ptr<DeviceServer> m_server;
     std::unique_ptr<CNotificationBridge> m_bridge; // goes behind the doors, whose last words it still tells
     std::unique_ptr<ServedDoors> m_doors;
+    std::unique_ptr<Monitor> m_monitor;
 };
 
 /// The name of a device type from the catalog.
