@@ -89,6 +89,7 @@ IDeviceAction* CDeviceService::createDeviceAction(const QString& name, QVariantM
     CLockOpen open;
     open.seconds = qBound(1, params.value(QStringLiteral("seconds"), open.seconds).toInt(), CLockOpen::mostSeconds);
     open.comment = params.value(QStringLiteral("comment")).toString().left(CLockOpen::longestText);
+    open.operatorName = params.value(QStringLiteral("operator")).toString().left(CLockOpen::longestText);
     QPointer<DeviceAction> guard(action);
     m_controller->command(device, open, [guard](const QString& error) {
         if (!guard)

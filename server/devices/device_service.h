@@ -19,7 +19,7 @@
 ///
 /// | action | parameters | its result |
 /// |---|---|---|
-/// | "open" | "seconds" (3), "comment" | "opened", and "errorString" where not |
+/// | "open" | "seconds" (3), "comment", "operator" (who gives the command) | "opened", and "errorString" where not |
 /// | "status" | | "linked", "upToDate", "revision", "accessPoint", "fault", "clockAhead" (ms), "storedEvents",
 /// "lostEvents" |
 class KYR_SERVER_EXPORT CDeviceService : public IDeviceService

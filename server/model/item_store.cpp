@@ -344,6 +344,20 @@ QList<qint64> ItemStore::idsByParent(Kind kind, qint64 parent)
     return ids;
 }
 
+QList<qint64> ItemStore::findByLabel(Kind kind, const QString& text, int limit)
+{
+    QString pattern = text;
+    for (const char special : {'\\', '%', '_'})
+        pattern.replace(QLatin1Char(special), QLatin1Char('\\') + QString(QLatin1Char(special)));
+    SqlStatement statement(m_database, QStringLiteral("SELECT id FROM item WHERE kind=? AND lower(label) LIKE lower(?) "
+                                                      "ESCAPE '\\' ORDER BY id LIMIT ?"));
+    QList<qint64> ids;
+    statement.bind(int(kind)).bind(QString(QLatin1Char('%') + pattern + QLatin1Char('%'))).bind(limit);
+    for (statement.exec(); statement.next();)
+        ids.append(statement.integer(0));
+    return ids;
+}
+
 QList<qint64> ItemStore::idsByValue(Kind kind, const QString& name, const QVariant& value)
 {
     ItemQuery query;

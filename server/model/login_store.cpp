@@ -140,14 +140,16 @@ bool LoginStore::addSession(const QString& id, const QString& login, const QStri
 
 LoginStore::Session LoginStore::findSession(const QString& id, qint64 now)
 {
-    SqlStatement statement(m_database, QStringLiteral("SELECT s.login,l.user,s.expires FROM session s JOIN "
-                                                      "login l ON l.name=s.login WHERE s.hash=?"));
+    SqlStatement statement(m_database,
+                           QStringLiteral("SELECT s.login,l.user,s.expires,l.permissions FROM session s JOIN "
+                                          "login l ON l.name=s.login WHERE s.hash=?"));
     Session session;
     if (!statement.bind(QVariant(hashOf(id))).exec() || !statement.next() || statement.integer(2) <= now)
         return session;
     session.login = statement.text(0);
     session.user = statement.integer(1);
     session.expires = statement.integer(2);
+    session.permissions = uint(statement.integer(3));
     return session;
 }
 

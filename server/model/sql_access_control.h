@@ -86,6 +86,9 @@ public:
     bool setItemProperty(const QString& collection, const QString& name, const QVariant& value, CItemId item);
     /// The names of the properties that items of the collection have.
     QStringList getPropertyNames(const QString& collection) const;
+    /// The first items of a collection whose label contains a text, in whichever case of its letters from A to Z; by
+    /// their ids.
+    QList<CItemId> findByLabel(const QString& collection, const QString& text, int limit) const;
     /// KIND's collection of an item, "" when there is none.
     QString getCollectionOf(CItemId item) const;
 
@@ -110,12 +113,18 @@ public:
     bool removeLogin(const QString& name);
     /// Asks for one-time passwords from now on (an empty secret: no longer).
     bool setLoginSecret(const QString& name, const QByteArray& secret);
+    /// The same with a new secret, which it answers with in base 32, as authenticator programs take it; empty when it was
+    /// refused.
+    QString makeLoginSecret(const QString& name);
     /// Whether the code is right now; a code counts once.
     bool checkOneTimePassword(const QString& name, const QString& code);
     /// Ends one session, or all of a user.
     bool endSession(const QString& sessionId);
     bool endSessionsOfUser(CItemId user);
-    /// The user and login of a session that has not ended; empty otherwise.
+    /// As getNewSessionId(), of that login: of several of one user each has permissions of its own. Empty when it was
+    /// refused.
+    QString startSession(const QString& login, const QString& client, const QString& address, int* secondsToLive);
+    /// "userId", "login", its "permissions" (bits) and "expires" of a session that has not ended; empty otherwise.
     QVariantMap getSession(const QString& sessionId) const;
     /// Seconds that a new session lasts, 1 to 31 days; 3600 by default.
     void setSessionLength(int seconds);

@@ -46,8 +46,11 @@ bool CSqlAccessControl::openAccessPoint(CItemId accessPoint, const QVariantMap& 
     command.seconds =
         qBound(1, parameters.value(QStringLiteral("seconds"), command.seconds).toInt(), CLockOpen::mostSeconds);
     command.comment = parameters.value(QStringLiteral("comment")).toString().left(CLockOpen::longestText);
-    command.operatorName = parameters.value(QStringLiteral("operator")).toString().left(CLockOpen::longestText);
     command.user = d->loggedIn;
+    // Whoever is logged in opens it in nobody else's name.
+    command.operatorName = d->loggedIn != CItemId()
+                               ? QString::number(d->loggedIn.value())
+                               : parameters.value(QStringLiteral("operator")).toString().left(CLockOpen::longestText);
     return (d->devices && d->devices->open(accessPoint, command))
            || d->refuse(QStringLiteral("the device of door %1 is not linked").arg(accessPoint.value()));
 }

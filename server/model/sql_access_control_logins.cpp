@@ -3,6 +3,7 @@
 #include <foundation/datatypes/permission.h>
 #include <server/model/login_store_p.h>
 #include <server/model/one_time_password_p.h>
+#include <server/model/permission_names.h>
 #include <server/model/sql_access_control_p.h>
 
 #include <openssl/rand.h>
@@ -35,14 +36,7 @@ QString wrongLogin()
 // The bit of a name such as "UsersRead" or "Users Read"; PermissionNone for an unknown one.
 unsigned int bitOf(const QString& name)
 {
-    if (name == QLatin1String("Administrator"))
-        return PermissionAdministrator;
-    const QString wanted = QString(name).remove(QLatin1Char(' '));
-    for (unsigned int bit = 1; bit <= PermissionSmartAccess; bit <<= 1) {
-        if (QString::fromLatin1(CPermission::name(Permission(bit))).remove(QLatin1Char(' ')) == wanted)
-            return bit;
-    }
-    return PermissionNone;
+    return permissionFromName(QString(name).remove(QLatin1Char(' '))).value_or(PermissionNone);
 }
 
 } // namespace
@@ -142,6 +136,12 @@ bool CSqlAccessControl::setLoginSecret(const QString& name, const QByteArray& se
     return done;
 }
 
+QString CSqlAccessControl::makeLoginSecret(const QString& name)
+{
+    const QByteArray secret = randomBytes(secretLength);
+    return !secret.isEmpty() && setLoginSecret(name, secret) ? OneTimePassword::toBase32(secret) : QString();
+}
+
 bool CSqlAccessControl::checkOneTimePassword(const QString& name, const QString& code)
 {
     return d->change([&] {
@@ -189,16 +189,28 @@ QString CSqlAccessControl::getNewSessionId(const CItemId& user, unsigned int fla
 {
     if (secondsToLive != nullptr)
         *secondsToLive = 0;
+    const QStringList names = LoginStore(&d->database).namesOfUser(user.value());
+    QString name = d->checkedLogins.value(user.value());
+    if (!names.contains(name))
+        name = names.value(0);
+    return d->startSession(name, flags, client, address, secondsToLive);
+}
+
+QString CSqlAccessControl::startSession(const QString& login, const QString& client, const QString& address,
+                                        int* secondsToLive)
+{
+    return d->startSession(login, 0, client, address, secondsToLive);
+}
+
+QString CSqlAccessControl::Private::startSession(const QString& name, unsigned int flags, const QString& client,
+                                                 const QString& address, int* secondsToLive)
+{
     const QString id = QString::fromLatin1(randomBytes(sessionIdLength).toHex());
-    const int length = d->sessionLength;
-    const bool done = d->change([&] {
-        LoginStore store(&d->database);
-        const QStringList names = store.namesOfUser(user.value());
-        QString name = d->checkedLogins.value(user.value());
-        if (!names.contains(name))
-            name = names.value(0);
-        if (name.isEmpty() || id.isEmpty())
-            return d->refuse(QStringLiteral("user %1 has no login").arg(user.value()));
+    const int length = sessionLength;
+    const bool done = change([&] {
+        LoginStore store(&database);
+        if (id.isEmpty() || store.find(name).name.isEmpty())
+            return refuseLogin(name);
         const qint64 now = QDateTime::currentSecsSinceEpoch();
         return store.addSession(id, name, client.left(longestAddress), address.left(longestAddress), flags, now,
                                 now + length);
@@ -217,6 +229,7 @@ QVariantMap CSqlAccessControl::getSession(const QString& sessionId) const
         return {};
     return {{userIdKey, session.user},
             {QStringLiteral("login"), session.login},
+            {QStringLiteral("permissions"), session.permissions},
             {QStringLiteral("expires"), QDateTime::fromSecsSinceEpoch(session.expires)}};
 }
 

@@ -67,6 +67,8 @@ public:
     bool eraseProperty(Model::Kind kind, int itemClass, const QString& name);
     bool isHolderThere(qint64 holder);
     bool refuseLogin(const QString& name);
+    QString startSession(const QString& login, unsigned int flags, const QString& client, const QString& address,
+                         int* secondsToLive);
     /// 0 when there is none.
     qint64 systemItem(CItemId id) const;
     /// By rights of the user's own and of the user's groups.

@@ -127,6 +127,11 @@ QStringList CSqlAccessControl::getPropertyNames(const QString& collection) const
     return names;
 }
 
+QList<CItemId> CSqlAccessControl::findByLabel(const QString& collection, const QString& text, int limit) const
+{
+    return toItemIds(d->items.findByLabel(kindOf(collection), text, limit));
+}
+
 QString CSqlAccessControl::getCollectionOf(CItemId item) const
 {
     return nameOf(d->items.kindOf(item.value()));

@@ -1,4 +1,5 @@
 #include "common/default_ports.h"
+#include "server/device_rows.h"
 #include "shell/command.h"
 
 #include <foundation/network/device_discovery_app_side.h>

@@ -2,8 +2,8 @@
 #include "commands/model_command.h"
 #include "commands/time_text.h"
 
+#include <server/api/event_rows.h>
 #include <server/audit/audit_trail.h>
-#include <server/model/model_reader.h>
 #include <server/model/sql_access_control.h>
 
 #include <QtCore/QPointer>
@@ -158,87 +158,15 @@ private:
         return id != CItemId() || find(kind, name, id);
     }
 
-    // What the model says to what the door has decided, where that is something else: a list that is not up to date, a
-    // clock that is wrong.
-    static QVariant serverReason(const QJsonObject& details)
-    {
-        const QJsonValue verdict = details.value(QStringLiteral("serverReason"));
-        if (!verdict.isString() || verdict == details.value(QStringLiteral("reason")))
-            return {};
-        const QString reason = verdict.toString();
-        // A door says what it granted by no reason at all.
-        if (reason.isEmpty())
-            return details.contains(QStringLiteral("reason")) ? QVariant(QStringLiteral("allowed")) : QVariant();
-        return reason;
-    }
-
-    static QString time(qint64 ms) { return TimeText::toText(QDateTime::fromMSecsSinceEpoch(ms)); }
-
     void fillTable(Table& table, const QList<AuditRecord>& events)
     {
         QString error;
         CSqlAccessControl* model = session().model(error);
         if (!model)
             return;
-        // Names as they are now, of all rows in one go; of what is gone since as they were, else its id.
-        QSet<qint64> ids;
-        for (const AuditRecord& event : events) {
-            const QJsonObject details = event.details();
-            for (const char* key : {"accessPoint", "user", "medium"})
-                ids.insert(details.value(QLatin1String(key)).toString().toLongLong());
-        }
-        ids.remove(0);
-        QList<CItemId> wanted;
-        for (const qint64 id : qAsConst(ids))
-            wanted.append(CItemId(id));
-        QMap<CItemId, QString> names = CModelReader(model).labels(wanted);
-        QList<CItemId> gone;
-        for (const CItemId id : qAsConst(wanted)) {
-            if (!names.contains(id))
-                gone.append(id);
-        }
-        const QMap<CItemId, QString> former = session().trail(error)->formerLabels(gone);
-        for (const CItemId id : qAsConst(gone))
-            names.insert(id, QStringLiteral("%1 (removed)").arg(former.value(id, QString::number(id.value()))));
-        for (const AuditRecord& event : events) {
-            const QJsonObject details = event.details();
-            const auto text = [&details](const char* key) { return details.value(QLatin1String(key)).toString(); };
-            const auto id = [&details](const char* key) {
-                const QJsonValue value = details.value(QLatin1String(key));
-                return value.isString() ? value.toVariant() : QVariant();
-            };
-            const auto name = [&](const char* key) {
-                const QString number = text(key);
-                return names.value(CItemId(number.toLongLong()), number);
-            };
-            QVariantMap further = details.toVariantMap();
-            for (const char* key :
-                 {"accessPoint", "user", "medium", "reason", "way", "uid", "operator", "device", "deviceSeq", "salt"})
-                further.remove(QLatin1String(key));
-            QString what = text("what");
-            if (!text("label").isEmpty())
-                what += QLatin1Char(' ') + text("label");
-            table.addRow({event.chain,
-                          event.seq,
-                          time(event.at),
-                          time(event.recorded),
-                          auditKindName(AuditKind(event.kind)),
-                          id("accessPoint"),
-                          name("accessPoint"),
-                          id("user"),
-                          name("user"),
-                          id("medium"),
-                          name("medium"),
-                          text("reason"),
-                          serverReason(details),
-                          text("way"),
-                          text("uid"),
-                          text("operator"),
-                          text("device"),
-                          details.value(QLatin1String("deviceSeq")).toVariant(),
-                          what,
-                          further});
-        }
+        const QList<QVariantMap> rows = EventRows::make(model, session().trail(error), events);
+        for (const QVariantMap& row : rows)
+            table.addRowOf(row);
     }
 
     void makePdf(const Table& table, const QString& file, int left)

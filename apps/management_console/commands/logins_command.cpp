@@ -1,44 +1,14 @@
 #include "commands/model_command.h"
 
-#include <foundation/datatypes/permission.h>
+#include <server/model/permission_names.h>
 #include <server/model/sql_access_control.h>
+
+#include <QtCore/QUrl>
 
 namespace {
 
 // Of a password's file, which may hold notes below its first line.
 constexpr qint64 longestFile = 1024 * 1024;
-
-struct Right
-{
-    QString name;
-    unsigned int bit;
-};
-
-// "UsersRead": the words of its text without the blanks.
-const QVector<Right>& rights()
-{
-    static const QVector<Right> all = [] {
-        QVector<Right> found;
-        for (unsigned int bit = PermissionLoginWrite; bit <= PermissionSmartAccess; bit <<= 1) {
-            const QString text = QString::fromLatin1(CPermission::name(Permission(bit)));
-            found.append({QString(text).remove(QLatin1Char(' ')), bit});
-        }
-        return found;
-    }();
-    return all;
-}
-
-QStringList namesOf(unsigned int permissions)
-{
-    if (permissions == PermissionAdministrator)
-        return {QStringLiteral("Administrator")};
-    QStringList names;
-    for (const Right& right : rights()) {
-        if ((permissions & right.bit) != 0)
-            names.append(right.name);
-    }
-    return names;
-}
 
 class LoginsCommand : public ModelCommand
 {
@@ -56,6 +26,8 @@ public:
             {"permit", "NAME PERMISSION...",
              "sets all that a login may do: UsersRead, UsersWrite, ..., Administrator, or none",
              &startVerb<&LoginsCommand::permit>},
+            {"otp", "NAME", "asks for one-time passwords, too, and shows what an authenticator program takes",
+             &startVerb<&LoginsCommand::setOtp>, &addOtpOptions},
             {"remove", "NAME", "takes a login away", &startVerb<&LoginsCommand::remove>},
         };
         return table;
@@ -121,33 +93,46 @@ private:
     void permit(AppOptions& options)
     {
         const QStringList words = options.positional().mid(1);
-        unsigned int permissions = PermissionNone;
+        Permissions permissions;
         for (const QString& word : words) {
-            unsigned int bit = PermissionNone;
-            for (const Right& right : rights()) {
-                if (right.name.compare(word, Qt::CaseInsensitive) == 0)
-                    bit = right.bit;
-            }
-            if (word.compare(QLatin1String("Administrator"), Qt::CaseInsensitive) == 0)
-                bit = PermissionAdministrator;
             const bool isNone = word.compare(QLatin1String("none"), Qt::CaseInsensitive) == 0;
-            if (bit == PermissionNone && (!isNone || words.size() > 1))
+            const auto permission = permissionFromName(word);
+            if (!permission && (!isNone || words.size() > 1))
                 return options.setError(
                     isNone ? QStringLiteral("\"none\" stands alone")
                            : QStringLiteral("there is no permission \"%1\": there are %2, Administrator")
-                                 .arg(word, allNames().join(QLatin1String(", "))));
-            permissions |= bit;
+                                 .arg(word, allPermissionNames().join(QLatin1String(", "))));
+            permissions |= permission.value_or(PermissionNone);
         }
         const QString login = options.positional().constFirst();
-        change([&](CSqlAccessControl& model) { return model.setLoginPermissions(login, permissions); });
+        change([&](CSqlAccessControl& model) { return model.setLoginPermissions(login, uint(permissions)); });
     }
 
-    static QStringList allNames()
+    static void addOtpOptions(AppOptions& options)
     {
-        QStringList names;
-        for (const Right& right : rights())
-            names.append(right.name);
-        return names;
+        options.addSwitch(QStringLiteral("off"), QStringLiteral("asks for one no longer"));
+    }
+
+    // The secret is shown this once: whoever reads it can make the same passwords.
+    void setOtp(AppOptions& options)
+    {
+        CSqlAccessControl* installation = model();
+        if (!installation)
+            return;
+        const QString login = options.positional().constFirst();
+        if (options.isSet(QStringLiteral("off"))) {
+            change([&](CSqlAccessControl& model) { return model.setLoginSecret(login, QByteArray()); });
+            return;
+        }
+        const QString secret = installation->makeLoginSecret(login);
+        if (secret.isEmpty())
+            return fail(installation->errorString());
+        const QString system = installation->getSystemInfo().value(QStringLiteral("systemName")).toString();
+        const auto escaped = [](const QString& text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
+        const QString issuer = escaped(system.isEmpty() ? QStringLiteral("Access control") : system);
+        output().line(QStringLiteral("otpauth://totp/%1:%2?secret=%3&issuer=%1&algorithm=SHA1&digits=6&period=30")
+                          .arg(issuer, escaped(login), secret));
+        done();
     }
 
     void remove(AppOptions& options)
@@ -165,7 +150,8 @@ private:
                     all.rows = reader.logins();
                     for (QVariantMap& row : all.rows)
                         row.insert(QStringLiteral("permissions"),
-                                   namesOf(row.value(QStringLiteral("permissions")).toUInt()));
+                                   permissionNames(
+                                       Permissions(QFlag(int(row.value(QStringLiteral("permissions")).toUInt())))));
                     return all;
                 },
                 page))

@@ -1,6 +1,7 @@
 #include "commands/broker_options.h"
 #include "common/default_ports.h"
 #include "monitoring/service_manager.h"
+#include "server/device_rows.h"
 #include "server/device_server.h"
 #include "server/door_links.h"
 #include "server/server_certificate.h"
@@ -8,6 +9,7 @@
 
 #include <server/audit/audit_trail.h>
 #include <server/devices/door_controller.h>
+#include <server/model/sql_access_control.h>
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
@@ -15,6 +17,7 @@
 namespace {
 
 constexpr qint64 longestFile = 1024 * 1024; // of a certificate or key
+constexpr int longestSession = 31 * 24 * 3600; // seconds
 
 class ServeCommand : public Command
 {
@@ -50,6 +53,8 @@ public:
         addBrokerOptions(options);
         options.addValue(QStringLiteral("metrics-from"), QStringLiteral("ADDRESS/MASK"),
                          QStringLiteral("who may read /metrics beside this machine; may be repeated"));
+        options.addValue(QStringLiteral("session-seconds"), QStringLiteral("N"),
+                         QStringLiteral("how long a log-in at the API lasts"), QStringLiteral("3600"));
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -83,6 +88,7 @@ public:
         static const QRegularExpression serverName(QStringLiteral("^[A-Za-z0-9][A-Za-z0-9._-]{0,62}$"));
         if (!serverName.match(m_name).hasMatch())
             options.setError(QStringLiteral("--server-name takes up to 63 letters, digits, \".\", \"_\" and \"-\""));
+        m_sessionSeconds = options.number(QStringLiteral("session-seconds"), 1, longestSession);
         if (!options.error().isEmpty())
             return;
         if (output().files().areHere())
@@ -114,8 +120,10 @@ private:
         if (session().server())
             return fail(
                 QStringLiteral("already serving on port %1 (serve --stop ends that)").arg(session().server()->port()));
-        if (!model())
+        CSqlAccessControl* installation = model();
+        if (!installation)
             return;
+        installation->setSessionLength(m_sessionSeconds);
         auto server = std::make_unique<DeviceServer>();
         QString error;
         QString warning;
@@ -158,6 +166,7 @@ private:
         return read;
     }
 
+    int m_sessionSeconds = 0;
     QString m_name;
     std::optional<CNotificationBridge::Settings> m_broker;
     Networks m_metricsFrom;
@@ -201,16 +210,9 @@ private:
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
                      {QStringLiteral("fault"), {}}});
-        const QList<DeviceLink*> links = server.links();
-        for (const DeviceLink* link : links) {
-            const DeviceLink::Identity& device = link->identity();
-            const CDoorController::Status status =
-                session().doors() ? session().doors()->status(device.id) : CDoorController::Status();
-            table.addRow({device.id.toLabel(), device.type, deviceTypeName(device.type), device.system.toLabel(),
-                          device.peer, isoTime(link->since()), isoTime(link->lastHeard()), device.handshakeMs,
-                          link->sent(), link->receivedCount(), status.isUpToDate, QString::fromLatin1(status.revision),
-                          status.fault});
-        }
+        const QList<QVariantMap> rows = deviceRows(server, session().doors());
+        for (const QVariantMap& row : rows)
+            table.addRowOf(row);
         print(table);
     }
 

@@ -189,3 +189,10 @@ qint64 DeviceServer::queuedNotifications() const
 {
     return m_notificationServer ? m_notificationServer->queued() : 0;
 }
+
+void DeviceServer::setSessions(const std::function<bool(const QString& client, const QString& session)>& admit,
+                               const std::function<void(const QString& client)>& forget)
+{
+    if (m_notificationServer)
+        m_notificationServer->setSessions(admit, forget);
+}

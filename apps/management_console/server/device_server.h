@@ -59,6 +59,9 @@ public:
     FrontDoor& door() { return *m_door; }
     /// The hub that those who watch are connected to.
     CNotificationService* notifications() const { return m_notifications; }
+    /// See NotificationServer::setSessions(), which may come later.
+    void setSessions(const std::function<bool(const QString& client, const QString& session)>& admit,
+                     const std::function<void(const QString& client)>& forget);
     /// Clients that are logged in for notifications.
     int clients() const;
     /// Messages that wait for these clients to read.

@@ -13,15 +13,17 @@ constexpr qint64 mostInConnection = 0x10000; // bytes
 
 } // namespace
 
-NotificationClient::NotificationClient(QWebSocket* socket, QSslSocket* tls, qint64 number, QObject* parent)
+NotificationClient::NotificationClient(QWebSocket* socket, QSslSocket* tls, qint64 number, const Limits& limits,
+                                       QObject* parent)
     : QObject(parent)
     , m_socket(socket)
     , m_tls(tls)
     , m_number(number)
+    , m_limits(limits)
     , m_address(QStringLiteral("%1 #%2").arg(CTlsDoor::peerText(socket->peerAddress(), socket->peerPort())).arg(number))
 {
     socket->setParent(this);
-    setLongestMessage(NotificationServer::longestLogin);
+    setLongestMessage(limits.longestLogin);
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &NotificationClient::onTimeout);
     connect(socket, &QWebSocket::textMessageReceived, this, &NotificationClient::messageReceived);
@@ -35,7 +37,7 @@ NotificationClient::NotificationClient(QWebSocket* socket, QSslSocket* tls, qint
         connect(tls, &QSslSocket::encryptedBytesWritten, this, &NotificationClient::pump);
     else
         connect(socket, &QWebSocket::bytesWritten, this, &NotificationClient::pump);
-    m_timer.start(NotificationServer::loginMs);
+    m_timer.start(limits.loginMs);
 }
 
 void NotificationClient::setLongestMessage(quint64 bytes)
@@ -48,7 +50,7 @@ void NotificationClient::admit()
 {
     m_stage = Stage::LoggedIn;
     m_timer.stop();
-    setLongestMessage(NotificationServer::longestMessage);
+    setLongestMessage(m_limits.longestMessage);
 }
 
 void NotificationClient::part(const QString& reason)
@@ -94,6 +96,11 @@ bool NotificationClient::answer(const QJsonValue& id, const QJsonObject& resultO
     return id.isUndefined() || put(NotificationMessage::answer(id, resultOrError));
 }
 
+bool NotificationClient::say(const QString& text)
+{
+    return put(NotificationMessage::whole(text));
+}
+
 bool NotificationClient::put(const NotificationMessage& message)
 {
     // A single message may be longer than all that may wait.
@@ -109,12 +116,15 @@ bool NotificationClient::put(const NotificationMessage& message)
 void NotificationClient::pump()
 {
     const QPointer<NotificationClient> self(this);
+    const bool wasBehind = isBehind();
     while (self && !m_queue.isEmpty()
            && m_socket->bytesToWrite() + (m_tls ? m_tls->encryptedBytesToWrite() : 0) < mostInConnection) {
         const NotificationMessage message = m_queue.dequeue();
         m_queuedCharacters -= message.size();
         m_socket->sendTextMessage(message.text());
     }
+    if (self && wasBehind && !isBehind())
+        Q_EMIT drained();
 }
 
 void NotificationClient::dropQueue()

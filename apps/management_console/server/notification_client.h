@@ -25,8 +25,16 @@ public:
         Gone
     };
 
+    /// What a client may send, in bytes, and take until it is logged in.
+    struct Limits
+    {
+        quint64 longestLogin;
+        quint64 longestMessage;
+        int loginMs;
+    };
+
     /// Takes the socket over, of a stranger. `tls` is what carries it, if TLS does.
-    NotificationClient(QWebSocket* socket, QSslSocket* tls, qint64 number, QObject* parent);
+    NotificationClient(QWebSocket* socket, QSslSocket* tls, qint64 number, const Limits& limits, QObject* parent);
 
     Stage stage() const { return m_stage; }
     /// The name under which the service knows the client: peer address and port, and its number.
@@ -46,6 +54,10 @@ public:
     bool enqueue(const QString& method, const QString& params);
     /// Queues the answer to a request; those without an id get none. False if there is no room.
     bool answer(const QJsonValue& id, const QJsonObject& resultOrError);
+    /// Queues a whole message. False if there is no room.
+    bool say(const QString& text);
+    /// Something waits that the connection does not take yet; drained() follows.
+    bool isBehind() const { return !m_queue.isEmpty(); }
     /// Drops what waits and says so in one last message.
     void dropQueue();
 
@@ -54,6 +66,7 @@ Q_SIGNALS:
     /// A stranger has not logged in in time.
     void overdue();
     void gone();
+    void drained();
 
 private:
     void setLongestMessage(quint64 bytes);
@@ -64,6 +77,7 @@ private:
     QWebSocket* m_socket;
     QPointer<QSslSocket> m_tls;
     qint64 m_number;
+    Limits m_limits;
     QString m_address;
     Stage m_stage = Stage::Stranger;
     QTimer m_timer; // of the stages that end by themselves

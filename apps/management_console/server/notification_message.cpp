@@ -12,6 +12,13 @@ NotificationMessage NotificationMessage::answer(const QJsonValue& id, const QJso
     return message;
 }
 
+NotificationMessage NotificationMessage::whole(const QString& text)
+{
+    NotificationMessage message;
+    message.m_content = text;
+    return message;
+}
+
 NotificationMessage NotificationMessage::numbered(quint64 number, const QString& method, const QString& params)
 {
     NotificationMessage message;

@@ -11,6 +11,8 @@ class NotificationMessage
 public:
     /// `resultOrError` has one entry, "result" or "error".
     static NotificationMessage answer(const QJsonValue& id, const QJsonObject& resultOrError);
+    /// Written by somebody else.
+    static NotificationMessage whole(const QString& text);
     /// `params` is JSON text, written by parameters(); many clients are sent the same.
     static NotificationMessage numbered(quint64 number, const QString& method, const QString& params);
     static QString parameters(const QJsonArray& params);

@@ -77,7 +77,7 @@ NotificationServer::~NotificationServer()
         const QString address = client->address();
         delete client;
         if (loggedIn)
-            signOff(m_service, address);
+            signOff(address);
     }
     if (m_signalsOfSocket > 0) {
         // What carries the WebSockets goes after them.
@@ -137,7 +137,8 @@ void NotificationServer::onConnection()
             longest->abort();
         }
         QSslSocket* tls = m_tlsSockets.take(peerKey(socket->peerAddress(), socket->peerPort()));
-        auto* client = new NotificationClient(socket, tls, ++m_connections, this);
+        auto* client =
+            new NotificationClient(socket, tls, ++m_connections, {longestLogin, longestMessage, loginMs}, this);
         m_strangers.append(client);
         connect(client, &NotificationClient::messageReceived, this, [this, client](const QString& text) {
             inSignalOfSocket([this, client, text] { onMessage(client, text); });
@@ -178,7 +179,8 @@ void NotificationServer::login(NotificationClient* client, const NotificationReq
     const char* refusal = nullptr;
     if (!request.isLogin())
         refusal = "no log-in";
-    else if (!equalInConstantTime(hashOf(request.token()), m_tokenHash))
+    else if (!equalInConstantTime(hashOf(request.token()), m_tokenHash)
+             && !(m_admit && m_admit(client->address(), request.token())))
         refusal = "wrong token";
     else if (m_clients.size() >= mostClients)
         refusal = "too many clients";
@@ -241,7 +243,7 @@ void NotificationServer::cutOff(NotificationClient* client)
     m_clients.remove(client->address());
     client->dropQueue();
     client->part(QStringLiteral("lagging"));
-    signOff(m_service, client->address());
+    signOff(client->address());
 }
 
 void NotificationServer::forget(NotificationClient* client)
@@ -250,6 +252,13 @@ void NotificationServer::forget(NotificationClient* client)
     client->deleteLater();
     if (m_clients.remove(client->address())) {
         qInfo("NotificationServer: %s is gone", qUtf8Printable(client->address()));
-        signOff(m_service, client->address());
+        signOff(client->address());
     }
+}
+
+void NotificationServer::signOff(const QString& address)
+{
+    if (m_forget)
+        m_forget(address);
+    ::signOff(m_service, address);
 }

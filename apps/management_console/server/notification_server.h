@@ -8,6 +8,8 @@
 #include <QtCore/QVariant>
 #include <QtNetwork/QHostAddress>
 
+#include <functional>
+
 class CNotificationService;
 class NotificationClient;
 struct NotificationRequest;
@@ -47,6 +49,9 @@ class NotificationServer : public QObject
     Q_OBJECT
 
 public:
+    using Admit = std::function<bool(const QString& address, const QString& session)>;
+    using Forget = std::function<void(const QString& address)>;
+
     static constexpr int mostStrangers = 64;
     static constexpr int mostClients = 1000;
     static constexpr int loginMs = 5000;
@@ -65,6 +70,13 @@ public:
 
     /// Takes over a connection, TLS or not, whose WebSocket request has not been read.
     void takeSocket(QTcpSocket* socket);
+    /// `admit` is asked whether a text that is not the token is a session, whose rights are then those of the client at
+    /// that address until `forget` is told. Without the one no session is.
+    void setSessions(const Admit& admit, const Forget& forget)
+    {
+        m_admit = admit;
+        m_forget = forget;
+    }
     /// A port of its own, without TLS; for this machine only. 0 lets the system choose.
     bool listen(quint16 port);
     quint16 port() const;
@@ -89,11 +101,14 @@ private:
     void send(const QString& address, const QString& method, const QVariantList& params);
     void cutOff(NotificationClient* client);
     void forget(NotificationClient* client);
+    void signOff(const QString& address);
     template<typename Handle>
     void inSignalOfSocket(Handle handle);
 
     CNotificationService& m_service;
     QByteArray m_tokenHash;
+    Admit m_admit;
+    Forget m_forget;
     QWebSocketServer* m_server;
     QHash<QString, NotificationClient*> m_clients;     // those logged in, by address
     QList<NotificationClient*> m_strangers;            // the longest-waiting first

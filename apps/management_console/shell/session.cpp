@@ -3,14 +3,15 @@
 #include "common/process_setup.h"
 #include "monitoring/monitor.h"
 #include "monitoring/service_manager.h"
+#include "server/device_rows.h"
 #include "server/device_server.h"
 #include "server/door_links.h"
 #include "server/front_door.h"
 #include "server/open_model.h"
+#include "server/served_api.h"
 #include "shell/command.h"
 #include "shell/terminal.h"
 
-#include <foundation/datatypes/data_type.h>
 #include <foundation/services/script_service.h>
 #include <server/audit/audit_trail.h>
 #include <server/audit/model_audit.h>
@@ -100,6 +101,7 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
     if (m_doors)
         m_doors->keeper.setOperatorName(m_operatorName);
     m_monitor.reset();
+    m_api.reset();
     m_doors.reset();
     // Behind the doors, whose last words it still tells.
     m_bridge.reset();
@@ -115,6 +117,7 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
             m_trail->setChainName(name);
         m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, m_trail->chainName(), m_operatorName);
         m_deviceService->setController(&m_doors->controller);
+        m_api = std::make_unique<ServedApi>(m_server.get(), m_doors.get(), m_deviceService.get());
     }
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
         tell(QStringLiteral("%1 %2 came in from %3 (%4 ms)")
@@ -176,9 +179,4 @@ void Session::reload()
 CDoorController* Session::doors() const
 {
     return m_doors ? &m_doors->controller : nullptr;
-}
-
-QString deviceTypeName(int type)
-{
-    return QString::fromUtf8(CDataType::deviceTypeToString(CDataType::deviceTypeCast(type)));
 }

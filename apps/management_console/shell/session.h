@@ -18,6 +18,7 @@ class CSqlAccessControl;
 class DeviceServer;
 class Monitor;
 struct CommandEntry;
+struct ServedApi;
 struct ServedDoors;
 
 /// What all commands of one program share: what lives longer than a command, whoever gave it.
@@ -100,7 +101,5 @@ private:
     std::unique_ptr<CNotificationBridge> m_bridge; // goes behind the doors, whose last words it still tells
     std::unique_ptr<ServedDoors> m_doors;
     std::unique_ptr<Monitor> m_monitor;
+    std::unique_ptr<ServedApi> m_api;
 };
-
-/// The name of a device type from the catalog.
-QString deviceTypeName(int type);

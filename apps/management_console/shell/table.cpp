@@ -38,6 +38,14 @@ QString isoTime(const QDateTime& time)
     return time.isValid() ? time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODate) : QString();
 }
 
+void Table::addRowOf(const QVariantMap& values)
+{
+    QVariantList row;
+    for (const Column& column : qAsConst(m_columns))
+        row.append(values.value(column.key));
+    addRow(row);
+}
+
 QString Table::text(int row, int column) const
 {
     return plainText(m_rows.at(row).value(column));

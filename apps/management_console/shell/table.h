@@ -25,6 +25,8 @@ public:
 
     /// A value for each column; lists of texts are joined in text form.
     void addRow(const QVariantList& values) { m_rows.append(values); }
+    /// Those of the map that bear the keys of the columns.
+    void addRowOf(const QVariantMap& values);
     bool isEmpty() const { return m_rows.isEmpty(); }
 
     int rowCount() const { return m_rows.size(); }

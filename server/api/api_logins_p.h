@@ -1,0 +1,55 @@
+#pragma once
+
+#include <server/api/api_call_p.h>
+#include <server/api/login_limits_p.h>
+#include <server/model/password_hash.h>
+
+#include <QtCore/QObject>
+#include <QtCore/QQueue>
+#include <QtCore/QThreadPool>
+
+class CAuditTrail;
+class CSqlAccessControl;
+
+/// Log-ins: who may try, whose password is right, and what the trail hears of it.
+class ApiLogins : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Each look at a password takes 32 MiB and a tenth of a second, of a processor that doors wait for, too.
+    static constexpr int workers = 2;
+    static constexpr int mostQueued = 32;
+
+    ApiLogins(CSqlAccessControl* model, CAuditTrail* trail, QObject* parent);
+    ~ApiLogins() override;
+
+    void setClock(const std::function<qint64()>& clock) { m_clock = clock; }
+
+    /// Answers the call, and gives its caller a session.
+    void login(const std::shared_ptr<ApiCall>& call, const QString& name, const QString& password, const QString& code);
+
+private:
+    struct Attempt
+    {
+        std::shared_ptr<ApiCall> call;
+        QString name;
+        QString password;
+        QString code;
+        CPasswordHash hash{};
+    };
+
+    void startNext();
+    void finish(const Attempt& attempt, bool isRight);
+    void admit(const Attempt& attempt);
+    void refuse(const Attempt& attempt, const QString& reason);
+    bool isBlocked(const Attempt& attempt);
+
+    CSqlAccessControl* m_model;
+    CAuditTrail* m_trail;
+    std::function<qint64()> m_clock;
+    LoginLimits m_limits;
+    QThreadPool m_pool;
+    QQueue<Attempt> m_queue;
+    int m_running = 0;
+};
