@@ -120,7 +120,15 @@ public:
         time.start();
         clock = [this] { return time.elapsed(); };
         logins.setClock([this] { return clock(); });
+        operations.subscribing = [this](const CApiCaller& caller) {
+            subscribers.add(caller.subscriber, caller.session);
+        };
         operations.loggedOut = [this](const CApiCaller& caller) { unsubscribe(caller); };
+        // What a connection observes goes on under its new session, with the rights of that.
+        logins.admitted = [this](const CApiCaller& caller) {
+            if (subscribers.contains(caller.subscriber))
+                subscribers.add(caller.subscriber, caller.session);
+        };
     }
 
     // One message: a call, or several.

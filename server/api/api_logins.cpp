@@ -121,6 +121,8 @@ void ApiLogins::admit(const Attempt& attempt)
         return attempt.call->fail(ApiError::Refused, QStringLiteral("the log-in cannot be stored"));
     caller.session = session;
     caller.expires = QDateTime::currentDateTimeUtc().addSecs(seconds);
+    if (admitted)
+        admitted(caller);
     const Permissions permissions(QFlag(int(login.value(QStringLiteral("permissions")).toUInt())));
     attempt.call->answer(
         QJsonObject{{QStringLiteral("session"), session},

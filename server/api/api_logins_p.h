@@ -24,6 +24,9 @@ public:
     ApiLogins(CSqlAccessControl* model, CAuditTrail* trail, QObject* parent);
     ~ApiLogins() override;
 
+    /// After a caller was given a session.
+    std::function<void(const CApiCaller& caller)> admitted;
+
     void setClock(const std::function<qint64()>& clock) { m_clock = clock; }
 
     /// Answers the call, and gives its caller a session.

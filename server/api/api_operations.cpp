@@ -99,6 +99,8 @@ bool ApiOperations::passToHub(const QString& method, const QVariant& sources)
         call->fail(ApiError::Refused, QStringLiteral("notifications need a WebSocket"));
     if (call->isFinished())
         return false;
+    if (subscribing)
+        subscribing(*call->caller);
     call->answer(true); // before what the hub has to say to it
     if (notifications)
         notifications->receiveMessage(call->caller->subscriber, method, {sources}, call->session.user.value());

@@ -29,7 +29,8 @@ public:
 
     std::function<QVariantList()> deviceList;
     QPointer<CNotificationService> notifications;
-    /// Of a session that has ended, by its id.
+    /// Before it hears of anything, and when its session ends.
+    std::function<void(const CApiCaller& caller)> subscribing;
     std::function<void(const CApiCaller& caller)> loggedOut;
 
     Q_INVOKABLE QVariantMap login(const QString& name, const QString& password, const QString& oneTimePassword);

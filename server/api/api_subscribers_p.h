@@ -17,6 +17,7 @@ public:
     }
 
     void add(const QString& subscriber, const QString& session) { m_sessions.insert(subscriber, session); }
+    bool contains(const QString& subscriber) const { return m_sessions.contains(subscriber); }
     void remove(const QString& subscriber) { m_sessions.remove(subscriber); }
 
     bool filterNotification(const QString& address, const QString& method, const QString& source, qint64 authId,

@@ -11,7 +11,7 @@ from urllib.parse import urlsplit
 
 
 class WebSocket:
-    def __init__(self, url, ca=None):
+    def __init__(self, url, ca=None, headers=()):
         parts = urlsplit(url)
         self.socket = socket.create_connection((parts.hostname, parts.port), timeout=30)
         if parts.scheme == "wss":
@@ -21,7 +21,8 @@ class WebSocket:
         key = base64.b64encode(os.urandom(16)).decode()
         self.socket.sendall((f"GET {parts.path or '/'} HTTP/1.1\r\nHost: {parts.netloc}\r\nUpgrade: websocket\r\n"
                              f"Connection: Upgrade\r\nSec-WebSocket-Key: {key}\r\n"
-                             "Sec-WebSocket-Version: 13\r\n\r\n").encode())
+                             "Sec-WebSocket-Version: 13\r\n" + "".join(f"{line}\r\n" for line in headers)
+                             + "\r\n").encode())
         head = [self.stream.readline().decode().strip()]
         while head[-1]:
             head.append(self.stream.readline().decode().strip())

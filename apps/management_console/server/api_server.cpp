@@ -19,8 +19,10 @@ struct ApiServer::Connection
 
 namespace {
 
-// QWebSocket ends the connection at longer ones; up to here they are answered with an error.
-constexpr quint64 longestFrame = 2 * CApi::longestRequest;
+// Bytes of a message. Who sends more than the API takes is told so, up to here; beyond it QWebSocket ends the
+// connection.
+constexpr quint64 longestOfStrangers = 0x100000;
+constexpr quint64 longestMessage = 0x400000;
 
 QString peerKey(const QHostAddress& address, quint16 port)
 {
@@ -119,8 +121,8 @@ void ApiServer::onConnection()
             qWarning("ApiServer: too many wait for their log-in");
             m_strangers.constFirst()->abort();
         }
-        auto* client =
-            new NotificationClient(socket, arrival.socket, ++m_count, {longestFrame, longestFrame, loginMs}, this);
+        auto* client = new NotificationClient(socket, arrival.socket, ++m_count,
+                                              {longestOfStrangers, longestMessage, loginMs}, this);
         const auto connection = std::make_shared<Connection>();
         connection->caller->address = plainAddress(socket->peerAddress());
         connection->caller->subscriber = QStringLiteral("api ") + client->address();

@@ -82,6 +82,7 @@ FrontDoor::FrontDoor(const FrontDoor& like, QObject* parent)
 FrontDoor::FrontDoor(std::shared_ptr<Served> served, QObject* parent)
     : CTlsDoor(parent)
     , m_served(std::move(served))
+    , m_refused(new QObject(this))
 {
     setLongestBody(longestBody);
     connect(this, &CTlsDoor::requested, this, &FrontDoor::onRequested);
@@ -163,7 +164,7 @@ void FrontDoor::onWebSocketRequested(QSslSocket* socket, const CTlsDoor::Request
 
 void FrontDoor::refuseWebSocket(QSslSocket* socket, int status)
 {
-    socket->setParent(this);
+    socket->setParent(m_refused);
     connect(socket, &QSslSocket::disconnected, socket, &QObject::deleteLater);
     QTimer::singleShot(refusalMs, socket, [socket] {
         socket->abort();

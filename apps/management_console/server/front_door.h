@@ -86,4 +86,5 @@ private:
     FrontDoor(std::shared_ptr<Served> served, QObject* parent);
 
     std::shared_ptr<Served> m_served; // by all ports
+    QObject* m_refused;               // the parent of sockets that are no longer the door's
 };
