@@ -95,6 +95,10 @@ void CTrailKeeper::note(AuditEvent event)
 void CTrailKeeper::store()
 {
     const QList<AuditEvent> events = std::exchange(m_unstored, {});
-    if (!m_trail->append(events))
+    const bool stored = m_trail->append(events);
+    if (!stored)
         m_unstored = events;
+    if (!stored && !m_isFaultTold)
+        qWarning("CTrailKeeper: the trail takes no events, they wait: %s", qUtf8Printable(m_trail->errorString()));
+    m_isFaultTold = !stored;
 }

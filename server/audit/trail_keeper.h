@@ -50,4 +50,5 @@ private:
     qint64 m_minute = 0; // to which the count belongs
     int m_refusals = 0;
     int m_leftOut = 0;
+    bool m_isFaultTold = false;
 };

@@ -33,6 +33,8 @@ namespace {
 constexpr qint64 firstCommand = qint64(1) << 32;
 constexpr qint64 firstProvision = qint64(1) << 40;
 constexpr int tickMs = 200;
+// Of lists, at a time.
+constexpr int compilingMs = 5;
 // Of what devices have said of their lists, together.
 constexpr int storeMs = 20;
 // How often it is looked whether a door needs new rules of local time.
@@ -108,7 +110,7 @@ public:
     void takeAnswer(Session& session, const CLockAnswer& answer);
     void modelChanged(const QVariantMap& data);
     void markDirty(CDeviceId device);
-    void compileNext();
+    void compileSome();
     void compile(Session& session);
     void sendTime(Session& session, bool isAlways);
     void tick();
@@ -195,20 +197,24 @@ void CDoorController::Private::markDirty(CDeviceId device)
         compileTimer.start();
 }
 
-// One list a turn of the event loop: whoever asks meanwhile is answered.
-void CDoorController::Private::compileNext()
+// A few milliseconds a turn of the event loop, which itself takes time by the links: whoever asks meanwhile is
+// answered.
+void CDoorController::Private::compileSome()
 {
-    if (!dirty.isEmpty()) {
+    QPointer<CDoorController> guard(q);
+    QElapsedTimer spent;
+    spent.start();
+    while (!dirty.isEmpty() && !spent.hasExpired(compilingMs)) {
         const CDeviceId device = dirty.takeFirst();
-        if (Session* session = find(device)) {
-            compile(*session);
-            QPointer<CDoorController> guard(q);
-            checkUpToDate(device);
-            if (guard)
-                Q_EMIT guard->statusChanged(device);
-            if (!guard)
-                return;
-        }
+        Session* session = find(device);
+        if (!session)
+            continue;
+        compile(*session);
+        checkUpToDate(device);
+        if (guard)
+            Q_EMIT guard->statusChanged(device);
+        if (!guard)
+            return;
     }
     if (dirty.isEmpty())
         compileTimer.stop();
@@ -555,7 +561,7 @@ CDoorController::CDoorController(CSqlAccessControl* model, CAuditTrail* trail, I
         if (source == QLatin1String("Model"))
             d->modelChanged(parameters.value(QStringLiteral("data")).toMap());
     });
-    connect(&d->compileTimer, &QTimer::timeout, this, [this] { d->compileNext(); });
+    connect(&d->compileTimer, &QTimer::timeout, this, [this] { d->compileSome(); });
     connect(&d->tickTimer, &QTimer::timeout, this, [this] { d->tick(); });
     connect(&d->storeTimer, &QTimer::timeout, this, [this] { d->storeRevisions(); });
     d->compileTimer.setInterval(0);
