@@ -12,7 +12,10 @@ AppOptions::AppOptions(const QString& description, const QByteArray& variablePre
 
 void AppOptions::addSwitch(const QString& name, const QString& description)
 {
-    if (!add(QCommandLineOption(name, description)))
+    QStringList names{name};
+    if (name == QLatin1String("help"))
+        names.append(QStringLiteral("h"));
+    if (!add(QCommandLineOption(names, description)))
         return;
     m_switches.append(name);
     m_optionHelp.append(QStringLiteral("  --%1 %2").arg(name.leftJustified(23), description));
@@ -89,6 +92,14 @@ void AppOptions::checkPositional()
 QByteArray AppOptions::variable(const QString& name) const
 {
     return m_prefix + '_' + name.toUpper().replace(QLatin1Char('-'), QLatin1Char('_')).toLatin1();
+}
+
+QStringList AppOptions::variables() const
+{
+    QStringList names;
+    for (const Option& option : m_options)
+        names.append(QString::fromLatin1(variable(option.name)));
+    return names;
 }
 
 bool AppOptions::isInEnvironment(const QString& name) const

@@ -53,6 +53,8 @@ public:
     };
     /// In the order in which they were added.
     const QVector<Option>& options() const { return m_options; }
+    /// The environment variables that stand for them.
+    QStringList variables() const;
     /// The syntax that addPositional() was given.
     QString positionalSyntax() const { return m_usage; }
 

@@ -8,6 +8,7 @@
 #include "shell/command.h"
 #include "shell/console.h"
 #include "shell/find_console.h"
+#include "shell/global_options.h"
 #include "shell/line_editor.h"
 #include "shell/session.h"
 #include "shell/socket_console.h"
@@ -31,26 +32,6 @@ int failed(const QString& text)
     return 2;
 }
 
-void addGlobalOptions(AppOptions& options)
-{
-    options.addValue(QStringLiteral("socket"), QStringLiteral("NAME"),
-                     QStringLiteral("take commands from a local socket instead of the terminal"));
-    options.addValue(QStringLiteral("attach"), QStringLiteral("NAME"),
-                     QStringLiteral("talk to a console that was started with --socket"));
-    options.addSwitch(QStringLiteral("local"),
-                      QStringLiteral("do not look for a console that runs already, be one of its own"));
-    options.addValue(QStringLiteral("patience"), QStringLiteral("S"),
-                     QStringLiteral("give that console up when nothing is heard from it for so many seconds"),
-                     QStringLiteral("30"));
-    options.addValue(QStringLiteral("database"), QStringLiteral("LOCATION"),
-                     QStringLiteral("where the installation is kept: a file, or memory, the demonstration (%1)")
-                         .arg(defaultDatabase()));
-    addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
-    options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
-    options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
-    options.stopAtPositional();
-}
-
 // Naming a place for the installation asks for a process of its own; so does a command that works on what is here.
 bool looksForConsole(const AppOptions& options, const QStringList& command)
 {
@@ -65,9 +46,11 @@ bool looksForConsole(const AppOptions& options, const QStringList& command)
 
 // Runs until the console ends; the channel is deleted here unless its own thread does it.
 int runConsole(QCoreApplication& app, Session& session, CAbstractCliIO* io, Console::Input input,
-               const QStringList& arguments)
+               const QStringList& arguments, bool stopsOnError)
 {
     Console console(session, io, input);
+    if (stopsOnError)
+        console.stopOnError();
     onTerminationRequest(&app, [&console, &session](Termination request) {
         if (request == Termination::Interrupt)
             console.interrupt();
@@ -110,6 +93,7 @@ int run(int argc, char** argv)
     QCoreApplication app(argc, argv);
     ServiceManager::begin();
     ServiceManager::watch(&app);
+    QCoreApplication::setApplicationVersion(QStringLiteral(KYR_VERSION));
     AppOptions options(QStringLiteral("Finds, serves and manages the devices of an installation."), "KYR_CONSOLE");
     addGlobalOptions(options);
     if (!options.parse(app.arguments().mid(1)))
@@ -130,6 +114,9 @@ int run(int argc, char** argv)
     if (!applyLogOptions(options))
         return failed(options.error());
 
+    const QStringList mistakes = mistakenVariables(options, commandTable());
+    for (const QString& mistake : mistakes)
+        std::fprintf(stderr, "kyr_console: %s\n", qUtf8Printable(mistake));
     const QString attachName = options.value(QStringLiteral("attach"));
     const QString socketName = options.value(QStringLiteral("socket"));
     const int patience = options.number(QStringLiteral("patience"), 1, 86400);
@@ -142,7 +129,7 @@ int run(int argc, char** argv)
             failed(error);
             return 1;
         }
-        return runAttached(app, *socket, command, patience);
+        return runAttached(app, *socket, command, patience, options.isSet(QStringLiteral("stop-on-error")));
     }
     if (socketName.isEmpty() && looksForConsole(options, command)) {
         const FoundConsole found = findConsole();
@@ -150,25 +137,26 @@ int run(int argc, char** argv)
             if (command.isEmpty() && Terminal::isInteractive())
                 Terminal::show(
                     QStringLiteral("Talking to the console at %1 (--local: one of its own).\n").arg(found.name));
-            return runAttached(app, *found.socket, command, patience);
+            return runAttached(app, *found.socket, command, patience, options.isSet(QStringLiteral("stop-on-error")));
         }
         if (!found.note.isEmpty())
             std::fprintf(stderr, "kyr_console: %s; going on by itself\n", qUtf8Printable(found.note));
     }
     Session session(commandTable(), options.value(QStringLiteral("database")));
+    const bool stopsOnError = options.isSet(QStringLiteral("stop-on-error"));
     if (!socketName.isEmpty())
         return runSocketConsole(app, session, socketName, command);
     if (command.isEmpty() || (command.constFirst() == QLatin1String("serve") && Terminal::isInteractive())) {
         if (LineEditor::isPossible()) {
             LineEditor editor(QString::fromLatin1(Console::prompt), LineHistory::defaultFile());
-            return runConsole(app, session, &editor, Console::Input::Terminal, command);
+            return runConsole(app, session, &editor, Console::Input::Terminal, command, stopsOnError);
         }
         const bool terminal = Terminal::isInteractive();
         return runConsole(app, session, new CStandardIOHandler(terminal ? Console::prompt : nullptr),
-                          terminal ? Console::Input::Terminal : Console::Input::Pipe, command);
+                          terminal ? Console::Input::Terminal : Console::Input::Pipe, command, stopsOnError);
     }
     CStandardIOHandler io(nullptr); // for its output only
-    return runConsole(app, session, &io, Console::Input::Arguments, command);
+    return runConsole(app, session, &io, Console::Input::Arguments, command, stopsOnError);
 }
 
 } // namespace

@@ -515,3 +515,8 @@ QVariantMap CScriptService::getMapping(const QString& name) const
 {
     return mapping(name);
 }
+
+QStringList CScriptService::mappingNames()
+{
+    return ScriptValues::mappingNames();
+}

@@ -153,6 +153,8 @@ public:
     /// "CardMediumType", "DeviceRole", "AccessPointFunction", "AuthPointClass", "UserAction", "OutputType",
     /// "ActionProfileClass" or "PositionClass"; empty for any other name.
     Q_INVOKABLE QVariantMap getMapping(const QString& name) const;
+    /// The names of these enumerations.
+    static QStringList mappingNames();
 
 private:
     template<typename Operation, typename... Arguments>

@@ -151,29 +151,52 @@ void ScriptValues::addOperationEntries(QVariantMap* properties)
     });
 }
 
+namespace {
+
+struct Mapping
+{
+    const char* name;
+    QVariantMap (*make)();
+};
+
+constexpr Mapping mappings[] = {
+    {"DeviceType", [] { return mappingOf(CDataType::deviceTypeValues(), CDataType::deviceTypeToString); }},
+    {"UserClass", [] { return mappingOf(CDataType::userClassValues(), CDataType::userClassToString); }},
+    {"CardArchitecture",
+     [] { return mappingOf(CDataType::cardArchitectureValues(), CDataType::cardArchitectureToString); }},
+    {"CardMediumType", [] { return mappingOf(CDataType::cardMediumTypeValues(), CDataType::cardMediumTypeToString); }},
+    {"DeviceRole",
+     [] {
+         return mappingOf(CDataType::deviceRoleValues(CDataType::DeviceRoles(0x77)), CDataType::deviceRoleToString);
+     }},
+    {"AccessPointFunction",
+     [] { return mappingOf(CDataType::accessPointFunctionValues(), CDataType::accessPointFunctionToString); }},
+    {"AuthPointClass", [] { return mappingOf(CDataType::authPointClassValues(), CDataType::authPointClassToString); }},
+    {"UserAction",
+     [] {
+         return mappingOf(CDataType::userActionValues(CDataType::UserActions(0x17FF7)), CDataType::userActionToString);
+     }},
+    {"OutputType", [] { return mappingOf(CDataType::outputTypeValues(), CDataType::outputTypeToString); }},
+    {"ActionProfileClass",
+     [] { return mappingOf(CDataType::actionProfileClassValues(), CDataType::actionProfileClassToString); }},
+    {"PositionClass", [] { return mappingOf(CDataType::positionClassValues(), CDataType::positionClassToString); }},
+};
+
+} // namespace
+
 QVariantMap ScriptValues::mapping(const QString& name)
 {
-    if (name == QLatin1String("DeviceType"))
-        return mappingOf(CDataType::deviceTypeValues(), CDataType::deviceTypeToString);
-    if (name == QLatin1String("UserClass"))
-        return mappingOf(CDataType::userClassValues(), CDataType::userClassToString);
-    if (name == QLatin1String("CardArchitecture"))
-        return mappingOf(CDataType::cardArchitectureValues(), CDataType::cardArchitectureToString);
-    if (name == QLatin1String("CardMediumType"))
-        return mappingOf(CDataType::cardMediumTypeValues(), CDataType::cardMediumTypeToString);
-    if (name == QLatin1String("DeviceRole"))
-        return mappingOf(CDataType::deviceRoleValues(CDataType::DeviceRoles(0x77)), CDataType::deviceRoleToString);
-    if (name == QLatin1String("AccessPointFunction"))
-        return mappingOf(CDataType::accessPointFunctionValues(), CDataType::accessPointFunctionToString);
-    if (name == QLatin1String("AuthPointClass"))
-        return mappingOf(CDataType::authPointClassValues(), CDataType::authPointClassToString);
-    if (name == QLatin1String("UserAction"))
-        return mappingOf(CDataType::userActionValues(CDataType::UserActions(0x17FF7)), CDataType::userActionToString);
-    if (name == QLatin1String("OutputType"))
-        return mappingOf(CDataType::outputTypeValues(), CDataType::outputTypeToString);
-    if (name == QLatin1String("ActionProfileClass"))
-        return mappingOf(CDataType::actionProfileClassValues(), CDataType::actionProfileClassToString);
-    if (name == QLatin1String("PositionClass"))
-        return mappingOf(CDataType::positionClassValues(), CDataType::positionClassToString);
+    for (const Mapping& mapping : mappings) {
+        if (name == QLatin1String(mapping.name))
+            return mapping.make();
+    }
     return {};
+}
+
+QStringList ScriptValues::mappingNames()
+{
+    QStringList names;
+    for (const Mapping& mapping : mappings)
+        names.append(QLatin1String(mapping.name));
+    return names;
 }

@@ -33,5 +33,6 @@ void addOperationEntries(QVariantMap* properties);
 
 /// The values and texts of an enumeration by its name; empty for an unknown one.
 QVariantMap mapping(const QString& name);
+QStringList mappingNames();
 
 } // namespace ScriptValues

@@ -77,6 +77,14 @@ QString auditKindName(AuditKind kind)
     return {};
 }
 
+QStringList auditKindNames()
+{
+    QStringList names;
+    for (const KindName& entry : kindNames)
+        names.append(QString::fromLatin1(entry.name));
+    return names;
+}
+
 std::optional<AuditKind> auditKindFromName(const QString& name)
 {
     for (const KindName& entry : kindNames) {

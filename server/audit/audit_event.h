@@ -32,6 +32,8 @@ enum class AuditKind : quint32
 /// The name that programs see, "" for a number without one.
 KYR_SERVER_EXPORT QString auditKindName(AuditKind kind);
 /// The kind of a name; nothing for an unknown one.
+/// All of them.
+KYR_SERVER_EXPORT QStringList auditKindNames();
 KYR_SERVER_EXPORT std::optional<AuditKind> auditKindFromName(const QString& name);
 
 /// Something that happened, before it has its place in the trail.

@@ -120,6 +120,7 @@ void addListOptions(AppOptions& options)
 {
     addTimeOptions(options);
     options.addValue(limitOption, QStringLiteral("N"), QStringLiteral("not more rows than so many"));
+    TableOptions::add(options);
 }
 
 /// Asks the installation who may open what, once or for each line of input.
@@ -200,6 +201,8 @@ private:
             options.setError(QStringLiteral("takes %1, or questions on standard input").arg(QLatin1String(kind.names)));
         if (!options.error().isEmpty())
             return;
+        if (m_question.names.isEmpty() && !tableOptions().csvFile().isNull())
+            return options.setError(QStringLiteral("--csv takes one question"));
         m_model = model();
         if (!m_model)
             return;
@@ -304,7 +307,7 @@ private:
         if (isJson())
             output().line(jsonLine(QJsonDocument(CAccessExplanation::chainsToJson(chains))));
         else
-            output().lines(tableOf(facts, chains, ofDoor).toText(output().colour()));
+            print(tableOf(facts, chains, ofDoor));
         if (leftOut > 0)
             warn(QStringLiteral("%1 more are left out (a larger --limit shows them)").arg(leftOut));
         return allowedCode;

@@ -85,6 +85,7 @@ public:
                          QString::number(DefaultPorts::device));
         options.addValue(QStringLiteral("system"), QStringLiteral("LABEL"),
                          QStringLiteral("only devices of this installation"));
+        TableOptions::add(options);
     }
 
     void start(AppOptions& options) override

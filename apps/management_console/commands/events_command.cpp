@@ -1,6 +1,7 @@
 #include "commands/events_report.h"
 #include "commands/model_command.h"
 #include "commands/time_text.h"
+#include "shell/table_watch.h"
 
 #include <server/api/event_rows.h>
 #include <server/audit/audit_trail.h>
@@ -35,6 +36,7 @@ public:
                          QStringLiteral("write them to a PDF document, such as the report of a day"));
         options.addSwitch(QStringLiteral("follow"),
                           QStringLiteral("the newest ones, and then those that come, until Ctrl+C"));
+        TableOptions::add(options);
     }
 
     void start(AppOptions& options) override
@@ -60,8 +62,13 @@ public:
         qint64 left = 0;
         const QList<AuditRecord> events = trail->events(filter, limit, &left);
         if (follows) {
+            if (!tableOptions().csvFile().isNull())
+                return options.setError(QStringLiteral("--follow and --csv exclude each other"));
             m_filter = filter;
-            showLines(events);
+            m_redraws = !isJson() && output().rows() > 0;
+            show(events);
+            if (m_isOver)
+                return;
             auto* timer = new QTimer(this);
             connect(timer, &QTimer::timeout, this, &EventsCommand::showNew);
             connect(trail, &CAuditTrail::appended, timer, [timer] { timer->start(0); });
@@ -81,6 +88,8 @@ public:
     void cancel() override
     {
         delete m_report;
+        if (m_redraws)
+            output().redraw({});
         done();
     }
 
@@ -187,24 +196,27 @@ private:
                 });
     }
 
-    // One event a line, also as text: nobody knows how wide the next one is.
-    void showLines(const QList<AuditRecord>& events)
+    // On a terminal the newest ones that it has room for, as a table; else one event a line, also as text: nobody knows
+    // how wide the next one is.
+    void show(const QList<AuditRecord>& events)
     {
-        for (const AuditRecord& event : events) {
-            Table table = emptyTable();
-            fillTable(table, {event});
-            if (isJson()) {
-                const QString list = table.toJson();
-                output().line(list.mid(1, list.size() - 2));
-                continue;
-            }
-            QStringList words;
-            for (int column = 0; column < table.columnCount(); ++column) {
-                if (!table.title(column).isEmpty() && !table.text(0, column).isEmpty())
-                    words.append(table.text(0, column));
-            }
-            output().line(words.join(QStringLiteral("  ")));
+        if (events.isEmpty() && !m_newest.isEmpty())
+            return;
+        m_newest = m_redraws ? m_newest + events : events;
+        while (m_redraws && m_newest.size() > qMax(followedTail, output().rows()))
+            m_newest.removeFirst();
+        Table table = emptyTable();
+        fillTable(table, m_newest);
+        QString mistake;
+        if (!tableOptions().apply(table, mistake)) {
+            m_isOver = true;
+            return misuse(mistake);
         }
+        if (m_redraws)
+            return output().redraw(fitting(table.toText(output().colour(), output().columns()), output().rows(), true));
+        const QStringList json = isJson() ? table.toJsonLines() : QStringList();
+        for (int row = 0; row < table.rowCount(); ++row)
+            output().line(isJson() ? json.at(row) : rowAsLine(table, row));
     }
 
     void showNew()
@@ -214,12 +226,15 @@ private:
             timer->start(followInterval);
         QString error;
         if (CAuditTrail* trail = session().trail(error))
-            showLines(trail->newEvents(m_filter, &m_ends));
+            show(trail->newEvents(m_filter, &m_ends));
     }
 
     CAuditTrail::Filter m_filter;
     QPointer<ReportHelperRun> m_report;
     QMap<qint64, qint64> m_ends;
+    QList<AuditRecord> m_newest; // that are shown on a terminal
+    bool m_redraws = false;
+    bool m_isOver = false;
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "commands/firmware_report.h"
 #include "shell/command.h"
 
+#include <QtCore/QJsonDocument>
 #include <QtCore/QTimer>
 
 namespace {
@@ -28,10 +29,14 @@ private:
     void check(const QString& name, const QByteArray& bytes)
     {
         bool faultless = false;
-        QString report = firmwareReport(bytes, &faultless);
+        QJsonObject json;
+        QString report = firmwareReport(bytes, &faultless, &json);
         while (report.endsWith(QLatin1Char('\n')))
             report.chop(1);
-        output().lines(report.split(QLatin1Char('\n')));
+        if (isJson())
+            output().line(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
+        else
+            output().lines(report.split(QLatin1Char('\n')));
         if (!faultless)
             return fail(QStringLiteral("\"%1\" is not in order").arg(name));
         done();

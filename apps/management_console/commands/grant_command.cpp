@@ -16,7 +16,7 @@ public:
     {
         options.addPositional(QStringLiteral("USER-OR-GROUP DOOR..."),
                               QStringLiteral("prints the ids of the rights, one line a door"));
-        options.addValue(QStringLiteral("schedule"), QStringLiteral("NAME"),
+        options.addValue(QStringLiteral("schedule"), QStringLiteral("SCHEDULE"),
                          QStringLiteral("only at these times; without one always"));
         options.addValue(QStringLiteral("from"), QStringLiteral("T"),
                          QStringLiteral("first moment: 2026-11-22T03:10 or a date, which is its begin"));

@@ -7,7 +7,11 @@ class HelpCommand : public Command
 public:
     using Command::Command;
 
-    void addOptions(AppOptions& options) override { options.addPositional(QStringLiteral("[COMMAND]")); }
+    void addOptions(AppOptions& options) override
+    {
+        options.addPositional(QStringLiteral("[COMMAND]"));
+        TableOptions::add(options);
+    }
 
     void start(AppOptions& options) override
     {
@@ -18,7 +22,7 @@ public:
             for (const CommandEntry* entry : session().commands())
                 table.addRow({QString::fromUtf8(entry->name), QString::fromUtf8(entry->summary)});
             print(table);
-            if (!isJson())
+            if (!isJson() && tableOptions().csvFile().isNull())
                 output().lines(
                     QStringList{
                         QString(),

@@ -18,17 +18,17 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows who may log in", &startVerb<&LoginsCommand::showAll>},
+            {"", "", "shows who may log in", &startVerb<&LoginsCommand::showAll>, &TableOptions::add},
             {"add", "NAME USER", "lets a user log in under a name", &startVerb<&LoginsCommand::add>,
              &addPasswordOption},
-            {"password", "NAME", "gives a login another password", &startVerb<&LoginsCommand::setPassword>,
+            {"password", "LOGIN", "gives a login another password", &startVerb<&LoginsCommand::setPassword>,
              &addPasswordOption},
-            {"permit", "NAME PERMISSION...",
+            {"permit", "LOGIN PERMISSION...",
              "sets all that a login may do: UsersRead, UsersWrite, ..., Administrator, or none",
              &startVerb<&LoginsCommand::permit>},
-            {"otp", "NAME", "asks for one-time passwords, too, and shows what an authenticator program takes",
+            {"otp", "LOGIN", "asks for one-time passwords, too, and shows what an authenticator program takes",
              &startVerb<&LoginsCommand::setOtp>, &addOtpOptions},
-            {"remove", "NAME", "takes a login away", &startVerb<&LoginsCommand::remove>},
+            {"remove", "LOGIN", "takes a login away", &startVerb<&LoginsCommand::remove>},
         };
         return table;
     }

@@ -11,15 +11,20 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addPositional(QStringLiteral("NAME"), QStringLiteral("NAME is an enumeration, such as DeviceType"));
+        options.addPositional(QStringLiteral("[ENUMERATION]"),
+                              QStringLiteral("such as DeviceType; without one all of them"));
+        TableOptions::add(options);
     }
 
     void start(AppOptions& options) override
     {
+        if (options.positional().isEmpty())
+            return showNames();
         const QString name = options.positional().constFirst();
         const QVariantMap mapping = CScriptService(nullptr, nullptr).getMapping(name);
         if (mapping.isEmpty())
-            return fail(QStringLiteral("there is no enumeration \"%1\"").arg(name));
+            return fail(QStringLiteral("there is no enumeration \"%1\": there are %2")
+                            .arg(name, CScriptService::mappingNames().join(QLatin1String(", "))));
         QMap<qint64, QString> byValue; // the keys are texts, "10" before "9"
         for (auto entry = mapping.cbegin(); entry != mapping.cend(); ++entry)
             byValue.insert(entry.key().toLongLong(), entry.value().toString());
@@ -30,9 +35,22 @@ public:
         print(table);
         done();
     }
+
+private:
+    void showNames()
+    {
+        Table table({{QStringLiteral("name"), QStringLiteral("Enumeration")},
+                     {QStringLiteral("values"), QStringLiteral("Values")}});
+        const CScriptService service(nullptr, nullptr);
+        const QStringList names = CScriptService::mappingNames();
+        for (const QString& name : names)
+            table.addRow({name, int(service.getMapping(name).size())});
+        print(table);
+        done();
+    }
 };
 
 } // namespace
 
-extern const CommandEntry mappingCommand = {"mapping", "Shows the values and texts of an enumeration.",
+extern const CommandEntry mappingCommand = {"mapping", "Shows the enumerations, or the values and texts of one.",
                                             &makeCommand<MappingCommand>};

@@ -142,6 +142,23 @@ void ModelCommand::tellLeftOut(const CModelReader::Page& page)
                  .arg(page.rows.constLast().value(QStringLiteral("id")).toLongLong()));
 }
 
+bool ModelCommand::sortRows(const Table& table, QList<QVariantMap>& rows, QString& mistake) const
+{
+    Table copy = table;
+    if (!tableOptions().apply(copy, mistake))
+        return false;
+    if (tableOptions().sortColumn().isEmpty())
+        return true;
+    const QString key = table.key(table.column(tableOptions().sortColumn()));
+    const bool isDescending = tableOptions().isDescending();
+    std::stable_sort(rows.begin(), rows.end(), [&](const QVariantMap& a, const QVariantMap& b) {
+        const QVariant first = shownValue(a.value(key));
+        const QVariant second = shownValue(b.value(key));
+        return isDescending ? isBefore(second, first) : isBefore(first, second);
+    });
+    return true;
+}
+
 void ModelCommand::show(Table table, const CModelReader::Page& page)
 {
     const CSqlAccessControl* installation = model();

@@ -37,6 +37,8 @@ protected:
     /// Shows them under the columns, by their keys, says what a limit left out, and ends the command. An empty
     /// installation says how to begin.
     void show(Table table, const CModelReader::Page& page);
+    /// Orders rows as --sort says. False with a mistake.
+    bool sortRows(const Table& table, QList<QVariantMap>& rows, QString& mistake) const;
     void tellLeftOut(const CModelReader::Page& page);
 
     /// For a change that takes something away: the doors at which these users, groups, media or codes have rights, or

@@ -34,7 +34,7 @@ public:
 private:
     static void addCalendarOption(AppOptions& options)
     {
-        options.addValue(calendarKey, QStringLiteral("NAME"),
+        options.addValue(calendarKey, QStringLiteral("CALENDAR"),
                          QStringLiteral("the holidays that count; without one no day is a holiday"));
     }
 

@@ -25,6 +25,7 @@ public:
                          QStringLiteral("so many times, and tell how fast it went"), QStringLiteral("1"));
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for answers"),
                          QStringLiteral("5000"));
+        TableOptions::add(options);
     }
 
     void start(AppOptions& options) override

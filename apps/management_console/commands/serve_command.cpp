@@ -6,6 +6,7 @@
 #include "server/door_links.h"
 #include "server/server_certificate.h"
 #include "shell/command.h"
+#include "shell/table_watch.h"
 
 #include <server/audit/audit_trail.h>
 #include <server/devices/door_controller.h>
@@ -180,6 +181,8 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addSwitch(QStringLiteral("refused"), QStringLiteral("who was turned away, and why"));
+        options.addSwitch(QStringLiteral("watch"), QStringLiteral("show it anew as it changes, until Ctrl+C"));
+        TableOptions::add(options);
     }
 
     void start(AppOptions& options) override
@@ -187,15 +190,16 @@ public:
         const DeviceServer* server = session().server();
         if (!server)
             return fail(QStringLiteral("not serving (see: help serve)"));
-        if (options.isSet(QStringLiteral("refused")))
-            showRefusals(*server);
-        else
-            showLinks(*server);
+        const auto view = options.isSet(QStringLiteral("refused")) ? &DevicesCommand::refusals : &DevicesCommand::links;
+        if (options.isSet(QStringLiteral("watch")))
+            return watch([this, view] { return (this->*view)(); },
+                         {QStringLiteral("lastHeard"), QStringLiteral("sent"), QStringLiteral("received")});
+        print((this->*view)());
         done();
     }
 
 private:
-    void showLinks(const DeviceServer& server)
+    Table links()
     {
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
                      {QStringLiteral("type"), {}},
@@ -210,21 +214,24 @@ private:
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
                      {QStringLiteral("fault"), {}}});
-        const QList<QVariantMap> rows = deviceRows(server, session().doors());
+        if (!session().server())
+            return table; // serving has ended
+        const QList<QVariantMap> rows = deviceRows(*session().server(), session().doors());
         for (const QVariantMap& row : rows)
             table.addRowOf(row);
-        print(table);
+        return table;
     }
 
-    void showRefusals(const DeviceServer& server)
+    Table refusals()
     {
         Table table({{QStringLiteral("time"), QStringLiteral("Time")},
                      {QStringLiteral("peer"), QStringLiteral("From")},
                      {QStringLiteral("device"), QStringLiteral("Claimed to be")},
                      {QStringLiteral("reason"), QStringLiteral("Reason")}});
-        for (const DeviceServer::Refusal& refusal : server.refusals())
+        const auto refusals = session().server() ? session().server()->refusals() : QVector<DeviceServer::Refusal>();
+        for (const DeviceServer::Refusal& refusal : refusals)
             table.addRow({isoTime(refusal.time), refusal.peer, refusal.device, refusal.reason});
-        print(table);
+        return table;
     }
 };
 

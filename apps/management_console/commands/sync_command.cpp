@@ -20,6 +20,8 @@ public:
                               QStringLiteral("all that are linked or have a door, without"));
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for them"),
                          QStringLiteral("10000"));
+        options.addSwitch(QStringLiteral("watch"), QStringLiteral("show meanwhile how far each of them is"));
+        TableOptions::add(options);
     }
 
     void start(AppOptions& options) override
@@ -42,8 +44,12 @@ public:
         QTimer::singleShot(waitMs, this, &SyncCommand::conclude);
         for (const CDeviceId device : qAsConst(m_devices))
             doors->sync(device);
+        if (options.isSet(QStringLiteral("watch")))
+            watch([this] { return table(); });
         look();
     }
+
+    void cancel() override { fail(QStringLiteral("interrupted")); }
 
 private:
     void look()
@@ -65,24 +71,36 @@ private:
         const CDoorController* doors = session().doors();
         if (!doors)
             return fail(QStringLiteral("serving has ended"));
+        QStringList faults;
+        for (const CDeviceId device : qAsConst(m_devices)) {
+            const CDoorController::Status status = doors->status(device);
+            if (!status.isUpToDate)
+                faults.append(QStringLiteral("%1 (%2)").arg(device.toLabel(), status.fault));
+        }
+        if (isWatching())
+            watchNow();
+        else
+            print(table());
+        if (faults.isEmpty())
+            return done();
+        fail(QStringLiteral("not up to date: %1").arg(faults.join(QLatin1String(", "))));
+    }
+
+    Table table()
+    {
+        const CDoorController* doors = session().doors();
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
                      {QStringLiteral("accessPoint"), QStringLiteral("Door")},
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
                      {QStringLiteral("fault"), QStringLiteral("Why not")}});
-        QStringList faults;
         for (const CDeviceId device : qAsConst(m_devices)) {
-            const CDoorController::Status status = doors->status(device);
+            const CDoorController::Status status = doors ? doors->status(device) : CDoorController::Status();
             table.addRow({device.toLabel(),
                           status.accessPoint == CItemId() ? QString() : QString::number(status.accessPoint.value()),
                           status.isUpToDate, QString::fromLatin1(status.revision), status.fault});
-            if (!status.isUpToDate)
-                faults.append(QStringLiteral("%1 (%2)").arg(device.toLabel(), status.fault));
         }
-        print(table);
-        if (faults.isEmpty())
-            return done();
-        fail(QStringLiteral("not up to date: %1").arg(faults.join(QLatin1String(", "))));
+        return table;
     }
 
     QList<CDeviceId> m_devices;

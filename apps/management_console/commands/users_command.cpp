@@ -36,9 +36,9 @@ public:
 private:
     static void addShowOptions(AppOptions& options)
     {
-        ListOptions::add(options);
         options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
-                         QStringLiteral("write the table and all properties to a CSV file"));
+                         QStringLiteral("write the table (without --columns all properties, too) to a CSV file"));
+        ListOptions::add(options);
     }
 
     static void addImportOptions(AppOptions& options)
@@ -52,14 +52,17 @@ private:
         CModelReader::Page page;
         if (!readQuery(options, query) || !read([&](const CModelReader& reader) { return reader.users(query); }, page))
             return;
-        if (options.isSet(QStringLiteral("csv")))
-            return writeCsv(page, options.value(QStringLiteral("csv")));
         QVector<Table::Column> columns;
         for (const UsersCsv::Column& column : UsersCsv::columns())
             columns.append({QLatin1String(column.key), QLatin1String(column.title)});
         for (const char* key : {"groupIds", "accessPointIds", "mediaIds", "enabled", "properties"})
             columns.append({QLatin1String(key), QString()});
-        show(Table(columns), page);
+        if (tableOptions().csvFile().isNull() || tableOptions().hasColumns())
+            return show(Table(columns), page);
+        QString mistake;
+        if (!sortRows(Table(columns), page.rows, mistake))
+            return options.setError(mistake);
+        writeCsv(page, tableOptions().csvFile());
     }
 
     void writeCsv(const CModelReader::Page& page, const QString& name)

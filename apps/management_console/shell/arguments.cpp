@@ -31,8 +31,68 @@ bool readKeyValues(const QStringList& words, QVector<KeyValue>& read, AppOptions
     return true;
 }
 
+void TableOptions::add(AppOptions& options)
+{
+    options.addValue(QStringLiteral("columns"), QStringLiteral("A,B,..."),
+                     QStringLiteral("only these columns, in this order, by title or JSON key"));
+    options.addValue(QStringLiteral("sort"), QStringLiteral("COLUMN"),
+                     QStringLiteral("order the rows that are shown by a column; -COLUMN: the other way round"));
+    options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
+                     QStringLiteral("write the table to a CSV file, or to standard output (-)"));
+}
+
+void TableOptions::read(AppOptions& options)
+{
+    const auto has = [&options](const char* name) {
+        const auto& all = options.options();
+        return std::any_of(all.begin(), all.end(),
+                           [name](const AppOptions::Option& option) { return option.name == QLatin1String(name); })
+               && options.isSet(QLatin1String(name));
+    };
+    if (has("columns")) {
+        const QStringList names = options.value(QStringLiteral("columns")).split(QLatin1Char(','));
+        for (const QString& name : names)
+            m_columns.append(name.trimmed());
+    }
+    if (has("sort")) {
+        m_sort = options.value(QStringLiteral("sort"));
+        m_descending = m_sort.startsWith(QLatin1Char('-'));
+        if (m_descending)
+            m_sort.remove(0, 1);
+    }
+    if (has("csv"))
+        m_csvFile = options.value(QStringLiteral("csv"));
+}
+
+bool TableOptions::apply(Table& table, QString& mistake) const
+{
+    const auto find = [&](const QString& name) {
+        const int column = table.column(name);
+        if (column < 0)
+            mistake = QStringLiteral("there is no column \"%1\": there are %2")
+                          .arg(name, table.columnNames().join(QLatin1String(", ")));
+        return column;
+    };
+    if (!m_sort.isEmpty()) {
+        const int column = find(m_sort);
+        if (column < 0)
+            return false;
+        table.sort(column, m_descending);
+    }
+    QVector<int> chosen;
+    for (const QString& name : m_columns) {
+        chosen.append(find(name));
+        if (chosen.constLast() < 0)
+            return false;
+    }
+    if (!chosen.isEmpty())
+        table.select(chosen);
+    return true;
+}
+
 void ListOptions::add(AppOptions& options)
 {
+    TableOptions::add(options);
     options.addValue(QStringLiteral("filter"), QStringLiteral("KEY=VALUE"),
                      QStringLiteral("only those with this value; may be repeated, then all must match"));
     options.addValue(QStringLiteral("after"), QStringLiteral("ID"), QStringLiteral("only those with a higher id"));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/app_options.h"
+#include "shell/table.h"
 
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
@@ -16,7 +17,32 @@ struct KeyValue
 /// given twice.
 bool readKeyValues(const QStringList& words, QVector<KeyValue>& read, AppOptions& options);
 
-/// Which rows of a list are wanted: --filter KEY=VALUE (repeatable, all must match), --after ID, --limit N.
+/// How a table is shown: --columns A,B, --sort COLUMN, --csv FILE.
+class TableOptions
+{
+public:
+    static void add(AppOptions& options);
+    /// Options that were not added say nothing.
+    void read(AppOptions& options);
+
+    /// Chooses and orders; false with a mistake in one line.
+    bool apply(Table& table, QString& mistake) const;
+    /// The column that rows are ordered by; empty: none.
+    QString sortColumn() const { return m_sort; }
+    bool isDescending() const { return m_descending; }
+    bool hasColumns() const { return !m_columns.isEmpty(); }
+    /// Where a CSV file is wanted; null: nowhere.
+    QString csvFile() const { return m_csvFile; }
+
+private:
+    QStringList m_columns;
+    QString m_sort;
+    bool m_descending = false;
+    QString m_csvFile;
+};
+
+/// Which rows of a list are wanted: --filter KEY=VALUE (repeatable, all must match), --after ID, --limit N. The table
+/// that shows them has TableOptions.
 class ListOptions
 {
 public:

@@ -25,12 +25,14 @@ class AttachClient : public CAbstractCli
 {
 public:
     // Without a command it takes lines.
-    AttachClient(CAbstractCliIO* io, QLocalSocket& socket, const QStringList& command, int patienceSeconds)
+    AttachClient(CAbstractCliIO* io, QLocalSocket& socket, const QStringList& command, int patienceSeconds,
+                 bool stopsOnError)
         : CAbstractCli(io, nullptr)
         , m_socket(socket)
         , m_command(command)
         , m_files(socket, command.isEmpty() ? LocalFiles::StandardInput::Commands : LocalFiles::StandardInput::Free)
         , m_interactive(command.isEmpty() && Terminal::isInteractive())
+        , m_stopsOnError(stopsOnError)
         , m_editor(qobject_cast<LineEditor*>(io))
         , m_screen(*this, m_interactive && !m_editor ? QString::fromLatin1(Console::prompt) : QString())
     {
@@ -61,6 +63,7 @@ public:
 
     void readLine(const QString& line) override
     {
+        ++m_lineNumber;
         if (line.trimmed().isEmpty())
             return promptNextLine();
         m_files.setCommand(commandWords(line));
@@ -119,8 +122,8 @@ private:
     void request(const QByteArray& message)
     {
         if (message.size() > CommandProtocol::longestMessage) {
-            writeErrorLine(QStringLiteral("kyr_console: a command is at most %1 MiB long")
-                               .arg(CommandProtocol::longestMessage / 1024 / 1024));
+            showError(QStringLiteral("kyr_console: a command is at most %1 MiB long")
+                          .arg(CommandProtocol::longestMessage / 1024 / 1024));
             return concludeCommand(2);
         }
         m_waiting = true;
@@ -175,7 +178,7 @@ private:
         else if (kind == QLatin1String("out"))
             m_screen.line(text);
         else if (kind == QLatin1String("err"))
-            m_screen.error(text);
+            showError(text);
         else if (kind == QLatin1String("progress"))
             m_screen.progress(text);
         else if (kind == QLatin1String("news"))
@@ -230,6 +233,8 @@ private:
         // At a prompt the user sees what failed.
         if (code != 0 && !m_interactive)
             setReturnCode(code);
+        if (code != 0 && !m_interactive && m_stopsOnError)
+            return leave(code);
         promptNextLine();
     }
 
@@ -253,6 +258,13 @@ private:
         m_input.want();
     }
 
+    void showError(const QString& text)
+    {
+        // Where the lines are typed the place is seen.
+        m_screen.error(m_interactive || m_lineNumber == 0 ? text
+                                                          : QStringLiteral("line %1: %2").arg(m_lineNumber).arg(text));
+    }
+
     // Page by page only for the one command of this program: at a prompt what was shown before is wanted as well.
     void showTable(const QStringList& lines)
     {
@@ -273,6 +285,7 @@ private:
     QStringList m_command;
     OfferedFiles m_files;
     bool m_interactive;
+    bool m_stopsOnError;
     QPointer<LineEditor> m_editor; // null where lines cannot be edited
     Screen m_screen;
     Terminal::Size m_size;
@@ -282,6 +295,7 @@ private:
     QTimer m_signs;
     int m_missed = 0;
     int m_code = 0;
+    int m_lineNumber = 0;   // of the last line that was read
     bool m_waiting = false; // for an answer
     bool m_cancelled = false;
     bool m_last = false; // the next code is the last
@@ -301,19 +315,20 @@ int talk(QCoreApplication& app, AttachClient& client)
 
 } // namespace
 
-int runAttached(QCoreApplication& app, QLocalSocket& socket, const QStringList& command, int patienceSeconds)
+int runAttached(QCoreApplication& app, QLocalSocket& socket, const QStringList& command, int patienceSeconds,
+                bool stopsOnError)
 {
     if (!command.isEmpty()) {
         CStandardIOHandler io(nullptr); // for its output only
-        AttachClient client(&io, socket, command, patienceSeconds);
+        AttachClient client(&io, socket, command, patienceSeconds, stopsOnError);
         return talk(app, client);
     }
     if (LineEditor::isPossible()) {
         LineEditor editor(QString::fromLatin1(Console::prompt), LineHistory::defaultFile());
-        AttachClient client(&editor, socket, command, patienceSeconds);
+        AttachClient client(&editor, socket, command, patienceSeconds, stopsOnError);
         return talk(app, client);
     }
     AttachClient client(new CStandardIOHandler(Terminal::isInteractive() ? Console::prompt : nullptr), socket, command,
-                        patienceSeconds);
+                        patienceSeconds, stopsOnError);
     return talk(app, client);
 }

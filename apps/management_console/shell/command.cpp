@@ -1,5 +1,6 @@
 #include "shell/command.h"
 
+#include "shell/table_watch.h"
 #include "shell/terminal.h"
 
 namespace {
@@ -64,7 +65,7 @@ void Command::run(const QString& name, const QString& summary, QStringList argum
     m_name = name;
     const Verb* verb = nullptr;
     if (!verbs().empty()) {
-        if (arguments == QStringList(QStringLiteral("--help"))) {
+        if (arguments == QStringList(QStringLiteral("--help")) || arguments == QStringList(QStringLiteral("-h"))) {
             m_output.lines(help(name, summary).split(QLatin1Char('\n')));
             return done();
         }
@@ -87,6 +88,9 @@ void Command::run(const QString& name, const QString& summary, QStringList argum
         return done();
     }
     m_json = options->isSet(QStringLiteral("json"));
+    m_tableOptions.read(*options);
+    if (m_json && !m_tableOptions.csvFile().isNull())
+        options->setError(QStringLiteral("--json and --csv exclude each other"));
     if (options->error().isEmpty()) {
         if (verb)
             verb->start(*this, *options);
@@ -128,6 +132,14 @@ std::unique_ptr<AppOptions> Command::optionsBehind(const QString& name, QStringL
                                    : std::make_unique<AppOptions>(QString(), variablePrefix(name));
 }
 
+QStringList Command::variables(const QString& name) const
+{
+    QStringList names = makeOptions(name, QString(), nullptr)->variables();
+    for (const Verb& verb : verbs())
+        names += makeOptions(name, QString(), &verb)->variables();
+    return names;
+}
+
 CSqlAccessControl* Command::model()
 {
     QString error;
@@ -165,10 +177,48 @@ void Command::doneWriting(const QString& name, const QString& text)
     done();
 }
 
+void Command::cancel()
+{
+    if (m_watch)
+        done();
+    else
+        fail(QStringLiteral("interrupted"));
+}
+
+void Command::watch(const std::function<Table()>& view, const QStringList& restless)
+{
+    if (!m_tableOptions.csvFile().isNull())
+        return misuse(QStringLiteral("--watch and --csv exclude each other"));
+    Table table = view();
+    QString mistake;
+    if (!m_tableOptions.apply(table, mistake))
+        return misuse(mistake);
+    const auto shown = [this, view] {
+        Table table = view();
+        QString none;
+        m_tableOptions.apply(table, none);
+        return table;
+    };
+    m_watch = new TableWatch(m_output, m_json, shown, restless, this);
+    m_watch->look();
+}
+
+void Command::watchNow()
+{
+    if (m_watch)
+        m_watch->look();
+}
+
 void Command::done(int code)
 {
     if (m_done)
         return;
+    if (m_watch)
+        m_watch->end();
+    if (m_filesBegun > 0) {
+        m_heldCode = qMax(code, m_heldCode.value_or(0));
+        return;
+    }
     m_done = true;
     QMetaObject::invokeMethod(
         this, [this, code] { Q_EMIT finished(code); }, Qt::QueuedConnection);
@@ -176,6 +226,8 @@ void Command::done(int code)
 
 void Command::fail(const QString& reason)
 {
+    if (m_watch)
+        m_watch->end();
     if (!m_done)
         warn(reason);
     done(1);
@@ -193,12 +245,34 @@ void Command::warn(const QString& text)
     m_output.error(m_name + QLatin1String(": ") + text);
 }
 
-void Command::print(const Table& table)
+void Command::print(Table table)
 {
-    if (m_json)
+    QString mistake;
+    if (!m_tableOptions.apply(table, mistake))
+        return misuse(mistake);
+    if (!m_tableOptions.csvFile().isNull())
+        writeTable(table);
+    else if (m_json)
         m_output.line(table.toJson());
     else
-        m_output.page(table.toText(m_output.colour()));
+        m_output.page(table.toText(m_output.colour(), m_output.columns()));
+}
+
+void Command::writeTable(const Table& table)
+{
+    const auto content = [table](QIODevice& file) {
+        table.writeCsv(file);
+        return QString();
+    };
+    ++m_filesBegun;
+    const QString name = m_tableOptions.csvFile();
+    writeFile(name, content, [this, name, rows = table.rowCount()] {
+        --m_filesBegun;
+        if (name != QLatin1String("-"))
+            m_output.line(QStringLiteral("Wrote %1 rows to %2.").arg(rows).arg(name));
+        if (m_filesBegun == 0 && m_heldCode)
+            done(*m_heldCode);
+    });
 }
 
 void Command::printOne(const Table& table)

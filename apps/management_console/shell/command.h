@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/app_options.h"
+#include "shell/arguments.h"
 #include "shell/output.h"
 #include "shell/session.h"
 #include "shell/table.h"
@@ -9,9 +10,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class Command;
+class TableWatch;
 
 /// One thing that a command does: `groups join GROUP USER...`. The first verb of a table may have no name: it is what
 /// the command does without one.
@@ -46,7 +49,7 @@ public:
     /// ends it as misuse.
     virtual void start(AppOptions& options) { Q_UNUSED(options) }
     /// The user does not want to wait any longer.
-    virtual void cancel() { fail(QStringLiteral("interrupted")); }
+    virtual void cancel();
 
     /// What the user gave to a command that has emitted inputWanted() or passwordWanted(): a line, or the news that
     /// there is no more.
@@ -57,6 +60,8 @@ public:
     void run(const QString& name, const QString& summary, QStringList arguments);
     /// What it does and how it is called, verb by verb.
     QString help(const QString& name, const QString& summary) const;
+    /// The environment variables that stand for its options.
+    QStringList variables(const QString& name) const;
     /// The options behind these arguments, which may be incomplete. A verb among them that has a name is taken out.
     std::unique_ptr<AppOptions> optionsBehind(const QString& name, QStringList& arguments) const;
 
@@ -90,13 +95,22 @@ protected:
     void misuse(const QString& reason);
     /// Something that the user should know though the command goes on, in one line on standard error.
     void warn(const QString& text);
-    /// Shows a table, as JSON when --json was given.
-    void print(const Table& table);
+    /// Shows a table as TableOptions say, as JSON when --json was given. One that cannot be shown so ends the command;
+    /// one that goes to a file delays its end until it is there.
+    void print(Table table);
     /// The same for a table that always has one row: its columns are lines, in JSON it is an object.
     void printOne(const Table& table);
+    /// Shows a table that changes until the command is cancelled or ends; see TableWatch.
+    void watch(const std::function<Table()>& view, const QStringList& restless = {});
+    /// Shows it at once.
+    void watchNow();
+    bool isWatching() const { return m_watch != nullptr; }
     bool isJson() const { return m_json; }
+    const TableOptions& tableOptions() const { return m_tableOptions; }
 
 private:
+    void writeTable(const Table& table);
+
     std::unique_ptr<AppOptions> makeOptions(const QString& name, const QString& summary, const Verb* verb) const;
     const Verb* takeVerb(const QString& name, QStringList& arguments) const;
 
@@ -104,6 +118,10 @@ private:
     Output& m_output;
     QString m_name;
     bool m_json = false;
+    TableOptions m_tableOptions;
+    TableWatch* m_watch = nullptr;
+    int m_filesBegun = 0; // tables that are being written
+    std::optional<int> m_heldCode;
     bool m_done = false;
 };
 

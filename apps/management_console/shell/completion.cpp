@@ -4,8 +4,10 @@
 #include "server/device_server.h"
 #include "shell/command.h"
 #include "shell/command_words.h"
-#include "shell/local_files.h"
+#include "shell/no_output.h"
 
+#include <foundation/services/script_service.h>
+#include <server/audit/audit_event.h>
 #include <server/model/model_reader.h>
 #include <server/model/sql_access_control.h>
 
@@ -46,17 +48,6 @@ constexpr KnownKeys knownKeys[] = {
     {"holidays", "Holidays", "label date"},
 };
 
-class NoOutput : public Output
-{
-    void line(const QString&) override {}
-    void error(const QString&) override {}
-    void progress(const QString&) override {}
-    bool colour() const override { return false; }
-    Files& files() override { return m_files; }
-
-    LocalFiles m_files{LocalFiles::StandardInput::Commands};
-};
-
 class Search
 {
 public:
@@ -85,6 +76,16 @@ public:
                 offer(prefix + QLatin1String(entry->name));
         } else if (name == QLatin1String("KEY=VALUE")) {
             offerKeys(prefix);
+        } else if (name == QLatin1String("ENUMERATION")) {
+            const QStringList names = CScriptService::mappingNames();
+            for (const QString& one : names)
+                offer(prefix + one);
+        } else if (name == QLatin1String("KIND")) {
+            const QStringList kinds = auditKindNames();
+            for (const QString& kind : kinds)
+                offer(prefix + kind);
+        } else if (name == QLatin1String("LOGIN")) {
+            offerLogins(prefix);
         }
         for (const ItemWord& item : itemWords) {
             if (name == QLatin1String(item.word))
@@ -110,6 +111,15 @@ private:
         const QList<DeviceLink*> links = m_session.server()->links();
         for (const DeviceLink* link : links)
             offer(prefix + link->identity().id.toLabel());
+    }
+
+    void offerLogins(const QString& prefix)
+    {
+        QString error;
+        const CSqlAccessControl* model = m_session.model(error);
+        const QList<QVariantMap> logins = model ? CModelReader(model).logins() : QList<QVariantMap>();
+        for (const QVariantMap& login : logins)
+            offer(prefix + login.value(QStringLiteral("name")).toString());
     }
 
     void offerKeys(const QString& prefix)

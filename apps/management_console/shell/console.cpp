@@ -62,6 +62,7 @@ void Console::runNext()
 {
     while (!m_runner.isRunning() && !m_lines.isEmpty()) {
         const QStringList words = commandWords(m_lines.takeFirst());
+        ++m_lineNumber;
         if (words.isEmpty())
             commandDone(0);
         else
@@ -112,6 +113,10 @@ void Console::commandDone(int code)
         setReturnCode(code);
         return terminate();
     }
+    if (code != 0 && m_input == Input::Pipe && m_stopsOnError) {
+        m_lines.clear();
+        return terminate();
+    }
     if (m_ending)
         return terminate();
     if (m_input == Input::Arguments) {
@@ -156,7 +161,9 @@ void Console::line(const QString& text)
 
 void Console::error(const QString& text)
 {
-    m_screen.error(Terminal::printable(text));
+    const QString place =
+        m_input == Input::Pipe && m_lineNumber > 0 ? QStringLiteral("line %1: ").arg(m_lineNumber) : QString();
+    m_screen.error(place + Terminal::printable(text));
 }
 
 void Console::page(const QStringList& texts)

@@ -35,6 +35,8 @@ public:
     Console(Session& session, CAbstractCliIO* io, Input input, QObject* parent = nullptr);
     ~Console() override;
 
+    /// Of lines that are piped in: none is run behind one that failed.
+    void stopOnError() { m_stopsOnError = true; }
     /// Runs the command that was given as arguments, then takes lines unless the input is Arguments. Without a command
     /// it takes lines at once.
     void begin(const QStringList& arguments);
@@ -82,4 +84,6 @@ private:
     bool m_waiting = false; // the prompt is shown
     int m_pagedCode = 0;
     QStringList m_lines; // came in while a command ran
+    bool m_stopsOnError = false;
+    int m_lineNumber = 0; // of the line whose command runs
 };

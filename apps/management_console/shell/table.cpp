@@ -2,11 +2,21 @@
 
 #include "shell/terminal.h"
 
+#include <foundation/core/qt_compat_p.h>
+#include <foundation/formats/csv_writer.h>
+
+#include <QtCore/QIODevice>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QTextStream>
+
+#include <algorithm>
 
 namespace {
+
+// A column of a table that is too wide for the terminal keeps so much.
+constexpr int narrowest = 8;
 
 QString plainText(const QVariant& value)
 {
@@ -31,7 +41,37 @@ QJsonObject rowObject(const QVector<Table::Column>& columns, const QVariantList&
     return object;
 }
 
+// Of the widths of columns with two blanks between them: what the widest ones may take so that all have room.
+int widestThatFits(const QVector<int>& widths, int room)
+{
+    int widest = *std::max_element(widths.begin(), widths.end());
+    const auto total = [&widths](int most) {
+        int sum = -2;
+        for (const int width : widths)
+            sum += qMin(width, most) + 2;
+        return sum;
+    };
+    while (widest > narrowest && total(widest) > room)
+        --widest;
+    return widest;
+}
+
 } // namespace
+
+bool isBefore(const QVariant& a, const QVariant& b)
+{
+    bool isNumberA = false;
+    bool isNumberB = false;
+    const QString textA = plainText(a);
+    const QString textB = plainText(b);
+    const double numberA = textA.toDouble(&isNumberA);
+    const double numberB = textB.toDouble(&isNumberB);
+    if (isNumberA && isNumberB && numberA != numberB)
+        return numberA < numberB;
+    if (isNumberA != isNumberB)
+        return isNumberA;
+    return QString::localeAwareCompare(textA, textB) < 0;
+}
 
 QString isoTime(const QDateTime& time)
 {
@@ -51,39 +91,92 @@ QString Table::text(int row, int column) const
     return plainText(m_rows.at(row).value(column));
 }
 
-QStringList Table::toText(bool colour) const
+int Table::column(const QString& name) const
+{
+    for (int c = 0; c < m_columns.size(); ++c) {
+        if (name.compare(m_columns.at(c).key, Qt::CaseInsensitive) == 0
+            || name.compare(m_columns.at(c).title, Qt::CaseInsensitive) == 0)
+            return name.isEmpty() ? -1 : c;
+    }
+    return -1;
+}
+
+QStringList Table::columnNames() const
+{
+    QStringList names;
+    for (const Column& column : m_columns)
+        names.append(column.key.isEmpty() ? column.title : column.key);
+    return names;
+}
+
+void Table::select(const QVector<int>& columns)
+{
+    QVector<Column> chosen;
+    for (const int c : columns) {
+        Column column = m_columns.at(c);
+        if (column.title.isEmpty())
+            column.title = column.key;
+        chosen.append(column);
+    }
+    m_columns = chosen;
+    for (QVariantList& row : m_rows) {
+        QVariantList cells;
+        for (const int c : columns)
+            cells.append(row.value(c));
+        row = cells;
+    }
+}
+
+void Table::sort(int column, bool descending)
+{
+    std::stable_sort(m_rows.begin(), m_rows.end(), [&](const QVariantList& a, const QVariantList& b) {
+        return descending ? isBefore(b.value(column), a.value(column)) : isBefore(a.value(column), b.value(column));
+    });
+}
+
+QStringList Table::toText(bool colour, int columns) const
 {
     QVector<int> shown;
     for (int c = 0; c < m_columns.size(); ++c) {
         if (!m_columns.at(c).title.isEmpty())
             shown.append(c);
     }
+    if (shown.isEmpty())
+        return {};
     QVector<QStringList> cells(m_rows.size() + 1);
     QVector<int> widths;
     QVector<bool> numeric;
     for (int c : qAsConst(shown)) {
-        int width = int(m_columns.at(c).title.size());
+        int width = Terminal::width(m_columns.at(c).title);
         bool numbers = !m_rows.isEmpty();
         cells[0].append(m_columns.at(c).title);
         for (int r = 0; r < m_rows.size(); ++r) {
             const QVariant value = m_rows.at(r).value(c);
             const QString text = cellText(value);
             numbers = numbers && (value.userType() == QMetaType::Int || value.userType() == QMetaType::Double);
-            width = qMax(width, int(text.size()));
+            width = qMax(width, Terminal::width(text));
             cells[r + 1].append(text);
         }
         widths.append(width);
         numeric.append(numbers);
     }
+    if (columns > 0) {
+        const int widest = widestThatFits(widths, columns);
+        for (int& width : widths)
+            width = qMin(width, widest);
+    }
     QStringList lines;
     for (const QStringList& row : qAsConst(cells)) {
         QString line;
         for (int c = 0; c < row.size(); ++c) {
-            line += numeric.at(c) ? row.at(c).rightJustified(widths.at(c)) : row.at(c).leftJustified(widths.at(c));
+            const QString cell = columns > 0 ? Terminal::cut(row.at(c), widths.at(c)) : row.at(c);
+            const QString filling(widths.at(c) - Terminal::width(cell), QLatin1Char(' '));
+            line += numeric.at(c) ? QString(filling + cell) : QString(cell + filling);
             line += QLatin1String("  ");
         }
         while (line.endsWith(QLatin1Char(' ')))
             line.chop(1);
+        line = Terminal::cut(line, columns);
         if (lines.isEmpty() && colour)
             line = QLatin1String("\033[1m") + line + QLatin1String("\033[0m");
         lines.append(line);
@@ -97,6 +190,40 @@ QString Table::toJson() const
     for (const QVariantList& row : m_rows)
         rows.append(rowObject(m_columns, row));
     return QString::fromUtf8(QJsonDocument(rows).toJson(QJsonDocument::Compact));
+}
+
+QStringList Table::toJsonLines() const
+{
+    QStringList lines;
+    for (const QVariantList& row : m_rows)
+        lines.append(QString::fromUtf8(QJsonDocument(rowObject(m_columns, row)).toJson(QJsonDocument::Compact)));
+    return lines;
+}
+
+void Table::writeCsv(QIODevice& file) const
+{
+    CCsvWriter writer;
+    QList<int> order;
+    QStringList titles;
+    for (int c = 0; c < m_columns.size(); ++c) {
+        if (m_columns.at(c).title.isEmpty())
+            continue;
+        order.append(int(titles.size()));
+        titles.append(m_columns.at(c).title);
+    }
+    writer.setColumns(order);
+    QTextStream out(&file);
+    QtCompat::setUtf8(out);
+    out.setGenerateByteOrderMark(true);
+    writer.writeHeader(out, titles);
+    for (const QVariantList& row : m_rows) {
+        QList<QVariant> values;
+        for (int c = 0; c < m_columns.size(); ++c) {
+            if (!m_columns.at(c).title.isEmpty())
+                values.append(plainText(row.value(c)));
+        }
+        writer.writeRow(out, values);
+    }
 }
 
 QStringList Table::toTextOfOne() const

@@ -5,6 +5,11 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
+class QIODevice;
+
+/// Whether one value of a column stands before another: numbers by their value, texts in the order of the locale.
+bool isBefore(const QVariant& a, const QVariant& b);
+
 /// To the second, with the offset from UTC; empty for none.
 QString isoTime(const QDateTime& time);
 
@@ -36,8 +41,23 @@ public:
     /// The value as it is, line feeds included.
     QString text(int row, int column) const;
 
-    QStringList toText(bool colour) const;
+    /// The column of that key or title, whatever the case; -1: there is none.
+    int column(const QString& name) const;
+    /// What columns can be called.
+    QStringList columnNames() const;
+    /// Keeps these columns alone, in this order; one that is in JSON only gets its key as title.
+    void select(const QVector<int>& columns);
+    /// Orders the rows by a column; those that are equal in it stay in their order.
+    void sort(int column, bool descending);
+
+    /// Aligned under the titles. `columns` is the width of a terminal: what is wider is cut, the widest columns first;
+    /// 0: nothing is.
+    QStringList toText(bool colour, int columns = 0) const;
     QString toJson() const;
+    /// An object for each row.
+    QStringList toJsonLines() const;
+    /// The titled columns as CSV, in the form that CCsvWriter describes.
+    void writeCsv(QIODevice& file) const;
 
     /// Of a table with one row: a line for each column, and an object instead of an array.
     QStringList toTextOfOne() const;
