@@ -46,6 +46,10 @@ function(kyr_install_compressed component directory file)
     install(FILES ${file} DESTINATION ${directory} COMPONENT ${component})
 endfunction()
 if(KYR_BUILD_APPS)
+    install(FILES ${PROJECT_SOURCE_DIR}/apps/management_console/completion/kyr_console.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kyr_console COMPONENT tools)
+    install(FILES ${PROJECT_SOURCE_DIR}/apps/management_console/completion/_kyr_console
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
     kyr_install_compressed(tools ${CMAKE_INSTALL_MANDIR}/man1
         ${PROJECT_SOURCE_DIR}/apps/management_console/kyr_console.1)
     kyr_install_compressed(tools ${CMAKE_INSTALL_MANDIR}/man1

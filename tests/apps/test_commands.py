@@ -73,6 +73,61 @@ class Commands(unittest.TestCase):
             self.assertEqual((code, error.count("\n")), (1, 1))
             self.assertIn("FAULT", out)
 
+    def test_tables(self):
+        """Columns, order and CSV of any table; a wrong column is named."""
+        code, out, error = console("users", "--columns", "name,ID", "--sort", "-label", "--limit", "2")
+        self.assertEqual((code, out), (0, "Name         Id\nBen Costa    32\nAnna Berger  31\n"))
+        with tempfile.TemporaryDirectory() as where:
+            for command in ["doors"], ["access", "who", "3"], ["mapping", "DeviceType", "--sort", "text"], ["help"]:
+                shown = console(*command, "--csv", "-")[1]
+                self.assertEqual(console(*command, "--csv", f"{where}/table.csv")[:1], (0,))
+                with open(f"{where}/table.csv", encoding="utf-8", newline="") as file:
+                    self.assertEqual(file.read(), shown)
+                rows = list(csv.reader(shown.lstrip("\ufeff").splitlines(), delimiter=";"))
+                self.assertEqual({len(row) for row in rows}, {len(rows[0])})
+            self.assertEqual(console("doors", "--csv", f"{where}/none/x")[0], 1)
+            # By value, not by letters; users with all properties, in the order that is asked for.
+            self.assertEqual([row["value"] for row in json.loads(console("mapping", "DeviceType", "--sort", "value", "--json")[1])][:3],
+                             sorted(row["value"] for row in json.loads(console("mapping", "DeviceType", "--json")[1]))[:3])
+            self.assertIn(";Eva;Fischer\n34;", console("users", "--csv", "-", "--sort", "-id")[1])
+            with open(f"{where}/firmware", "wb") as broken:
+                broken.write(os.urandom(1000))
+            code, out, _ = console("firmware", f"{where}/firmware", "--json")
+            self.assertEqual((code, json.loads(out)["faultless"], len(json.loads(out)["parts"])), (1, False, 1))
+        code, out, error = console("users", "--columns", "label,flat")
+        self.assertEqual((code, out, 'no column "flat"' in error), (2, "", True))
+        self.assertEqual(console("users", "--json", "--csv", "-")[0], 2)
+
+    def test_scripts(self):
+        """Lines of a script are told; it may end at the first mistake. Variables that mean nothing are told, too."""
+        lines = "version\n# x\nfly\nversion"
+        self.assertEqual(console(stdin=lines), (2, "1.1.0\n1.1.0\n", 'line 3: unknown command "fly" (see: help)\n'))
+        self.assertEqual(console("--stop-on-error", stdin=lines)[:2], (2, "1.1.0\n"))
+        code, _, error = console("version", env={"KYR_CONSOLE_LOGFILE": "x", "KYR_CONSOLE_SERVE_PORT": "1"})
+        self.assertEqual((code, error.count("\n"), "is KYR_CONSOLE_LOG_FILE meant?" in error), (0, 1, True))
+        self.assertEqual(console("-h")[1], console("--help")[1])
+
+    def test_completion(self):
+        """What may follow a word, as a shell asks for it."""
+        def words(*typed):
+            return console("completion", "words", "--", *typed)[1].splitlines()[1:]
+        def line(text):
+            return console("completion", "line", "--", text)[1].splitlines()
+        self.assertEqual(words("--database", "memory", "gr"), ["groups", "grant"])
+        self.assertEqual(words("users", "set", "Cl"), ["Clara Dubois"])
+        self.assertEqual(words("grant", "Anna Berger", "--sched"), ["--schedule"])
+        self.assertEqual(words("events", "--kind", "den"), ["denied"])
+        self.assertEqual(words("doors", "set", "1", "time"), ["timeZone="])
+        self.assertEqual(words("codes", "remove", ""), [])
+        self.assertEqual(line("kyr_console users set Cl"), ["words", "Clara\\ Dubois "])
+        self.assertEqual(line('kyr_console users set "Cl'), ["words", "Clara Dubois"])
+        self.assertEqual(line("kyr_console users import /et"), ["files "])
+        if shutil.which("bash"):
+            script = 'source <("$0" completion bash); COMP_LINE="x --database memory media give Dav" COMP_POINT=33 ' \
+                     'COMP_WORDS=(x --database memory media give Dav) COMP_CWORD=5; _kyr_console "$0"; printf "%s" "${COMPREPLY[@]}"'
+            result = subprocess.run(["bash", "-c", script, f"{BIN}/kyr_console"], capture_output=True, text=True, timeout=20)
+            self.assertEqual((result.stdout, result.stderr), ("David\\ Ekstr\u00f6m ", ""))
+
     def test_report(self):
         with tempfile.TemporaryDirectory() as where:
             file = f"{where}/users.pdf"

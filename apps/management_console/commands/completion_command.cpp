@@ -6,6 +6,12 @@
 
 #include <QtCore/QFile>
 
+// The library that holds this is a static one: without a call nothing of its resources is linked.
+static void initializeResources()
+{
+    Q_INIT_RESOURCE(completion);
+}
+
 namespace {
 
 /// A line as a POSIX shell reads it up to where the user types.
@@ -85,6 +91,7 @@ private:
 
     void printFile(const QString& name)
     {
+        initializeResources();
         QFile file(name);
         if (!file.open(QIODevice::ReadOnly))
             return fail(file.errorString());

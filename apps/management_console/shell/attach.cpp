@@ -122,8 +122,8 @@ private:
     void request(const QByteArray& message)
     {
         if (message.size() > CommandProtocol::longestMessage) {
-            showError(QStringLiteral("kyr_console: a command is at most %1 MiB long")
-                          .arg(CommandProtocol::longestMessage / 1024 / 1024));
+            m_screen.error(QStringLiteral("kyr_console: a command is at most %1 MiB long")
+                               .arg(CommandProtocol::longestMessage / 1024 / 1024));
             return concludeCommand(2);
         }
         m_waiting = true;
@@ -253,8 +253,8 @@ private:
             return m_editor->readHidden(question);
         if (m_command.isEmpty())
             return sendEnd();
-        m_screen.progress(question);
         m_hidden = std::make_unique<Terminal::Hidden>();
+        m_screen.progress(question);
         m_input.want();
     }
 

@@ -230,6 +230,7 @@ void Command::fail(const QString& reason)
         m_watch->end();
     if (!m_done)
         warn(reason);
+    m_filesBegun = 0; // what went wrong may be one of these
     done(1);
 }
 

@@ -76,8 +76,8 @@ void Console::askPassword(const QString& question)
         return m_editor->readHidden(question);
     if (m_input != Input::Arguments)
         return giveNoInput();
-    m_screen.progress(question);
     m_hidden = std::make_unique<Terminal::Hidden>();
+    m_screen.progress(question);
     m_lineInput.want();
 }
 
