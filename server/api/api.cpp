@@ -252,8 +252,11 @@ QString CApi::Private::lacking(const ApiMethod& method, const QVariantList& argu
         if (use == ApiUse::Reads) {
             if (!session.may(*permission) && !session.may(ofGroups))
                 need(*permission);
+            const QVariantMap filter = method.argument(arguments, "filter").toMap();
+            if (filter.contains(classKey) && *permission != ofGroups)
+                need(filter.value(classKey).toInt() == UserClassGroup ? ofGroups : *permission);
             // Whether a code is there is as much as the code.
-            if (collection == QLatin1String("Codes") && method.argument(arguments, "filter").toMap().contains(codeKey))
+            if (collection == QLatin1String("Codes") && filter.contains(codeKey))
                 need(PermissionReadPasswords);
         } else {
             const QVariantMap properties = method.argument(arguments, "properties").toMap();
@@ -298,8 +301,10 @@ QVariant CApi::Private::concealed(const ApiMethod& method, const QVariantList& a
     const QVariantList items = value.toList();
     for (const QVariant& item : items) {
         const QVariantMap map = item.toMap();
+        // Fields that were asked for may leave it out; then the class was asked for as well.
         const bool isGroup = map.value(classKey).toInt() == UserClassGroup;
-        if (!isOfUsers || session.may(isGroup ? PermissionUserGroupsRead : PermissionUsersRead))
+        if (!isOfUsers || !map.contains(classKey)
+            || session.may(isGroup ? PermissionUserGroupsRead : PermissionUsersRead))
             kept.append(conceal(map));
     }
     return kept;
@@ -474,6 +479,13 @@ void CApi::Private::invoke(const std::shared_ptr<ApiCall>& call, const ApiMethod
     act(call->session);
     operations.setCall(call);
     QVariantList given = arguments;
+    // Users and groups stand in one collection: who may read the ones alone asks for them alone.
+    if (method.name == QLatin1String("getModel") && collectionIn(method, arguments) == QLatin1String("UsersGroups")
+        && !call->session.may(PermissionUsersRead | PermissionUserGroupsRead)) {
+        QVariantMap filter = given.at(1).toMap();
+        filter.insert(classKey, call->session.may(PermissionUsersRead) ? UserClassUser : UserClassGroup);
+        given[1] = filter;
+    }
     if (method.name == QLatin1String("deviceAction")) {
         QVariantMap parameters = given.at(1).toMap();
         parameters.insert(QStringLiteral("operator"), QString::number(call->session.user.value()));

@@ -27,6 +27,7 @@ class Client:
 
     def __init__(self, port, headers=()):
         self.socket = WebSocket(f"wss://127.0.0.1:{port}/api", AUTHORITY, headers)
+        self.port = port
         self.socket.socket.settimeout(WAIT)
         self.heard = []
 

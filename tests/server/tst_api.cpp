@@ -158,6 +158,10 @@ private Q_SLOTS:
         QVERIFY(!users.isEmpty());
         for (const QJsonValue& each : users)
             QCOMPARE(each.toObject().value("class").toInt(), 1);
+        QCOMPARE(
+            result(clerk, "getModel", QJsonArray{"UsersGroups", QJsonObject(), QJsonArray{"label"}}).toArray().size(),
+            users.size());
+        QCOMPARE(error(clerk, "getModel", QJsonArray{"UsersGroups", QJsonObject{{"class", "2"}}}), -32003);
         const QJsonArray codes = result(clerk, "getModel", QJsonArray{"Codes"}).toArray();
         QVERIFY(!codes.isEmpty() && !codes.at(0).toObject().contains("code"));
         m_model->setLoginPermissions("clerk", PermissionCodesRead | PermissionReadPasswords);

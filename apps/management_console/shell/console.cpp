@@ -16,7 +16,11 @@ Console::Console(Session& session, CAbstractCliIO* io, Input input, QObject* par
 {
     connect(&m_runner, &CommandRunner::finished, this, &Console::onCommandFinished);
     connect(&m_runner, &CommandRunner::leaveWanted, this, [this] { m_ending = true; });
-    connect(&m_session, &Session::shutdownWanted, this, [this] { m_ending = true; });
+    connect(&m_session, &Session::shutdownWanted, this, [this] {
+        m_ending = true;
+        if (!m_runner.isRunning())
+            terminate();
+    });
     connect(&m_runner, &CommandRunner::inputWanted, this, [this] {
         // Lines that are typed or piped in are commands.
         if (m_input == Input::Arguments)

@@ -18,6 +18,14 @@
 #include <server/bridge/notification_bridge.h>
 #include <server/model/sql_access_control.h>
 
+#include <QtCore/QTimer>
+
+namespace {
+
+constexpr int quitDelayMs = 200;
+
+} // namespace
+
 Session::Session(const std::vector<const CommandEntry*>& commands, const QString& database)
     : m_commands(commands)
     , m_database(database.isEmpty() ? defaultDatabase() : database)
@@ -117,6 +125,9 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
             m_trail->setChainName(name);
         m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, m_trail->chainName(), m_operatorName);
         m_deviceService->setController(&m_doors->controller);
+        // Who asked for it by the API is answered first.
+        connect(installation, &ISimpleAccessControl::aboutToQuit, m_server.get(),
+                [this] { QTimer::singleShot(quitDelayMs, m_server.get(), [this] { shutDown(); }); });
         m_api = std::make_unique<ServedApi>(m_server.get(), m_doors.get(), m_deviceService.get());
     }
     connect(m_server.get(), &DeviceServer::deviceCame, this, [this](const DeviceLink::Identity& device) {
