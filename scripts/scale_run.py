@@ -318,6 +318,37 @@ class Scale:
                 return RECOVERY_SECONDS
             time.sleep(0.3)
 
+    # --- What it costs
+
+    def cost(self, seconds=10):
+        """Of a core, and memory, while nothing but signs of life go on and then while cards are held to doors."""
+        programs = {**{name: [server.process.pid] for name, server in self.servers.items()},
+                    "broker": [self.broker.process.pid]}
+        if not isinstance(self.database, Sqlite):
+            postmaster = self.database.process.pid
+            programs[self.database.name] = [postmaster, *map(int, subprocess.run(
+                ["pgrep", "-P", str(postmaster)], capture_output=True, text=True, check=False).stdout.split())]
+
+        def used(pids):
+            total = 0
+            for pid in pids:
+                try:
+                    with open(f"/proc/{pid}/stat", encoding="utf-8") as file:
+                        total += sum(map(int, file.read().rpartition(")")[2].split()[11:13]))
+                except FileNotFoundError:
+                    pass
+            return total / os.sysconf("SC_CLK_TCK")
+
+        before = {name: used(pids) for name, pids in programs.items()}
+        answered = self.cards["answered"]
+        time.sleep(seconds)
+        share = {name: 100 * (used(pids) - before[name]) / seconds for name, pids in programs.items()}
+        with open(f"/proc/{self.servers['north'].process.pid}/status", encoding="utf-8") as file:
+            memory = next(int(line.split()[1]) for line in file if line.startswith("VmRSS")) // 1024
+        rate = (self.cards["answered"] - answered) / seconds
+        print(f"{rate:4.1f} cards a second: " + ", ".join(f"{name} {value:.1f} %" for name, value in share.items())
+              + f" of a core; north has {memory} MB", flush=True)
+
     # --- The account
 
     def settle(self):
@@ -367,11 +398,14 @@ class Scale:
                 simulator.start()
             self.until_whole("the start")
             print(f"{self.count} locks linked, up to date and told by {len(SERVERS)} servers {time.monotonic() - begin:.1f} s after the "
-                  "start\n\nkilled        away  whole again after", flush=True)
+                  "start", flush=True)
+            self.cost()
             self.busy.set()
             people = [threading.Thread(target=work) for work in (self.hold_cards, self.change)]
             for person in people:
                 person.start()
+            self.cost()
+            print("\nkilled        away  whole again after", flush=True)
             parts = [*self.servers.values(), self.broker, self.simulators[0]]
             if not isinstance(self.database, Sqlite):
                 parts.append(self.database)

@@ -106,11 +106,13 @@ void CMqttClient::Shared::tell(News news)
     if (!receiver)
         return;
     if (news.kind == News::Received) {
-        if (m_waitingMessages >= mostWaiting) {
+        const qint64 bytes = news.message.payload.size();
+        if (m_waitingMessages >= mostWaiting || m_waitingBytes + bytes > mostWaitingBytes) {
             ++m_dropped;
             return;
         }
         ++m_waitingMessages;
+        m_waitingBytes += bytes;
     }
     m_news.push_back(std::move(news));
     if (m_news.size() == 1) {
@@ -124,6 +126,7 @@ std::deque<CMqttClient::Shared::News> CMqttClient::Shared::takeNews()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_waitingMessages = 0;
+    m_waitingBytes = 0;
     return std::exchange(m_news, {});
 }
 
@@ -194,10 +197,6 @@ QString CMqttClient::Thread::connectOnce()
     numbers.clear();
     refusal.clear();
     hasFarewell = false;
-    shared->takeOrders();
-    shared->waker.clear();
-    if (shared->isStopping())
-        return {};
     QString fault;
     SslContext context;
     if (settings.withTls) {
@@ -206,9 +205,17 @@ QString CMqttClient::Thread::connectOnce()
             return fault;
     }
     bool isStopped = false;
-    fault = QString::fromLocal8Bit(BrokerSocket::probe(settings.host.toStdString(), settings.port, context.get(),
-                                                       shared->waker, settings.answerMs, &isStopped)
-                                       .c_str());
+    do {
+        // A message for the connection that has ended, handed over a moment too late, wakes as well.
+        isStopped = false;
+        shared->takeOrders();
+        shared->waker.clear();
+        if (shared->isStopping())
+            return {};
+        fault = QString::fromLocal8Bit(BrokerSocket::probe(settings.host.toStdString(), settings.port, context.get(),
+                                                           shared->waker, settings.answerMs, &isStopped)
+                                           .c_str());
+    } while (isStopped && !shared->isStopping());
     if (isStopped || !fault.isEmpty())
         return fault;
     // A new one for each connection: what another one had queued would be sent twice.

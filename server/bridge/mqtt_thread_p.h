@@ -61,6 +61,7 @@ private:
     std::deque<Order> m_orders;
     std::deque<News> m_news;
     int m_waitingMessages = 0;
+    qint64 m_waitingBytes = 0;
     qint64 m_dropped = 0;
     bool m_isStopping = false;
     bool m_isStarted = false;

@@ -23,8 +23,9 @@ const QString notifyMethod = QStringLiteral("notify");
 
 // What comes at once is taken up at once.
 constexpr int collectDelayMs = 10;
-// Until the database is asked again that was busy or away.
+// Until the database is asked again that was busy; after so many times it is away, and asked with each beat.
 constexpr int busyDelayMs = 100;
+constexpr int mostBusy = 10;
 constexpr int acknowledgeDelayMs = 200;
 // Until the broker is asked again to take what it refused.
 constexpr int refusedDelayMs = 30000;
@@ -111,6 +112,7 @@ public:
 
     void collectLater(int milliseconds);
     void collect();
+    void collectAgain();
     void writeAcknowledged();
     void rewind();
     void fill();
@@ -142,7 +144,8 @@ public:
     int turn = 0;
     QHash<QString, Peer> peers;
     QString refusal;
-    qint64 refused = 0;
+    qint64 refused = 0; ///< of the ring: nobody sends them again
+    int busy = 0;
     bool isForwarding = false;
     QTimer collectTimer;
     QTimer beatTimer;
@@ -158,13 +161,20 @@ void CNotificationBridge::Private::collectLater(int milliseconds)
         collectTimer.start(milliseconds);
 }
 
+void CNotificationBridge::Private::collectAgain()
+{
+    if (++busy <= mostBusy)
+        collectLater(busyDelayMs);
+    fill();
+}
+
 void CNotificationBridge::Private::collect()
 {
     if (!store.exists())
         return;
     if (!store.isOpen()) {
         if (!store.open())
-            return collectLater(busyDelayMs);
+            return collectAgain();
         store.beat();
         for (const QString& source : BridgeStore::sources()) {
             durables[source].acknowledged = store.acknowledged(source);
@@ -173,8 +183,9 @@ void CNotificationBridge::Private::collect()
     }
     const BridgeStore::Result result = store.collect();
     if (result == BridgeStore::Failed)
-        collectLater(busyDelayMs);
-    else if (result == BridgeStore::More)
+        return collectAgain();
+    busy = 0;
+    if (result == BridgeStore::More)
         collectLater(0);
     fill();
 }
@@ -351,7 +362,7 @@ void CNotificationBridge::Private::onPublished(qint64 id, const QString& fault)
     const InFlight what = *found;
     inFlight.erase(found);
     if (!fault.isEmpty()) {
-        ++refused;
+        refused += what.kind == InFlight::Ring;
         const QString text = QStringLiteral("%1 is refused: %2").arg(what.topic, fault);
         if (refusal.isEmpty()) {
             qWarning("Broker %s: %s", qUtf8Printable(broker.url()), qUtf8Printable(text));
@@ -571,7 +582,7 @@ CNotificationBridge::Status CNotificationBridge::status() const
     status.broker = d->broker.url();
     status.fault = status.isConnected ? d->refusal : d->client->fault();
     status.waiting = (d->store.isOpen() ? d->store.waiting() : 0) + d->ring.waiting();
-    status.dropped = d->ring.dropped() + d->client->dropped();
+    status.dropped = d->ring.dropped() + d->refused + d->client->dropped();
     status.isPublisher = d->store.isPublisher();
     return status;
 }
