@@ -17,7 +17,7 @@ class KYR_SERVER_TEST_EXPORT BridgeStore
 {
 public:
     /// Kept behind the last acknowledged one, for those who missed some.
-    static constexpr int keptMessages = 1000;
+    static constexpr int keptMessages = 10000;
     /// Taken up in one transaction.
     static constexpr int rowsPerStep = 200;
 

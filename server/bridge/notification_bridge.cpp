@@ -32,7 +32,7 @@ constexpr int refusedDelayMs = 30000;
 constexpr int prefetched = 100;
 // Of others: servers times sources that are followed, and numbers of one of them that are waited for.
 constexpr int mostPeers = 1000;
-constexpr int mostMissing = CNotificationBridge::mostReplayed;
+constexpr int mostMissing = 1000;
 
 QByteArray stateText(const char* state)
 {

@@ -48,7 +48,7 @@ class KYR_SERVER_EXPORT CNotificationBridge : public QObject
 
 public:
     static constexpr int mostInFlight = 20;
-    static constexpr int mostReplayed = 1000;
+    static constexpr int mostReplayed = 10000;
 
     struct Settings
     {
