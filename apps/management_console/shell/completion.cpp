@@ -68,7 +68,7 @@ public:
     void offerValues(const QString& name, const QString& prefix = {})
     {
         const QString begin = m_word.mid(prefix.size());
-        if (name == QLatin1String("FILE")) {
+        if (name.startsWith(QLatin1String("FILE"))) {
             m_found.files = true;
             m_found.filePrefix = prefix;
         } else if (name == QLatin1String("COMMAND")) {
