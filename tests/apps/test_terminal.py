@@ -148,7 +148,7 @@ class AtTerminal(unittest.TestCase):
         tool.line("kyr>")
         tool.type("doors set M\tFloor=\u00fc\u6f22\r")
         tool.line("kyr>")
-        tool.type('codes add 4711\rmedia --token=x\r users\rmail --password hush\rlogins password anna --password-file x\r')
+        tool.type('codes add 4711\rcoeds add 4712\rmedia --token=x\r users\rmail --password hush\rlogins password anna --password-file x\r')
         tool.until("there is no login")
         tool.type("\x12floor")
         tool.until('(search "floor") doors set')

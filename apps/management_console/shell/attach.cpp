@@ -154,7 +154,7 @@ private:
         onReadable();
         if (m_waiting)
             giveUp(QStringLiteral("the console has gone"));
-        else if (!m_leaving)
+        else if (!m_leaving && !m_screen.isPaging())
             leave(0);
     }
 

@@ -5,6 +5,7 @@
 #include "shell/command.h"
 #include "shell/command_words.h"
 #include "shell/no_output.h"
+#include "shell/terminal.h"
 
 #include <foundation/services/script_service.h>
 #include <server/audit/audit_event.h>
@@ -103,8 +104,10 @@ private:
         QString error;
         if (const CSqlAccessControl* model = m_session.model(error)) {
             const QStringList names = ItemNames(model).thatBegin(kind, begin, mostNames);
-            for (const QString& name : names)
-                m_found.words.append(prefix + name);
+            for (const QString& name : names) {
+                if (Terminal::printable(name) == name)
+                    m_found.words.append(prefix + name);
+            }
         }
         if (kind != Named::Device || !m_session.server())
             return;

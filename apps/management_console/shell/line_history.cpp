@@ -11,6 +11,8 @@
 #include <QtCore/QSaveFile>
 #include <QtCore/QTemporaryFile>
 
+#include <algorithm>
+
 namespace {
 
 constexpr qint64 mostBytes = 0x1000000; // of the file; a larger one was made by something else
@@ -34,6 +36,12 @@ bool isSecretValue(const QString& word)
                        "\"[^\"]*(password|passwd|token|secret|pin|code)[^\"]*\"\\s*:|://[^/@]*:[^/]*@"),
         QRegularExpression::CaseInsensitiveOption);
     return secret.match(word).hasMatch();
+}
+
+bool isDigits(const QString& word)
+{
+    return !word.isEmpty()
+           && std::all_of(word.begin(), word.end(), [](QChar character) { return character.isDigit(); });
 }
 
 } // namespace
