@@ -66,10 +66,14 @@ bool LineHistory::mayLast(const QString& line)
     if (line.isEmpty() || line.size() > longestLine || line.at(0).isSpace())
         return false;
     const QStringList words = commandWords(line);
-    // The digits of a code stand among the arguments of `codes`, wherever its options stand.
-    if (words.isEmpty()
-        || (words.constFirst().startsWith(QLatin1String("code")) && words.size() > 1
-            && words.contains(QLatin1String("add"))))
+    if (words.isEmpty())
+        return false;
+    // The digits of a code stand among the arguments of `codes add`, wherever its options stand; "coeds" is a command
+    // that was meant to be that one.
+    const QString command = words.constFirst();
+    if (words.contains(QLatin1String("add"))
+        && (command == QLatin1String("codes")
+            || (command != QLatin1String("media") && std::any_of(words.begin(), words.end(), isDigits))))
         return false;
     for (const QString& word : words) {
         if (isSecretOption(word) || isSecretValue(word))
