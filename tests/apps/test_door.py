@@ -106,8 +106,8 @@ class Door(unittest.TestCase):
         self.port = server.port
         return server
 
-    def locks(self):
-        return simulator("--count", 2, "--label", LABELS[0], "--ca", CA, "--call", f"https://127.0.0.1:{self.port}", "--certificate",
+    def locks(self, count=2):
+        return simulator("--count", count, "--label", LABELS[0], "--ca", CA, "--call", f"https://127.0.0.1:{self.port}", "--certificate",
                          f"{self.certificates}/%1.pem", "--key", f"{self.certificates}/%1.key", "--state", f"{self.dir}/state",
                          "--control", f"{self.dir}/locks.socket")[0]
 
@@ -300,6 +300,33 @@ class Door(unittest.TestCase):
         for event in self.table("events"):
             event["details"].pop("deviceEpoch", None)
             self.assertNotRegex(str(event), "471[12]")
+
+    def test_many_doors(self):
+        """How soon a card that another process blocks is blocked at all doors; KYR_DOORS says at how many."""
+        count = int(os.environ.get("KYR_DOORS", "5"))
+        tool, devices, _ = simulator("--count", count, "--label", LABELS[0])
+        with tool:
+            labels = [device["device"] for device in devices]
+        for label in labels[len(LABELS):]:
+            certificate(label, self.certificates, f"{BUILD}/dev-ca")
+        lines = ["groups add Staff", "schedules add Hours 'Mon-Fri 07:00-19:00'", "users add Anna", f"media add {ANNA} --user Anna"]
+        for number in range(100):
+            lines += [f"users add U{number}", f"media add 04:00:00:{number:02X} --user U{number}", f"groups join Staff U{number}"]
+        for number, label in enumerate(labels):
+            lines += [f"doors add D{number}", f"doors assign D{number} {label}", f"grant Staff D{number} --schedule Hours",
+                      f"grant Anna D{number}"]
+        self.assertEqual(console(database=self.database, stdin="\n".join(lines))[0], 0)
+
+        def lists():
+            return [row["revision"] for row in json.loads(self.attached("devices", "--json")[1]) if row["upToDate"]]
+
+        with self.serve(), self.locks(count):
+            self.eventually(lambda: len(lists()) == count, WAIT + count / 4)
+            before = lists()
+            begin = time.monotonic()
+            self.ask("media", "block", ANNA)
+            self.eventually(lambda: len(set(lists()) - set(before)) > 0 and len(lists()) == count)
+            print(f"all of {count} doors have a change after {time.monotonic() - begin:.2f} s")
 
 
 if __name__ == "__main__":
