@@ -1,5 +1,7 @@
 #include <server/audit/audit_head.h>
 
+#include <server/database/new_file_p.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
@@ -86,6 +88,13 @@ bool AuditKey::load(const QString& fileName, bool create, QString& error)
         }
         if (!generate(error))
             return false;
+        // Beside a database on a server nothing was written so far.
+        QString reason;
+        if (!NewFile::makeFolder(fileName, &reason)) {
+            error = QStringLiteral("could not make the folder of the key \"%1\": %2").arg(fileName, reason);
+            d->key.reset();
+            return false;
+        }
         const Bio bio(BIO_new(BIO_s_mem()));
         PEM_write_bio_PrivateKey(bio.get(), d->key.get(), nullptr, nullptr, 0, nullptr, nullptr);
         // Complete under another name first, and never in place of one that another process has made meanwhile.

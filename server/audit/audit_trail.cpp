@@ -1,7 +1,6 @@
 #include <server/audit/audit_trail_p.h>
 
 #include <QtCore/QDateTime>
-#include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
@@ -180,7 +179,7 @@ bool CAuditTrail::Private::appendOne(SqlStatement& add, qint64 ofChain, const Au
 
 QString CAuditTrail::Private::keyFile() const
 {
-    return QFileInfo(database->location()).absolutePath() + QStringLiteral("/audit.key");
+    return database->folder() + QStringLiteral("/audit.key");
 }
 
 bool CAuditTrail::Private::needKey()

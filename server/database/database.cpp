@@ -1,42 +1,48 @@
 #include <server/database/database.h>
 
+#include <server/database/database_place_p.h>
 #include <server/database/new_file_p.h>
+#include <server/database/postgres_location_p.h>
 #include <server/database/schema_p.h>
-#include <server/database/sql_dialect_p.h>
 #include <server/database/sql_statement_p.h>
+#include <server/database/sqlite_connection_p.h>
 
-#include <QtCore/QDir>
+#include <foundation/core/environment_variable.h>
+
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QHash>
+#include <QtCore/QPointer>
+#include <QtCore/QStandardPaths>
 #include <QtCore/QTimer>
-#include <QtCore/QUuid>
-#include <QtCore/QVariant>
-#include <QtSql/QSqlDatabase>
-#include <QtSql/QSqlError>
-#include <QtSql/QSqlQuery>
 
+#include <unordered_map>
 #include <utility>
 
 namespace {
 
 const QString memoryLocation = QStringLiteral("memory");
 
-QString quoted(QString text)
+struct TextHash
 {
-    return QLatin1Char('\'') + text.replace(QLatin1Char('\''), QLatin1String("''")) + QLatin1Char('\'');
-}
+    size_t operator()(const QString& text) const { return qHash(text); }
+};
 
 } // namespace
 
 class CDatabase::Private
 {
 public:
+    explicit Private(CDatabase* database)
+        : q(database)
+    {
+    }
+
     enum State
     {
         Closed,
-        Awaited, ///< the file is not there; an empty installation in memory stands for it
-        Open
+        Awaited, ///< nothing is stored yet; an empty installation in memory stands for it
+        Open,
+        Away ///< the server cannot be reached
     };
 
     bool fail(const QString& text)
@@ -44,43 +50,46 @@ public:
         errorString = text;
         return false;
     }
-    void setBusyTimeout() { QSqlQuery(connection).exec(QStringLiteral("PRAGMA busy_timeout=%1").arg(writeWait)); }
-    bool connectTo(const QString& name);
-    bool openAwaited();
-    bool openFile();
-    bool copyBeforeMigration(int version);
-    bool makeFile();
-    bool vacuumInto(const QString& path);
-    qint64 dataVersion();
-    void disconnect();
-    // An empty file is one that a program was killed over before it had made anything.
-    bool fileIsThere() const { return QFileInfo(path).isDir() || QFileInfo(path).size() > 0; }
+    void use(std::shared_ptr<SqlConnection> other);
+    bool openMemory();
+    bool openPlace();
+    /// Looks whether the server is still there; else everything fails from now on.
+    bool isLost();
+    void tryAgain();
+    bool isBusy() const { return depth > 0 || reading > 0; }
 
+    CDatabase* q;
     State state = Closed;
     QString location;
-    QString path;
-    QList<QStringList> scripts;
+    QString authority;
+    std::unique_ptr<DatabasePlace> place; ///< none for "memory"
     QString errorString;
-    QSqlDatabase connection;
-    QHash<QString, QSqlQuery> idle;
+    std::shared_ptr<SqlConnection> connection;
+    int connectionNumber = 0;
+    std::unordered_map<QString, std::unique_ptr<SqlCursor>, TextHash> idle;
     int inUse = 0;
+    int version = 0;
     int writeWait = defaultWriteWait;
+    int answerWait = defaultAnswerWait;
     int depth = 0;
     qint64 failures = 0;
     int reading = 0;
     bool readBegun = false;
     bool failed = false;
     bool begun = false;
-    qint64 seenVersion = 0;
+    int pause = firstPause;
     QTimer watcher;
+    QTimer retry;
 };
 
 CDatabase::CDatabase(QObject* parent)
     : QObject(parent)
-    , d(std::make_unique<Private>())
+    , d(std::make_unique<Private>(this))
 {
     d->watcher.setInterval(watchInterval);
+    d->retry.setSingleShot(true);
     connect(&d->watcher, &QTimer::timeout, this, &CDatabase::watch);
+    connect(&d->retry, &QTimer::timeout, this, [this] { d->place->reach(); });
 }
 
 CDatabase::~CDatabase()
@@ -90,115 +99,36 @@ CDatabase::~CDatabase()
 
 // --- Opening
 
-void CDatabase::Private::disconnect()
+void CDatabase::Private::use(std::shared_ptr<SqlConnection> other)
 {
     idle.clear();
-    const QString name = connection.connectionName();
-    connection = QSqlDatabase();
-    if (!name.isEmpty())
-        QSqlDatabase::removeDatabase(name);
+    ++connectionNumber;
+    connection = std::move(other);
+    if (connection)
+        connection->setWriteWait(writeWait);
 }
 
-bool CDatabase::Private::connectTo(const QString& name)
+bool CDatabase::Private::openMemory()
 {
-    const SqlDialect& dialect = SqlDialect::sqlite();
-    disconnect();
-    if (!QSqlDatabase::isDriverAvailable(dialect.driver))
-        return fail(QStringLiteral("Qt's SQLite driver is missing (Debian: libqt5sql5-sqlite)"));
-    connection = QSqlDatabase::addDatabase(dialect.driver, QUuid::createUuid().toString());
-    connection.setDatabaseName(name);
-    if (!connection.open())
-        return fail(SqlDialect::explain(location, connection.lastError()));
-    setBusyTimeout();
-    QSqlQuery query(connection);
-    for (const QString& setting : dialect.settings) {
-        if (!query.exec(setting))
-            return fail(SqlDialect::explain(location, query.lastError()));
-    }
+    state = Closed;
+    std::shared_ptr<SqlConnection> memory = SqliteConnection::open(QStringLiteral(":memory:"), location, &errorString);
+    const QList<QStringList> scripts = Schema::scripts(SqlDialect::sqlite().migrations);
+    if (!memory || !Schema::migrate(*memory, location, scripts, &errorString))
+        return false;
+    use(std::move(memory));
+    state = place ? Awaited : Open;
     return true;
 }
 
-bool CDatabase::Private::openAwaited()
+bool CDatabase::Private::openPlace()
 {
-    state = Closed;
-    if (!connectTo(QStringLiteral(":memory:")) || !Schema::migrate(connection, location, scripts, &errorString))
-        return false;
-    state = location == memoryLocation ? Open : Awaited;
-    return true;
-}
-
-// Nothing is written but where the file is older than this program.
-bool CDatabase::Private::openFile()
-{
-    state = Closed;
-    const QString refusal = Schema::refusal(path, scripts.size());
-    if (!refusal.isEmpty())
-        return fail(refusal);
-    if (!connectTo(path))
-        return false;
-    const int version = Schema::version(connection);
-    QSqlQuery query(connection);
-    if (version < 0 || !query.exec(QStringLiteral("SELECT count(*) FROM sqlite_master")) || !query.next()) {
-        const QSqlError error = query.lastError();
-        return fail(error.isValid() ? SqlDialect::explain(location, error)
-                                    : QString(location + QLatin1String(" cannot be read")));
-    }
-    query.finish();
-    // The header may be older than the log beside the file.
-    if (version > scripts.size())
-        return fail(Schema::newerText(location, version, scripts.size()));
-    if (version < scripts.size()
-        && ((version > 0 && !copyBeforeMigration(version))
-            || !Schema::migrate(connection, location, scripts, &errorString)))
-        return false;
-    // Readers then never wait for a writer; a file in another mode works, too.
-    query.exec(QStringLiteral("PRAGMA journal_mode=WAL"));
-    query.finish();
+    QString reason;
+    std::shared_ptr<SqlConnection> opened = place->open(&reason);
+    if (!opened)
+        return fail(reason);
+    use(std::move(opened));
     state = Open;
-    seenVersion = dataVersion();
     return true;
-}
-
-bool CDatabase::Private::copyBeforeMigration(int version)
-{
-    const QString copy = path + QStringLiteral(".version-%1").arg(version);
-    // What stands there is the same copy: this migration was begun before and not finished.
-    if (QFileInfo(copy).size() > 0)
-        return true;
-    QFile::remove(copy);
-    const QString part = copy + QLatin1String(".part");
-    QFile::remove(part);
-    QString reason;
-    if (NewFile::make(part, &reason) != NewFile::Made)
-        return fail(QStringLiteral("%1 cannot be copied before its version is raised: %2").arg(location, reason));
-    if (!vacuumInto(part))
-        return false;
-    if (!QFile::rename(part, copy) || !NewFile::sync(copy))
-        return fail(QStringLiteral("%1 cannot be made before the version of %2 is raised").arg(copy, location));
-    return true;
-}
-
-bool CDatabase::Private::vacuumInto(const QString& target)
-{
-    QSqlQuery query(connection);
-    if (query.exec(QLatin1String("VACUUM INTO ") + quoted(target)) && NewFile::sync(target))
-        return true;
-    errorString = SqlDialect::explain(target, query.lastError());
-    QFile::remove(target);
-    return false;
-}
-
-// At the first change. Of two programs that do it at once one waits for the other's migration.
-bool CDatabase::Private::makeFile()
-{
-    QString reason;
-    if (!NewFile::makeFolder(path, &reason) || NewFile::make(path, &reason) == NewFile::Failed)
-        return fail(QStringLiteral("%1 cannot be made: %2").arg(location, reason));
-    if (openFile())
-        return true;
-    const QString why = errorString;
-    openAwaited();
-    return fail(why);
 }
 
 bool CDatabase::open(const QString& location, const QString& migrations)
@@ -206,24 +136,45 @@ bool CDatabase::open(const QString& location, const QString& migrations)
     close();
     d->location = location;
     d->errorString.clear();
-    d->scripts = Schema::scripts(migrations.isEmpty() ? SqlDialect::sqlite().migrations : migrations);
+    d->place.reset();
     if (location.isEmpty())
         return d->fail(QStringLiteral("a database has a name"));
-    d->path = location == memoryLocation ? QString() : QFileInfo(location).absoluteFilePath();
-    const bool open = d->path.isEmpty() || !d->fileIsThere() ? d->openAwaited() : d->openFile();
-    if (!open) {
-        d->disconnect();
+    const bool isServer = PostgresLocation::isOne(location);
+    if (!isServer && location.contains(QLatin1String("://")))
+        return d->fail(QStringLiteral("%1 is no kind of database that is known here").arg(location));
+    const SqlDialect& dialect = isServer ? SqlDialect::postgresql() : SqlDialect::sqlite();
+    const QString folder = migrations.isEmpty() ? dialect.migrations : migrations;
+    d->version = Schema::scripts(folder).size();
+    if (isServer)
+        d->place = makePostgresPlace(location, d->authority, folder, &d->errorString);
+    else if (location != memoryLocation)
+        d->place = makeFilePlace(QFileInfo(location).absoluteFilePath(), location, folder);
+    if (!d->place)
+        return location == memoryLocation && d->openMemory();
+    connect(d->place.get(), &DatabasePlace::noticed, this, &CDatabase::watch);
+    connect(d->place.get(), &DatabasePlace::reached, this, &CDatabase::comeBack);
+    connect(d->place.get(), &DatabasePlace::missed, this, [this] { d->tryAgain(); });
+    d->place->setAnswerWait(d->answerWait);
+    QString reason;
+    if (!d->place->connectTo(&reason))
+        return d->fail(reason);
+    if (!(d->place->isThere() ? d->openPlace() : d->openMemory())) {
+        d->use(nullptr);
         return false;
     }
-    if (!d->path.isEmpty())
-        d->watcher.start();
+    if (d->isLost()) {
+        close();
+        return false;
+    }
+    d->watcher.start();
     return true;
 }
 
 void CDatabase::close()
 {
     d->watcher.stop();
-    d->disconnect();
+    d->retry.stop();
+    d->use(nullptr);
     d->state = Private::Closed;
     d->depth = d->reading = 0;
     d->failed = d->begun = d->readBegun = false;
@@ -241,17 +192,40 @@ QString CDatabase::location() const
 
 QString CDatabase::backend() const
 {
-    return d->path.isEmpty() ? memoryLocation : QStringLiteral("sqlite");
+    return d->place ? d->place->backend() : memoryLocation;
+}
+
+QString CDatabase::folder() const
+{
+    if (!d->place)
+        return {};
+    return PostgresLocation::isOne(d->location) ? defaultFolder() : QFileInfo(d->location).absolutePath();
+}
+
+QString CDatabase::defaultFolder()
+{
+    // The service manager tells a service its folder by this variable; of several the first is meant.
+    const QString state = CEnvironmentVariable::valueTrimmed("STATE_DIRECTORY")
+                              .section(QLatin1Char(':'), 0, 0, QString::SectionSkipEmpty);
+    return state.isEmpty()
+               ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QLatin1String("/kyr")
+               : state;
 }
 
 int CDatabase::version() const
 {
-    return isOpen() ? d->scripts.size() : 0;
+    return isOpen() ? d->version : 0;
 }
 
 bool CDatabase::exists()
 {
-    return d->state == Private::Open || (d->state == Private::Awaited && d->fileIsThere());
+    return d->state == Private::Open || d->state == Private::Away
+           || (d->state == Private::Awaited && d->place->isThere());
+}
+
+bool CDatabase::isAway() const
+{
+    return d->state == Private::Away;
 }
 
 qint64 CDatabase::failures() const
@@ -267,8 +241,8 @@ QString CDatabase::errorString() const
 void CDatabase::setWriteWait(int milliseconds)
 {
     d->writeWait = qMax(0, milliseconds);
-    if (isOpen())
-        d->setBusyTimeout();
+    if (d->connection)
+        d->connection->setWriteWait(d->writeWait);
 }
 
 int CDatabase::writeWait() const
@@ -276,41 +250,134 @@ int CDatabase::writeWait() const
     return d->writeWait;
 }
 
+void CDatabase::setAnswerWait(int milliseconds)
+{
+    constexpr int shortest = 10;
+    d->answerWait = qMax(shortest, milliseconds);
+    if (d->place)
+        d->place->setAnswerWait(d->answerWait);
+}
+
+int CDatabase::answerWait() const
+{
+    return d->answerWait;
+}
+
+void CDatabase::setAuthority(const QString& file)
+{
+    d->authority = file;
+}
+
+// --- Away and back
+
+bool CDatabase::Private::isLost()
+{
+    QString reason;
+    if (state == Closed || !place || !place->isLost(&reason))
+        return false;
+    failed = depth > 0;
+    fail(reason);
+    if (state != Away) {
+        state = Away;
+        qWarning("Database: %s", qUtf8Printable(reason));
+        pause = firstPause;
+        retry.start(pause);
+        // Not from within a statement.
+        QTimer::singleShot(0, q, [this] {
+            if (state == Away)
+                Q_EMIT q->awayChanged(true);
+        });
+    }
+    return true;
+}
+
+void CDatabase::Private::tryAgain()
+{
+    QString reason;
+    if (place->isLost(&reason))
+        errorString = reason;
+    pause = qMin(2 * pause, longestPause);
+    retry.start(pause);
+}
+
+void CDatabase::comeBack()
+{
+    // What is half done there is not gone on with here.
+    if (d->state != Private::Away || d->isBusy() || d->inUse > 0) {
+        d->retry.start(firstPause);
+        return;
+    }
+    if (!(d->place->isThere() ? d->openPlace() : d->openMemory()) || d->isLost()) {
+        d->state = Private::Away;
+        d->tryAgain();
+        return;
+    }
+    qInfo("Database: %s is there again", qUtf8Printable(d->location));
+    const QPointer<CDatabase> guard(this);
+    Q_EMIT awayChanged(false);
+    if (guard)
+        Q_EMIT changedByOthers();
+}
+
+void CDatabase::watch()
+{
+    if (d->state == Private::Closed || d->state == Private::Away || d->isBusy())
+        return;
+    if (d->state == Private::Awaited) {
+        if (d->place->isThere() && d->inUse == 0 && d->openPlace())
+            Q_EMIT changedByOthers();
+        else
+            d->isLost();
+        return;
+    }
+    const bool hasChanged = d->place->hasChanged();
+    if (!d->isLost() && hasChanged)
+        Q_EMIT changedByOthers();
+}
+
 // --- Statements
 
-QSqlQuery CDatabase::takeQuery(const QString& sql, bool* good)
+const SqlDialect& dialectOf(CDatabase* database)
 {
-    // The file that was waited for: another program has made it.
-    if (d->state == Private::Awaited && d->depth == 0 && d->reading == 0 && d->inUse == 0 && d->fileIsThere()) {
-        if (!d->openFile())
+    const auto& connection = database->d->connection;
+    return connection ? connection->dialect() : SqlDialect::sqlite();
+}
+
+std::unique_ptr<SqlCursor> CDatabase::takeCursor(const QString& sql, int* connection)
+{
+    // What was waited for: another program has made it.
+    if (d->state == Private::Awaited && !d->isBusy() && d->inUse == 0 && d->place->isThere()) {
+        if (!d->openPlace())
             qWarning("Database: %s", qUtf8Printable(d->errorString));
     }
     ++d->inUse;
-    *good = isOpen();
+    *connection = d->connectionNumber;
+    if (!isOpen() || d->isLost())
+        return nullptr;
     const auto known = d->idle.find(sql);
-    if (known != d->idle.end()) {
-        QSqlQuery query = std::move(*known);
-        d->idle.erase(known);
-        return query;
-    }
-    QSqlQuery query(d->connection);
-    query.setForwardOnly(true);
-    *good = *good && query.prepare(sql);
-    return query;
+    if (known == d->idle.end())
+        return d->connection->prepare(sql);
+    std::unique_ptr<SqlCursor> cursor = std::move(known->second);
+    d->idle.erase(known);
+    return cursor;
 }
 
-void CDatabase::giveQuery(const QString& sql, QSqlQuery&& query, bool good)
+void CDatabase::giveCursor(const QString& sql, std::unique_ptr<SqlCursor> cursor, int connection)
 {
     --d->inUse;
-    if (good && isOpen())
-        d->idle.insert(sql, std::move(query));
+    if (cursor && connection == d->connectionNumber)
+        d->idle.insert_or_assign(sql, std::move(cursor));
 }
 
-void CDatabase::failed(const QSqlQuery& query)
+void CDatabase::failed(const SqlCursor* cursor)
 {
     ++d->failures;
-    d->errorString =
-        isOpen() || d->errorString.isEmpty() ? SqlDialect::explain(d->location, query.lastError()) : d->errorString;
+    if (d->isLost())
+        return;
+    if (d->connection)
+        d->errorString = cursor ? cursor->error() : d->connection->error();
+    else if (d->errorString.isEmpty())
+        d->errorString = d->location + QLatin1String(" is not open");
     // The database may have undone the transaction by itself: what follows must not be stored on its own.
     d->failed = d->depth > 0;
 }
@@ -323,15 +390,25 @@ bool CDatabase::begin()
         return !d->failed;
     d->failed = true;
     d->begun = false;
-    if (!isOpen())
+    if (!isOpen() || d->isLost())
         return false;
     if (d->reading > 0)
         return d->fail(QStringLiteral("a change waits for the end of reading"));
-    if (d->state == Private::Awaited && !(d->fileIsThere() ? d->openFile() : d->makeFile()))
+    if (d->state == Private::Awaited) {
+        QString reason;
+        if (!d->place->isThere() && !d->place->make(&reason))
+            return d->fail(reason);
+        if (!d->openPlace()) {
+            d->isLost();
+            return false;
+        }
+    }
+    if (!d->connection->run(d->connection->dialect().beginWrite)) {
+        d->fail(d->connection->error());
+        if (!d->isLost())
+            d->connection->run(QStringLiteral("ROLLBACK"));
         return false;
-    QSqlQuery query(d->connection);
-    if (!query.exec(SqlDialect::sqlite().beginWrite))
-        return d->fail(SqlDialect::explain(d->location, query.lastError()));
+    }
     d->begun = true;
     d->failed = false;
     return true;
@@ -346,13 +423,12 @@ bool CDatabase::end(bool good)
         return !d->failed;
     if (!std::exchange(d->begun, false))
         return false;
-    QSqlQuery query(d->connection);
-    if (!d->failed && query.exec(QStringLiteral("COMMIT")))
+    if (!d->failed && d->connection->run(QStringLiteral("COMMIT")))
         return true;
-    if (!d->failed)
-        d->errorString = SqlDialect::explain(d->location, query.lastError());
-    query.exec(QStringLiteral("ROLLBACK"));
-    d->failed = false;
+    if (!std::exchange(d->failed, false))
+        d->errorString = d->connection->error();
+    if (!d->isLost())
+        d->connection->run(QStringLiteral("ROLLBACK"));
     return false;
 }
 
@@ -360,7 +436,7 @@ bool CDatabase::beginRead()
 {
     // Within a transaction the reads are part of it.
     if (d->reading == 0 && d->depth == 0) {
-        if (!SqlStatement(this, SqlDialect::sqlite().beginRead).exec())
+        if (!SqlStatement(this, dialectOf(this).beginRead).exec())
             return false;
         d->readBegun = true;
     }
@@ -384,57 +460,18 @@ bool CDatabase::hasFailed() const
     return d->depth > 0 && d->failed;
 }
 
-// --- Watching, health, backup
-
-qint64 CDatabase::Private::dataVersion()
-{
-    QSqlQuery query(connection);
-    return query.exec(QStringLiteral("PRAGMA data_version")) && query.next() ? query.value(0).toLongLong() : 0;
-}
-
-void CDatabase::watch()
-{
-    if (d->depth > 0 || d->reading > 0)
-        return;
-    if (d->state == Private::Awaited) {
-        if (!d->fileIsThere() || d->inUse > 0 || !d->openFile())
-            return;
-        Q_EMIT changedByOthers();
-        return;
-    }
-    const qint64 version = d->dataVersion();
-    if (version == d->seenVersion)
-        return;
-    d->seenVersion = version;
-    Q_EMIT changedByOthers();
-}
+// --- Health, backup
 
 QStringList CDatabase::check()
 {
-    QStringList faults;
-    if (!isOpen())
+    if (!isOpen() || d->isLost())
         return {d->errorString};
-    QSqlQuery query(d->connection);
-    if (!query.exec(QStringLiteral("PRAGMA integrity_check")))
-        return {SqlDialect::explain(d->location, query.lastError())};
-    while (query.next()) {
-        const QString fault = query.value(0).toString();
-        if (fault != QLatin1String("ok"))
-            faults.append(fault);
-    }
-    if (query.lastError().isValid())
-        faults.append(SqlDialect::explain(d->location, query.lastError()));
-    if (query.exec(QStringLiteral("PRAGMA foreign_key_check"))) {
-        while (query.next())
-            faults.append(QStringLiteral("row %1 of %2 refers to a row of %3 that is not there")
-                              .arg(query.value(1).toString(), query.value(0).toString(), query.value(2).toString()));
-    }
-    return faults;
+    return d->connection->check();
 }
 
 bool CDatabase::backup(const QString& file)
 {
-    if (!isOpen())
+    if (!isOpen() || d->isLost())
         return false;
     if (d->depth > 0)
         return d->fail(QStringLiteral("a backup waits for the end of the transaction"));
@@ -442,7 +479,10 @@ bool CDatabase::backup(const QString& file)
     QString reason;
     switch (NewFile::make(target, &reason)) {
     case NewFile::Made:
-        return d->vacuumInto(target);
+        if (d->connection->copyTo(target))
+            return true;
+        QFile::remove(target);
+        return d->fail(d->connection->error());
     case NewFile::Exists:
         return d->fail(file + QLatin1String(" exists"));
     case NewFile::Failed:

@@ -8,10 +8,11 @@
 
 #include <memory>
 
-class QSqlQuery;
+class SqlCursor;
+struct SqlDialect;
 class SqlStatement;
 
-/// The file that holds an installation, or an installation in memory.
+/// Where an installation is kept: a file, a database of a PostgreSQL server, or memory.
 ///
 ///     CDatabase database;
 ///     if (!database.open(QStringLiteral("/var/lib/kyr/installation.db")))
@@ -25,7 +26,13 @@ class SqlStatement;
 /// one by open(), after a copy was made beside it ("FILE.version-N"). A folder, a file of another program, of a newer
 /// version, a damaged or unreadable one is refused with one line in errorString(), and left as it is.
 ///
-/// Several processes may have the file open: reading never waits, and a change waits for another's up to writeWait().
+/// "postgresql://[USER@]HOST[:PORT]/NAME" names a database that is there on a server; what an installation needs is made
+/// in it by the first change. The password comes from PGPASSWORD or the file that PGPASSFILE names. Beyond this
+/// machine the server's certificate is checked, name and authority. While the server is away, everything fails at
+/// once, and it is looked for after 1, 2, 4 … 30 s (that needs the event loop). No call waits longer than
+/// answerWait() for it, apart from the last one of a transaction, which waits for the disk a second at least.
+///
+/// Several processes may have it open: reading never waits, and a change waits for another's up to writeWait().
 /// One object belongs to one thread.
 class KYR_SERVER_EXPORT CDatabase : public QObject
 {
@@ -34,25 +41,38 @@ class KYR_SERVER_EXPORT CDatabase : public QObject
 public:
     /// Of changes that wait for another program's, by default; milliseconds.
     static constexpr int defaultWriteWait = 2000;
-    /// Between two looks whether another program has changed something; milliseconds.
+    /// For each answer of a server, by default; milliseconds. Whoever runs an event loop waits less.
+    static constexpr int defaultAnswerWait = 4000;
+    /// Between two looks whether another program has changed something; milliseconds. A server tells it at once.
     static constexpr int watchInterval = 500;
+    /// The pauses before a lost server is looked for: the first, doubled up to the last; milliseconds.
+    static constexpr int firstPause = 1000;
+    static constexpr int longestPause = 30000;
 
     explicit CDatabase(QObject* parent = nullptr);
     /// Gives up a transaction that is open.
     ~CDatabase() override;
 
-    /// `location` is a file or "memory". `migrations` is the folder of the numbered scripts, empty for those built in.
+    /// `location` is a file, "postgresql://…" or "memory". `migrations` is the folder of the numbered scripts, empty for
+    /// those built in.
     bool open(const QString& location, const QString& migrations = QString());
     void close();
     bool isOpen() const;
     /// As it was given to open().
     QString location() const;
-    /// "sqlite" or "memory".
+    /// "sqlite", "postgresql" or "memory".
     QString backend() const;
+    /// Where files stand that belong to the installation, such as the key of its trail: the folder of the file, or the
+    /// one that a program of this system keeps its files in. Empty for "memory".
+    QString folder() const;
+    /// Where this program's user (a service: the service) keeps installations that nobody has named a place for.
+    static QString defaultFolder();
     /// Number of the schema's last migration; 0 when it is not open.
     int version() const;
     /// Whether something was ever stored: false for a file that the first change will make.
     bool exists();
+    /// The server cannot be reached now.
+    bool isAway() const;
     /// What went wrong last, in one line for a person.
     QString errorString() const;
     /// How many statements have failed since it was opened: whoever reads much at once sees whether all of it was read.
@@ -61,6 +81,11 @@ public:
     /// Milliseconds; at least 0.
     void setWriteWait(int milliseconds);
     int writeWait() const;
+    /// For each answer of a server; milliseconds, at least 10.
+    void setAnswerWait(int milliseconds);
+    int answerWait() const;
+    /// A file with the certificates of the authority that a server's certificate is checked with; before open().
+    void setAuthority(const QString& file);
 
     /// Opens a transaction or goes one level deeper; each begin() takes one end(). False when it cannot be: end() will
     /// answer false, too.
@@ -86,13 +111,17 @@ public:
 Q_SIGNALS:
     /// Another process has changed something, told within watchInterval; needs the event loop.
     void changedByOthers();
+    /// The server is away, or there again. What others have changed meanwhile is told behind it.
+    void awayChanged(bool isAway);
 
 private:
     friend class SqlStatement;
-    QSqlQuery takeQuery(const QString& sql, bool* good);
-    void giveQuery(const QString& sql, QSqlQuery&& query, bool good);
-    void failed(const QSqlQuery& query);
+    friend const SqlDialect& dialectOf(CDatabase* database);
+    std::unique_ptr<SqlCursor> takeCursor(const QString& sql, int* connection);
+    void giveCursor(const QString& sql, std::unique_ptr<SqlCursor> cursor, int connection);
+    void failed(const SqlCursor* cursor);
     void watch();
+    void comeBack();
 
     class Private;
     std::unique_ptr<Private> d;

@@ -1,15 +1,11 @@
 #include <server/database/schema_p.h>
 
-#include <server/database/sql_dialect_p.h>
+#include <server/database/sql_connection_p.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QVariant>
 #include <QtCore/QtEndian>
-#include <QtSql/QSqlDatabase>
-#include <QtSql/QSqlError>
-#include <QtSql/QSqlQuery>
 
 namespace {
 
@@ -80,42 +76,33 @@ QString Schema::refusal(const QString& path, int newest)
     return QString();
 }
 
-int Schema::version(QSqlDatabase& connection)
-{
-    QSqlQuery query(connection);
-    return query.exec(QStringLiteral("PRAGMA user_version")) && query.next() ? query.value(0).toInt() : -1;
-}
-
-bool Schema::migrate(QSqlDatabase& connection, const QString& location, const QList<QStringList>& scripts,
+bool Schema::migrate(SqlConnection& connection, const QString& location, const QList<QStringList>& scripts,
                      QString* errorString)
 {
-    QSqlQuery query(connection);
+    const QString undo = QStringLiteral("ROLLBACK");
     const auto failed = [&] {
-        *errorString = SqlDialect::explain(location, query.lastError());
-        query.exec(QStringLiteral("ROLLBACK"));
+        *errorString = connection.error();
+        connection.run(undo);
         return false;
     };
     for (;;) {
-        if (!query.exec(SqlDialect::sqlite().beginWrite)) {
-            *errorString = SqlDialect::explain(location, query.lastError());
-            return false;
-        }
+        if (!connection.run(connection.dialect().beginWrite))
+            return failed();
         // Looked up under the lock: another process may have been here meanwhile.
-        const int present = version(connection);
-        if (present < 0 || present >= scripts.size()) {
-            query.exec(QStringLiteral("ROLLBACK"));
+        const int present = connection.version();
+        if (present < 0)
+            return failed();
+        if (present >= scripts.size()) {
+            connection.run(undo);
             if (present > scripts.size())
                 *errorString = newerText(location, present, scripts.size());
             return present == scripts.size();
         }
         for (const QString& statement : scripts.at(present)) {
-            if (!query.exec(statement))
+            if (!connection.run(statement))
                 return failed();
         }
-        // Part of the transaction, as they stand in the file's first page.
-        if (!query.exec(QStringLiteral("PRAGMA application_id=%1").arg(applicationId))
-            || !query.exec(QStringLiteral("PRAGMA user_version=%1").arg(present + 1))
-            || !query.exec(QStringLiteral("COMMIT")))
+        if (!connection.setVersion(present + 1) || !connection.run(QStringLiteral("COMMIT")))
             return failed();
     }
 }

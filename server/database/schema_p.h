@@ -3,7 +3,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-class QSqlDatabase;
+class SqlConnection;
 
 /// The tables of an installation, built up by numbered scripts: 001.sql, 002.sql and so on, each of which brings a
 /// database from the version before to its own.
@@ -23,10 +23,7 @@ QString newerText(const QString& location, int version, int newest);
 
 /// Brings the database to the version of the last script, each step in one transaction of its own. False and
 /// `errorString` when a step failed; what was done before it stays.
-bool migrate(QSqlDatabase& connection, const QString& location, const QList<QStringList>& scripts,
+bool migrate(SqlConnection& connection, const QString& location, const QList<QStringList>& scripts,
              QString* errorString);
-
-/// -1 when it cannot be read.
-int version(QSqlDatabase& connection);
 
 } // namespace Schema

@@ -1,32 +1,27 @@
 #include <server/database/sql_statement_p.h>
 
-#include <QtSql/QSqlError>
+#include <utility>
 
 SqlStatement::SqlStatement(CDatabase* database, const QString& sql)
     : m_database(database)
     , m_sql(sql)
-    , m_query(database->takeQuery(sql, &m_good))
+    , m_cursor(database->takeCursor(sql, &m_connection))
+    , m_good(m_cursor != nullptr)
 {
 }
 
 SqlStatement::~SqlStatement()
 {
-    m_query.finish();
-    m_database->giveQuery(m_sql, std::move(m_query), m_good);
-}
-
-SqlStatement& SqlStatement::bind(const QVariant& value)
-{
-    m_query.bindValue(m_place++, value);
-    return *this;
+    if (m_cursor)
+        m_cursor->finish();
+    m_database->giveCursor(m_sql, m_good ? std::move(m_cursor) : nullptr, m_connection);
 }
 
 bool SqlStatement::exec()
 {
-    m_place = 0;
-    m_good = m_good && m_query.exec();
+    m_good = m_good && m_cursor->exec();
     if (!m_good)
-        m_database->failed(m_query);
+        m_database->failed(m_cursor.get());
     return m_good;
 }
 
@@ -34,12 +29,11 @@ bool SqlStatement::next()
 {
     if (!m_good)
         return false;
-    if (m_query.next())
+    if (m_cursor->next())
         return true;
-    // The end of the rows, unless the disk said otherwise.
-    if (m_query.lastError().isValid()) {
+    if (m_cursor->hasFailed()) {
         m_good = false;
-        m_database->failed(m_query);
+        m_database->failed(m_cursor.get());
     }
     return false;
 }

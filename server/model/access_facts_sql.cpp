@@ -1,6 +1,5 @@
 #include <server/model/access_facts_sql_p.h>
 
-#include <server/database/sql_dialect_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/item_store_p.h>
 #include <server/model/model_vocabulary_p.h>
@@ -318,20 +317,20 @@ void SqlAccessFacts::describeSchedules(AccessFactsBuilder* builder)
     const QString chosen = idListText(ids);
 
     QHash<qint64, QVector<QDate>> holidays;
-    static const QString holidaySql =
+    const QString holidaySql =
         QStringLiteral("SELECT h.parent,d.value FROM item h")
         + joinValue("d", "h.id", KindHoliday, QStringLiteral("date"))
         + QStringLiteral(" WHERE h.kind=%1 AND h.parent IN (SELECT parent FROM item WHERE id IN %2)")
-              .arg(QString::number(KindHoliday), SqlDialect::sqlite().idList);
+              .arg(QString::number(KindHoliday), dialectOf(m_database).idList);
     SqlStatement dates(m_database, holidaySql);
     for (dates.bind(chosen).exec(); dates.next();)
         holidays[dates.integer(0)].append(QDate::fromString(dates.text(1), Qt::ISODate));
     look(dates);
 
-    static const QString scheduleSql = QStringLiteral("SELECT s.id,s.label,s.parent,t.type,t.value,t.data FROM item s")
+    const QString scheduleSql = QStringLiteral("SELECT s.id,s.label,s.parent,t.type,t.value,t.data FROM item s")
                                        + joinValue("t", "s.id", KindTimeProfile, slotsKey)
                                        + QStringLiteral(" WHERE s.kind=%1 AND s.id IN %2")
-                                             .arg(QString::number(KindTimeProfile), SqlDialect::sqlite().idList);
+                                             .arg(QString::number(KindTimeProfile), dialectOf(m_database).idList);
     SqlStatement rows(m_database, scheduleSql);
     for (rows.bind(chosen).exec(); rows.next();) {
         const QVariant timeSlots = StoredValues::decode(static_cast<int>(rows.integer(3)), rows.text(4), rows.bytes(5));

@@ -2,7 +2,6 @@
 
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
-#include <server/database/sql_dialect_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/relation_store_p.h>
 #include <server/model/stored_value_p.h>
@@ -50,7 +49,7 @@ void ItemStore::forget()
 
 QString ItemStore::idList() const
 {
-    return SqlDialect::sqlite().idList;
+    return dialectOf(m_database).idList;
 }
 
 // --- Finding
@@ -84,7 +83,7 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
             else
                 byItem += number != 0 ? QLatin1String(" AND i.parent=?") : QLatin1String(" AND COALESCE(i.parent,0)=?");
             if (!isNumeric)
-                byItem += QLatin1String(" AND 0");
+                byItem += QLatin1String(" AND 1=0");
             itemValues.append(number);
         } else if (name == labelKey) {
             byItem += QLatin1String(" AND i.label=?");
@@ -98,9 +97,9 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
             valueValues << int(query.kind) << name;
         } else if (driving.isEmpty() && !isLedByItem) {
             // The index of values leads; it has the ids in their order.
-            driving = QStringLiteral("property_value w CROSS JOIN item i ON i.id=w.item WHERE w.%1 AND w.value=? AND "
+            driving = QStringLiteral("property_value w %2 item i ON i.id=w.item WHERE w.%1 AND w.value=? AND "
                                      "w.item>? AND i.kind=?")
-                          .arg(ofProperty);
+                          .arg(ofProperty, dialectOf(m_database).leadingJoin);
             drivingValues << int(query.kind) << name << StoredValues::lookUpText(text) << query.after;
         } else {
             byValue += QStringLiteral(" AND EXISTS(SELECT 1 FROM property_value v WHERE v.item=i.id AND v.%1 AND "

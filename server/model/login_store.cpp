@@ -34,7 +34,7 @@ QStringList LoginStore::names()
 
 LoginStore::Login LoginStore::find(const QString& name)
 {
-    SqlStatement statement(m_database, QStringLiteral("SELECT user,permissions,algorithm,parameters,salt,hash,"
+    SqlStatement statement(m_database, QStringLiteral("SELECT \"user\",permissions,algorithm,parameters,salt,hash,"
                                                       "otp_secret,otp_step FROM login WHERE name=?"));
     Login login;
     if (!statement.bind(name).exec() || !statement.next())
@@ -50,7 +50,7 @@ LoginStore::Login LoginStore::find(const QString& name)
 
 QStringList LoginStore::namesOfUser(qint64 user)
 {
-    SqlStatement statement(m_database, QStringLiteral("SELECT name FROM login WHERE user=? ORDER BY name"));
+    SqlStatement statement(m_database, QStringLiteral("SELECT name FROM login WHERE \"user\"=? ORDER BY name"));
     QStringList result;
     for (statement.bind(user).exec(); statement.next();)
         result.append(statement.text(0));
@@ -59,7 +59,7 @@ QStringList LoginStore::namesOfUser(qint64 user)
 
 unsigned int LoginStore::permissionsOf(qint64 user)
 {
-    SqlStatement statement(m_database, QStringLiteral("SELECT permissions FROM login WHERE user=?"));
+    SqlStatement statement(m_database, QStringLiteral("SELECT permissions FROM login WHERE \"user\"=?"));
     unsigned int result = 0;
     for (statement.bind(user).exec(); statement.next();)
         result |= uint(statement.integer(0));
@@ -68,7 +68,7 @@ unsigned int LoginStore::permissionsOf(qint64 user)
 
 bool LoginStore::add(const QString& name, qint64 user, const CPasswordHash& password)
 {
-    SqlStatement statement(m_database, QStringLiteral("INSERT INTO login(name,user,permissions,algorithm,parameters,"
+    SqlStatement statement(m_database, QStringLiteral("INSERT INTO login(name,\"user\",permissions,algorithm,parameters,"
                                                       "salt,hash) VALUES(?,?,0,?,?,?,?)"));
     return statement.bind(name)
         .bind(user)
@@ -141,7 +141,7 @@ bool LoginStore::addSession(const QString& id, const QString& login, const QStri
 LoginStore::Session LoginStore::findSession(const QString& id, qint64 now)
 {
     SqlStatement statement(m_database,
-                           QStringLiteral("SELECT s.login,l.user,s.expires,l.permissions FROM session s JOIN "
+                           QStringLiteral("SELECT s.login,l.\"user\",s.expires,l.permissions FROM session s JOIN "
                                           "login l ON l.name=s.login WHERE s.hash=?"));
     Session session;
     if (!statement.bind(QVariant(hashOf(id))).exec() || !statement.next() || statement.integer(2) <= now)
@@ -163,6 +163,6 @@ bool LoginStore::removeSessionsOf(qint64 user)
 {
     SqlStatement statement(m_database,
                            QStringLiteral("DELETE FROM session WHERE login IN (SELECT name FROM login WHERE "
-                                          "user=?)"));
+                                          "\"user\"=?)"));
     return statement.bind(user).exec();
 }

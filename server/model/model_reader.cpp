@@ -2,7 +2,6 @@
 
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
-#include <server/database/sql_dialect_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/checked_value_p.h>
 #include <server/model/login_store_p.h>
@@ -108,7 +107,7 @@ QList<qint64> ownDoors(const QVariantMap& item)
 // Two columns: whom the second belongs to.
 Related related(CDatabase* database, const QString& sql, const QList<qint64>& ids)
 {
-    SqlStatement statement(database, sql.arg(SqlDialect::sqlite().idList));
+    SqlStatement statement(database, sql.arg(dialectOf(database).idList));
     Related result;
     for (statement.bind(idListText(ids)).exec(); statement.next();)
         result[statement.integer(0)].append(statement.integer(1));

@@ -2,7 +2,6 @@
 
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
-#include <server/database/sql_dialect_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/checked_value_p.h>
 #include <server/model/item_store_p.h>
@@ -123,7 +122,7 @@ bool RelationStore::addUsers(const QList<qint64>& users, qint64 group)
 bool RelationStore::removeUsers(const QList<qint64>& users, qint64 group)
 {
     SqlStatement statement(m_database, QLatin1String("DELETE FROM membership WHERE group_id=? AND user_id IN ")
-                                           + SqlDialect::sqlite().idList);
+                                           + dialectOf(m_database).idList);
     return statement.bind(group).bind(idListText(users)).exec();
 }
 
@@ -227,7 +226,7 @@ bool RelationStore::removeRight(qint64 right)
 bool RelationStore::removeRights(qint64 holder, const QList<qint64>& accessPoints)
 {
     SqlStatement statement(m_database, QLatin1String("DELETE FROM access_right WHERE holder=? AND access_point IN ")
-                                           + SqlDialect::sqlite().idList);
+                                           + dialectOf(m_database).idList);
     return statement.bind(holder).bind(idListText(accessPoints)).exec();
 }
 
@@ -287,7 +286,7 @@ void RelationStore::addRelations(const QString& ids, const QHash<qint64, int>& p
     QHash<qint64, CItemIdList> members;
     {
         SqlStatement statement(m_database, QLatin1String("SELECT group_id,user_id FROM membership WHERE group_id IN ")
-                                               + SqlDialect::sqlite().idList
+                                               + dialectOf(m_database).idList
                                                + QLatin1String(" ORDER BY group_id,position"));
         for (statement.bind(ids).exec(); statement.next();)
             members[statement.integer(0)].append(statement.integer(1));
@@ -296,7 +295,7 @@ void RelationStore::addRelations(const QString& ids, const QHash<qint64, int>& p
     {
         SqlStatement statement(m_database, QStringLiteral("SELECT %1 FROM access_right WHERE holder IN %2 "
                                                           "ORDER BY holder,id")
-                                               .arg(rightColumns, SqlDialect::sqlite().idList));
+                                               .arg(rightColumns, dialectOf(m_database).idList));
         for (statement.bind(ids).exec(); statement.next();)
             rights[statement.integer(1)].append(rightOf(statement));
     }

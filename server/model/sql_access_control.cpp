@@ -475,7 +475,7 @@ bool CSqlAccessControl::Private::replace(Kind kind, const QVariantList& replacem
     QMap<int, qint64> kept;
     qint64 highest = 0;
     {
-        SqlStatement statement(&database, QStringLiteral("SELECT seq FROM sqlite_sequence WHERE name='item'"));
+        SqlStatement statement(&database, dialectOf(&database).lastItemId);
         if (statement.exec() && statement.next())
             highest = statement.integer(0);
     }

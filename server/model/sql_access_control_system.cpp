@@ -16,7 +16,6 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QMessageAuthenticationCode>
@@ -118,10 +117,8 @@ bool CSqlAccessControl::setNotifications(const QStringList& names)
 
 QString CSqlAccessControl::getAbsolutePath(const QString& path)
 {
-    if (d->database.backend() == QLatin1String("memory"))
-        return {};
-    const QDir folder = QFileInfo(d->database.location()).absoluteDir();
-    return QDir::cleanPath(folder.absoluteFilePath(path));
+    const QString folder = d->database.folder();
+    return folder.isEmpty() ? QString() : QDir::cleanPath(QDir(folder).absoluteFilePath(path));
 }
 
 QByteArray CSqlAccessControl::getSystemHashOfData(const QByteArray& data, int algorithm) const

@@ -1,0 +1,623 @@
+#include <server/database/postgres_connection_p.h>
+
+#include <server/database/schema_p.h>
+#include <server/database/socket_wait_p.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QVarLengthArray>
+#include <QtCore/QtEndian>
+
+#include <libpq-fe.h>
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+// Types of columns as the server numbers them.
+constexpr Oid boolType = 16;
+constexpr Oid bytesType = 17;
+constexpr Oid bigintType = 20;
+constexpr Oid smallintType = 21;
+constexpr Oid integerType = 23;
+constexpr Oid numericType = 1700; // of sums
+constexpr int binary = 1;
+// For reading a whole table.
+constexpr int maintenanceWaitMs = 600000;
+
+QString oneLine(const char* text)
+{
+    return QString::fromUtf8(text).simplified();
+}
+
+// Four decimal digits a word, behind a head of their number, the weight of the first, the sign, and digits of a
+// fraction.
+qint64 wholeNumeric(const char* at)
+{
+    const auto word = [at](int index) { return qFromBigEndian<qint16>(at + 2 * index); };
+    constexpr int base = 10000;
+    qint64 number = 0;
+    for (int i = 0; i <= word(1); ++i)
+        number = number * base + (i < word(0) ? word(4 + i) : 0);
+    return word(2) == 0 ? number : -number;
+}
+
+// "?" is a place in all statements of this system; PostgreSQL numbers them.
+QByteArray numbered(const QString& sql)
+{
+    QByteArray result;
+    int place = 0;
+    char within = '\0';
+    const QByteArray text = sql.toUtf8();
+    result.reserve(text.size() + 16);
+    for (const char c : text) {
+        if (within != '\0')
+            within = c == within ? '\0' : within;
+        else if (c == '\'' || c == '"')
+            within = c;
+        if (c == '?' && within == '\0')
+            result += '$' + QByteArray::number(++place);
+        else
+            result += c;
+    }
+    return result;
+}
+
+class PostgresCursor : public SqlCursor
+{
+public:
+    PostgresCursor(PostgresConnection* connection, const QByteArray& name, const QString& location)
+        : m_connection(connection)
+        , m_name(name)
+        , m_location(location)
+    {
+    }
+
+    void bind(const QVariant& value) override;
+    bool exec() override;
+    bool next() override { return m_result && ++m_row < m_rows; }
+    bool hasFailed() const override { return !m_result; }
+    qint64 integer(int column) const override;
+    QString text(int column) const override;
+    QByteArray bytes(int column) const override;
+    QVariant value(int column) const override;
+    bool isNull(int column) const override { return PQgetisnull(m_result.get(), m_row, column) != 0; }
+    int changed() const override { return m_result ? QByteArray(PQcmdTuples(m_result.get())).toInt() : 0; }
+    void finish() override
+    {
+        m_values.clear();
+        m_result.reset();
+    }
+    QString error() const override { return m_error; }
+
+private:
+    struct Value
+    {
+        QByteArray bytes;
+        bool isNull;
+        bool isBinary;
+    };
+
+    // As the server wrote it, without an end mark.
+    QByteArray raw(int column) const
+    {
+        return QByteArray::fromRawData(PQgetvalue(m_result.get(), m_row, column),
+                                       PQgetlength(m_result.get(), m_row, column));
+    }
+    bool isNumber(int column, qint64* number) const;
+
+    PostgresConnection* m_connection;
+    QByteArray m_name;
+    QString m_location;
+    QString m_error;
+    QVarLengthArray<Value, 16> m_values;
+    PostgresConnection::Result m_result;
+    int m_row = -1;
+    int m_rows = 0;
+};
+
+void PostgresCursor::bind(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::UnknownType:
+        m_values.append({{}, true, false});
+        break;
+    case QMetaType::QByteArray:
+        m_values.append({value.toByteArray(), value.toByteArray().isNull(), true});
+        break;
+    case QMetaType::QString:
+        m_values.append({value.toString().toUtf8(), value.toString().isNull(), false});
+        break;
+    case QMetaType::Bool:
+        m_values.append({value.toBool() ? "1" : "0", false, false});
+        break;
+    default:
+        m_values.append({value.toString().toUtf8(), value.isNull(), false});
+        break;
+    }
+}
+
+bool PostgresCursor::exec()
+{
+    QVarLengthArray<const char*, 16> values;
+    QVarLengthArray<int, 16> lengths;
+    QVarLengthArray<int, 16> formats;
+    bool good = true;
+    for (const Value& value : m_values) {
+        // What the server would take as the end of the text.
+        good =
+            good && (value.isBinary || std::memchr(value.bytes.constData(), 0, size_t(value.bytes.size())) == nullptr);
+        values.append(value.isNull ? nullptr : value.bytes.constData());
+        lengths.append(int(value.bytes.size()));
+        formats.append(value.isBinary ? binary : 0);
+    }
+    m_result.reset();
+    m_row = -1;
+    m_rows = 0;
+    if (good) {
+        m_result = m_connection->askPrepared(m_name, int(values.size()), values.constData(), lengths.constData(),
+                                             formats.constData());
+        m_error = m_result ? QString() : m_connection->error();
+    } else {
+        m_error = m_location + QLatin1String(" cannot keep a text with a zero character");
+    }
+    m_values.clear();
+    if (m_result)
+        m_rows = PQntuples(m_result.get());
+    return m_result != nullptr;
+}
+
+bool PostgresCursor::isNumber(int column, qint64* number) const
+{
+    const char* at = PQgetvalue(m_result.get(), m_row, column);
+    switch (PQftype(m_result.get(), column)) {
+    case bigintType:
+        *number = qFromBigEndian<qint64>(at);
+        return true;
+    case integerType:
+        *number = qFromBigEndian<qint32>(at);
+        return true;
+    case smallintType:
+        *number = qFromBigEndian<qint16>(at);
+        return true;
+    case boolType:
+        *number = *at;
+        return true;
+    case numericType:
+        *number = wholeNumeric(at);
+        return true;
+    default:
+        return false;
+    }
+}
+
+qint64 PostgresCursor::integer(int column) const
+{
+    qint64 number = 0;
+    if (isNull(column) || isNumber(column, &number))
+        return number;
+    return raw(column).toLongLong();
+}
+
+QString PostgresCursor::text(int column) const
+{
+    qint64 number = 0;
+    if (isNull(column))
+        return {};
+    return isNumber(column, &number) ? QString::number(number) : QString::fromUtf8(raw(column));
+}
+
+QByteArray PostgresCursor::bytes(int column) const
+{
+    if (isNull(column))
+        return {};
+    const QByteArray there = raw(column);
+    return QByteArray(there.constData(), there.size());
+}
+
+QVariant PostgresCursor::value(int column) const
+{
+    qint64 number = 0;
+    if (isNull(column))
+        return {};
+    if (isNumber(column, &number))
+        return number;
+    return PQftype(m_result.get(), column) == bytesType ? QVariant(bytes(column)) : QVariant(text(column));
+}
+
+void ignoreNotice(void*, const PGresult*) {}
+
+} // namespace
+
+// --- Connecting
+
+PostgresConnecting::PostgresConnecting(const PostgresLocation::Options& options)
+{
+    QVarLengthArray<const char*, 32> keys;
+    QVarLengthArray<const char*, 32> values;
+    for (const auto& [key, value] : options) {
+        keys.append(key.constData());
+        values.append(value.constData());
+    }
+    keys.append(nullptr);
+    values.append(nullptr);
+    m_connection = PQconnectStartParams(keys.constData(), values.constData(), 0);
+    // The library asks for a wait until the socket can be written before the first step.
+    m_state = m_connection && PQstatus(m_connection) != CONNECTION_BAD ? Writing : Failed;
+    if (m_connection)
+        PQsetNoticeReceiver(m_connection, &ignoreNotice, nullptr);
+}
+
+PostgresConnecting::~PostgresConnecting()
+{
+    if (m_connection)
+        PQfinish(m_connection);
+}
+
+PostgresConnecting::State PostgresConnecting::step()
+{
+    if (m_state != Reading && m_state != Writing)
+        return m_state;
+    switch (PQconnectPoll(m_connection)) {
+    case PGRES_POLLING_READING:
+        m_state = Reading;
+        break;
+    case PGRES_POLLING_OK:
+        m_state = Done;
+        break;
+    case PGRES_POLLING_FAILED:
+        m_state = Failed;
+        break;
+    default:
+        m_state = Writing;
+        break;
+    }
+    return m_state;
+}
+
+PostgresConnecting::State PostgresConnecting::finish(int milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (m_state == Reading || m_state == Writing) {
+        const int left = milliseconds - int(clock.elapsed());
+        if (left <= 0)
+            break;
+        if (waitForSocket(socket(), m_state == Writing, left))
+            step();
+    }
+    return m_state;
+}
+
+long long PostgresConnecting::socket() const
+{
+    return PQsocket(m_connection);
+}
+
+QString PostgresConnecting::error() const
+{
+    if (m_state != Failed)
+        return QStringLiteral("it does not answer");
+    QString text = m_connection ? oneLine(PQerrorMessage(m_connection)) : QStringLiteral("out of memory");
+    // Where it is stands before it already, and advice behind it.
+    const QString failed = QStringLiteral(" failed: ");
+    if (const int at = text.lastIndexOf(failed); at >= 0)
+        text.remove(0, at + failed.size());
+    text.truncate(text.indexOf(QLatin1String(" Is the server running")));
+    return text;
+}
+
+pg_conn* PostgresConnecting::take()
+{
+    m_state = Failed;
+    return std::exchange(m_connection, nullptr);
+}
+
+// --- Asking
+
+PostgresConnection::PostgresConnection(pg_conn* connection, const QString& location, int answerWait, int writeWait)
+    : m_connection(connection)
+    , m_location(location)
+    , m_answerWait(answerWait)
+    , m_writeWait(writeWait)
+{
+    PQsetnonblocking(m_connection, 1);
+}
+
+PostgresConnection::~PostgresConnection()
+{
+    PQfinish(m_connection);
+}
+
+bool PostgresConnection::isLost() const
+{
+    return m_isLost || PQstatus(m_connection) == CONNECTION_BAD;
+}
+
+void PostgresConnection::lose(const QString& reason)
+{
+    m_isLost = true;
+    m_error = m_location + QLatin1String(" is away: ") + reason;
+}
+
+PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_conn*)>& send, int milliseconds)
+{
+    if (isLost()) {
+        lose(QStringLiteral("the connection has ended"));
+        return nullptr;
+    }
+    QElapsedTimer clock;
+    clock.start();
+    if (send(m_connection) == 0) {
+        lose(oneLine(PQerrorMessage(m_connection)));
+        return nullptr;
+    }
+    Result last;
+    for (;;) {
+        for (int unsent = PQflush(m_connection); unsent != 0 || PQisBusy(m_connection) != 0;
+             unsent = PQflush(m_connection)) {
+            const qint64 left = milliseconds - clock.elapsed();
+            const bool isReady = left > 0 && waitForSocket(socket(), unsent > 0, int(left));
+            if (!isReady || unsent < 0 || PQconsumeInput(m_connection) == 0) {
+                lose(isReady || unsent < 0 ? oneLine(PQerrorMessage(m_connection))
+                                           : QStringLiteral("it does not answer"));
+                return nullptr;
+            }
+        }
+        Result result(PQgetResult(m_connection), &PQclear);
+        if (!result)
+            break;
+        // Of several statements the first that failed says why, else the last one counts.
+        const ExecStatusType status = last ? PQresultStatus(last.get()) : PGRES_COMMAND_OK;
+        if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK)
+            last = result;
+    }
+    if (isLost()) {
+        lose(last ? oneLine(PQresultErrorField(last.get(), PG_DIAG_MESSAGE_PRIMARY))
+                  : oneLine(PQerrorMessage(m_connection)));
+        return nullptr;
+    }
+    const bool hadNews = m_hasNews;
+    collectNews();
+    if (m_hasNews && !hadNews && whenNews)
+        whenNews();
+    return last && fail(last) ? nullptr : last;
+}
+
+bool PostgresConnection::fail(const Result& result)
+{
+    const ExecStatusType status = PQresultStatus(result.get());
+    if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK)
+        return false;
+    const QByteArray state = PQresultErrorField(result.get(), PG_DIAG_SQLSTATE);
+    // The rest of a transaction in which a statement has failed: that statement's reason stands.
+    if (state == "25P02")
+        return true;
+    if (state == "55P03" || state == "40001" || state == "40P01")
+        m_error = m_location + QLatin1String(" is being changed by another program; try again");
+    else if (state == "57014")
+        m_error = m_location + QLatin1String(" took too long to answer, and the question was taken back");
+    else if (state == "25006")
+        m_error = m_location + QLatin1String(" is read-only");
+    else if (state == "53100")
+        m_error = m_location + QLatin1String(" cannot grow: there is no room on the server's disk");
+    else
+        m_error = m_location + QLatin1String(": ") + oneLine(PQresultErrorField(result.get(), PG_DIAG_MESSAGE_PRIMARY));
+    return true;
+}
+
+PostgresConnection::Result PostgresConnection::query(const QString& sql, int milliseconds)
+{
+    const QByteArray text = sql.toUtf8();
+    return ask([&](pg_conn* connection) { return PQsendQuery(connection, text.constData()); }, milliseconds);
+}
+
+PostgresConnection::Result PostgresConnection::askPrepared(const QByteArray& name, int count, const char* const* values,
+                                                           const int* lengths, const int* formats)
+{
+    return ask(
+        [&](pg_conn* connection) {
+            return PQsendQueryPrepared(connection, name.constData(), count, values, lengths, formats, binary);
+        },
+        m_answerWait);
+}
+
+std::unique_ptr<SqlCursor> PostgresConnection::prepare(const QString& sql)
+{
+    auto known = m_prepared.find(sql);
+    if (known == m_prepared.end()) {
+        const QByteArray name = "kyr" + QByteArray::number(m_prepared.size() + 1);
+        const QByteArray text = numbered(sql);
+        const auto send = [&](pg_conn* connection) {
+            return PQsendPrepare(connection, name.constData(), text.constData(), 0, nullptr);
+        };
+        if (!ask(send, m_answerWait))
+            return nullptr;
+        known = m_prepared.insert(sql, name);
+    }
+    return std::make_unique<PostgresCursor>(this, *known, m_location);
+}
+
+bool PostgresConnection::run(const QString& sql)
+{
+    const bool isCommit = sql == QLatin1String("COMMIT");
+    const Result result = query(sql, isCommit ? qMax(m_answerWait, leastCommitWait) : m_answerWait);
+    // A transaction in which something has failed ends well, too: by being undone.
+    if (result && (!isCommit || qstrcmp(PQcmdStatus(result.get()), "COMMIT") == 0))
+        return true;
+    if (isCommit && isLost())
+        m_error += QLatin1String("; whether the change is stored is not known");
+    return false;
+}
+
+QString PostgresConnection::single(const QString& sql)
+{
+    const Result result = query(sql, m_answerWait);
+    return result && PQntuples(result.get()) > 0 ? QString::fromUtf8(PQgetvalue(result.get(), 0, 0)) : QString();
+}
+
+// --- Waits
+
+int PostgresConnection::lockWait(int answerWait, int writeWait)
+{
+    // To say "busy" leaves time for the word to arrive. 0 would be no limit.
+    return qMax(1, qMin(writeWait, answerWait - answerWait / 4));
+}
+
+void PostgresConnection::setAnswerWait(int milliseconds)
+{
+    if (std::exchange(m_answerWait, milliseconds) != milliseconds)
+        tellWaits();
+}
+
+void PostgresConnection::setWriteWait(int milliseconds)
+{
+    if (std::exchange(m_writeWait, milliseconds) != milliseconds)
+        tellWaits();
+}
+
+void PostgresConnection::tellWaits()
+{
+    run(QStringLiteral("SET statement_timeout=%1;SET lock_timeout=%2")
+            .arg(statementWait(m_answerWait))
+            .arg(lockWait(m_answerWait, m_writeWait)));
+}
+
+// --- The schema
+
+int PostgresConnection::version()
+{
+    // Asked in two steps: the second table is not there yet in an empty database.
+    const Result result = query(QStringLiteral("SELECT to_regclass('kyr_schema')"), m_answerWait);
+    if (!result)
+        return -1;
+    if (PQntuples(result.get()) == 0 || PQgetisnull(result.get(), 0, 0) != 0)
+        return 0;
+    const QString version = single(QStringLiteral("SELECT version FROM kyr_schema"));
+    return version.isEmpty() ? -1 : version.toInt();
+}
+
+bool PostgresConnection::setVersion(int version)
+{
+    if (version == 1
+        && !run(QStringLiteral("CREATE TABLE kyr_schema(version BIGINT NOT NULL);INSERT INTO kyr_schema VALUES(0)")))
+        return false;
+    return run(QStringLiteral("UPDATE kyr_schema SET version=%1").arg(version));
+}
+
+QString PostgresConnection::refusal()
+{
+    const char* encoding = PQparameterStatus(m_connection, "server_encoding");
+    if (encoding == nullptr || qstrcmp(encoding, "UTF8") != 0)
+        return m_location
+               + QLatin1String(" does not keep texts as UTF-8 (createdb --encoding=UTF8 --template=template0)");
+    if (PQserverVersion(m_connection) < 130000)
+        return m_location + QLatin1String(" is of PostgreSQL before version 13, which cannot keep an installation");
+    const Result others =
+        query(QStringLiteral("SELECT 1 FROM pg_class c WHERE c.relnamespace=current_schema()::regnamespace AND "
+                             "c.relkind IN ('r','p') AND to_regclass('kyr_schema') IS NULL LIMIT 1"),
+              m_answerWait);
+    if (!others)
+        return m_error;
+    if (PQntuples(others.get()) > 0)
+        return m_location + QLatin1String(" is not a database of this system");
+    // Exit code 0 means stored, whatever the server does for others.
+    if (!query(QStringLiteral("SELECT set_config('synchronous_commit','on',false) WHERE "
+                              "current_setting('synchronous_commit')='off'"),
+               m_answerWait))
+        return m_error;
+    return {};
+}
+
+// --- News
+
+bool PostgresConnection::listen()
+{
+    return run(QStringLiteral("LISTEN kyr"));
+}
+
+long long PostgresConnection::socket() const
+{
+    return PQsocket(m_connection);
+}
+
+bool PostgresConnection::takeNews()
+{
+    if (isLost())
+        return false;
+    if (PQconsumeInput(m_connection) == 0 || PQstatus(m_connection) == CONNECTION_BAD) {
+        lose(oneLine(PQerrorMessage(m_connection)));
+        return false;
+    }
+    collectNews();
+    return std::exchange(m_hasNews, false);
+}
+
+void PostgresConnection::collectNews()
+{
+    while (PGnotify* notice = PQnotifies(m_connection)) {
+        m_hasNews |= notice->be_pid != PQbackendPID(m_connection);
+        PQfreemem(notice);
+    }
+}
+
+// --- Health
+
+QStringList PostgresConnection::check()
+{
+    QStringList faults;
+    const auto rows = [&](const QString& sql) {
+        QList<QStringList> found;
+        const Result result = query(sql, maintenanceWaitMs);
+        if (!result)
+            faults.append(m_error);
+        for (int row = 0; result && row < PQntuples(result.get()); ++row) {
+            QStringList fields;
+            for (int column = 0; column < PQnfields(result.get()); ++column)
+                fields.append(QString::fromUtf8(PQgetvalue(result.get(), row, column)));
+            found.append(fields);
+        }
+        return found;
+    };
+    if (!run(QStringLiteral("SET statement_timeout=0")))
+        return {m_error};
+    // Each table is there, and each value of it can be read.
+    static const QRegularExpression made(QStringLiteral("^CREATE TABLE (\\w+)\\("));
+    const QList<QStringList> scripts = Schema::scripts(dialect().migrations);
+    for (const QStringList& script : scripts) {
+        for (const QString& statement : script) {
+            const QRegularExpressionMatch match = made.match(statement);
+            if (match.hasMatch())
+                rows(QStringLiteral("SELECT sum(length(t::text)) FROM %1 t").arg(match.captured(1)));
+        }
+    }
+    const auto indexes = rows(QStringLiteral("SELECT c.relname FROM pg_index i JOIN pg_class c ON c.oid=i.indexrelid "
+                                             "WHERE NOT i.indisvalid"));
+    for (const QStringList& index : indexes)
+        faults.append(QStringLiteral("the index %1 is not valid").arg(index.first()));
+    // The server looks after references by itself, unless somebody has told it not to.
+    const auto references = rows(QStringLiteral(
+        "SELECT r.conrelid::regclass,r.confrelid::regclass,quote_ident(a.attname),quote_ident(b.attname) "
+        "FROM pg_constraint r JOIN pg_attribute a ON a.attrelid=r.conrelid AND a.attnum=r.conkey[1] "
+        "JOIN pg_attribute b ON b.attrelid=r.confrelid AND b.attnum=r.confkey[1] WHERE r.contype='f' "
+        "AND r.connamespace=current_schema()::regnamespace"));
+    for (const QStringList& reference : references) {
+        const auto missing =
+            rows(QStringLiteral("SELECT count(*) FROM %1 c WHERE c.%3 IS NOT NULL AND NOT EXISTS(SELECT "
+                                "1 FROM %2 p WHERE p.%4=c.%3) HAVING count(*)>0")
+                     .arg(reference[0], reference[1], reference[2], reference[3]));
+        for (const QStringList& count : missing)
+            faults.append(QStringLiteral("%1 rows of %2 refer to rows of %3 that are not there")
+                              .arg(count.first(), reference[0], reference[1]));
+    }
+    tellWaits();
+    return faults;
+}
+
+bool PostgresConnection::copyTo(const QString&)
+{
+    m_error = m_location + QLatin1String(" is copied by PostgreSQL's own tool: pg_dump --format=custom --file=FILE ")
+              + m_location;
+    return false;
+}

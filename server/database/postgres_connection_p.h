@@ -1,0 +1,105 @@
+#pragma once
+
+#include <server/database/postgres_location_p.h>
+#include <server/database/sql_connection_p.h>
+
+#include <QtCore/QHash>
+
+struct pg_conn;
+struct pg_result;
+
+/// Connects step by step, so that nobody has to stand and wait for it.
+class PostgresConnecting
+{
+public:
+    enum State
+    {
+        Reading, ///< step() again when the socket can be read
+        Writing, ///< step() again when the socket can be written
+        Done,
+        Failed
+    };
+
+    explicit PostgresConnecting(const PostgresLocation::Options& options);
+    ~PostgresConnecting();
+    Q_DISABLE_COPY(PostgresConnecting)
+
+    State state() const { return m_state; }
+    State step();
+    /// Steps until it is done or has failed, at most so many milliseconds.
+    State finish(int milliseconds);
+    /// May be another one after each step.
+    long long socket() const;
+    /// In one line for a person.
+    QString error() const;
+    /// The caller's to finish.
+    pg_conn* take();
+
+private:
+    pg_conn* m_connection;
+    State m_state;
+};
+
+/// PostgreSQL through its client library, in whose asynchronous way no call waits longer than it is told: Qt's driver
+/// would wait for as long as a server that has stopped keeps silent.
+class PostgresConnection : public SqlConnection
+{
+public:
+    using Result = std::shared_ptr<pg_result>;
+
+    /// For another word from a healthy disk at the end of a transaction, at least; milliseconds. To give up there leaves
+    /// open whether the change is stored.
+    static constexpr int leastCommitWait = 1000;
+
+    /// Takes a connection over that is done and was told these waits. `location` is what a person calls it.
+    PostgresConnection(pg_conn* connection, const QString& location, int answerWait, int writeWait);
+    ~PostgresConnection() override;
+
+    const SqlDialect& dialect() const override { return SqlDialect::postgresql(); }
+    std::unique_ptr<SqlCursor> prepare(const QString& sql) override;
+    bool run(const QString& sql) override;
+    QString error() const override { return m_error; }
+    bool isLost() const override;
+    void setWriteWait(int milliseconds) override;
+    int version() override;
+    bool setVersion(int version) override;
+    QStringList check() override;
+    bool copyTo(const QString& file) override;
+
+    /// The limits as the server is told them; the client's own stands a little behind, and ends the connection.
+    static int statementWait(int answerWait) { return answerWait - answerWait / 5; }
+    static int lockWait(int answerWait, int writeWait);
+    void setAnswerWait(int milliseconds);
+
+    /// Whether the database is one that can hold an installation, or holds one: why not, else empty.
+    QString refusal();
+    bool listen();
+    long long socket() const;
+    /// Takes in what the server has sent by itself: whether that was news of another program's change. Never waits.
+    bool takeNews();
+    /// Called when news has arrived beside an answer, where nobody waits for it at the socket.
+    std::function<void()> whenNews;
+
+    /// For the cursors: sends by `send`, waits for the result. Null with a reason in error().
+    Result ask(const std::function<int(pg_conn*)>& send, int milliseconds);
+    Result askPrepared(const QByteArray& name, int count, const char* const* values, const int* lengths,
+                       const int* formats);
+
+private:
+    Result query(const QString& sql, int milliseconds);
+    bool fail(const Result& result);
+    void lose(const QString& reason);
+    void collectNews();
+    void tellWaits();
+    /// First field of the first row; empty when there is none.
+    QString single(const QString& sql);
+
+    pg_conn* m_connection;
+    QString m_location;
+    QString m_error;
+    QHash<QString, QByteArray> m_prepared;
+    int m_answerWait;
+    int m_writeWait;
+    bool m_isLost = false;
+    bool m_hasNews = false;
+};
