@@ -26,8 +26,8 @@ class SqlStatement;
 /// one by open(), after a copy was made beside it ("FILE.version-N"). A folder, a file of another program, of a newer
 /// version, a damaged or unreadable one is refused with one line in errorString(), and left as it is.
 ///
-/// "postgresql://[USER@]HOST[:PORT]/NAME" names a database that is there on a server; what an installation needs is made
-/// in it by the first change. The password comes from PGPASSWORD or the file that PGPASSFILE names. Beyond this
+/// "postgresql://[USER@]HOST[:PORT]/NAME" names a database that is there on a server; what an installation needs is
+/// made in it by the first change. The password comes from PGPASSWORD or the file that PGPASSFILE names. Beyond this
 /// machine the server's certificate is checked, name and authority. While the server is away, everything fails at
 /// once, and it is looked for after 1, 2, 4 … 30 s (that needs the event loop). No call waits longer than
 /// answerWait() for it, apart from the last one of a transaction, which waits for the disk a second at least.
@@ -53,8 +53,8 @@ public:
     /// Gives up a transaction that is open.
     ~CDatabase() override;
 
-    /// `location` is a file, "postgresql://…" or "memory". `migrations` is the folder of the numbered scripts, empty for
-    /// those built in.
+    /// `location` is a file, "postgresql://…" or "memory". `migrations` is the folder of the numbered scripts, empty
+    /// for those built in.
     bool open(const QString& location, const QString& migrations = QString());
     void close();
     bool isOpen() const;

@@ -47,8 +47,8 @@ class PostgresConnection : public SqlConnection
 public:
     using Result = std::shared_ptr<pg_result>;
 
-    /// For another word from a healthy disk at the end of a transaction, at least; milliseconds. To give up there leaves
-    /// open whether the change is stored.
+    /// For another word from a healthy disk at the end of a transaction, at least; milliseconds. To give up there
+    /// leaves open whether the change is stored.
     static constexpr int leastCommitWait = 1000;
 
     /// Takes a connection over that is done and was told these waits. `location` is what a person calls it.

@@ -7,8 +7,8 @@
 
 #include <utility>
 
-/// "postgresql://[USER@]HOST[:PORT]/NAME", where a server of PostgreSQL is and what the database is called. HOST may be a
-/// folder that holds the server's socket, also as "postgresql:///NAME?host=FOLDER".
+/// "postgresql://[USER@]HOST[:PORT]/NAME", where a server of PostgreSQL is and what the database is called. HOST may be
+/// a folder that holds the server's socket, also as "postgresql:///NAME?host=FOLDER".
 struct PostgresLocation
 {
     using Options = QList<std::pair<QByteArray, QByteArray>>;

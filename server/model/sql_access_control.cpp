@@ -436,7 +436,7 @@ bool CSqlAccessControl::Private::remove(Kind kind, int itemClass, qint64 id)
             touch(KindUserOrGroup, group);
             record(KindUserOrGroup, group, Changed);
         }
-        SqlStatement login(&database, QStringLiteral("SELECT 1 FROM login WHERE user=?"));
+        SqlStatement login(&database, QStringLiteral("SELECT 1 FROM login WHERE \"user\"=?"));
         areLoginsChanged |= login.bind(id).exec() && login.next();
     } else if (kind == KindAccessPoint) {
         const QList<qint64> holders = relations.holdersAt(id);

@@ -5,6 +5,8 @@
 
 #include <QtCore/QDateTime>
 
+#include "support/database_places.h"
+
 #include <random>
 
 inline const qint64 begin2026 = 1767225600;
@@ -12,11 +14,13 @@ inline const qint64 begin2026 = 1767225600;
 /// An installation in which everything is in relation to everything, with odd values here and there.
 class RandomInstallation
 {
+    DatabasePlaces m_places;
+
 public:
     explicit RandomInstallation(unsigned seed)
         : m_engine(seed)
     {
-        model.open("memory");
+        model.open(DatabasePlaces::onPostgres() ? m_places.location("random") : QStringLiteral("memory"));
         const CItemId calendar = model.createItem("HolidayCalendars", {{"label", "Days"}});
         for (int i = 0; i < 40; ++i)
             model.createItem(

@@ -125,5 +125,9 @@ void TestAccessFacts::failuresAreNoDenials()
     QVERIFY(!source.errorString().isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestAccessFacts)
+int main(int argc, char** argv)
+{
+    return runOnAllDatabases<TestAccessFacts>(argc, argv);
+}
+
 #include "tst_access_facts.moc"

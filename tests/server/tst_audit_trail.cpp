@@ -13,6 +13,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
+#include "support/database_places.h"
+
 namespace {
 
 constexpr qint64 dayMs = 24LL * 3600 * 1000;
@@ -41,7 +43,7 @@ struct Trail
     void open()
     {
         database.reset(new CDatabase);
-        if (!database->open(dir.filePath("trail.db")))
+        if (!database->open(places.location("trail.db")))
             qFatal("%s", qUtf8Printable(database->errorString()));
         trail.reset(new CAuditTrail(database.get()));
     }
@@ -63,7 +65,7 @@ struct Trail
         return texts;
     }
 
-    QTemporaryDir dir;
+    DatabasePlaces places;
     std::unique_ptr<CDatabase> database;
     std::unique_ptr<CAuditTrail> trail;
 };
@@ -194,7 +196,7 @@ void TestAuditTrail::findsChanges_data()
     row("what happened", "UPDATE event SET kind=1 WHERE seq=4", {"4 "});
     row("a column that queries use", "UPDATE event SET \"user\"=32 WHERE seq=9", {"9 "});
     row("erased, columns left", "UPDATE event SET payload=NULL WHERE seq=9", {"9 "});
-    row("the stored hash", "UPDATE event SET hash=zeroblob(32) WHERE seq=5", {"5 ", "6 "});
+    row("the stored hash", "UPDATE event SET hash=payload_hash WHERE seq=5", {"5 ", "6 "});
     row("deleted", "DELETE FROM event WHERE seq=6", {"7 "});
     row("the beginning", "DELETE FROM event WHERE seq<4", {"4 "});
     row("swapped", "UPDATE event SET seq=CASE seq WHEN 6 THEN 107 WHEN 7 THEN 6 END WHERE seq IN (6,7)",
@@ -204,7 +206,7 @@ void TestAuditTrail::findsChanges_data()
         "hash FROM event WHERE seq=20",
         {"21 "});
     row("the end", "DELETE FROM event WHERE seq>15", {"20 "});
-    row("a head", "UPDATE audit_head SET hash=zeroblob(32)", {"20 "});
+    row("a head", "UPDATE audit_head SET hash=signature", {"20 "});
 }
 
 void TestAuditTrail::findsChanges()
@@ -253,11 +255,11 @@ void TestAuditTrail::headsShowCutAndRewrite()
     QVERIFY(t.trail->append(other));
     QCOMPARE(t.trail->heads().size(), 2);
     QVERIFY(t.trail->verify().ok());
-    QCOMPARE(QFile::permissions(t.dir.filePath("audit.key"))
+    QCOMPARE(QFile::permissions(t.database->folder() + "/audit.key")
                  & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteOther),
              QFile::Permissions());
     // Heads of another key are none.
-    QVERIFY(QFile::remove(t.dir.filePath("audit.key")));
+    QVERIFY(QFile::remove(t.database->folder() + "/audit.key"));
     t.open();
     QVERIFY(!t.trail->publicKey().isEmpty());
     QCOMPARE(t.faults().size(), 2);
@@ -300,7 +302,7 @@ void TestAuditTrail::exportIsCheckedByOthers()
     QCOMPARE(t.trail->erase(CItemId(31)), qint64(1500));
     QVERIFY(t.trail->append({AuditKind::Granted, 0, {}, CItemId(31), {}, {}, {}}));
     const auto write = [&t](const QString& name, const QByteArray& data) {
-        QFile file(t.dir.filePath(name));
+        QFile file(t.places.folder.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(data);
     };
@@ -315,8 +317,8 @@ void TestAuditTrail::exportIsCheckedByOthers()
     const auto check = [&t]() {
         QProcess verifier;
         verifier.start("/usr/bin/python3",
-                       {QStringLiteral(KYR_SCRIPTS_DIR "/audit_verify.py"), t.dir.filePath("trail.jsonl"),
-                        t.dir.filePath("heads"), t.dir.filePath("key.pem")});
+                       {QStringLiteral(KYR_SCRIPTS_DIR "/audit_verify.py"), t.places.folder.filePath("trail.jsonl"),
+                        t.places.folder.filePath("heads"), t.places.folder.filePath("key.pem")});
         verifier.waitForFinished(6000);
         return QStringLiteral("%1: %2")
             .arg(verifier.exitCode())
@@ -340,9 +342,9 @@ void TestAuditTrail::exportIsCheckedByOthers()
 
 void TestAuditTrail::changesOfTheModelAreNoted()
 {
-    QTemporaryDir dir;
+    DatabasePlaces places;
     CSqlAccessControl model;
-    QVERIFY(model.open(dir.filePath("model.db")));
+    QVERIFY(model.open(places.location("model.db")));
     CAuditTrail trail(model.database());
     CModelAudit audit(&trail);
     model.setRecorder(&audit);
@@ -387,5 +389,9 @@ void TestAuditTrail::changesOfTheModelAreNoted()
     QVERIFY(model.getUser({{"label", "Eve"}}).isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestAuditTrail)
+int main(int argc, char** argv)
+{
+    return runOnAllDatabases<TestAuditTrail>(argc, argv);
+}
+
 #include "tst_audit_trail.moc"

@@ -171,5 +171,9 @@ void DoorCompilerTest::rulesOfLocalTime()
     }
 }
 
-QTEST_GUILESS_MAIN(DoorCompilerTest)
+int main(int argc, char** argv)
+{
+    return runOnAllDatabases<DoorCompilerTest>(argc, argv);
+}
+
 #include "tst_door_compiler.moc"

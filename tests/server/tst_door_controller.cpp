@@ -10,6 +10,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
+#include "support/database_places.h"
+
 namespace {
 
 const CDeviceId front(12345);
@@ -107,7 +109,7 @@ struct Building
     Building()
     {
         wire.take(wire.lock.start(Wire::now()));
-        if (!model.open(folder.filePath("a.db")))
+        if (!model.open(places.location("a.db")))
             qFatal("no model");
         door = model.createAccessPoint({{"label", "Front"}, {"timeZone", "Europe/Zurich"}});
         user = model.createUser({{"label", "Ada"}});
@@ -133,7 +135,7 @@ struct Building
     QJsonObject last() const { return trail->events({}, 1).value(0).details(); }
 
     const QByteArray uid = QByteArray::fromHex("04a1223b5c6d80");
-    QTemporaryDir folder;
+    DatabasePlaces places;
     CSqlAccessControl model;
     std::unique_ptr<CAuditTrail> trail;
     Wire wire;
@@ -376,5 +378,9 @@ void DoorControllerTest::operationsAndActions()
     status->dispose();
 }
 
-QTEST_GUILESS_MAIN(DoorControllerTest)
+int main(int argc, char** argv)
+{
+    return runOnAllDatabases<DoorControllerTest>(argc, argv);
+}
+
 #include "tst_door_controller.moc"

@@ -8,6 +8,8 @@
 
 #include <QtTest/QtTest>
 
+#include "support/database_places.h"
+
 #include <memory>
 
 namespace {
@@ -26,7 +28,7 @@ class TestSqlAccessControl : public QObject
 private Q_SLOTS:
     void init()
     {
-        m_folder = std::make_unique<QTemporaryDir>();
+        m_places = std::make_unique<DatabasePlaces>();
         m_model = opened();
     }
     void cleanup()
@@ -304,7 +306,9 @@ private Q_SLOTS:
         QVERIFY(m_model->deleteUser(user) && m_model->getLogins().isEmpty());
         // Neither password nor session stands in the file.
         for (const char* name : {"a.db", "a.db-wal"}) {
-            QFile file(m_folder->filePath(name));
+            if (DatabasePlaces::onPostgres())
+                break;
+            QFile file(m_places->folder.filePath(name));
             QVERIFY(file.open(QIODevice::ReadOnly));
             const QByteArray bytes = file.readAll();
             QVERIFY(!bytes.contains(password.toUtf8()) && !bytes.contains(session.toLatin1()));
@@ -333,7 +337,7 @@ private Q_SLOTS:
     {
         CSqlAccessControl demonstration;
         QVERIFY(demonstration.open("memory"));
-        const QString path = m_folder->filePath("export.jsonl");
+        const QString path = m_places->folder.filePath("export.jsonl");
         bool good = false;
         {
             QFile file(path);
@@ -355,14 +359,18 @@ private:
     std::unique_ptr<CSqlAccessControl> opened() const
     {
         auto model = std::make_unique<CSqlAccessControl>();
-        if (!model->open(m_folder->filePath("a.db")))
+        if (!model->open(m_places->location("a.db")))
             qFatal("%s", qPrintable(model->errorString()));
         return model;
     }
 
-    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<DatabasePlaces> m_places;
     std::unique_ptr<CSqlAccessControl> m_model;
 };
 
-QTEST_GUILESS_MAIN(TestSqlAccessControl)
+int main(int argc, char** argv)
+{
+    return runOnAllDatabases<TestSqlAccessControl>(argc, argv);
+}
+
 #include "tst_sql_access_control.moc"
