@@ -101,7 +101,7 @@ void TestAuditTrail::serversTellOfThemselves()
     {
         // Another program writes: what happens now is stored when it has done.
         CDatabase other;
-        QVERIFY(other.open(t.dir.filePath("trail.db")));
+        QVERIFY(other.open(t.database->location()));
         t.database->setWriteWait(0);
         QVERIFY(other.begin());
         CTrailKeeper second(t.trail.get(), "Ben");
