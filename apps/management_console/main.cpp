@@ -143,6 +143,7 @@ int run(int argc, char** argv)
             std::fprintf(stderr, "kyr_console: %s; going on by itself\n", qUtf8Printable(found.note));
     }
     Session session(commandTable(), options.value(QStringLiteral("database")));
+    session.setDatabaseAuthority(options.value(QStringLiteral("database-ca")));
     const bool stopsOnError = options.isSet(QStringLiteral("stop-on-error"));
     if (!socketName.isEmpty())
         return runSocketConsole(app, session, socketName, command);

@@ -17,7 +17,8 @@
 
 namespace {
 
-constexpr qint64 longestFile = 1024 * 1024; // of a certificate or key
+constexpr qint64 longestFile = 1024 * 1024;    // of a certificate or key
+constexpr int servingAnswerWaitMs = 250;       // of a database server
 constexpr int longestSession = 31 * 24 * 3600; // seconds
 
 class ServeCommand : public Command
@@ -135,6 +136,8 @@ private:
             warn(warning);
             qWarning("serve: %s", qUtf8Printable(warning));
         }
+        // Whoever runs an event loop for others waits for no database longer.
+        model()->database()->setAnswerWait(servingAnswerWaitMs);
         const quint16 port = server->port();
         const quint16 proxyPort = server->proxyPort();
         session().setServer(std::move(server), m_name);

@@ -12,4 +12,5 @@ QString defaultDatabase();
 
 /// The installation that is kept at `location`; "memory" is the demonstration installation, which is gone when the
 /// program ends. Null with a reason when it cannot be opened.
-std::unique_ptr<CSqlAccessControl> openModel(const QString& location, QString& error);
+/// `authority` is the file of the certificate authority of a database server, or empty.
+std::unique_ptr<CSqlAccessControl> openModel(const QString& location, const QString& authority, QString& error);

@@ -49,9 +49,13 @@ void addGlobalOptions(AppOptions& options)
     options.addValue(QStringLiteral("patience"), QStringLiteral("S"),
                      QStringLiteral("give that console up when nothing is heard from it for so many seconds"),
                      QStringLiteral("30"));
-    options.addValue(QStringLiteral("database"), QStringLiteral("LOCATION"),
-                     QStringLiteral("where the installation is kept: a file, or memory, the demonstration (%1)")
-                         .arg(defaultDatabase()));
+    options.addValue(
+        QStringLiteral("database"), QStringLiteral("LOCATION"),
+        QStringLiteral("where the installation is kept: a file, postgresql://[USER@]HOST[:PORT]/NAME, or memory, "
+                       "the demonstration (%1)")
+            .arg(defaultDatabase()));
+    options.addValue(QStringLiteral("database-ca"), QStringLiteral("FILE"),
+                     QStringLiteral("authority of the database server's certificate, PEM"));
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
     options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));

@@ -49,7 +49,7 @@ CSqlAccessControl* Session::model(QString& error)
 {
     if (m_model)
         return m_model.get();
-    m_model = openModel(m_database, error);
+    m_model = openModel(m_database, m_authority, error);
     if (!m_model)
         return nullptr;
     m_trail = std::make_unique<CAuditTrail>(m_model->database());

@@ -31,6 +31,8 @@ public:
     /// defaultDatabase() says.
     explicit Session(const std::vector<const CommandEntry*>& commands, const QString& database = {});
     ~Session() override;
+    /// The file of the certificate authority of a database server; before the installation is first asked for.
+    void setDatabaseAuthority(const QString& file) { m_authority = file; }
 
     const std::vector<const CommandEntry*>& commands() const { return m_commands; }
     /// Null when there is none of that name.
@@ -91,6 +93,7 @@ private:
 
     const std::vector<const CommandEntry*>& m_commands;
     QString m_database;
+    QString m_authority;
     QString m_operatorName;
     std::unique_ptr<CSqlAccessControl> m_model;
     std::unique_ptr<CAuditTrail> m_trail;
