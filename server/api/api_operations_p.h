@@ -8,7 +8,7 @@
 #include <QtCore/QPointer>
 #include <QtCore/QVariantMap>
 
-class CAccessFacts;
+struct CAccessFacts;
 class CNotificationService;
 class IAccessFactsSource;
 
