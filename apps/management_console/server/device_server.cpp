@@ -1,5 +1,6 @@
 #include "server/device_server.h"
 
+#include "page/page.h"
 #include "server/front_door.h"
 #include "server/notification_server.h"
 #include "server/server_certificate.h"
@@ -30,9 +31,7 @@ DeviceServer::DeviceServer(QObject* parent)
     , m_notifications(new CNotificationService(this))
     , m_connector(new CDeviceConnectorAppSide(0, true, true, this))
 {
-    m_door->serve("GET", "/", [](const HttpRequest&, const FrontDoor::Reply& reply) {
-        reply({200, "text/plain", "kyr_console\n"});
-    });
+    servePage(*m_door);
     serveAt(m_door);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionEstablished, this, &DeviceServer::onEstablished);
     connect(m_connector, &CDeviceConnectorAppSide::webSocketConnectionRefused, this,
