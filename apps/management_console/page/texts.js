@@ -16,8 +16,8 @@ const texts = {
             CredentialNotActive: "credential is not valid yet", CredentialExpired: "credential has expired", CredentialUnknown: "unknown credential",
             InvalidPIN: "wrong code", UserDisabled: "user is out of service", AccessPointDisabled: "door is out of service", Other: "another reason"},
         kinds: {granted: "let in", denied: "refused", forced: "door forced open", held: "door held open", opened: "opened from afar",
-            changed: "changed", login: "logged in", loginRefused: "log-in refused", refused: "call without permission", start: "server started",
-            end: "server ended", clock: "clock was set", export: "exported", retention: "old events removed"},
+            changed: "changed", login: "logged in", loginRefused: "log-in refused", refused: "call without permission", start: "started",
+            end: "ended", clock: "clock was set", export: "exported", retention: "old events removed"},
     },
     de: {
         title: "Zutrittskontrolle", language: "Sprache", login: "Anmelden", logout: "Abmelden", name: "Name", password: "Passwort",
@@ -34,8 +34,8 @@ const texts = {
             CredentialNotActive: "Ausweis gilt noch nicht", CredentialExpired: "Ausweis ist abgelaufen", CredentialUnknown: "unbekannter Ausweis",
             InvalidPIN: "falscher Code", UserDisabled: "Benutzer ist außer Betrieb", AccessPointDisabled: "Tür ist außer Betrieb", Other: "anderer Grund"},
         kinds: {granted: "eingelassen", denied: "abgewiesen", forced: "Tür aufgebrochen", held: "Tür offen gehalten", opened: "aus der Ferne geöffnet",
-            changed: "geändert", login: "angemeldet", loginRefused: "Anmeldung abgewiesen", refused: "Aufruf ohne Berechtigung", start: "Server gestartet",
-            end: "Server beendet", clock: "Uhr gestellt", export: "exportiert", retention: "alte Ereignisse entfernt"},
+            changed: "geändert", login: "angemeldet", loginRefused: "Anmeldung abgewiesen", refused: "Aufruf ohne Berechtigung", start: "gestartet",
+            end: "beendet", clock: "Uhr gestellt", export: "exportiert", retention: "alte Ereignisse entfernt"},
     },
     fr: {
         title: "Contrôle d’accès", language: "Langue", login: "Se connecter", logout: "Se déconnecter", name: "Nom", password: "Mot de passe",
@@ -52,8 +52,8 @@ const texts = {
             CredentialNotActive: "badge pas encore valable", CredentialExpired: "badge périmé", CredentialUnknown: "badge inconnu",
             InvalidPIN: "code faux", UserDisabled: "personne hors service", AccessPointDisabled: "porte hors service", Other: "autre raison"},
         kinds: {granted: "entrée", denied: "refusé", forced: "porte forcée", held: "porte maintenue ouverte", opened: "ouverte à distance",
-            changed: "modifié", login: "connexion", loginRefused: "connexion refusée", refused: "appel sans autorisation", start: "serveur démarré",
-            end: "serveur arrêté", clock: "horloge réglée", export: "exporté", retention: "anciens événements supprimés"},
+            changed: "modifié", login: "connexion", loginRefused: "connexion refusée", refused: "appel sans autorisation", start: "démarré",
+            end: "arrêté", clock: "horloge réglée", export: "exporté", retention: "anciens événements supprimés"},
     },
     it: {
         title: "Controllo accessi", language: "Lingua", login: "Accedi", logout: "Esci", name: "Nome", password: "Password",
@@ -70,8 +70,8 @@ const texts = {
             CredentialNotActive: "tessera non ancora valida", CredentialExpired: "tessera scaduta", CredentialUnknown: "tessera sconosciuta",
             InvalidPIN: "codice errato", UserDisabled: "persona fuori servizio", AccessPointDisabled: "porta fuori servizio", Other: "altro motivo"},
         kinds: {granted: "entrato", denied: "respinto", forced: "porta forzata", held: "porta tenuta aperta", opened: "aperta a distanza",
-            changed: "modificato", login: "accesso", loginRefused: "accesso respinto", refused: "chiamata senza permesso", start: "server avviato",
-            end: "server terminato", clock: "orologio regolato", export: "esportato", retention: "vecchi eventi rimossi"},
+            changed: "modificato", login: "accesso", loginRefused: "accesso respinto", refused: "chiamata senza permesso", start: "avviato",
+            end: "terminato", clock: "orologio regolato", export: "esportato", retention: "vecchi eventi rimossi"},
     },
     nl: {
         title: "Toegangscontrole", language: "Taal", login: "Inloggen", logout: "Uitloggen", name: "Naam", password: "Wachtwoord",
@@ -88,7 +88,7 @@ const texts = {
             CredentialNotActive: "pas is nog niet geldig", CredentialExpired: "pas is verlopen", CredentialUnknown: "onbekende pas",
             InvalidPIN: "verkeerde code", UserDisabled: "gebruiker is buiten dienst", AccessPointDisabled: "deur is buiten dienst", Other: "andere reden"},
         kinds: {granted: "binnengelaten", denied: "geweigerd", forced: "deur geforceerd", held: "deur opengehouden", opened: "op afstand geopend",
-            changed: "gewijzigd", login: "ingelogd", loginRefused: "inloggen geweigerd", refused: "aanroep zonder recht", start: "server gestart",
-            end: "server gestopt", clock: "klok gezet", export: "geëxporteerd", retention: "oude gebeurtenissen verwijderd"},
+            changed: "gewijzigd", login: "ingelogd", loginRefused: "inloggen geweigerd", refused: "aanroep zonder recht", start: "gestart",
+            end: "gestopt", clock: "klok gezet", export: "geëxporteerd", retention: "oude gebeurtenissen verwijderd"},
     },
 };
