@@ -26,11 +26,14 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND KYR_BUILD_APPS)
     set(documents ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_development})
     install(FILES CHANGELOG.md DESTINATION ${documents} COMPONENT development)
     install(DIRECTORY docs examples DESTINATION ${documents} COMPONENT development
-        PATTERN Doxyfile EXCLUDE PATTERN tools.md EXCLUDE PATTERN deployment.md EXCLUDE PATTERN audit.md EXCLUDE)
+        PATTERN Doxyfile EXCLUDE PATTERN tools.md EXCLUDE PATTERN deployment.md EXCLUDE PATTERN audit.md EXCLUDE
+        PATTERN scripts.md EXCLUDE PATTERN scripts EXCLUDE)
     set(documents ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_tools})
-    install(FILES docs/tools.md docs/deployment.md docs/audit.md DESTINATION ${documents} COMPONENT tools)
+    install(FILES docs/tools.md docs/deployment.md docs/audit.md docs/scripts.md DESTINATION ${documents} COMPONENT tools)
     # Auditors take it elsewhere: it needs nothing of this system.
     install(PROGRAMS scripts/audit_verify.py DESTINATION ${documents}/examples COMPONENT tools)
+    install(DIRECTORY examples/scripts DESTINATION ${documents}/examples COMPONENT tools)
+    install(PROGRAMS ${kyr_packaging}/reload-certificate DESTINATION /usr/lib/kyr COMPONENT tools)
 
     install(FILES ${kyr_packaging}/kyr-console.service ${kyr_packaging}/kyr-console.socket DESTINATION /lib/systemd/system COMPONENT tools)
     # Only root reads it: it may hold the token of notification clients.

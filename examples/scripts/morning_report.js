@@ -10,7 +10,6 @@
 // Without a recipient the report is printed. The exit code is 1 when the mail could not be sent.
 
 const since = new Date(Date.now() - 24 * 3600 * 1000);
-const doors = new Map(kyr.getModel("AccessPoints", {}, []).map(door => [door.id, door.label]));
 const happened = events({kinds: ["granted", "denied", "forced", "held", "opened", "refused", "loginRefused"], from: since});
 
 const of = kind => happened.filter(event => event.kind === kind);
@@ -20,7 +19,7 @@ const counted = (list, key) => {
         counts.set(key(event), (counts.get(key(event)) || 0) + 1);
     return [...counts].sort((a, b) => b[1] - a[1]).map(([what, count]) => `  ${String(count).padStart(5)}  ${what}`);
 };
-const door = event => doors.get(event.accessPoint) || `door ${event.accessPoint}`;
+const door = event => event.door;
 
 const lines = [
     `Since ${since.toISOString().slice(0, 16).replace("T", " ")} UTC: ${of("granted").length} times let in, `

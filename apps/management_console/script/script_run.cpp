@@ -5,6 +5,7 @@
 
 #include <foundation/formats/csv_reader.h>
 #include <foundation/services/script_method.h>
+#include <server/api/event_rows.h>
 #include <server/audit/audit_trail.h>
 #include <server/model/sql_access_control.h>
 
@@ -385,17 +386,12 @@ QJSValue ScriptRun::events(const QJSValue& filter)
                             .arg(key),
                         QJSValue::TypeError);
     }
-    const QList<AuditRecord> records = m_trail->events(chosen, limit);
-    QJSValue list = m_engine.newArray(uint(records.size()));
-    for (int i = 0; i < records.size(); ++i) {
-        const AuditRecord& record = records.at(i);
-        QVariantMap row = record.details().toVariantMap();
-        row.remove(QStringLiteral("salt"));
-        row.insert(QStringLiteral("chain"), QString::number(record.chain));
-        row.insert(QStringLiteral("seq"), record.seq);
-        row.insert(QStringLiteral("at"), QDateTime::fromMSecsSinceEpoch(record.at));
-        row.insert(QStringLiteral("recorded"), QDateTime::fromMSecsSinceEpoch(record.recorded));
-        row.insert(QStringLiteral("kind"), auditKindName(AuditKind(record.kind)));
+    const QList<QVariantMap> rows = EventRows::make(m_model, m_trail, m_trail->events(chosen, limit));
+    QJSValue list = m_engine.newArray(uint(rows.size()));
+    for (int i = 0; i < rows.size(); ++i) {
+        QVariantMap row = rows.at(i);
+        for (const char* key : {"at", "recorded"})
+            row[QLatin1String(key)] = QDateTime::fromString(row.value(QLatin1String(key)).toString(), Qt::ISODate);
         list.setProperty(quint32(i), ScriptConversion::toScript(m_engine, row));
     }
     return list;
