@@ -99,14 +99,17 @@ void Monitor::addQueue(const QByteArray& name, const std::function<qint64()>& le
 
 bool Monitor::probe()
 {
+    if (m_lastProbe.isValid() && m_lastProbe.elapsed() < probePause)
+        return m_isReadable;
     QElapsedTimer timer;
     timer.start();
     const qint64 failures = m_model->database()->failures();
     m_model->getSystemInfo();
-    const bool good = m_model->database()->isOpen() && m_model->database()->failures() == failures;
-    if (good)
+    m_isReadable = m_model->database()->isOpen() && m_model->database()->failures() == failures;
+    if (m_isReadable)
         m_database.observe(double(timer.nsecsElapsed()) / 1e9);
-    return good;
+    m_lastProbe.start();
+    return m_isReadable;
 }
 
 // Each server counts what it has recorded itself: the sum over all servers is what happened.

@@ -27,8 +27,10 @@ class Monitor : public QObject
 
 public:
     using Networks = QList<QPair<QHostAddress, int>>;
-    /// Between two looks at the database whose time is taken; ms.
+    /// Between two looks at the database whose time is taken, and between two for whoever asks; ms. Anybody may ask for
+    /// the health, and a database that is away takes its time to say so.
     static constexpr int probeInterval = 10000;
+    static constexpr int probePause = 1000;
 
     /// Nothing is taken over. The server goes last; of those beside it each goes after this.
     Monitor(DeviceServer* server, CSqlAccessControl* model, CAuditTrail* trail, const Networks& metricsFrom);
@@ -47,7 +49,7 @@ private:
     HttpAnswer answerHealth();
     HttpAnswer answerMetrics(const HttpRequest& request);
     bool mayRead(const QHostAddress& peer) const;
-    /// Reads something from the database. False when it cannot be read.
+    /// Reads something from the database, unless that was done just now. False when it cannot be read.
     bool probe();
     void countEvents();
 
@@ -62,5 +64,7 @@ private:
     QMap<qint64, qint64> m_ends;          // of the chains, as far as events were counted
     Histogram m_handshakes;
     Histogram m_database;
+    QElapsedTimer m_lastProbe;
+    bool m_isReadable = true;
     qint64 m_start; // seconds since 1970
 };
