@@ -28,6 +28,8 @@ void addLogOptions(AppOptions& options, const QString& defaultLevel, const QStri
                      QStringLiteral("DBG, INF, WRN, CRT, FTL or a number from 0 to 5"), defaultLevel);
     options.addValue(QStringLiteral("log-file"), QStringLiteral("FILE"),
                      QStringLiteral("a file, \">>\" and a file to append, stderr, stdout or none"), defaultFile);
+    options.addValue(QStringLiteral("log-format"), QStringLiteral("FORM"),
+                     QStringLiteral("text, or json: an object a line"), QStringLiteral("text"));
 }
 
 bool applyLogOptions(AppOptions& options)
@@ -40,6 +42,12 @@ bool applyLogOptions(AppOptions& options)
             QStringLiteral("--log-level takes DBG, INF, WRN, CRT, FTL or a number, not \"%1\"").arg(level));
         return false;
     }
+    const QString form = options.value(QStringLiteral("log-format"));
+    if (form != QLatin1String("text") && form != QLatin1String("json")) {
+        options.setError(QStringLiteral("--log-format takes text or json, not \"%1\"").arg(form));
+        return false;
+    }
+    CDebug::setJsonLines(form == QLatin1String("json"));
     qInstallMessageHandler(&CDebug::messageOutput);
     const QString file = options.value(QStringLiteral("log-file"));
     if (!CDebug::setMessageOutputFile(file)) {

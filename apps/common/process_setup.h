@@ -6,7 +6,7 @@
 
 #include <functional>
 
-/// The logging options that every tool has: --log-level and --log-file.
+/// The logging options that every tool has: --log-level, --log-file and --log-format.
 void addLogOptions(AppOptions& options, const QString& defaultLevel, const QString& defaultFile);
 /// Installs the message handler as the options say. False with an error in `options`.
 bool applyLogOptions(AppOptions& options);

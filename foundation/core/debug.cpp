@@ -3,6 +3,9 @@
 #include <foundation/core/circular_log_buffer.h>
 #include <foundation/core/wall_clock_p.h>
 
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QVarLengthArray>
 #include <QtCore/QtGlobal>
 
@@ -50,6 +53,8 @@ std::atomic<CCircularLogBuffer*> circularBuffer{nullptr};
 constexpr long unknownPosition = -2;
 std::atomic<long> wholeLinesEnd{unknownPosition};
 std::atomic<bool> lineIsCut{false};
+std::atomic<bool> jsonLines{false};
+thread_local const CLogFields* currentFields = nullptr;
 
 using Line = QVarLengthArray<char, 512>;
 
@@ -111,6 +116,22 @@ void writeLine(FILE* output, const char* line)
     lineIsCut.store(end >= 0 && std::ftell(output) != end, std::memory_order_relaxed);
 }
 
+QByteArray jsonLine(const char* tag, const QString& message)
+{
+    QJsonObject object;
+    for (const CLogFields* fields = currentFields; fields; fields = fields->outer()) {
+        for (auto field = fields->fields().cbegin(); field != fields->fields().cend(); ++field) {
+            if (!object.contains(field.key()))
+                object.insert(field.key(), QJsonValue::fromVariant(*field));
+        }
+    }
+    const QDateTime now = QDateTime::currentDateTime();
+    object.insert(QStringLiteral("time"), now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs));
+    object.insert(QStringLiteral("level"), QLatin1String(tag));
+    object.insert(QStringLiteral("text"), message);
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
 // Kept apart from the test of the level, so that a suppressed message does not even set up the line's memory.
 Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
 {
@@ -119,11 +140,31 @@ Q_NEVER_INLINE void writeMessage(QtMsgType type, const QString& message)
     if (CCircularLogBuffer* buffer = circularBuffer.load(std::memory_order_relaxed))
         buffer->append(QByteArray::fromRawData(line.constData(), static_cast<int>(line.size())));
     if (FILE* output = stream.load(std::memory_order_relaxed)) {
-        writeLine(output, line.constData());
+        if (jsonLines.load(std::memory_order_relaxed))
+            writeLine(output, jsonLine(tagOf(type), message).constData());
+        else
+            writeLine(output, line.constData());
     }
 }
 
 } // namespace
+
+CLogFields::CLogFields(const QVariantMap& fields)
+    : m_fields(fields)
+    , m_outer(currentFields)
+{
+    currentFields = this;
+}
+
+CLogFields::~CLogFields()
+{
+    currentFields = m_outer;
+}
+
+void CDebug::setJsonLines(bool on)
+{
+    jsonLines = on;
+}
 
 void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QString& message)
 {

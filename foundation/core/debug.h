@@ -25,6 +25,28 @@ private Q_SLOTS:
     void printSignal();
 };
 
+/// Says of whom the messages tell that are logged while it lives, on this thread: fields of their own in JSON lines.
+///
+///     const CLogFields fields({{"device", id.toLabel()}, {"peer", peer}});
+///     qInfo("Device %s came", ...);   // {"time":...,"level":"INF","text":...,"device":"000.123.457","peer":...}
+///
+/// It lives on the stack; what an outer one says holds inside, too.
+class KYR_FOUNDATION_EXPORT CLogFields
+{
+public:
+    explicit CLogFields(const QVariantMap& fields);
+    ~CLogFields();
+    CLogFields(const CLogFields&) = delete;
+    CLogFields& operator=(const CLogFields&) = delete;
+
+    const QVariantMap& fields() const { return m_fields; }
+    const CLogFields* outer() const { return m_outer; }
+
+private:
+    QVariantMap m_fields;
+    const CLogFields* m_outer;
+};
+
 /// Where a process's messages go, and a few texts for looking into its objects.
 ///
 ///     qInstallMessageHandler(CDebug::messageOutput);
@@ -53,6 +75,10 @@ public:
     /// Where lines go: "stderr" (as at the start), "stdout" or "-", "none", or a file, which is emptied first unless
     /// ">>" stands before its name. A file that cannot be opened gives false and a warning on the standard error.
     static bool setMessageOutputFile(const QString& name);
+
+    /// The form of the lines that go out: text, as at the start, or JSON lines, an object each with "time" (ISO 8601
+    /// with milliseconds and offset), "level", "text" and what CLogFields say. The ring buffer keeps text.
+    static void setJsonLines(bool on);
 
     /// Keeps the last mebibyte of lines, see CCircularLogBuffer::getInstanceUsedAsMessageHandler(). Switching off loses
     /// them.

@@ -178,7 +178,26 @@ void CCsvWriter::appendValue(TextBuffer& line, const QVariant& value, Processing
     appendText(line, value.toString());
 }
 
+QString CCsvWriter::guardedText(const QString& text)
+{
+    static const QString openers = QStringLiteral("=+-@\t\r");
+    bool isNumber = false;
+    if (text.isEmpty() || !openers.contains(text.at(0)) || (text.toDouble(&isNumber), isNumber))
+        return text;
+    return QLatin1Char('\'') + text;
+}
+
 void CCsvWriter::appendText(TextBuffer& line, const QString& text) const
+{
+    if (m_guarded) {
+        const QString guarded = guardedText(text);
+        if (guarded.size() != text.size())
+            return appendQuoted(line, guarded);
+    }
+    appendQuoted(line, text);
+}
+
+void CCsvWriter::appendQuoted(TextBuffer& line, const QString& text) const
 {
     if (!holdsAnyOf(text, '"', '\n', m_fieldSeparator.unicode())) {
         line.append(text);
@@ -198,7 +217,7 @@ void CCsvWriter::appendText(TextBuffer& line, const QString& text) const
 QString CCsvWriter::escapeCsvString(const QString& text) const
 {
     TextBuffer result(text.size() + 2);
-    appendText(result, text);
+    appendQuoted(result, text);
     return result.take();
 }
 

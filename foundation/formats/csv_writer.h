@@ -44,6 +44,10 @@ public:
     /// How a column of the model is written; replaces what was set for it before.
     void setColumnFlags(int column, ProcessingFlags flags);
     void clearColumnFlags();
+    /// Whether texts that a spreadsheet would take for a formula (they begin with "=", "+", "-", "@", a tab or a
+    /// carriage return, and are no number) get an apostrophe in front. Off unless asked for: whoever reads the file
+    /// back as data finds it there.
+    void setFormulaGuard(bool on) { m_guarded = on; }
     /// Takes the separator from the header line of an existing file: tab, ";" or ",", the first of these that occurs
     /// in it, or ";".
     void setFieldSeparatorFromHeader(const QString& headerLine);
@@ -52,6 +56,9 @@ public:
     /// told by the device.
     void write(QTextStream& out);
     void write(QIODevice* device);
+
+    /// The text as the guard would have it.
+    static QString guardedText(const QString& text);
 
     /// One line each; headers and values are those of the model's columns from 0 on.
     void writeHeader(QTextStream& out, const QStringList& headers) const;
@@ -72,6 +79,7 @@ public:
 
 private:
     void appendText(TextBuffer& line, const QString& text) const;
+    void appendQuoted(TextBuffer& line, const QString& text) const;
     void appendValue(TextBuffer& line, const QVariant& value, ProcessingFlags flags) const;
 
     QList<int> m_columns;
@@ -79,6 +87,7 @@ private:
     QPersistentModelIndex m_rootIndex;
     QChar m_fieldSeparator = QLatin1Char(';');
     QMap<int, ProcessingFlags> m_columnFlags;
+    bool m_guarded = false;
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(CCsvWriter::ProcessingFlags)

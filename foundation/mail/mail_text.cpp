@@ -11,24 +11,6 @@ namespace {
 
 constexpr int foldAt = 900; // a line of a mail may have 998 characters
 
-QByteArray joinedAddresses(const QList<QByteArray>& addresses)
-{
-    QByteArray joined;
-    int lineBegin = 0;
-    for (const QByteArray& address : addresses) {
-        if (!joined.isEmpty()) {
-            joined += ',';
-            if (joined.size() - lineBegin + address.size() > foldAt) {
-                joined += "\r\n";
-                lineBegin = int(joined.size());
-            }
-            joined += ' ';
-        }
-        joined += address;
-    }
-    return joined;
-}
-
 // The page with its placeholders replaced in one pass: what looks like a placeholder in a text stays as it is.
 QString filledTemplate(const QString& page, const QString& subject, const QString& preheader, const QString& message)
 {
@@ -45,12 +27,12 @@ QString filledTemplate(const QString& page, const QString& subject, const QStrin
     return filled + page.mid(copied);
 }
 
-QByteArray encodedPart(const QString& text)
+QByteArray encodedPart(const QString& text, bool stuffDots)
 {
     QByteArray bytes = text.toUtf8();
     // The encoder ends lines at LF and would let a CR through, which no server likes.
     bytes.replace("\r\n", "\n").replace('\r', '\n');
-    return CQuotedPrintable::getEncodedText(bytes, true);
+    return CQuotedPrintable::getEncodedText(bytes, stuffDots);
 }
 
 } // namespace
@@ -107,8 +89,26 @@ QByteArray MailText::withDotsStuffed(const QByteArray& body)
     return text + ".\r\n";
 }
 
-QByteArray MailText::fromTemplate(const QString& account, const QList<QByteArray>& recipients, const QString& subject,
-                                  const QString& preheader, const QString& message, bool escape)
+QByteArray MailText::joinedAddresses(const QList<QByteArray>& addresses)
+{
+    QByteArray joined;
+    int lineBegin = 0;
+    for (const QByteArray& address : addresses) {
+        if (!joined.isEmpty()) {
+            joined += ',';
+            if (joined.size() - lineBegin + address.size() > foldAt) {
+                joined += "\r\n";
+                lineBegin = int(joined.size());
+            }
+            joined += ' ';
+        }
+        joined += address;
+    }
+    return joined;
+}
+
+QByteArray MailText::alternatives(const QString& subject, const QString& preheader, const QString& message, bool escape,
+                                  bool stuffDots)
 {
     QFile page(QStringLiteral(":/email_template_default.html"));
     if (!page.open(QIODevice::ReadOnly))
@@ -117,14 +117,23 @@ QByteArray MailText::fromTemplate(const QString& account, const QList<QByteArray
     const QString html =
         filledTemplate(QString::fromUtf8(page.readAll()), inPage(subject), inPage(preheader), inPage(message));
     const QByteArray boundary = "boundary-" + QByteArray::number(QRandomGenerator::global()->generate64());
-    const auto part = [&boundary](const char* type, const QString& text) -> QByteArray {
+    const auto part = [&boundary, stuffDots](const char* type, const QString& text) -> QByteArray {
         return "\r\n\r\n--" + boundary + "\r\nContent-Type: " + type + "; charset=\"utf-8\""
-               + "\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n" + encodedPart(text);
+               + "\r\nContent-Transfer-Encoding: quoted-printable\r\n\r\n" + encodedPart(text, stuffDots);
     };
+    return "Content-Type: multipart/alternative; boundary=\"" + boundary + '"'
+           + part("text/plain", message + QStringLiteral("\n\n") + preheader) + part("text/html", html) + "\r\n\r\n--"
+           + boundary + "--\r\n";
+}
+
+QByteArray MailText::fromTemplate(const QString& account, const QList<QByteArray>& recipients, const QString& subject,
+                                  const QString& preheader, const QString& message, bool escape)
+{
+    const QByteArray body = alternatives(subject, preheader, message, escape, true);
+    if (body.isEmpty())
+        return {};
     return "From: " + account.toUtf8() + "\r\nTo: " + joinedAddresses(recipients)
            + "\r\nSubject: " + CQuotedPrintable::getUtf8EncodedSubject(subject)
            + "\r\nDate: " + QDateTime::currentDateTime().toString(Qt::RFC2822Date).toLatin1()
-           + "\r\nMIME-Version: 1.0\r\nContent-Type: multipart/alternative; boundary=\"" + boundary + '"'
-           + part("text/plain", message + QStringLiteral("\n\n") + preheader) + part("text/html", html) + "\r\n\r\n--"
-           + boundary + "--\r\n\r\n.\r\n";
+           + "\r\nMIME-Version: 1.0\r\n" + body + "\r\n.\r\n";
 }

@@ -45,6 +45,7 @@ const CSmtpClient::Step CSmtpClient::steps[] = {
     {AuthLogin,        Event::Data,      "334", "AUTH LOGIN",       &CSmtpClient::sendLoginName},
     {LoginName,        Event::Data,      "334", "user name",        &CSmtpClient::sendLoginPassword},
     {LoginPassword,    Event::Data,      "235", "authentication",   &CSmtpClient::sendSender},
+    {TokenLogin,       Event::Data,      "235", "authentication",   &CSmtpClient::sendSender},
     {Sender,           Event::Data,      "250", "sender",           &CSmtpClient::sendRecipient},
     {Recipients,       Event::Data,      "250", "recipients",       &CSmtpClient::sendDataCommand},
     {DataCommand,      Event::Data,      "354", "DATA",             &CSmtpClient::sendMessage},
@@ -153,6 +154,7 @@ bool CSmtpClient::prepare(const QString& recipients)
 bool CSmtpClient::start(const QByteArray& message)
 {
     m_message = message;
+    m_accepted = false;
     runStateMachine(Event::Start);
     return true;
 }
@@ -214,17 +216,19 @@ CSmtpClient::State CSmtpClient::negotiate()
     m_internationalized = std::any_of(m_rxLines.cbegin(), m_rxLines.cend(), [](const QString& line) {
         return line.mid(4).trimmed().compare(QLatin1String("SMTPUTF8"), Qt::CaseInsensitive) == 0;
     });
-    if (m_password.isEmpty())
+    if (m_password.isEmpty() && m_token.isEmpty())
         return sendSender();
     if (!m_encrypted)
         return fail(
             QCoreApplication::translate("@default", "We do not want to authenticate on an unencrypted connection."));
     const QString offered = getRxMsg(QStringLiteral("AUTH"));
-    if (offered.contains(QLatin1String("PLAIN"))) {
+    if (!m_token.isEmpty() && offered.contains(QLatin1String("XOAUTH2")))
+        return sendToken();
+    if (!m_password.isEmpty() && offered.contains(QLatin1String("PLAIN"))) {
         sendData("AUTH PLAIN\r\n");
         return AuthPlain;
     }
-    if (offered.contains(QLatin1String("LOGIN"))) {
+    if (!m_password.isEmpty() && offered.contains(QLatin1String("LOGIN"))) {
         sendData("AUTH LOGIN\r\n");
         return AuthLogin;
     }
@@ -247,6 +251,18 @@ CSmtpClient::State CSmtpClient::sendPlainCredentials()
     const QByteArray credentials = '\0' + m_account.toUtf8() + '\0' + m_password.toUtf8();
     sendData(credentials.toBase64() + "\r\n");
     return PlainCredentials;
+}
+
+QByteArray CSmtpClient::tokenCredentials() const
+{
+    const QByteArray credentials = "user=" + m_account.toUtf8() + "\1auth=Bearer " + m_token.toUtf8() + "\1\1";
+    return credentials.toBase64();
+}
+
+CSmtpClient::State CSmtpClient::sendToken()
+{
+    sendData("AUTH XOAUTH2 " + tokenCredentials() + "\r\n");
+    return TokenLogin;
 }
 
 CSmtpClient::State CSmtpClient::sendLoginName()
@@ -296,6 +312,7 @@ CSmtpClient::State CSmtpClient::sendMessage()
 
 CSmtpClient::State CSmtpClient::sendQuit()
 {
+    m_accepted = !m_message.isEmpty();
     sendData("Quit\r\n");
     return Quit;
 }
@@ -405,8 +422,12 @@ QString CSmtpClient::harmless(const QString& serverText) const
     if (!password.isEmpty())
         text.replace(QString::fromLatin1(plain.toBase64()), hidden)
             .replace(QString::fromLatin1(password.toBase64()), hidden);
-    if (m_password.size() >= leastSecretLength)
-        text.replace(m_password, hidden);
+    if (!m_token.isEmpty())
+        text.replace(QString::fromLatin1(tokenCredentials()), hidden);
+    for (const QString& secret : {m_password, m_token}) {
+        if (secret.size() >= leastSecretLength)
+            text.replace(secret, hidden);
+    }
     text.truncate(shownReplyLength);
     for (QChar& c : text) {
         if (c.category() == QChar::Other_Control)

@@ -43,6 +43,13 @@ public:
                 QObject* parent = nullptr);
     ~CSmtpClient() override;
 
+    /// A token of the mail provider's, with which the client logs in (XOAUTH2) instead of the password; empty: none. It
+    /// is never sent in plain text.
+    void setAccessToken(const QString& token) { m_token = token; }
+    /// Whether the server has taken the mail of the last run over, even if the run has failed behind that: then sending
+    /// it again would send it twice.
+    bool isAccepted() const { return m_accepted; }
+
     /// Sends a complete mail, headers included. Its line ends become CR LF.
     bool sendMail(const QString& recipients, const QByteArray& body);
     /// What the texts of a template mail are: HTML that goes into the page as it is (and stands as it is in the mail's
@@ -98,6 +105,7 @@ private:
         AuthLogin,
         LoginName,
         LoginPassword,
+        TokenLogin,
         Sender,
         Recipients,
         DataCommand,
@@ -115,6 +123,8 @@ private:
     State negotiate();
     State startEncryption();
     State sendPlainCredentials();
+    QByteArray tokenCredentials() const;
+    State sendToken();
     State sendLoginName();
     State sendLoginPassword();
     State sendSender();
@@ -135,6 +145,8 @@ private:
 
     const QString m_account;
     const QString m_password;
+    QString m_token;
+    bool m_accepted = false;
     QString m_host;
     QByteArray m_helloName;
     quint16 m_port = 0;

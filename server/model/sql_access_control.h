@@ -7,6 +7,7 @@
 #include <memory>
 
 class IModelDevices;
+class IModelMail;
 class IModelRecorder;
 class IReportGenerator;
 struct CPasswordHash;
@@ -133,6 +134,9 @@ public:
     void setServerName(const QString& name);
     /// Reaches the devices that are linked; not taken over, nullptr for none.
     void setDevices(IModelDevices* devices);
+    /// Sends mails; not taken over, nullptr for none: then sendTemplateEmail() fails. That takes "subject", "message"
+    /// and "preheader", plain texts, and answers "status" "ok" when the mail is in the outbox.
+    void setMail(IModelMail* mail);
     /// Is told of every change from now on; not taken over, nullptr for none.
     void setRecorder(IModelRecorder* recorder);
     /// Renders user reports; not taken over, nullptr for none.

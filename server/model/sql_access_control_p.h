@@ -93,6 +93,7 @@ public:
     /// The login by which a user's password was found right last.
     QHash<qint64, QString> checkedLogins;
     IModelDevices* devices = nullptr;
+    IModelMail* mail = nullptr;
     IReportGenerator* reportGenerator = nullptr;
     QPointer<CNotificationService> notificationService;
 };

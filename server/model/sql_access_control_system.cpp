@@ -4,11 +4,13 @@
 #include <foundation/core/json_text.h>
 #include <foundation/core/string_utils.h>
 #include <foundation/datatypes/data_type.h>
+#include <foundation/mail/mail_message.h>
 #include <foundation/services/notification_service.h>
 #include <foundation/services/report_generator.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/checked_value_p.h>
 #include <server/model/login_store_p.h>
+#include <server/model/model_mail.h>
 #include <server/model/sql_access_control_p.h>
 #include <server/model/stored_value_p.h>
 
@@ -419,8 +421,25 @@ void CSqlAccessControl::sendCustomNotification(const QString& name, const QStrin
                                             name);
 }
 
-void CSqlAccessControl::sendTemplateEmail(int, const QStringList&, const QVariantMap&, MapCallback callback)
+void CSqlAccessControl::setMail(IModelMail* mail)
 {
+    d->mail = mail;
+}
+
+void CSqlAccessControl::sendTemplateEmail(int, const QStringList& recipients, const QVariantMap& parameters,
+                                          MapCallback callback)
+{
+    CMailMessage message;
+    message.setSubject(parameters.value(QStringLiteral("subject")).toString());
+    message.setPreheader(parameters.value(QStringLiteral("preheader")).toString());
+    message.setText(parameters.value(QStringLiteral("message")).toString());
+    QString error;
+    if (!d->mail)
+        error = QStringLiteral("there is no mail server");
+    else if (message.subject().isEmpty())
+        error = QStringLiteral("a mail needs a \"subject\"");
+    else
+        d->mail->queue(message, recipients, error);
     if (callback)
-        callback(answer("error", QStringLiteral("there is no mail server")));
+        callback(error.isEmpty() ? answer("ok", QString()) : answer("error", error));
 }

@@ -7,9 +7,11 @@ import json
 import os
 import shutil
 import ssl
+import struct
 import subprocess
 import tempfile
 import unittest
+import zlib
 
 from aiosmtpd.controller import Controller
 from aiosmtpd.smtp import AuthResult
@@ -127,6 +129,36 @@ class Commands(unittest.TestCase):
                      'COMP_WORDS=(x --database memory media give Dav) COMP_CWORD=5; _kyr_console "$0"; printf "%s" "${COMPREPLY[@]}"'
             result = subprocess.run(["bash", "-c", script, f"{BIN}/kyr_console"], capture_output=True, text=True, timeout=20)
             self.assertEqual((result.stdout, result.stderr), ("David\\ Ekstr\u00f6m ", ""))
+
+    def test_signed_firmware(self):
+        with tempfile.TemporaryDirectory() as where:
+            run = lambda *command: console("firmware", *command, cwd=where)
+            openssl = lambda *words: subprocess.run(["openssl", *words], check=True, cwd=where, capture_output=True)
+            fields = b"\x09\x01\x01\x06\x00"  # the architecture, and the end of the header
+            program = b"BFF\0" + struct.pack("<II", len(fields), zlib.crc32(fields) ^ 0xFFFFFFFF) + fields \
+                + struct.pack("<BBHII", 4, 1, 41, 1000, 12 + 7) + b"program"
+            with open(f"{where}/fw", "wb") as file:
+                file.write(program)
+            for kind, other in (("RSA", "ED25519"), ("ED25519", "RSA")):
+                openssl("genpkey", "-algorithm", kind, "-out", f"{kind}.key")
+                openssl("pkey", "-in", f"{kind}.key", "-pubout", "-out", f"{kind}.pem")
+            self.assertEqual(run("verify", "fw", "--key", "RSA.pem"),
+                             (1, "", 'firmware verify: "fw" is not signed: cannot read "fw.sig": No such file or directory\n'))
+            for kind, other in (("RSA", "ED25519"), ("ED25519", "RSA")):
+                self.assertEqual(run("sign", "fw", "--key", f"{kind}.key"), (0, "Wrote fw.sig.\n", ""))
+                # The same as other people's tools make.
+                openssl(*(("dgst", "-sha256", "-verify", "RSA.pem", "-signature", "fw.sig", "fw") if kind == "RSA" else
+                          ("pkeyutl", "-verify", "-pubin", "-inkey", "ED25519.pem", "-rawin", "-in", "fw", "-sigfile", "fw.sig")))
+                self.assertEqual(run("verify", "fw", "--key", f"{kind}.pem", "--least-version", "1000"),
+                                 (0, "fw is in order and signed by this key.\n", ""))
+                for words, said in ((["--key", f"{kind}.pem", "--least-version", "1001"], "version 1000"),
+                                    (["--key", f"{other}.pem"], "not that of this file"), (["--key", "fw"], "holds no public")):
+                    code, out, error = run("verify", "fw", *words)
+                    self.assertEqual((code, out, said in error, error.count("\n")), (1, "", True, 1), error)
+            with open(f"{where}/fw", "ab") as file:
+                file.write(b"x")
+            self.assertIn("not that of this file", run("verify", "fw", "--key", "ED25519.pem")[2])
+            self.assertIn("is not in order", run("sign", "fw", "--key", "RSA.key")[2])
 
     def test_report(self):
         with tempfile.TemporaryDirectory() as where:

@@ -1,6 +1,8 @@
 #include <foundation/core/circular_log_buffer.h>
 #include <foundation/core/debug.h>
 
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QStringListModel>
 #include <QtCore/QTemporaryDir>
@@ -81,6 +83,31 @@ private Q_SLOTS:
 
         // The ring buffer has the same lines, and what followed the NUL.
         QCOMPARE(CCircularLogBuffer::getInstanceUsedAsMessageHandler()->readAll(), lines + "off\n");
+    }
+
+    void jsonLines()
+    {
+        CDebug::enableCircularBuffer(true);
+        CDebug::setJsonLines(true);
+        {
+            const CLogFields outer({{"device", "000.123.457"}, {"peer", "outer"}, {"level", "no"}});
+            const CLogFields inner({{"peer", "::1"}});
+            qWarning("a \"quoted\"\nline \u00e4");
+        }
+        qInfo("plain");
+        CDebug::setJsonLines(false);
+        const QList<QByteArray> lines = written().split('\n');
+        QCOMPARE(lines.size(), 3);
+        QJsonObject first = QJsonDocument::fromJson(lines.at(0)).object();
+        const QDateTime time = QDateTime::fromString(first.take("time").toString(), Qt::ISODateWithMs);
+        QVERIFY(qAbs(time.secsTo(QDateTime::currentDateTime())) < 60);
+        QCOMPARE(first, QJsonObject({{"device", "000.123.457"},
+                                     {"peer", "::1"},
+                                     {"level", "WRN"},
+                                     {"text", QString::fromUtf8("a \"quoted\"\nline \u00e4")}}));
+        QCOMPARE(QJsonDocument::fromJson(lines.at(1)).object().size(), 3);
+        // What the command "log" reads stays text.
+        QVERIFY(CCircularLogBuffer::getInstanceUsedAsMessageHandler()->readAll().contains(" INF plain\n"));
     }
 
     void followsTheZone()

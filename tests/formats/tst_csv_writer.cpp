@@ -130,6 +130,16 @@ private Q_SLOTS:
         }
     }
 
+    void guards_against_formulas()
+    {
+        CCsvWriter writer;
+        writer.setColumns({0, 1, 2, 3, 4, 5});
+        const QVariantList values{"=1;2", "+41 44", "-5", -5, "@sum", "a=b"};
+        QCOMPARE(row(writer, values), QByteArray("\"=1;2\";+41 44;-5;-5;@sum;a=b\n"));
+        writer.setFormulaGuard(true);
+        QCOMPARE(row(writer, values), QByteArray("\"'=1;2\";'+41 44;-5;-5;'@sum;a=b\n"));
+    }
+
     void reading()
     {
         const std::pair<const char*, const char*> headers[] = {

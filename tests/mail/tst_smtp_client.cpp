@@ -249,6 +249,10 @@ private Q_SLOTS:
                 + rest,
             "Server (550 enough)");
         row("repeated credentials", byPlain + Dialogue{"535 no: " + plain}, "Server (535 no: ***)");
+        const QByteArray token =
+            "AUTH XOAUTH2 " + QByteArray("user=door@example.com\1auth=Bearer s3same open\1\1").toBase64() + "\r\n";
+        row("token before PLAIN", Dialogue{hello, "250 AUTH PLAIN XOAUTH2\r\n", token} + rest, "Server (550 enough)");
+        row("token refused", {hello, "250 AUTH XOAUTH2\r\n", token, "334 s3same open\r\n"}, "Server (334 ***)");
         row("unknown methods", {hello, "250 AUTH CRAM-MD5 GSSAPI\r\n"},
             "Authorization protocols not yet supported: CRAM-MD5 GSSAPI");
         row("trusted certificate", byPlain + rest, "Server (550 enough)", "");
@@ -268,6 +272,9 @@ private Q_SLOTS:
             trusting.setCaCertificates(QSslCertificate::fromData(m_authority.chainPem()));
         QSslConfiguration::setDefaultConfiguration(trusting);
         makeClient(password, options);
+        // A token counts where there is one, and a method for tokens.
+        if (QByteArray(QTest::currentDataTag()).startsWith("token"))
+            m_smtp->setAccessToken(QStringLiteral("s3same open"));
         QVERIFY(m_smtp->sendMail(recipient, "x"));
         // The bytes behind the answer were not sent by the one who owns the certificate.
         QVERIFY(m_server->talk(beforeTls + Dialogue{"220 go\r\n250 AUTH LOGIN\r\n334 evil\r\n25"}));

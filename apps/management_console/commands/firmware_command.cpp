@@ -1,4 +1,5 @@
 #include "commands/firmware_report.h"
+#include "commands/firmware_signature.h"
 #include "shell/command.h"
 
 #include <QtCore/QJsonDocument>
@@ -7,15 +8,40 @@
 namespace {
 
 constexpr qint64 longestFile = 0x7FFFFFFE;
+constexpr qint64 longestKey = 1024 * 1024; // and signature
 
 class FirmwareCommand : public Command
 {
 public:
     using Command::Command;
 
-    void addOptions(AppOptions& options) override { options.addPositional(QStringLiteral("FILE")); }
+    const std::vector<Verb>& verbs() const override
+    {
+        static const std::vector<Verb> table = {
+            {"", "FILE", "shows what is in it, and what is wrong with it and where",
+             &startVerb<&FirmwareCommand::show>},
+            {"sign", "FILE", "writes its signature to FILE.sig", &startVerb<&FirmwareCommand::sign>, &addSignOptions},
+            {"verify", "FILE", "looks whether it is in order and signed by that key; 1 when it is not",
+             &startVerb<&FirmwareCommand::verify>, &addVerifyOptions},
+        };
+        return table;
+    }
 
-    void start(AppOptions& options) override
+private:
+    static void addSignOptions(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("key"), QStringLiteral("FILE"),
+                         QStringLiteral("private key, RSA or Ed25519, PEM without a pass phrase"));
+    }
+    static void addVerifyOptions(AppOptions& options)
+    {
+        options.addValue(QStringLiteral("key"), QStringLiteral("FILE"),
+                         QStringLiteral("public key of who may sign firmware, PEM"));
+        options.addValue(QStringLiteral("least-version"), QStringLiteral("N"),
+                         QStringLiteral("refuse what is older, also when it is signed"));
+    }
+
+    void show(AppOptions& options)
     {
         const QString name = options.positional().constFirst();
         readFile(name, longestFile, [this, name](const QByteArray& bytes) {
@@ -25,7 +51,69 @@ public:
         });
     }
 
-private:
+    // The firmware first: without it no key is touched.
+    void readWithKey(AppOptions& options,
+                     const std::function<void(const QByteArray& bytes, const QByteArray& key)>& then)
+    {
+        const QString keyName = options.value(QStringLiteral("key"));
+        if (keyName.isEmpty())
+            return options.setError(QStringLiteral("--key is needed"));
+        readFile(options.positional().constFirst(), longestFile, [this, keyName, then](const QByteArray& bytes) {
+            readFile(keyName, longestKey, [bytes, then](const QByteArray& key) { then(bytes, key); });
+        });
+    }
+
+    void sign(AppOptions& options)
+    {
+        const QString name = options.positional().constFirst();
+        readWithKey(options, [this, name](const QByteArray& bytes, const QByteArray& key) {
+            bool isFaultless = false;
+            firmwareReport(bytes, &isFaultless);
+            if (!isFaultless)
+                return fail(QStringLiteral("\"%1\" is not in order: it is not signed (see: firmware)").arg(name));
+            QString error;
+            const QByteArray signature = FirmwareSignature::sign(bytes, key, error);
+            if (!error.isEmpty())
+                return fail(error);
+            const auto content = [signature](QIODevice& file) {
+                file.write(signature);
+                return QString();
+            };
+            const QString signatureName = name + QStringLiteral(".sig");
+            writeFile(signatureName, content, [this, signatureName] {
+                doneWriting(signatureName, QStringLiteral("Wrote %1.").arg(signatureName));
+            });
+        });
+    }
+
+    void verify(AppOptions& options)
+    {
+        const bool hasLeast = options.isSet(QStringLiteral("least-version"));
+        const int least = hasLeast ? options.number(QStringLiteral("least-version"), 0, 0x7FFFFFFF) : 0;
+        if (!options.error().isEmpty())
+            return;
+        const QString name = options.positional().constFirst();
+        readWithKey(options, [this, name, hasLeast, least](const QByteArray& bytes, const QByteArray& key) {
+            output().files().read(
+                name + QStringLiteral(".sig"), longestKey, this,
+                [this, name, hasLeast, least, bytes, key](const QByteArray& signature, const QString& error) {
+                    QString fault;
+                    bool isFaultless = false;
+                    if (!error.isEmpty())
+                        return fail(QStringLiteral("\"%1\" is not signed: %2").arg(name, error));
+                    if (!FirmwareSignature::verify(bytes, signature, key, fault))
+                        return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
+                    firmwareReport(bytes, &isFaultless);
+                    if (!isFaultless)
+                        return fail(QStringLiteral("\"%1\" is not in order (see: firmware)").arg(name));
+                    if (hasLeast && !FirmwareSignature::isRecent(bytes, quint32(least), fault))
+                        return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
+                    output().line(QStringLiteral("%1 is in order and signed by this key.").arg(name));
+                    done();
+                });
+        });
+    }
+
     void check(const QString& name, const QByteArray& bytes)
     {
         bool faultless = false;
@@ -45,5 +133,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry firmwareCommand = {"firmware", "Checks a firmware file and shows what is in it.",
+extern const CommandEntry firmwareCommand = {"firmware", "Shows what is in a firmware file; signs and verifies it.",
                                              &makeCommand<FirmwareCommand>, true};

@@ -1,7 +1,10 @@
 #include "shell/command.h"
 
+#include <foundation/mail/mail_message.h>
 #include <foundation/mail/smtp_client.h>
+#include <server/outbox/mail_outbox.h>
 
+#include <QtCore/QFileInfo>
 #include <QtNetwork/QHostInfo>
 
 namespace {
@@ -26,42 +29,53 @@ public:
         options.addValue(QStringLiteral("password"), QStringLiteral("TEXT"),
                          QStringLiteral("without one there is no login; better given by KYR_CONSOLE_MAIL_PASSWORD, "
                                         "which other users do not see"));
+        options.addValue(QStringLiteral("token"), QStringLiteral("TEXT"),
+                         QStringLiteral("of the mail provider, instead of the password (XOAUTH2); better given by "
+                                        "KYR_CONSOLE_MAIL_TOKEN"));
+        options.addValue(QStringLiteral("text-file"), QStringLiteral("FILE"),
+                         QStringLiteral("what the mail says, from a file"));
+        options.addValue(QStringLiteral("attachment"), QStringLiteral("FILE"),
+                         QStringLiteral("goes with it; may be repeated"));
+        options.addSwitch(QStringLiteral("queue"),
+                          QStringLiteral("leave it to the console that serves, which tries until it is sent; without "
+                                         "--server that is so, too"));
+        options.addSwitch(QStringLiteral("outbox"), QStringLiteral("show what waits or was given up"));
+        options.addValue(QStringLiteral("forget"), QStringLiteral("N"), QStringLiteral("take one out of the outbox"));
     }
 
     void start(AppOptions& options) override
     {
-        const bool check = options.isSet(QStringLiteral("check"));
-        const QString to = options.values(QStringLiteral("to")).join(QLatin1Char(','));
-        const QString subject = options.value(QStringLiteral("subject"));
-        const QString server = options.value(QStringLiteral("server"));
-        const QString account = options.value(QStringLiteral("account"));
-        if (server.isEmpty() || account.isEmpty())
+        if (options.isSet(QStringLiteral("outbox")))
+            return showOutbox();
+        if (options.isSet(QStringLiteral("forget")))
+            return forget(options.number(QStringLiteral("forget"), 1, 0x7FFFFFFF));
+        m_check = options.isSet(QStringLiteral("check"));
+        m_to = options.values(QStringLiteral("to")).join(QLatin1Char(','));
+        m_server = options.value(QStringLiteral("server"));
+        m_account = options.value(QStringLiteral("account"));
+        m_password = options.value(QStringLiteral("password"));
+        m_token = options.value(QStringLiteral("token"));
+        m_message.setSubject(options.value(QStringLiteral("subject")));
+        m_message.setPreheader(options.value(QStringLiteral("preheader")));
+        m_message.setText(options.value(QStringLiteral("text")));
+        m_queue = options.isSet(QStringLiteral("queue")) || (!m_check && m_server.isEmpty() && session().sendsMail());
+        if (!m_queue && (m_server.isEmpty() || m_account.isEmpty()))
             options.setError(QStringLiteral("--server and --account are needed"));
-        if (!check && (to.isEmpty() || subject.isEmpty()))
+        if (!m_check && (m_to.isEmpty() || m_message.subject().isEmpty()))
             options.setError(QStringLiteral("--check, or --to and --subject are needed"));
-        const QString fault = to.isEmpty() ? QString() : CSmtpClient::addressFault(to);
+        const QString fault = m_to.isEmpty() ? QString() : CSmtpClient::addressFault(m_to);
         if (!fault.isEmpty())
             options.setError(QStringLiteral("--to: %1").arg(fault));
         if (!options.error().isEmpty())
             return;
-
-        m_client = new CSmtpClient(account, options.value(QStringLiteral("password")), server,
-                                   QStringLiteral("//") + QHostInfo::localHostName(), this);
-        connect(m_client, &CSmtpClient::finished, this, [this, check](const QString& error) {
-            if (!error.isEmpty()) {
-                const QString cause = m_client->connectionFault();
-                return fail(cause.isEmpty() ? error : QStringLiteral("%1 (%2)").arg(error, cause));
-            }
-            output().line(check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
-            done();
+        m_attachments = options.values(QStringLiteral("attachment"));
+        const QString textFile = options.value(QStringLiteral("text-file"));
+        if (textFile.isEmpty())
+            return attachNext();
+        readFile(textFile, longestText, [this](const QByteArray& bytes) {
+            m_message.setText(QString::fromUtf8(bytes));
+            attachNext();
         });
-        output().progress(QStringLiteral("talking to %1").arg(server));
-        const bool started = check ? m_client->checkServerSettings()
-                                   : m_client->sendDefaultTemplateMail(
-                                       to, subject, options.value(QStringLiteral("preheader")),
-                                       options.value(QStringLiteral("text")), CSmtpClient::TextForm::Plain);
-        if (!started)
-            fail(QStringLiteral("not started: the server or the account is no address"));
     }
 
     void cancel() override
@@ -71,10 +85,99 @@ public:
     }
 
 private:
+    static constexpr qint64 longestText = 1024 * 1024;
+
+    void attachNext()
+    {
+        if (m_attachments.isEmpty())
+            return m_queue ? queue() : send();
+        const QString name = m_attachments.takeFirst();
+        readFile(name, CMailOutbox::largestMail, [this, name](const QByteArray& bytes) {
+            m_message.attach(name == QLatin1String("-") ? QStringLiteral("attachment") : QFileInfo(name).fileName(),
+                             bytes);
+            if (m_message.attachedBytes() > CMailOutbox::largestMail)
+                return fail(Files::tooLarge(name, CMailOutbox::largestMail));
+            attachNext();
+        });
+    }
+
+    void queue()
+    {
+        QString error;
+        CMailOutbox* outbox = session().outbox(error);
+        if (!outbox || !outbox->queue(m_message, {m_to}, error))
+            return fail(error);
+        output().line(session().sendsMail()
+                          ? QStringLiteral("In the outbox.")
+                          : QStringLiteral("In the outbox. It goes when a console serves with --mail-server."));
+        done();
+    }
+
+    void send()
+    {
+        m_client =
+            new CSmtpClient(m_account, m_password, m_server, QStringLiteral("//") + QHostInfo::localHostName(), this);
+        m_client->setAccessToken(m_token);
+        connect(m_client, &CSmtpClient::finished, this, [this](const QString& error) {
+            if (!error.isEmpty()) {
+                const QString cause = m_client->connectionFault();
+                return fail(cause.isEmpty() ? error : QStringLiteral("%1 (%2)").arg(error, cause));
+            }
+            output().line(m_check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
+            done();
+        });
+        output().progress(QStringLiteral("talking to %1").arg(m_server));
+        const bool started =
+            m_check ? m_client->checkServerSettings() : m_client->sendMail(m_to, m_message.toBytes(m_account, m_to));
+        if (!started)
+            fail(QStringLiteral("not started: the server or the account is no address"));
+    }
+
+    void showOutbox()
+    {
+        QString error;
+        const CMailOutbox* outbox = session().outbox(error);
+        if (!outbox)
+            return fail(error);
+        Table table({{QStringLiteral("id"), QStringLiteral("Number")},
+                     {QStringLiteral("recipient"), QStringLiteral("To")},
+                     {QStringLiteral("subject"), QStringLiteral("Subject")},
+                     {QStringLiteral("queued"), QStringLiteral("Since")},
+                     {QStringLiteral("tries"), QStringLiteral("Tries")},
+                     {QStringLiteral("next"), QStringLiteral("Next try")},
+                     {QStringLiteral("error"), QStringLiteral("Last error")}});
+        const QList<CMailOutbox::Entry> entries = outbox->entries();
+        for (const CMailOutbox::Entry& entry : entries)
+            table.addRow({QString::number(entry.id), entry.recipient, entry.subject, isoTime(entry.queued), entry.tries,
+                          entry.next.isValid() ? isoTime(entry.next) : QStringLiteral("given up"), entry.error});
+        print(table);
+        done();
+    }
+
+    void forget(int id)
+    {
+        QString error;
+        CMailOutbox* outbox = session().outbox(error);
+        if (!outbox)
+            return fail(error);
+        if (!outbox->remove(id))
+            return fail(QStringLiteral("the outbox holds no mail of the number %1").arg(id));
+        done();
+    }
+
     CSmtpClient* m_client = nullptr;
+    CMailMessage m_message;
+    QStringList m_attachments; // still to be read
+    QString m_to;
+    QString m_server;
+    QString m_account;
+    QString m_password;
+    QString m_token;
+    bool m_check = false;
+    bool m_queue = false;
 };
 
 } // namespace
 
-extern const CommandEntry mailCommand = {"mail", "Checks the settings of a mail server, or sends a mail.",
+extern const CommandEntry mailCommand = {"mail", "Sends a mail, or checks the settings of a mail server.",
                                          &makeCommand<MailCommand>};

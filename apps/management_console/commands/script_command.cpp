@@ -93,4 +93,4 @@ private:
 } // namespace
 
 extern const CommandEntry scriptCommand = {"script", "Runs a script in JavaScript on the installation.",
-                                           &makeCommand<ScriptCommand>};
+                                           &makeCommand<ScriptCommand>, true};

@@ -9,9 +9,12 @@
 #include "shell/table_watch.h"
 
 #include <server/audit/audit_trail.h>
+#include <server/devices/device_sightings.h>
 #include <server/devices/door_controller.h>
+#include <server/model/model_reader.h>
 #include <server/model/sql_access_control.h>
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
@@ -57,6 +60,14 @@ public:
                          QStringLiteral("who may read /metrics beside this machine; may be repeated"));
         options.addValue(QStringLiteral("session-seconds"), QStringLiteral("N"),
                          QStringLiteral("how long a log-in at the API lasts"), QStringLiteral("3600"));
+        options.addValue(QStringLiteral("mail-server"), QStringLiteral("HOST[:PORT]"),
+                         QStringLiteral("mail server through which mails in the outbox go"));
+        options.addValue(QStringLiteral("mail-account"), QStringLiteral("ADDRESS"),
+                         QStringLiteral("its sender and user name"));
+        options.addValue(QStringLiteral("mail-password-file"), QStringLiteral("FILE"),
+                         QStringLiteral("its first line is the password; without one there is no log-in"));
+        options.addValue(QStringLiteral("mail-token-file"), QStringLiteral("FILE"),
+                         QStringLiteral("its first line is a token, used instead (XOAUTH2)"));
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -93,6 +104,37 @@ public:
         m_sessionSeconds = options.number(QStringLiteral("session-seconds"), 1, longestSession);
         if (!options.error().isEmpty())
             return;
+        m_mail.server = options.value(QStringLiteral("mail-server"));
+        m_mail.account = options.value(QStringLiteral("mail-account"));
+        if (m_mail.server.isEmpty() != m_mail.account.isEmpty())
+            return options.setError(QStringLiteral("--mail-server and --mail-account go together"));
+        const QString tokenFile = options.value(QStringLiteral("mail-token-file"));
+        if (output().files().areHere() && !tokenFile.isEmpty())
+            m_mail.tokenFile = QFileInfo(tokenFile).absoluteFilePath();
+        readFirstLine(options.value(QStringLiteral("mail-password-file")),
+                      [this, settings, tokenFile](const QString& password) {
+                          m_mail.password = password;
+                          readFirstLine(tokenFile, [this, settings](const QString& token) {
+                              m_mail.token = token;
+                              readCertificate(settings);
+                          });
+                      });
+    }
+
+private:
+    using Networks = QList<QPair<QHostAddress, int>>;
+
+    void readFirstLine(const QString& name, const std::function<void(const QString&)>& then)
+    {
+        if (name.isEmpty())
+            return then(QString());
+        readFile(name, longestFile, [then](const QByteArray& bytes) {
+            then(QString::fromUtf8(bytes.split('\n').constFirst().trimmed()));
+        });
+    }
+
+    void readCertificate(const DeviceServer::Settings& settings)
+    {
         if (output().files().areHere())
             return serve(settings);
         // The client's files: this process sees copies, for as long as it takes to read them.
@@ -113,9 +155,6 @@ public:
             });
         });
     }
-
-private:
-    using Networks = QList<QPair<QHostAddress, int>>;
 
     void serve(const DeviceServer::Settings& settings)
     {
@@ -144,6 +183,8 @@ private:
         if (m_broker)
             session().startBridge(*m_broker);
         session().watchServer(m_metricsFrom);
+        if (!m_mail.server.isEmpty() && !session().startMail(m_mail, error))
+            warn(error);
         if (isJson())
             output().line(QStringLiteral("{\"port\":%1%2}")
                               .arg(port)
@@ -174,6 +215,7 @@ private:
     QString m_name;
     std::optional<CNotificationBridge::Settings> m_broker;
     Networks m_metricsFrom;
+    CMailOutbox::Settings m_mail;
 };
 
 class DevicesCommand : public Command
@@ -186,6 +228,10 @@ public:
         options.addSwitch(QStringLiteral("refused"), QStringLiteral("who was turned away, and why"));
         options.addSwitch(QStringLiteral("watch"), QStringLiteral("show it anew as it changes, until Ctrl+C"));
         TableOptions::add(options);
+        options.addSwitch(QStringLiteral("all"),
+                          QStringLiteral("with --json those that are absent, too; else that is so"));
+        options.addSwitch(QStringLiteral("absent"),
+                          QStringLiteral("only devices that have a door and are not linked; 1 when there are any"));
     }
 
     void start(AppOptions& options) override
@@ -193,18 +239,42 @@ public:
         const DeviceServer* server = session().server();
         if (!server)
             return fail(QStringLiteral("not serving (see: help serve)"));
-        const auto view = options.isSet(QStringLiteral("refused")) ? &DevicesCommand::refusals : &DevicesCommand::links;
+        m_isAll = options.isSet(QStringLiteral("all"));
+        const bool isRefused = options.isSet(QStringLiteral("refused"));
+        const bool isAbsent = options.isSet(QStringLiteral("absent"));
+        const auto view = isRefused  ? &DevicesCommand::refusals
+                          : isAbsent ? &DevicesCommand::absent
+                                     : &DevicesCommand::links;
         if (options.isSet(QStringLiteral("watch")))
             return watch([this, view] { return (this->*view)(); },
                          {QStringLiteral("lastHeard"), QStringLiteral("sent"), QStringLiteral("received")});
-        print((this->*view)());
+        const Table table = (this->*view)();
+        print(table);
+        if (isAbsent)
+            return done(table.isEmpty() ? 0 : 1);
         done();
     }
 
 private:
+    // To programs a row has always been a link; people see at a glance what is missing.
     Table links()
     {
+        const bool isAll = m_isAll || !isJson();
+        return devices([isAll](const CDoorController::Status& status) { return isAll || status.isLinked; });
+    }
+
+    Table absent()
+    {
+        return devices([](const CDoorController::Status& status) { return !status.isLinked; });
+    }
+
+    // Those that are linked, and those that have a door and are not: with what was heard of them last.
+    Table devices(const std::function<bool(const CDoorController::Status&)>& isWanted)
+    {
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
+                     {QStringLiteral("state"), QStringLiteral("State")},
+                     {QStringLiteral("accessPoint"), {}},
+                     {QStringLiteral("door"), QStringLiteral("Door")},
                      {QStringLiteral("type"), {}},
                      {QStringLiteral("typeName"), QStringLiteral("Type")},
                      {QStringLiteral("system"), QStringLiteral("System")},
@@ -219,10 +289,47 @@ private:
                      {QStringLiteral("fault"), {}}});
         if (!session().server())
             return table; // serving has ended
-        const QList<QVariantMap> rows = deviceRows(*session().server(), session().doors());
+        QString error;
+        CSqlAccessControl* installation = session().model(error);
+        const CDoorController* controller = session().doors();
+        QMap<QString, QVariantMap> links;
+        const QList<QVariantMap> rows = deviceRows(*session().server(), controller);
         for (const QVariantMap& row : rows)
+            links.insert(row.value(QStringLiteral("label")).toString(), row);
+        if (!installation || !controller)
+            return table;
+        const QList<CDoorController::Status> all = controller->statuses();
+        QList<CItemId> doors;
+        for (const CDoorController::Status& status : all)
+            doors.append(status.accessPoint);
+        const QMap<CItemId, QString> names = CModelReader(installation).labels(doors);
+        const QMap<quint32, CDeviceSightings::Sighting> sightings = session().sightings()->all();
+        for (const CDoorController::Status& status : all) {
+            if (!isWanted(status))
+                continue;
+            const QString label = status.device.toLabel();
+            const bool isLinked = links.contains(label);
+            QVariantMap row = isLinked ? links.value(label) : absentRow(status, sightings.value(status.device.value()));
+            row.insert(QStringLiteral("state"), isLinked ? QStringLiteral("linked") : QStringLiteral("absent"));
+            if (status.accessPoint != CItemId())
+                row.insert(QStringLiteral("accessPoint"), QString::number(status.accessPoint.value()));
+            row.insert(QStringLiteral("door"), names.value(status.accessPoint));
             table.addRowOf(row);
+        }
         return table;
+    }
+
+    static QVariantMap absentRow(const CDoorController::Status& status, const CDeviceSightings::Sighting& last)
+    {
+        return {{QStringLiteral("label"), status.device.toLabel()},
+                {QStringLiteral("typeName"), QString()},
+                {QStringLiteral("system"), QString()},
+                {QStringLiteral("peer"), last.address},
+                {QStringLiteral("since"), QString()},
+                {QStringLiteral("lastHeard"), last.at.isValid() ? isoTime(last.at) : QStringLiteral("never")},
+                {QStringLiteral("upToDate"), status.isUpToDate},
+                {QStringLiteral("revision"), QString::fromLatin1(status.revision)},
+                {QStringLiteral("fault"), status.fault}};
     }
 
     Table refusals()
@@ -236,6 +343,8 @@ private:
             table.addRow({isoTime(refusal.time), refusal.peer, refusal.device, refusal.reason});
         return table;
     }
+
+    bool m_isAll = false;
 };
 
 } // namespace
@@ -243,5 +352,5 @@ private:
 extern const CommandEntry serveCommand = {"serve", "Lets devices call in, in the background.",
                                           &makeCommand<ServeCommand>, true};
 
-extern const CommandEntry devicesCommand = {"devices", "Shows the devices that are linked, or those that were refused.",
+extern const CommandEntry devicesCommand = {"devices", "Shows the devices that are linked, absent, or were refused.",
                                             &makeCommand<DevicesCommand>};

@@ -38,6 +38,8 @@ private:
     {
         options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
                          QStringLiteral("write the table (without --columns all properties, too) to a CSV file"));
+        options.addSwitch(QStringLiteral("csv-guard"),
+                          QStringLiteral("mark texts in it that a spreadsheet would take for formulas"));
         ListOptions::add(options);
     }
 
@@ -62,14 +64,14 @@ private:
         QString mistake;
         if (!sortRows(Table(columns), page.rows, mistake))
             return options.setError(mistake);
-        writeCsv(page, tableOptions().csvFile());
+        writeCsv(page, tableOptions().csvFile(), options.isSet(QStringLiteral("csv-guard")));
     }
 
-    void writeCsv(const CModelReader::Page& page, const QString& name)
+    void writeCsv(const CModelReader::Page& page, const QString& name, bool isGuarded)
     {
         output().progress(QStringLiteral("writing %1 rows").arg(page.rows.size()));
-        const auto content = [page](QIODevice& file) {
-            UsersCsv::write(file, page.rows);
+        const auto content = [page, isGuarded](QIODevice& file) {
+            UsersCsv::write(file, page.rows, isGuarded);
             return QString();
         };
         writeFile(name, content, [this, page, name] {

@@ -466,7 +466,7 @@ const QVector<UsersCsv::Column>& UsersCsv::columns()
     return columns;
 }
 
-void UsersCsv::write(QIODevice& file, const QList<QVariantMap>& rows)
+void UsersCsv::write(QIODevice& file, const QList<QVariantMap>& rows, bool guarded)
 {
     QVector<Field> fields = tableFields();
     QStringList titles;
@@ -490,6 +490,7 @@ void UsersCsv::write(QIODevice& file, const QList<QVariantMap>& rows)
     for (int i = 0; i < fields.size(); ++i)
         order.append(i);
     CCsvWriter writer;
+    writer.setFormulaGuard(guarded);
     writer.setColumns(order);
     QTextStream out(&file);
     QtCompat::setUtf8(out);

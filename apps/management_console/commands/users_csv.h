@@ -21,8 +21,9 @@ struct Column
 };
 const QVector<Column>& columns();
 
-/// Writes rows of CModelReader::users().
-void write(QIODevice& file, const QList<QVariantMap>& rows);
+/// Writes rows of CModelReader::users(); `guarded`: texts that a spreadsheet would take for formulas are marked, see
+/// CCsvWriter::setFormulaGuard().
+void write(QIODevice& file, const QList<QVariantMap>& rows, bool guarded = false);
 
 struct Outcome
 {

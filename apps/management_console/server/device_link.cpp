@@ -1,5 +1,6 @@
 #include "server/device_link.h"
 
+#include <foundation/core/debug.h>
 #include <foundation/core/json_text.h>
 #include <foundation/network/web_socket_connection.h>
 
@@ -80,6 +81,8 @@ void DeviceLink::onWatch()
     if (!m_silence.hasExpired(m_pingSeconds * 2000LL + graceMs))
         return;
     m_watch.stop();
+    const CLogFields fields(
+        {{QStringLiteral("device"), m_identity.id.toLabel()}, {QStringLiteral("peer"), m_identity.peer}});
     qInfo("Device %s %s has been silent: its link ends", qUtf8Printable(m_identity.id.toLabel()),
           qUtf8Printable(m_identity.peer));
     Q_EMIT ended();

@@ -5,6 +5,7 @@
 #include "server/notification_server.h"
 #include "server/server_certificate.h"
 
+#include <foundation/core/debug.h>
 #include <foundation/core/string_utils.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/services/notification_service.h>
@@ -65,6 +66,7 @@ bool DeviceServer::start(const Settings& settings, QString& error)
     QString warning;
     if (!reloadCertificate(error, warning))
         return false;
+    m_since = QDateTime::currentDateTime();
     m_connector->setSystemId(settings.system.value());
     if (!settings.token.isEmpty()) {
         m_notificationServer = new NotificationServer(*m_notifications, settings.token, this);
@@ -144,12 +146,13 @@ void DeviceServer::onEstablished(CDeviceId id, int type, CSystemId system, QWebS
 void DeviceServer::onLinkEnded(DeviceLink* link)
 {
     const DeviceLink::Identity device = link->identity();
+    const QDateTime lastHeard = link->lastHeard();
     if (m_links.value(device.id.value()) == link)
         m_links.remove(device.id.value());
     link->disconnect(this);
     link->deleteLater();
     publish(QStringLiteral("left"), device);
-    Q_EMIT deviceLeft(device);
+    Q_EMIT deviceLeft(device, lastHeard);
 }
 
 void DeviceServer::refuse(const QString& peer, const QString& device, const QString& cause)
@@ -160,7 +163,9 @@ void DeviceServer::refuse(const QString& peer, const QString& device, const QStr
     if (m_refusals.size() >= mostRefusals)
         m_refusals.removeFirst();
     m_refusals.append(refusal);
+    ++m_refusalCount;
     const QString who = device.isEmpty() ? peer : QString(device + QLatin1Char(' ') + peer);
+    const CLogFields fields({{QStringLiteral("device"), device}, {QStringLiteral("peer"), peer}});
     qWarning("Refused %s: %s", qUtf8Printable(who), qUtf8Printable(reason));
     m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), QStringLiteral("refused")},
                                                     {QStringLiteral("device"), device},
@@ -171,6 +176,7 @@ void DeviceServer::refuse(const QString& peer, const QString& device, const QStr
 
 void DeviceServer::publish(const QString& event, const DeviceLink::Identity& device)
 {
+    const CLogFields fields({{QStringLiteral("device"), device.id.toLabel()}, {QStringLiteral("peer"), device.peer}});
     qInfo("Device %s %s: %s", qUtf8Printable(device.id.toLabel()), qUtf8Printable(device.peer), qUtf8Printable(event));
     m_notifications->notifyObservers(sourceName(), {{QStringLiteral("event"), event},
                                                     {QStringLiteral("device"), device.id.toLabel()},

@@ -74,10 +74,13 @@ public:
     DeviceLink* link(CDeviceId id) const { return m_links.value(id.value()); }
     /// The last ones, oldest first.
     const QVector<Refusal>& refusals() const { return m_refusals; }
+    /// All of them since the start.
+    qint64 refusalCount() const { return m_refusalCount; }
+    QDateTime since() const { return m_since; }
 
 Q_SIGNALS:
     void deviceCame(const DeviceLink::Identity& device);
-    void deviceLeft(const DeviceLink::Identity& device);
+    void deviceLeft(const DeviceLink::Identity& device, const QDateTime& lastHeard);
     void refused(const DeviceServer::Refusal& refusal);
     /// A client for notifications has given the token, or has not: why it was refused.
     void clientLogin(const QString& peer, const QString& refusal);
@@ -100,6 +103,8 @@ private:
     QMap<quint32, DeviceLink*> m_links;
     QHash<QString, QElapsedTimer> m_arrivals; // of those whose handshake goes on, by peer; run since accept
     QVector<Refusal> m_refusals;
+    qint64 m_refusalCount = 0;
+    QDateTime m_since;
     int m_pingSeconds = 0;
     QString m_certificateFile;
     QString m_keyFile;

@@ -5,6 +5,15 @@
 #include <foundation/services/notification_service.h>
 #include <server/model/sql_access_control.h>
 
+namespace {
+
+// What a program that is killed may have heard of its devices and not noted.
+constexpr int sightingIntervalMs = 600000;
+// Devices that come and go together are noted together.
+constexpr int sightingDelayMs = 1000;
+
+} // namespace
+
 DoorLinks::DoorLinks(DeviceServer* server)
     : IDeviceLinks(nullptr)
     , m_server(server)
@@ -52,7 +61,21 @@ ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, const
     , keeper(named(&trail, chain), operatorName)
     , links(server)
     , controller(inModel, &trail, &links)
+    , sightings(inModel->database())
+    , m_server(server)
 {
+    const auto note = [this](const DeviceLink::Identity& device, const QDateTime& at) {
+        m_sighted.insert(device.id.value(), {device.id, at, device.peer});
+        if (!m_soon.isActive())
+            m_soon.start(sightingDelayMs);
+    };
+    QObject::connect(server, &DeviceServer::deviceCame, &links,
+                     [note](const DeviceLink::Identity& device) { note(device, QDateTime::currentDateTime()); });
+    QObject::connect(server, &DeviceServer::deviceLeft, &links, note);
+    m_soon.setSingleShot(true);
+    QObject::connect(&m_soon, &QTimer::timeout, &links, [this] { noteSighted(); });
+    QObject::connect(&m_sightingTimer, &QTimer::timeout, &links, [this] { noteSightings(); });
+    m_sightingTimer.start(sightingIntervalMs);
     controller.setNotificationService(server->notifications());
     model->setDevices(&controller);
     // Who watches "Model" hears of every change, whoever made it.
@@ -67,8 +90,23 @@ ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, const
     QObject::connect(&keeper, &CTrailKeeper::clockSet, &controller, &CDoorController::tellTime);
 }
 
+void ServedDoors::noteSighted()
+{
+    sightings.note(m_sighted.values());
+    m_sighted.clear();
+}
+
+void ServedDoors::noteSightings()
+{
+    const QList<DeviceLink*> linked = m_server->links();
+    for (const DeviceLink* link : linked)
+        m_sighted.insert(link->identity().id.value(), {link->identity().id, link->lastHeard(), link->identity().peer});
+    noteSighted();
+}
+
 ServedDoors::~ServedDoors()
 {
+    noteSightings();
     model->setDevices(nullptr);
     model->setNotificationService(nullptr);
 }

@@ -3,6 +3,9 @@
 #include <server/audit/trail_keeper.h>
 #include <server/devices/device_links.h>
 #include <server/devices/device_service.h>
+#include <server/devices/device_sightings.h>
+
+#include <QtCore/QTimer>
 
 class CSqlAccessControl;
 class DeviceServer;
@@ -37,7 +40,16 @@ struct ServedDoors
     CTrailKeeper keeper;
     DoorLinks links;
     CDoorController controller;
+    CDeviceSightings sightings;
 
 private:
+    void noteSighted();
+    /// Of all that are linked, too.
+    void noteSightings();
+
+    DeviceServer* m_server;
+    QMap<quint32, CDeviceSightings::Sighting> m_sighted; // and not noted yet
+    QTimer m_soon;
+    QTimer m_sightingTimer;
     static CAuditTrail* named(CAuditTrail* trail, const QString& chain);
 };

@@ -152,6 +152,9 @@ CSqlAccessControl* Command::model()
 void Command::readFile(const QString& name, qint64 most, const std::function<void(const QByteArray&)>& then)
 {
     m_output.files().read(name, most, this, [this, then](const QByteArray& bytes, const QString& error) {
+        // The user has not waited for it.
+        if (m_done)
+            return;
         if (!error.isEmpty())
             return fail(error);
         const Session::Acting acting(m_session, m_output.user());
@@ -163,6 +166,9 @@ void Command::writeFile(const QString& name, const Files::Content& content, cons
                         OutputFile::Mode mode)
 {
     m_output.files().write(name, mode, content, this, [this, then](const QString& error) {
+        // The user has not waited for it.
+        if (m_done)
+            return;
         if (!error.isEmpty())
             return fail(error);
         const Session::Acting acting(m_session, m_output.user());

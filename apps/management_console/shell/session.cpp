@@ -64,6 +64,24 @@ CAuditTrail* Session::trail(QString& error)
     return model(error) ? m_trail.get() : nullptr;
 }
 
+CMailOutbox* Session::outbox(QString& error)
+{
+    CSqlAccessControl* installation = model(error);
+    if (installation && !m_outbox)
+        m_outbox = std::make_unique<CMailOutbox>(installation->database());
+    return m_outbox.get();
+}
+
+bool Session::startMail(const CMailOutbox::Settings& settings, QString& error)
+{
+    if (!outbox(error))
+        return false;
+    m_outbox->start(settings);
+    m_model->setMail(m_outbox.get());
+    m_sendsMail = true;
+    return true;
+}
+
 CScriptService* Session::scripts(QString& error)
 {
     CSqlAccessControl* installation = model(error);
@@ -190,4 +208,9 @@ void Session::reload()
 CDoorController* Session::doors() const
 {
     return m_doors ? &m_doors->controller : nullptr;
+}
+
+const CDeviceSightings* Session::sightings() const
+{
+    return m_doors ? &m_doors->sightings : nullptr;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <server/bridge/notification_bridge.h>
+#include <server/outbox/mail_outbox.h>
 
 #include <QtCore/QObject>
 
@@ -12,6 +13,7 @@
 class CAuditTrail;
 class CModelAudit;
 class CDeviceService;
+class CDeviceSightings;
 class CDoorController;
 class CScriptService;
 class CSqlAccessControl;
@@ -52,12 +54,19 @@ public:
     void reload();
     /// The doors of the devices that are served here; null when none are.
     CDoorController* doors() const;
+    /// When and where devices were heard last; null when none are served here.
+    const CDeviceSightings* sightings() const;
 
     /// The installation, opened when it is first asked for. Null with a reason when that fails; asked again it tries
     /// again.
     CSqlAccessControl* model(QString& error);
     /// Its trail, in which every change is noted. Null with a reason like model().
     CAuditTrail* trail(QString& error);
+    /// Its mails that wait. Null with a reason like model().
+    CMailOutbox* outbox(QString& error);
+    /// Sends these mails from now on, and those of the model. False with a reason.
+    bool startMail(const CMailOutbox::Settings& settings, QString& error);
+    bool sendsMail() const { return m_sendsMail; }
     /// The same as scripts see it.
     CScriptService* scripts(QString& error);
     /// What asks devices that are linked here; there is always one.
@@ -99,6 +108,8 @@ private:
     std::unique_ptr<CAuditTrail> m_trail;
     std::unique_ptr<CModelAudit> m_audit;
     std::unique_ptr<CDeviceService> m_deviceService;
+    std::unique_ptr<CMailOutbox> m_outbox;
+    bool m_sendsMail = false;
     std::unique_ptr<CScriptService> m_scripts;
     std::unique_ptr<DeviceServer> m_server;
     std::unique_ptr<CNotificationBridge> m_bridge; // goes behind the doors, whose last words it still tells

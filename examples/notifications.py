@@ -1,0 +1,12 @@
+"""notifications.py URL TOKEN AUTHORITY SOURCE...: prints what a console tells of these sources, a line each."""
+
+import asyncio, json, ssl, sys, websockets
+
+async def watch(url, token, authority, *sources):
+    async with websockets.connect(url, ssl=ssl.create_default_context(cafile=authority)) as link:
+        for number, (method, params) in enumerate([("login", [token]), ("registerObserver", [sources])]):
+            await link.send(json.dumps({"jsonrpc": "2.0", "id": number, "method": method, "params": params}))
+        async for text in link:
+            print(text, flush=True)
+
+asyncio.run(watch(*sys.argv[1:]))

@@ -1,0 +1,152 @@
+"""What waits and outlasts the server: mails in the outbox, and what is known of devices that are absent."""
+
+import email
+import email.policy
+import json
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+import unittest
+
+from aiosmtpd.controller import Controller
+
+from test_door import CA, LABELS, TOKEN, Server
+from test_link import certificate
+from tools import BUILD, ROOT, WAIT, console, main, simulator
+
+MAIL = ("127.0.0.3", 2525)  # a port on which mail begins in plain text
+
+
+class Mailbox:
+    """A mail server's handler that knows nobody of the name "nobody"."""
+
+    def __init__(self):
+        self.mails = []
+        self.came = threading.Condition()
+
+    async def handle_RCPT(self, server, session, envelope, address, options):
+        if address.startswith("nobody"):
+            return "550 no such user here"
+        envelope.rcpt_tos.append(address)
+        return "250 ok"
+
+    async def handle_DATA(self, server, session, envelope):
+        with self.came:
+            self.mails.append((envelope.rcpt_tos, email.message_from_bytes(envelope.content, policy=email.policy.default)))
+            self.came.notify_all()
+        return "250 kept"
+
+
+class Lasting(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.mkdtemp(prefix="kyr-outbox-")
+        self.addCleanup(shutil.rmtree, self.dir)
+        certificate("console", self.dir, f"{BUILD}/dev-ca", "--name", "IP:127.0.0.1")
+        self.database = f"{self.dir}/a.db"
+
+    def serve(self, *options):
+        return Server(self.dir, self.database, 0, *options)
+
+    def ask(self, *command, code=0, **options):
+        result = console("--attach", f"{self.dir}/console.socket", *command, cwd=self.dir, **options)
+        self.assertEqual(result[0], code, (command, result))
+        return result[1]
+
+    def table(self, *command, code=0):
+        return json.loads(self.ask(*command, "--json", code=code))
+
+    def eventually(self, condition):
+        end = time.monotonic() + WAIT
+        while not condition():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.05)
+
+    def test_a_mail_survives_a_kill_and_arrives_once(self):
+        sends = ("--mail-server", "%s:%d" % MAIL, "--mail-account", "door@example.com")
+        with open(f"{self.dir}/T\u00fcren.csv", "wb") as file:
+            file.write(bytes(range(256)) * 500)
+        with open(f"{self.dir}/text", "w", encoding="utf-8") as file:
+            file.write("a < b & \u00fc\n.\n")
+        before = self.serve(*sends)
+        self.ask("mail", "--to", "ann@example.com, nobody@example.com;ben@example.com ann@example.com", "--subject", "Gr\u00fc\u00dfe",
+                 "--text-file", "text", "--attachment", "T\u00fcren.csv")
+        # Nobody is there to take it: tried, and to be tried again.
+        self.eventually(lambda: all(row["tries"] == 1 and "refused" in row["error"] for row in self.table("mail", "--outbox")))
+        self.assertEqual(len(self.table("mail", "--outbox")), 3)
+        self.ask("mail", "--to", "late@example.com", "--subject", "b")
+        before.process.send_signal(signal.SIGKILL)
+        before.process.wait(WAIT)
+        mailbox = Mailbox()
+        controller = Controller(mailbox, hostname=MAIL[0], port=MAIL[1])
+        try:
+            controller.start()
+        except OSError:
+            self.skipTest("the port is taken")
+        try:
+            with self.serve(*sends):
+                self.eventually(lambda: [row["recipient"] for row in self.table("mail", "--outbox")] == ["nobody@example.com"])
+                refused = self.table("mail", "--outbox")[0]
+                self.assertEqual((refused["next"], "550" in refused["error"]), ("given up", True))
+                self.assertEqual(self.table("status")["mailsGivenUp"], 1)
+                self.ask("mail", "--forget", refused["id"])
+                self.assertEqual(self.table("mail", "--outbox"), [])
+        finally:
+            controller.stop()
+        self.assertEqual(sorted(to for to, _ in mailbox.mails), [["ann@example.com"], ["ben@example.com"], ["late@example.com"]])
+        mail = mailbox.mails[0][1]
+        self.assertEqual((mail["subject"], mail["from"]), ("Gr\u00fc\u00dfe", "door@example.com"))
+        self.assertEqual(mail.get_body(("plain",)).get_content().splitlines()[:2], ["a < b & \u00fc", "."])
+        self.assertIn("a &lt; b &amp; \u00fc", mail.get_body(("html",)).get_content())
+        attachment, = mail.iter_attachments()
+        self.assertEqual((attachment.get_filename(), attachment.get_content_type().split("/")[0]), ("T\u00fcren.csv", "text"))
+        self.assertEqual(attachment.get_payload(decode=True), bytes(range(256)) * 500)
+        self.assertEqual(len({mail["message-id"] for _, mail in mailbox.mails}), 2)
+
+    def test_who_is_absent(self):
+        for label in LABELS:
+            certificate(label, self.dir)
+        for door, label in zip(("Main", "Side"), LABELS):
+            self.assertEqual(console("doors", "add", door, database=self.database)[0], 0)
+            self.assertEqual(console("doors", "assign", door, label, database=self.database)[0], 0)
+        state = lambda: {row["door"]: (row["label"], row["state"], row["lastHeard"]) for row in self.table("devices", "--all")}
+        first = self.serve()
+        self.assertEqual(state(), {"Main": (LABELS[0], "absent", "never"), "Side": (LABELS[1], "absent", "never")})
+        watcher = subprocess.Popen(["/usr/bin/python3", f"{ROOT}/examples/notifications.py", f"wss://127.0.0.1:{first.port}/notifications",
+                                    TOKEN, CA, "Devices"], stdout=subprocess.PIPE, text=True)
+        self.addCleanup(watcher.stdout.close)
+        self.addCleanup(watcher.wait)
+        self.addCleanup(watcher.kill)
+        while "acknowledge" not in watcher.stdout.readline():
+            self.assertIsNone(watcher.poll())
+        device = simulator("--label", LABELS[0], "--call", f"https://127.0.0.1:{first.port}", "--certificate", f"{self.dir}/%1.pem",
+                           "--key", f"{self.dir}/%1.key", "--state", f"{self.dir}/state", "--ca", CA)[0]
+        with device:
+            self.eventually(lambda: state()["Main"][1] == "linked")
+            self.assertEqual([row["door"] for row in self.table("devices", "--absent", code=1)], ["Side"])
+            # A row is a link to programs that have read this table before.
+            self.assertEqual([row["door"] for row in self.table("devices")], ["Main"])
+            self.assertIn("never", self.ask("devices"))
+            status = self.table("status")
+            self.assertEqual([status[key] for key in ("serving", "links", "absent", "refusals")], [True, 1, 1, 0])
+            self.assertGreater(status["certificateEnd"], time.strftime("%Y"))
+            peer = self.table("devices")[0]["peer"]
+            heard = [json.loads(watcher.stdout.readline()) for _ in range(2)]
+            self.assertIn(("Devices", "came"), [(message["params"][0], message["params"][1]["event"]) for message in heard if "params" in message])
+        self.assertEqual(console("doors", "assign", "Side", "none", database=self.database)[0], 0)
+        self.eventually(lambda: state()["Main"][1] == "absent")
+        first.__exit__()
+        # The next server knows it, too.
+        with self.serve():
+            row, = self.table("devices", "--absent", code=1)
+            self.assertEqual((row["peer"], row["lastHeard"] > "2020"), (peer, True))
+            self.assertEqual(console("doors", "assign", "Main", "none", database=self.database)[0], 0)
+            self.eventually(lambda: self.table("status")["absent"] == 0)
+            self.assertEqual(self.table("devices", "--absent"), [])
+
+
+if __name__ == "__main__":
+    main()
