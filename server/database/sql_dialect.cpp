@@ -9,6 +9,7 @@ const SqlDialect& SqlDialect::sqlite()
         QStringLiteral("(SELECT value FROM json_each(?))"),
         QStringLiteral("CROSS JOIN"),
         QStringLiteral("SELECT seq FROM sqlite_sequence WHERE name='item'"),
+        QStringLiteral("CAST((julianday('now')-2440587.5)*86400000 AS INTEGER)"),
     };
     return dialect;
 }
@@ -24,6 +25,7 @@ const SqlDialect& SqlDialect::postgresql()
         QStringLiteral("(SELECT unnest(translate(?,'[]','{}')::bigint[]))"),
         QStringLiteral("JOIN"),
         QStringLiteral("SELECT CASE WHEN is_called THEN last_value ELSE 0 END FROM item_id_seq"),
+        QStringLiteral("CAST(extract(epoch FROM clock_timestamp())*1000 AS BIGINT)"),
     };
     return dialect;
 }

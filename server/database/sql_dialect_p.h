@@ -18,6 +18,8 @@ struct SqlDialect
     QString leadingJoin;
     /// The highest id that an item was ever given, 0 for none.
     QString lastItemId;
+    /// The time by the clock of the database, ms since 1970 UTC: the same for all who share it.
+    QString now;
 
     static const SqlDialect& sqlite();
     static const SqlDialect& postgresql();

@@ -12,6 +12,7 @@
 #include <server/devices/door_time_zone.h>
 #include <server/devices/event_intake.h>
 #include <server/devices/provisioner.h>
+#include <server/devices/remote_devices.h>
 #include <server/model/model_vocabulary_p.h>
 #include <server/model/sql_access_control.h>
 
@@ -116,6 +117,11 @@ public:
     void tick();
     void send(const Session& session, const CProvisioner::Commands& commands);
     qint64 sendCommand(CDeviceId device, const CLockToDevice& body);
+    /// Sends it, here or by another server; false when no server has the device.
+    bool tell(CDeviceId device, const CLockToDevice& body)
+    {
+        return sendCommand(device, body) != 0 || askRemote(remote, device, body, {});
+    }
     void reply(const Answer& answer, const QString& error);
     void noteRevision(CDeviceId device, const QByteArray& revision);
     void storeRevisions();
@@ -133,6 +139,7 @@ public:
     DoorDesk desk;
     DoorEventStore events;
     QPointer<CNotificationService> notifications;
+    QPointer<CRemoteDevices> remote;
     std::map<quint32, std::unique_ptr<Session>> sessions;
     QMap<qint64, Waiting> waiting;
     QVector<CDeviceId> dirty;
@@ -158,7 +165,12 @@ CItemId CDoorController::Private::doorOf(CDeviceId device) const
 
 CDeviceId CDoorController::deviceOf(CItemId accessPoint) const
 {
-    SqlStatement find(d->model->database(), QStringLiteral("SELECT label FROM item WHERE kind=? AND parent=?"));
+    return deviceOf(d->model->database(), accessPoint);
+}
+
+CDeviceId CDoorController::deviceOf(CDatabase* database, CItemId accessPoint)
+{
+    SqlStatement find(database, QStringLiteral("SELECT label FROM item WHERE kind=? AND parent=?"));
     find.bind(int(KindDevice)).bind(accessPoint.value());
     return find.exec() && find.next() ? CDeviceId::fromLabel(find.text(0)) : CDeviceId();
 }
@@ -290,6 +302,21 @@ qint64 CDoorController::Private::sendCommand(CDeviceId device, const CLockToDevi
 {
     const qint64 number = ++lastCommand;
     return links->send(device, CLockMessage::toBytes(CLockCommand{number, body})) ? number : 0;
+}
+
+bool CDoorController::askRemote(CRemoteDevices* remote, CDeviceId device, const CLockToDevice& body,
+                                const Answer& answer)
+{
+    if (!remote || !device.isValid() || !remote->isElsewhere(device))
+        return false;
+    const auto* open = std::get_if<CLockOpen>(&body);
+    const QByteArray message = CLockMessage::toBytes(CLockCommand{1, body});
+    remote->ask(device, QStringLiteral("lock"), {{QStringLiteral("message"), QString::fromUtf8(message)}},
+                open ? open->operatorName : QString(), [answer](const QString& error, const QJsonObject&) {
+                    if (answer)
+                        answer(error);
+                });
+    return true;
 }
 
 void CDoorController::Private::send(const Session& session, const CProvisioner::Commands& commands)
@@ -583,6 +610,11 @@ void CDoorController::setNotificationService(CNotificationService* service)
     d->notifications = service;
 }
 
+void CDoorController::setRemote(CRemoteDevices* remote)
+{
+    d->remote = remote;
+}
+
 CDoorController::Status CDoorController::status(CDeviceId device) const
 {
     Status status;
@@ -640,8 +672,11 @@ void CDoorController::sync(CDeviceId device)
 void CDoorController::command(CDeviceId device, const CLockToDevice& body, const Answer& answer)
 {
     const qint64 number = d->sendCommand(device, body);
-    if (number == 0)
-        return d->reply(answer, QStringLiteral("device %1 is not linked").arg(device.toLabel()));
+    if (number == 0) {
+        if (!askRemote(d->remote, device, body, answer))
+            d->reply(answer, QStringLiteral("device %1 is not linked").arg(device.toLabel()));
+        return;
+    }
     d->waiting.insert(number, {device, answer, d->now() + answerWait});
 }
 
@@ -654,15 +689,15 @@ void CDoorController::tellTime()
 bool CDoorController::open(CItemId accessPoint, const CLockOpen& command)
 {
     const CDeviceId device = deviceOf(accessPoint);
-    return device.isValid() && d->sendCommand(device, command) != 0;
+    return device.isValid() && d->tell(device, command);
 }
 
 bool CDoorController::waitForMedium(CDeviceId device, int seconds)
 {
-    return d->sendCommand(device, CLockWait{seconds}) != 0;
+    return d->tell(device, CLockWait{seconds});
 }
 
 bool CDoorController::simulateMedium(CDeviceId device, const QByteArray& uid)
 {
-    return d->sendCommand(device, CLockSimulate{uid}) != 0;
+    return d->tell(device, CLockSimulate{uid});
 }

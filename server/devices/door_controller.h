@@ -7,7 +7,9 @@
 #include <memory>
 
 class CAuditTrail;
+class CDatabase;
 class CNotificationService;
+class CRemoteDevices;
 class CSqlAccessControl;
 
 /// Keeps the doors in step with the model: each linked device has the list, the time and the rules of local time of its
@@ -60,11 +62,15 @@ public:
     /// Not taken over.
     void setNotificationService(CNotificationService* service);
 
+    /// Commands for devices that are linked to another server go there by it; not taken over, null for none.
+    void setRemote(CRemoteDevices* remote);
+
     Status status(CDeviceId device) const;
     /// Devices that are linked or have a door, in the order of their numbers.
     QList<Status> statuses() const;
     /// The device of a door; an invalid one for none.
     CDeviceId deviceOf(CItemId accessPoint) const;
+    static CDeviceId deviceOf(CDatabase* database, CItemId accessPoint);
 
     /// Compiles the list anew and sends it where it is not the device's.
     void sync(CDeviceId device);
@@ -73,6 +79,9 @@ public:
 
     /// Sends the time to all devices that are linked: the clock of this machine was set.
     void tellTime();
+
+    /// Has the server that holds the link do it; false when none does. The answer as of command().
+    static bool askRemote(CRemoteDevices* remote, CDeviceId device, const CLockToDevice& body, const Answer& answer);
 
     // For the model
     bool open(CItemId accessPoint, const CLockOpen& command) override;

@@ -35,20 +35,22 @@ public:
         CItemId door;
         if (!find(Named::Door, name, door))
             return;
-        CDoorController* doors = session().doors();
-        if (!doors)
-            return fail(QStringLiteral("no devices are served here: ask the console that serves them (--attach)"));
-        const CDeviceId device = doors->deviceOf(door);
+        const CDeviceId device = CDoorController::deviceOf(model()->database(), door);
         if (!device.isValid())
             return fail(QStringLiteral("\"%1\" has no device (see: doors assign)").arg(name));
         command.operatorName = session().operatorName().left(CLockOpen::longestText);
         QPointer<OpenCommand> guard(this);
-        doors->command(device, command, [guard](const QString& error) {
+        const auto answer = [guard](const QString& error) {
             if (guard && error.isEmpty())
                 guard->done();
             else if (guard)
                 guard->fail(error);
-        });
+        };
+        if (CDoorController* doors = session().doors())
+            return doors->command(device, command, answer);
+        QString error;
+        if (!CDoorController::askRemote(session().remote(error), device, command, answer))
+            fail(QStringLiteral("no server has the device of \"%1\"").arg(name));
     }
 };
 

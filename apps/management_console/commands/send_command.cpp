@@ -2,10 +2,13 @@
 #include "shell/command.h"
 
 #include <foundation/core/json_text.h>
+#include <server/devices/remote_devices.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
 #include <QtCore/QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -39,15 +42,31 @@ public:
             return;
 
         const DeviceServer* server = session().server();
-        if (!server)
-            return fail(QStringLiteral("not serving (see: help serve)"));
+        const bool isForAll = words.at(0) == QLatin1String("all");
         QList<DeviceLink*> links;
-        if (words.at(0) == QLatin1String("all"))
+        if (server && isForAll)
             links = server->links();
-        else if (DeviceLink* link = server->link(CDeviceId::fromLabel(words.at(0))))
+        else if (DeviceLink* link = server ? server->link(CDeviceId::fromLabel(words.at(0))) : nullptr)
             links.append(link);
-        if (links.isEmpty())
-            return fail(QStringLiteral("no device \"%1\" is linked").arg(words.at(0)));
+        QList<CDeviceId> elsewhere;
+        if (isForAll || links.isEmpty()) {
+            QString error;
+            m_remote = session().remote(error);
+            if (!m_remote)
+                return fail(error);
+            const QList<CRemoteDevices::Link> all = m_remote->links();
+            for (const CRemoteDevices::Link& link : all) {
+                if (!link.isOwn && (isForAll || link.device.toLabel() == words.at(0)))
+                    elsewhere.append(link.device);
+            }
+        }
+        // Of a device that has moved the newest link counts.
+        links.erase(std::remove_if(links.begin(), links.end(),
+                                   [&](const DeviceLink* link) { return elsewhere.contains(link->identity().id); }),
+                    links.end());
+        if (links.isEmpty() && elsewhere.isEmpty())
+            return fail(server ? QStringLiteral("no device \"%1\" is linked").arg(words.at(0))
+                               : QStringLiteral("not serving (see: help serve)"));
 
         QTimer::singleShot(waitMs, this, [this] { conclude(); });
         m_clock.start();
@@ -60,6 +79,11 @@ public:
                 link, &DeviceLink::ended, this, [this] { concludeIfDone(); }, Qt::QueuedConnection);
             m_asked[index].number = link->ask(m_message);
         }
+        for (const CDeviceId device : qAsConst(elsewhere)) {
+            m_asked.append({device, nullptr, 0, 0, 0, {}});
+            m_asked.last().isRemote = true;
+            askRemote(m_asked.size() - 1);
+        }
     }
 
 private:
@@ -71,6 +95,7 @@ private:
         int answers;
         double milliseconds;
         QJsonObject answer;
+        bool isRemote = false;
     };
 
     bool readMessage(const QString& text)
@@ -82,6 +107,21 @@ private:
         return !m_message.isEmpty();
     }
 
+    // By the server that has the link.
+    void askRemote(int index)
+    {
+        const QPointer<SendCommand> guard(this);
+        m_remote->ask(m_asked.at(index).device, QStringLiteral("send"), m_message, session().operatorName(),
+                      [guard, index](const QString& error, const QJsonObject& answer) {
+                          if (!guard)
+                              return;
+                          if (error.isEmpty())
+                              return guard->onAnswer(index, guard->m_asked.at(index).number, answer);
+                          guard->m_asked[index].isRemote = false;
+                          guard->concludeIfDone();
+                      });
+    }
+
     void onAnswer(int index, int number, const QJsonObject& answer)
     {
         Asked& asked = m_asked[index];
@@ -90,7 +130,9 @@ private:
         asked.answer = answer;
         const qint64 microseconds = m_clock.nsecsElapsed() / 1000;
         asked.milliseconds = double(microseconds) / 1000;
-        if (++asked.answers < m_count)
+        if (++asked.answers < m_count && asked.isRemote)
+            askRemote(index);
+        else if (asked.answers < m_count)
             asked.number = asked.link->ask(m_message);
         else
             concludeIfDone();
@@ -99,7 +141,7 @@ private:
     void concludeIfDone()
     {
         for (const Asked& asked : qAsConst(m_asked)) {
-            if (asked.link && asked.answers < m_count)
+            if ((asked.link || asked.isRemote) && asked.answers < m_count)
                 return;
         }
         conclude();
@@ -149,6 +191,7 @@ private:
     }
 
     QJsonObject m_message;
+    QPointer<CRemoteDevices> m_remote;
     QVector<Asked> m_asked;
     QElapsedTimer m_clock;
     int m_count = 1;

@@ -11,6 +11,7 @@
 #include <server/audit/audit_trail.h>
 #include <server/devices/device_sightings.h>
 #include <server/devices/door_controller.h>
+#include <server/devices/remote_devices.h>
 #include <server/model/model_reader.h>
 #include <server/model/sql_access_control.h>
 
@@ -236,15 +237,17 @@ public:
 
     void start(AppOptions& options) override
     {
-        const DeviceServer* server = session().server();
-        if (!server)
+        QString error;
+        if (!session().remote(error))
+            return fail(error);
+        const bool wantsRefused = options.isSet(QStringLiteral("refused"));
+        if (!session().server() && (wantsRefused || rows().isEmpty()))
             return fail(QStringLiteral("not serving (see: help serve)"));
         m_isAll = options.isSet(QStringLiteral("all"));
-        const bool isRefused = options.isSet(QStringLiteral("refused"));
         const bool isAbsent = options.isSet(QStringLiteral("absent"));
-        const auto view = isRefused  ? &DevicesCommand::refusals
-                          : isAbsent ? &DevicesCommand::absent
-                                     : &DevicesCommand::links;
+        const auto view = wantsRefused ? &DevicesCommand::refusals
+                          : isAbsent   ? &DevicesCommand::absent
+                                       : &DevicesCommand::links;
         if (options.isSet(QStringLiteral("watch")))
             return watch([this, view] { return (this->*view)(); },
                          {QStringLiteral("lastHeard"), QStringLiteral("sent"), QStringLiteral("received")});
@@ -256,20 +259,27 @@ public:
     }
 
 private:
+    // Those that are linked here, and those of other servers.
+    QList<QVariantMap> rows()
+    {
+        QString error;
+        return deviceRows(session().server(), session().doors(), session().remote(error));
+    }
+
     // To programs a row has always been a link; people see at a glance what is missing.
     Table links()
     {
         const bool isAll = m_isAll || !isJson();
-        return devices([isAll](const CDoorController::Status& status) { return isAll || status.isLinked; });
+        return devices([isAll](bool isLinked) { return isAll || isLinked; });
     }
 
     Table absent()
     {
-        return devices([](const CDoorController::Status& status) { return !status.isLinked; });
+        return devices([](bool isLinked) { return !isLinked; });
     }
 
     // Those that are linked, and those that have a door and are not: with what was heard of them last.
-    Table devices(const std::function<bool(const CDoorController::Status&)>& isWanted)
+    Table devices(const std::function<bool(bool isLinked)>& isWanted)
     {
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
                      {QStringLiteral("state"), QStringLiteral("State")},
@@ -286,18 +296,30 @@ private:
                      {QStringLiteral("received"), QStringLiteral("Received")},
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
-                     {QStringLiteral("fault"), {}}});
-        if (!session().server())
-            return table; // serving has ended
+                     {QStringLiteral("fault"), {}},
+                     {QStringLiteral("server"), QStringLiteral("Server")}});
+        QMap<QString, QVariantMap> shown; // by label, in the order of ids
+        const QList<QVariantMap> linked = rows();
+        for (QVariantMap row : linked) {
+            row.insert(QStringLiteral("state"), QStringLiteral("linked"));
+            shown.insert(row.value(QStringLiteral("label")).toString(), row);
+        }
+        addDoors(shown);
+        for (const QVariantMap& row : qAsConst(shown)) {
+            if (isWanted(row.value(QStringLiteral("state")) == QLatin1String("linked")))
+                table.addRowOf(row);
+        }
+        return table;
+    }
+
+    // What this server knows of doors and of those who are absent; nothing when it does not serve.
+    void addDoors(QMap<QString, QVariantMap>& shown)
+    {
         QString error;
         CSqlAccessControl* installation = session().model(error);
         const CDoorController* controller = session().doors();
-        QMap<QString, QVariantMap> links;
-        const QList<QVariantMap> rows = deviceRows(*session().server(), controller);
-        for (const QVariantMap& row : rows)
-            links.insert(row.value(QStringLiteral("label")).toString(), row);
         if (!installation || !controller)
-            return table;
+            return;
         const QList<CDoorController::Status> all = controller->statuses();
         QList<CItemId> doors;
         for (const CDoorController::Status& status : all)
@@ -305,18 +327,15 @@ private:
         const QMap<CItemId, QString> names = CModelReader(installation).labels(doors);
         const QMap<quint32, CDeviceSightings::Sighting> sightings = session().sightings()->all();
         for (const CDoorController::Status& status : all) {
-            if (!isWanted(status))
-                continue;
-            const QString label = status.device.toLabel();
-            const bool isLinked = links.contains(label);
-            QVariantMap row = isLinked ? links.value(label) : absentRow(status, sightings.value(status.device.value()));
-            row.insert(QStringLiteral("state"), isLinked ? QStringLiteral("linked") : QStringLiteral("absent"));
+            QVariantMap& row = shown[status.device.toLabel()];
+            if (row.isEmpty()) {
+                row = absentRow(status, sightings.value(status.device.value()));
+                row.insert(QStringLiteral("state"), QStringLiteral("absent"));
+            }
             if (status.accessPoint != CItemId())
                 row.insert(QStringLiteral("accessPoint"), QString::number(status.accessPoint.value()));
             row.insert(QStringLiteral("door"), names.value(status.accessPoint));
-            table.addRowOf(row);
         }
-        return table;
     }
 
     static QVariantMap absentRow(const CDoorController::Status& status, const CDeviceSightings::Sighting& last)

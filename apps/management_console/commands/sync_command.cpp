@@ -1,7 +1,10 @@
 #include "shell/command.h"
 
 #include <server/devices/door_controller.h>
+#include <server/devices/remote_devices.h>
 
+#include <QtCore/QMap>
+#include <QtCore/QPointer>
 #include <QtCore/QTimer>
 
 #include <algorithm>
@@ -31,19 +34,35 @@ public:
             return;
         const QString label = options.positional().value(0);
         CDoorController* doors = session().doors();
-        if (!doors)
+        QString error;
+        CRemoteDevices* remote = session().remote(error);
+        if (!remote)
+            return fail(error);
+        QMap<quint32, CDeviceId> chosen;
+        const auto choose = [&chosen, &label](CDeviceId device) {
+            if (label.isEmpty() || device.toLabel() == label)
+                chosen.insert(device.value(), device);
+        };
+        const QList<CDoorController::Status> all = doors ? doors->statuses() : QList<CDoorController::Status>();
+        for (const CDoorController::Status& status : all)
+            choose(status.device);
+        const QList<CRemoteDevices::Link> links = remote->links();
+        for (const CRemoteDevices::Link& link : links)
+            choose(link.device);
+        m_devices = chosen.values();
+        if (!doors && m_devices.isEmpty())
             return fail(QStringLiteral("no devices are served here: ask the console that serves them (--attach)"));
-        const QList<CDoorController::Status> all = doors->statuses();
-        for (const CDoorController::Status& status : all) {
-            if (label.isEmpty() || status.device.toLabel() == label)
-                m_devices.append(status.device);
-        }
         if (m_devices.isEmpty() && !label.isEmpty())
             return fail(QStringLiteral("no device \"%1\" is linked or has a door").arg(label));
-        connect(doors, &CDoorController::statusChanged, this, &SyncCommand::look);
+        if (doors)
+            connect(doors, &CDoorController::statusChanged, this, &SyncCommand::look);
         QTimer::singleShot(waitMs, this, &SyncCommand::conclude);
-        for (const CDeviceId device : qAsConst(m_devices))
-            doors->sync(device);
+        for (const CDeviceId device : qAsConst(m_devices)) {
+            if (doors && doors->status(device).isLinked)
+                doors->sync(device);
+            else if (remote->isElsewhere(device))
+                askRemote(remote, device);
+        }
         if (options.isSet(QStringLiteral("watch")))
             watch([this] { return table(); });
         look();
@@ -52,11 +71,41 @@ public:
     void cancel() override { fail(QStringLiteral("interrupted")); }
 
 private:
+    // What the server of a device says of it stands for its status.
+    void askRemote(CRemoteDevices* remote, CDeviceId device)
+    {
+        CDoorController::Status waiting;
+        waiting.device = device;
+        waiting.isLinked = true;
+        waiting.fault = QStringLiteral("its server has not answered");
+        m_remote.insert(device.value(), waiting);
+        const QPointer<SyncCommand> guard(this);
+        const auto answer = [guard, device](const QString& error, const QJsonObject& result) {
+            if (!guard)
+                return;
+            CDoorController::Status& status = guard->m_remote[device.value()];
+            status.isLinked = false; // nothing more is to be waited for
+            status.isUpToDate = error.isEmpty() && result.value(QLatin1String("upToDate")).toBool();
+            status.accessPoint = result.value(QLatin1String("accessPoint")).toString().toLongLong();
+            status.revision = result.value(QLatin1String("revision")).toString().toLatin1();
+            status.fault = error.isEmpty() ? result.value(QLatin1String("fault")).toString() : error;
+            guard->look();
+        };
+        remote->ask(device, QStringLiteral("sync"), {}, session().operatorName(), answer);
+    }
+
+    CDoorController::Status statusOf(CDeviceId device)
+    {
+        const auto remote = m_remote.constFind(device.value());
+        if (remote != m_remote.cend())
+            return *remote;
+        return session().doors() ? session().doors()->status(device) : CDoorController::Status();
+    }
+
     void look()
     {
-        CDoorController* doors = session().doors();
-        const bool isOver = !doors || std::all_of(m_devices.cbegin(), m_devices.cend(), [doors](CDeviceId device) {
-            const CDoorController::Status status = doors->status(device);
+        const bool isOver = std::all_of(m_devices.cbegin(), m_devices.cend(), [this](CDeviceId device) {
+            const CDoorController::Status status = statusOf(device);
             return status.isUpToDate || !status.isLinked;
         });
         if (isOver)
@@ -68,12 +117,9 @@ private:
         if (m_isOver)
             return;
         m_isOver = true;
-        const CDoorController* doors = session().doors();
-        if (!doors)
-            return fail(QStringLiteral("serving has ended"));
         QStringList faults;
         for (const CDeviceId device : qAsConst(m_devices)) {
-            const CDoorController::Status status = doors->status(device);
+            const CDoorController::Status status = statusOf(device);
             if (!status.isUpToDate)
                 faults.append(QStringLiteral("%1 (%2)").arg(device.toLabel(), status.fault));
         }
@@ -88,14 +134,13 @@ private:
 
     Table table()
     {
-        const CDoorController* doors = session().doors();
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
                      {QStringLiteral("accessPoint"), QStringLiteral("Door")},
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
                      {QStringLiteral("fault"), QStringLiteral("Why not")}});
         for (const CDeviceId device : qAsConst(m_devices)) {
-            const CDoorController::Status status = doors ? doors->status(device) : CDoorController::Status();
+            const CDoorController::Status status = statusOf(device);
             table.addRow({device.toLabel(),
                           status.accessPoint == CItemId() ? QString() : QString::number(status.accessPoint.value()),
                           status.isUpToDate, QString::fromLatin1(status.revision), status.fault});
@@ -104,6 +149,7 @@ private:
     }
 
     QList<CDeviceId> m_devices;
+    QMap<quint32, CDoorController::Status> m_remote;
     bool m_isOver = false;
 };
 

@@ -4,6 +4,9 @@
 
 #include <foundation/datatypes/data_type.h>
 #include <server/devices/door_controller.h>
+#include <server/devices/remote_devices.h>
+
+#include <QtCore/QMap>
 
 namespace {
 
@@ -14,28 +17,43 @@ QString timeText(const QDateTime& time)
 
 } // namespace
 
-QList<QVariantMap> deviceRows(const DeviceServer& server, const CDoorController* doors)
+QList<QVariantMap> deviceRows(const DeviceServer* server, const CDoorController* doors, CRemoteDevices* remote)
 {
-    QList<QVariantMap> rows;
-    const QList<DeviceLink*> links = server.links();
+    QMap<quint32, QVariantMap> rows;
+    const QList<CRemoteDevices::Link> all = remote ? remote->links() : QList<CRemoteDevices::Link>();
+    for (const CRemoteDevices::Link& link : all) {
+        if (link.isOwn)
+            continue;
+        QVariantMap row = link.details.toVariantMap();
+        row.insert(QStringLiteral("label"), link.device.toLabel());
+        row.insert(QStringLiteral("typeName"), deviceTypeName(row.value(QStringLiteral("type")).toInt()));
+        row.insert(QStringLiteral("since"), timeText(link.since));
+        row.insert(QStringLiteral("server"), link.server);
+        rows.insert(link.device.value(), row);
+    }
+    const QString own = remote ? remote->server() : QString();
+    const QList<DeviceLink*> links = server ? server->links() : QList<DeviceLink*>();
     for (const DeviceLink* link : links) {
         const DeviceLink::Identity& device = link->identity();
+        if (rows.contains(device.id.value()))
+            continue;
         const CDoorController::Status status = doors ? doors->status(device.id) : CDoorController::Status();
-        rows.append({{QStringLiteral("label"), device.id.toLabel()},
-                     {QStringLiteral("type"), device.type},
-                     {QStringLiteral("typeName"), deviceTypeName(device.type)},
-                     {QStringLiteral("system"), device.system.toLabel()},
-                     {QStringLiteral("peer"), device.peer},
-                     {QStringLiteral("since"), timeText(link->since())},
-                     {QStringLiteral("lastHeard"), timeText(link->lastHeard())},
-                     {QStringLiteral("handshakeMs"), device.handshakeMs},
-                     {QStringLiteral("sent"), link->sent()},
-                     {QStringLiteral("received"), link->receivedCount()},
-                     {QStringLiteral("upToDate"), status.isUpToDate},
-                     {QStringLiteral("revision"), QString::fromLatin1(status.revision)},
-                     {QStringLiteral("fault"), status.fault}});
+        rows.insert(device.id.value(), {{QStringLiteral("label"), device.id.toLabel()},
+                                        {QStringLiteral("type"), device.type},
+                                        {QStringLiteral("typeName"), deviceTypeName(device.type)},
+                                        {QStringLiteral("system"), device.system.toLabel()},
+                                        {QStringLiteral("peer"), device.peer},
+                                        {QStringLiteral("since"), timeText(link->since())},
+                                        {QStringLiteral("lastHeard"), timeText(link->lastHeard())},
+                                        {QStringLiteral("handshakeMs"), device.handshakeMs},
+                                        {QStringLiteral("sent"), link->sent()},
+                                        {QStringLiteral("received"), link->receivedCount()},
+                                        {QStringLiteral("upToDate"), status.isUpToDate},
+                                        {QStringLiteral("revision"), QString::fromLatin1(status.revision)},
+                                        {QStringLiteral("fault"), status.fault},
+                                        {QStringLiteral("server"), own}});
     }
-    return rows;
+    return rows.values();
 }
 
 QString deviceTypeName(int type)

@@ -54,7 +54,7 @@ CAuditTrail* ServedDoors::named(CAuditTrail* trail, const QString& chain)
     return trail;
 }
 
-ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, const QString& chain,
+ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, CRemoteDevices* remote, const QString& chain,
                          const QString& operatorName)
     : model(inModel)
     , trail(inModel->database())
@@ -62,6 +62,7 @@ ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, const
     , links(server)
     , controller(inModel, &trail, &links)
     , sightings(inModel->database())
+    , remoteWork(server, &controller, remote)
     , m_server(server)
 {
     const auto note = [this](const DeviceLink::Identity& device, const QDateTime& at) {
@@ -78,6 +79,10 @@ ServedDoors::ServedDoors(DeviceServer* server, CSqlAccessControl* inModel, const
     m_sightingTimer.start(sightingIntervalMs);
     controller.setNotificationService(server->notifications());
     model->setDevices(&controller);
+    controller.setRemote(remote);
+    // A name that was given belongs to one server.
+    remote->serve(&links, chain, chain != CAuditTrail::defaultChainName(), remoteWork.work());
+    remoteWork.describeAll();
     // Who watches "Model" hears of every change, whoever made it.
     QObject::connect(model, &ISimpleAccessControl::notify, &links,
                      [server](const QString& source, const QVariantMap& parameters, const QString& extension) {

@@ -4,6 +4,9 @@
 #include <server/devices/device_links.h>
 #include <server/devices/device_service.h>
 #include <server/devices/device_sightings.h>
+#include <server/devices/remote_devices.h>
+
+#include "server/remote_work.h"
 
 #include <QtCore/QTimer>
 
@@ -31,7 +34,8 @@ private:
 struct ServedDoors
 {
     /// `chain` is that of the trail; `operatorName` says who starts serving.
-    ServedDoors(DeviceServer* server, CSqlAccessControl* model, const QString& chain, const QString& operatorName);
+    ServedDoors(DeviceServer* server, CSqlAccessControl* model, CRemoteDevices* remote, const QString& chain,
+                const QString& operatorName);
     ~ServedDoors();
 
     CSqlAccessControl* model;
@@ -41,6 +45,7 @@ struct ServedDoors
     DoorLinks links;
     CDoorController controller;
     CDeviceSightings sightings;
+    RemoteWork remoteWork;
 
 private:
     void noteSighted();

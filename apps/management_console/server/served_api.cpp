@@ -15,7 +15,7 @@ ServedApi::ServedApi(DeviceServer* inServed, ServedDoors* doors, IDeviceService*
     api.setNotificationService(served->notifications());
     api.setDeviceList([inServed, doors] {
         QVariantList list;
-        const QList<QVariantMap> rows = deviceRows(*inServed, &doors->controller);
+        const QList<QVariantMap> rows = deviceRows(inServed, &doors->controller, doors->remoteWork.remote());
         for (const QVariantMap& row : rows)
             list.append(row);
         return list;

@@ -16,6 +16,7 @@
 #include <server/audit/audit_trail.h>
 #include <server/audit/model_audit.h>
 #include <server/bridge/notification_bridge.h>
+#include <server/devices/remote_devices.h>
 #include <server/model/sql_access_control.h>
 
 #include <QtCore/QTimer>
@@ -57,6 +58,14 @@ CSqlAccessControl* Session::model(QString& error)
     m_audit = std::make_unique<CModelAudit>(m_trail.get());
     m_model->setRecorder(m_audit.get());
     return m_model.get();
+}
+
+CRemoteDevices* Session::remote(QString& error)
+{
+    CSqlAccessControl* installation = model(error);
+    if (installation && !m_remote)
+        m_remote = std::make_unique<CRemoteDevices>(installation->database());
+    return m_remote.get();
 }
 
 CAuditTrail* Session::trail(QString& error)
@@ -134,6 +143,8 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
     if (m_trail)
         m_trail->setChainName(CAuditTrail::defaultChainName());
     m_deviceService->setController(nullptr);
+    // It tells that its links are held no longer.
+    m_remote.reset();
     m_server = std::move(server);
     if (!m_server)
         return;
@@ -141,7 +152,8 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
     if (CSqlAccessControl* installation = model(error)) {
         if (!name.isEmpty())
             m_trail->setChainName(name);
-        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, m_trail->chainName(), m_operatorName);
+        m_doors = std::make_unique<ServedDoors>(m_server.get(), installation, remote(error), m_trail->chainName(),
+                                                m_operatorName);
         m_deviceService->setController(&m_doors->controller);
         // Who asked for it by the API is answered first.
         connect(installation, &ISimpleAccessControl::aboutToQuit, m_server.get(),

@@ -15,6 +15,7 @@ class CModelAudit;
 class CDeviceService;
 class CDeviceSightings;
 class CDoorController;
+class CRemoteDevices;
 class CScriptService;
 class CSqlAccessControl;
 class DeviceServer;
@@ -56,6 +57,9 @@ public:
     CDoorController* doors() const;
     /// When and where devices were heard last; null when none are served here.
     const CDeviceSightings* sightings() const;
+
+    /// What other servers of the installation hold. Null with a reason like model().
+    CRemoteDevices* remote(QString& error);
 
     /// The installation, opened when it is first asked for. Null with a reason when that fails; asked again it tries
     /// again.
@@ -107,6 +111,7 @@ private:
     std::unique_ptr<CSqlAccessControl> m_model;
     std::unique_ptr<CAuditTrail> m_trail;
     std::unique_ptr<CModelAudit> m_audit;
+    std::unique_ptr<CRemoteDevices> m_remote;
     std::unique_ptr<CDeviceService> m_deviceService;
     std::unique_ptr<CMailOutbox> m_outbox;
     bool m_sendsMail = false;
