@@ -34,7 +34,7 @@ const lines = [
 if (args.length === 0) {
     print(lines.join("\n"));
 } else {
-    kyr.sendTemplateEmail(0, args, {subject: "What happened at the doors", text: lines.join("\n")}, answer => {
+    kyr.sendTemplateEmail(0, args, {subject: "What happened at the doors", message: lines.join("\n")}, answer => {
         if (answer.status === "error") {
             console.error(`not sent: ${answer.error}`);
             exit(1);
