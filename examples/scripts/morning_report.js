@@ -7,7 +7,8 @@
 //
 //     0 7 * * *  kyr_console script morning_report.js --timeout 60 office@example.com
 //
-// Without a recipient the report is printed. The exit code is 1 when the mail could not be sent.
+// The mail is left in the outbox, from which a console sends it that serves with --mail-server. Without a recipient the
+// report is printed. The exit code is 1 when the mail was not taken.
 
 const since = new Date(Date.now() - 24 * 3600 * 1000);
 const happened = events({kinds: ["granted", "denied", "forced", "held", "opened", "refused", "loginRefused"], from: since});
@@ -36,9 +37,9 @@ if (args.length === 0) {
 } else {
     kyr.sendTemplateEmail(0, args, {subject: "What happened at the doors", message: lines.join("\n")}, answer => {
         if (answer.status === "error") {
-            console.error(`not sent: ${answer.error}`);
+            console.error(`not taken: ${answer.error}`);
             exit(1);
         }
-        print(`Sent to ${args.join(", ")}.`);
+        print(`In the outbox, for ${args.join(", ")}.`);
     });
 }

@@ -114,9 +114,11 @@ class Script(unittest.TestCase):
         self.assertEqual((code, out), (0, f"{door.strip()}\tMain Entrance\n"))
         code, out, _ = console("script", f"{EXAMPLES}/morning_report.js", database=database)
         self.assertEqual((code, "0 times let in" in out), (0, True))
-        # There is no mail server: the answer of the model comes back.
-        code, _, error = console("script", f"{EXAMPLES}/morning_report.js", "a@example.com", database=database)
-        self.assertEqual((code, "not sent" in error), (1, True))
+        code, out, error = console("script", f"{EXAMPLES}/morning_report.js", "a@example.com", database=database)
+        self.assertEqual((code, out, error), (0, "In the outbox, for a@example.com.\n", ""))
+        self.assertIn("a@example.com", console("mail", "--outbox", database=database)[1])
+        code, _, error = console("script", f"{EXAMPLES}/morning_report.js", "no address", database=database)
+        self.assertEqual((code, "not taken" in error), (1, True))
 
 
 if __name__ == "__main__":

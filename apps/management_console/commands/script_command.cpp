@@ -4,6 +4,7 @@
 
 #include <server/devices/device_service.h>
 #include <server/model/sql_access_control.h>
+#include <server/outbox/mail_outbox.h>
 
 #include <QtCore/QFile>
 
@@ -41,6 +42,9 @@ public:
         CAuditTrail* trail = session().trail(error);
         if (!trail)
             return fail(error);
+        // Its mails are left to a console that serves with a mail server, as those of the command "mail" are.
+        if (!session().server())
+            model()->setMail(session().outbox(error));
         m_run = std::make_unique<ScriptRun>(model(), session().deviceService(), trail);
         connect(m_run.get(), &ScriptRun::printed, this, [this](const QString& text) {
             const QStringList lines = text.split(QLatin1Char('\n'));
