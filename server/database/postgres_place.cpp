@@ -35,7 +35,12 @@ public:
     bool isThere() override { return m_connection && m_connection->version() > 0; }
     bool make(QString*) override { return true; }
     std::shared_ptr<SqlConnection> open(QString* error) override;
-    bool hasChanged() override { return std::exchange(m_hasNews, false) | (m_connection && m_connection->takeNews()); }
+    bool hasChanged() override
+    {
+        const bool hadNews = std::exchange(m_hasNews, false);
+        const bool hasNews = m_connection && m_connection->takeNews(); // taken in any case
+        return hadNews || hasNews;
+    }
     void setAnswerWait(int milliseconds) override;
     void reach() override;
 
