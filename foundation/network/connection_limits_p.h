@@ -32,8 +32,9 @@ constexpr int visitors = 512;
 /// Of these, such whose TLS goes on (for a while, see ConnectionTiming): further ones wait for their turn. So each gets
 /// through in time and none is displaced, also when a whole installation returns at once.
 constexpr int talkingVisitors = 256;
-/// Visitors who have begun to talk and wait for their turn. Further ones wait in the system.
-constexpr int waitingVisitors = 2048;
+/// Visitors who have begun to talk and wait for their turn, each of whom costs a descriptor. The newest of the largest
+/// crowd goes first.
+constexpr int waitingVisitors = 8192;
 /// Visitors who are new and have said nothing yet: those of a whole installation are there before their words.
 constexpr int arrivingVisitors = 2048;
 /// Bytes of the head of their request.

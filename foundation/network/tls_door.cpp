@@ -1,29 +1,19 @@
 #include <foundation/core/string_utils.h>
 #include <foundation/network/connection_limits_p.h>
+#include <foundation/network/descriptors_p.h>
+#include <foundation/network/door_certificate_p.h>
 #include <foundation/network/hand_over_p.h>
 #include <foundation/network/held_sockets_p.h>
-#include <foundation/network/listen_backlog_p.h>
+#include <foundation/network/peer_network.h>
 #include <foundation/network/proxy_header_p.h>
 #include <foundation/network/socket_options_p.h>
 #include <foundation/network/socket_owner_p.h>
 #include <foundation/network/tls_door.h>
+#include <foundation/network/visitor_turns_p.h>
 
-#include <QtCore/QDeadlineTimer>
-#include <QtCore/QFile>
 #include <QtCore/QHash>
-#include <QtCore/QQueue>
-#include <QtCore/QSocketNotifier>
 #include <QtCore/QTimer>
-#include <QtNetwork/QSslCipher>
 #include <QtNetwork/QSslConfiguration>
-#include <QtNetwork/QSslDiffieHellmanParameters>
-#include <QtNetwork/QSslKey>
-
-#include <algorithm>
-#include <openssl/err.h>
-#include <openssl/evp.h>
-#include <openssl/x509.h>
-#include <utility>
 
 #include <algorithm>
 
@@ -59,61 +49,6 @@ qint64 lengthOfBody(const CTlsDoor::Request& request)
                                                                                                  : -1;
 }
 
-QByteArray readFile(const QString& name, QString& error)
-{
-    QFile file(name);
-    if (file.open(QIODevice::ReadOnly))
-        return file.readAll();
-    error = QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString());
-    return QByteArray();
-}
-
-bool belongTogether(const QSslCertificate& certificate, const QSslKey& key)
-{
-    const QByteArray certificateDer = certificate.toDer();
-    const QByteArray keyDer = key.toDer();
-    const auto* bytes = reinterpret_cast<const unsigned char*>(certificateDer.constData());
-    X509* const x509 = d2i_X509(nullptr, &bytes, certificateDer.size());
-    bytes = reinterpret_cast<const unsigned char*>(keyDer.constData());
-    EVP_PKEY* const privateKey = d2i_AutoPrivateKey(nullptr, &bytes, keyDer.size());
-    const bool result = x509 && privateKey && X509_check_private_key(x509, privateKey) == 1;
-    EVP_PKEY_free(privateKey);
-    X509_free(x509);
-    ERR_clear_error(); // it would be taken for one of the next connection's
-    return result;
-}
-
-// The group ffdhe2048 of RFC 7919. What Qt 5 would take has 1024 bits, which OpenSSL refuses.
-QSslDiffieHellmanParameters finiteField()
-{
-    return QSslDiffieHellmanParameters::fromEncoded(
-        QByteArrayLiteral("-----BEGIN DH PARAMETERS-----\n"
-                          "MIIBCAKCAQEA//////////+t+FRYortKmq/cViAnPTzx2LnFg84tNpWp4TZBFGQz\n"
-                          "+8yTnc4kmz75fS/jY2MMddj2gbICrsRhetPfHtXV/WVhJDP1H18GbtCFY2VVPe0a\n"
-                          "87VXE15/V8k1mE8McODmi3fipona8+/och3xWKE2rec1MKzKT0g6eXq8CrGCsyT7\n"
-                          "YdEIqUuyyOP7uWrat2DX9GgdT0Kj3jlN9K5W7edjcrsZCwenyO4KbXCeAvzhzffi\n"
-                          "7MA0BM0oNC9hkXL+nOmFg/+OTxIy7vKBg8P+OxtMb61zO7X8vC7CIAXFjvGDfRaD\n"
-                          "ssbzSibBsu/6iGtCOGEoXJf//////////wIBAg==\n"
-                          "-----END DH PARAMETERS-----\n"));
-}
-
-// Of those that the system allows. Each takes time in each handshake, as Qt hands the list to OpenSSL as text.
-QList<QSslCipher> ciphers(bool finiteFieldDh)
-{
-    QList<QSslCipher> result;
-    const QList<QSslCipher> allowed = QSslConfiguration::defaultConfiguration().ciphers();
-    for (const QSslCipher& cipher : allowed) {
-        const QString name = cipher.name();
-        const bool isSealed = name.contains(QLatin1String("GCM")) || name.contains(QLatin1String("CHACHA20"));
-        if (name.startsWith(QLatin1String("TLS_")) // of TLS 1.3
-            || (isSealed
-                && (name.startsWith(QLatin1String("ECDHE-"))
-                    || (finiteFieldDh && name.startsWith(QLatin1String("DHE-RSA-"))))))
-            result += cipher;
-    }
-    return result;
-}
-
 // Its peer is whom a balancer announces.
 class VisitorSocket : public QSslSocket
 {
@@ -126,43 +61,6 @@ public:
         setPeerPort(port);
     }
 };
-
-// A connection that has said nothing yet. It costs a descriptor, no socket with its buffers.
-class SilentVisitor : public QObject
-{
-public:
-    SilentVisitor(qintptr descriptor, const QElapsedTimer& since, QObject* parent)
-        : QObject(parent)
-        , notifier(descriptor, QSocketNotifier::Read)
-        , accepted(since)
-        , m_descriptor(descriptor)
-    {
-    }
-    ~SilentVisitor() override
-    {
-        if (m_descriptor >= 0)
-            QTcpSocket().setSocketDescriptor(m_descriptor); // closes it
-    }
-    /// The descriptor is the caller's then.
-    qintptr take()
-    {
-        notifier.setEnabled(false);
-        return std::exchange(m_descriptor, -1);
-    }
-
-    QSocketNotifier notifier; // it talks, or has gone
-    const QElapsedTimer accepted;
-
-private:
-    qintptr m_descriptor;
-};
-
-QHostAddress plainAddress(const QHostAddress& address)
-{
-    bool isIPv4 = false;
-    const quint32 ipv4 = address.toIPv4Address(&isIPv4);
-    return isIPv4 ? QHostAddress(ipv4) : address;
-}
 
 } // namespace
 
@@ -186,13 +84,7 @@ struct CTlsDoor::Private
     HeldSockets sending{ConnectionLimits::bodies, nullptr};      // of the first, those whose request has begun
     HeldSockets waiting{ConnectionLimits::visitors, nullptr};    // for their answer
     qint64 longestBody = 0;
-    HeldSockets arriving{ConnectionLimits::arrivingVisitors, nullptr}; // before all this: SilentVisitors, new ones
-    HeldSockets silent{ConnectionLimits::visitors, nullptr};           // and those who are no longer new
-    QQueue<QPair<qintptr, QElapsedTimer>> queue;                       // have begun to talk, wait for their turn
-    bool full = false;                                                 // of these: does not accept for now
-    // Whose turn it is and whose TLS goes on, for a while.
-    QList<QPair<QSslSocket*, QDeadlineTimer>> talking;
-    QTimer turn; // runs until the first of them has kept others waiting for long enough
+    VisitorTurns turns; // before all this
     QList<QPair<QHostAddress, int>> proxies;
     bool finiteFieldDh = false;
 
@@ -225,9 +117,6 @@ CTlsDoor::CTlsDoor(QObject* parent)
         qWarning("CTlsDoor: Cannot accept: %s", qUtf8Printable(errorString()));
         QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
     });
-    d->turn.setSingleShot(true);
-    d->turn.setTimerType(Qt::PreciseTimer);
-    connect(&d->turn, &QTimer::timeout, this, &CTlsDoor::startWaiting);
     const auto dropping = [this](QObject* object, bool crowded) {
         auto* const socket = static_cast<QSslSocket*>(object);
         const Private::Visitor visitor = d->visitors.value(socket);
@@ -240,18 +129,10 @@ CTlsDoor::CTlsDoor(QObject* parent)
     };
     for (const HeldSockets* held : {&d->held, &d->sending, &d->waiting})
         connect(held, &HeldSockets::dropping, this, dropping);
-    const auto droppingSilent = [this](QObject* object, bool crowded) {
-        QTcpSocket socket;
-        if (socket.setSocketDescriptor(static_cast<SilentVisitor*>(object)->take()))
-            report(peerText(&socket), crowded ? QStringLiteral("too many connections without a request")
-                                              : QStringLiteral("no TLS in time"));
-    };
-    connect(&d->silent, &HeldSockets::dropping, this, droppingSilent);
-    connect(&d->arriving, &HeldSockets::dropping, this, [this, droppingSilent](QObject* object, bool crowded) {
-        if (crowded)
-            return droppingSilent(object, crowded);
-        auto* const visitor = static_cast<SilentVisitor*>(object);
-        awaitWords(d->silent, visitor->take(), visitor->accepted, ConnectionTiming::current().request);
+    connect(&d->turns, &VisitorTurns::turn, this, &CTlsDoor::start);
+    connect(&d->turns, &VisitorTurns::dropped, this, [this](const QHostAddress& address, quint16 port, bool crowded) {
+        report(peerText(address, port),
+               crowded ? QStringLiteral("too many connections without a request") : QStringLiteral("no TLS in time"));
     });
     connect(&d->announcing, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
         drop(static_cast<QSslSocket*>(object), crowded ? QStringLiteral("too many connections without a PROXY header")
@@ -266,39 +147,11 @@ CTlsDoor::~CTlsDoor()
         release(visitor.key());
         visitor.key()->disconnect();
     }
-    for (const auto& waiting : qAsConst(d->queue))
-        QTcpSocket().setSocketDescriptor(waiting.first); // closes it
 }
 
 bool CTlsDoor::setCertificate(const QString& certificateFile, const QString& keyFile, QString& error)
 {
-    error.clear();
-    const QList<QSslCertificate> chain = QSslCertificate::fromData(readFile(certificateFile, error), QSsl::Pem);
-    const QByteArray keyText = readFile(keyFile, error);
-    QSslKey key(keyText, QSsl::Rsa);
-    if (key.isNull())
-        key = QSslKey(keyText, QSsl::Ec);
-    if (error.isEmpty() && chain.isEmpty())
-        error = QStringLiteral("\"%1\" holds no certificate").arg(certificateFile);
-    if (error.isEmpty() && key.isNull())
-        error = QStringLiteral("\"%1\" holds no key").arg(keyFile);
-    if (error.isEmpty() && !belongTogether(chain.constFirst(), key))
-        error = QStringLiteral("the key in \"%1\" does not belong to the certificate in \"%2\"")
-                    .arg(keyFile, certificateFile);
-    if (!error.isEmpty())
-        return false;
-    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setLocalCertificateChain(chain);
-    configuration.setPrivateKey(key);
-    // Devices prove themselves after the upgrade. Nobody's certificate is checked here, and the system's authorities
-    // would be loaded for each connection anew.
-    configuration.setPeerVerifyMode(QSslSocket::VerifyNone);
-    configuration.setCaCertificates({});
-    configuration.setProtocol(QSsl::TlsV1_2OrLater);
-    configuration.setCiphers(ciphers(d->finiteFieldDh));
-    configuration.setDiffieHellmanParameters(d->finiteFieldDh ? finiteField() : QSslDiffieHellmanParameters());
-    setSslConfiguration(configuration);
-    return true;
+    return configureDoor(d->configuration, certificateFile, keyFile, d->finiteFieldDh, error);
 }
 
 void CTlsDoor::setSslConfiguration(const QSslConfiguration& configuration)
@@ -332,7 +185,7 @@ bool CTlsDoor::open(quint16 port)
 
 int CTlsDoor::visitors() const
 {
-    return static_cast<int>(d->visitors.size() + d->queue.size()) + d->arriving.size() + d->silent.size();
+    return static_cast<int>(d->visitors.size()) + d->turns.waiting();
 }
 
 QString CTlsDoor::peerText(const QAbstractSocket* socket)
@@ -347,63 +200,17 @@ QString CTlsDoor::peerText(const QHostAddress& address, quint16 port)
 
 void CTlsDoor::incomingConnection(qintptr descriptor)
 {
+    if (d->proxies.isEmpty())
+        return d->turns.arrive(descriptor);
     QElapsedTimer accepted;
     accepted.start();
-    if (d->proxies.isEmpty())
-        awaitWords(d->arriving, descriptor, accepted, ConnectionTiming::current().arriving);
-    else
-        start(descriptor, accepted);
-}
-
-void CTlsDoor::awaitWords(HeldSockets& place, qintptr descriptor, const QElapsedTimer& accepted, int milliseconds)
-{
-    auto* const visitor = new SilentVisitor(descriptor, accepted, this);
-    place.add(visitor, milliseconds);
-    connect(&visitor->notifier, &QSocketNotifier::activated, this, [this, visitor, &place] {
-        place.release(visitor);
-        d->queue.enqueue({visitor->take(), visitor->accepted});
-        visitor->deleteLater();
-        if (!d->turn.isActive())
-            startWaiting();
-        if (d->queue.size() >= ConnectionLimits::waitingVisitors && !d->full) {
-            d->full = true;
-            pauseAccepting();
-        }
-    });
-}
-
-void CTlsDoor::startWaiting()
-{
-    while (!d->talking.isEmpty() && d->talking.constFirst().second.hasExpired())
-        d->talking.removeFirst();
-    while (!d->queue.isEmpty() && d->talking.size() < ConnectionLimits::talkingVisitors) {
-        const auto next = d->queue.dequeue();
-        start(next.first, next.second);
-    }
-    if (!d->queue.isEmpty())
-        d->turn.start(static_cast<int>(d->talking.constFirst().second.remainingTime()) + 1);
-    if (d->full && d->queue.size() < ConnectionLimits::waitingVisitors / 2) {
-        d->full = false;
-        resumeAccepting();
-    }
-}
-
-// Makes room for the next one. From the event loop: it may be one of many at once, and in the middle of something.
-void CTlsDoor::endTalking(const QSslSocket* socket)
-{
-    const auto entry = std::find_if(d->talking.begin(), d->talking.end(),
-                                    [socket](const auto& other) { return other.first == socket; });
-    if (entry == d->talking.end())
-        return;
-    d->talking.erase(entry);
-    if (!d->queue.isEmpty())
-        d->turn.start(0);
+    start(descriptor, accepted);
 }
 
 void CTlsDoor::release(QSslSocket* socket)
 {
     d->release(socket);
-    endTalking(socket);
+    d->turns.end(socket);
 }
 
 void CTlsDoor::start(qintptr descriptor, const QElapsedTimer& accepted)
@@ -432,10 +239,10 @@ void CTlsDoor::start(qintptr descriptor, const QElapsedTimer& accepted)
         return;
     }
     d->held.add(socket, ConnectionTiming::current().request);
-    d->talking.append({socket, QDeadlineTimer(ConnectionTiming::current().talking, Qt::PreciseTimer)});
+    d->turns.begin(socket);
     connect(socket, &QSslSocket::encrypted, this, [this, socket] {
         d->visitors[socket].ready = true;
-        endTalking(socket);
+        d->turns.end(socket);
     });
     connect(socket, &QSslSocket::disconnected, this, [this, socket] {
         // A socket that has disconnected may have forgotten that it was encrypted.

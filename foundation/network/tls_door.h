@@ -13,7 +13,6 @@
 
 #include <memory>
 
-class HeldSockets;
 class QSslConfiguration;
 
 /// A TLS port that no visitor can block: accepts connections, brings up TLS, looks at the HTTP request and gives the
@@ -29,7 +28,8 @@ class QSslConfiguration;
 ///
 /// A visitor has 13 s to say something. Then comes its turn: at once, unless 256 others have begun with TLS within the
 /// last two seconds and are not through. From its turn, or from the last answer, to the end of the request it has 10 s
-/// again. At most 512 silent visitors are there, beside those of the last three seconds, and 512 of the others: one more takes
+/// again. Turns go round by the networks of the visitors, so that a crowd of one makes others wait for one turn only.
+/// At most 512 silent visitors are there, beside those of the last three seconds, and 512 of the others: one more takes
 /// the place of the one that has waited longest. The head of a request has 8 KiB at most, its body what
 /// setLongestBody() allows; of those whose body is still on its way there are at most 64.
 class KYR_FOUNDATION_EXPORT CTlsDoor : public QTcpServer
@@ -100,12 +100,9 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
-    void awaitWords(HeldSockets& place, qintptr descriptor, const QElapsedTimer& accepted, int milliseconds);
-    void startWaiting();
     void start(qintptr descriptor, const QElapsedTimer& accepted);
     void report(const QString& peer, const QString& reason);
     void release(QSslSocket* socket);
-    void endTalking(const QSslSocket* socket);
     bool takeProxyHeader(QSslSocket* socket);
     void onReadable(QSslSocket* socket);
     bool awaitsBody(QSslSocket* socket);

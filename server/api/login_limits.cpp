@@ -1,6 +1,5 @@
+#include <foundation/network/peer_network.h>
 #include <server/api/login_limits_p.h>
-
-#include <QtNetwork/QHostAddress>
 
 #include <algorithm>
 
@@ -16,15 +15,7 @@ QString nameAt(const QString& name, const QString& network)
 QString LoginLimits::network(const QString& address)
 {
     const QHostAddress host(address);
-    bool isIPv4 = false;
-    const quint32 ipv4 = host.toIPv4Address(&isIPv4);
-    if (isIPv4)
-        return QHostAddress(ipv4).toString();
-    if (host.protocol() != QAbstractSocket::IPv6Protocol || host.isLoopback())
-        return address;
-    Q_IPV6ADDR bytes = host.toIPv6Address();
-    std::fill(bytes.c + 8, bytes.c + 16, quint8(0));
-    return QHostAddress(bytes).toString();
+    return host.isNull() ? address : peerNetwork(host).toString();
 }
 
 int LoginLimits::recent(const QString& key, qint64 now)

@@ -1,5 +1,6 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/tls_door.h>
+#include <foundation/network/visitor_turns_p.h>
 
 #include <support/device_certificates.h>
 #include <support/tcp_pair.h>
@@ -11,6 +12,7 @@
 #include <QtTest/QTest>
 
 #include <memory>
+#include <unistd.h>
 #include <vector>
 
 class TestTlsDoor : public QObject
@@ -191,6 +193,49 @@ private Q_SLOTS:
         QCOMPARE(m_door->visitors(), ConnectionLimits::talkingVisitors + 42);
         QVERIFY(m_reasons.filter(QStringLiteral("too many")).isEmpty());
         m_door.reset();
+    }
+
+    // One network's crowd makes others wait for one turn, not for the crowd. Those who have gone meanwhile are no harm.
+    void turns()
+    {
+        QTcpServer server;
+        VisitorTurns turns;
+        std::vector<std::unique_ptr<QTcpSocket>> served;
+        connect(&turns, &VisitorTurns::turn, this, [&](qintptr descriptor) {
+            served.push_back(std::make_unique<QTcpSocket>());
+            QVERIFY(served.back()->setSocketDescriptor(descriptor));
+            turns.begin(served.back().get());
+        });
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        std::vector<std::unique_ptr<QTcpSocket>> visitors;
+        const auto come = [&](const char* from, int count) {
+            for (int i = 0; i < count; ++i) {
+                visitors.push_back(std::make_unique<QTcpSocket>());
+                QVERIFY(visitors.back()->bind(QHostAddress(QString::fromLatin1(from))));
+                visitors.back()->connectToHost(server.serverAddress(), server.serverPort());
+                visitors.back()->write("x");
+                QVERIFY(waitUntil([&] { return server.hasPendingConnections(); }));
+                const std::unique_ptr<QTcpSocket> arrived(server.nextPendingConnection());
+                turns.arrive(dup(static_cast<int>(arrived->socketDescriptor())));
+            }
+        };
+        const auto isServed = [&](size_t count) { return waitUntil([&] { return served.size() == count; }); };
+        const size_t all = ConnectionLimits::talkingVisitors;
+        come("127.0.0.2", static_cast<int>(all) + 50);
+        QVERIFY(isServed(all) && waitUntil([&] { return turns.waiting() == 50; }));
+        come("127.0.0.3", 2);
+        int small = 0;
+        for (size_t i = 0; i < 10; ++i) {
+            turns.end(served.at(i).get());
+            QVERIFY(isServed(all + i + 1));
+            small += served.back()->peerAddress() == QHostAddress(QStringLiteral("127.0.0.3")) ? 1 : 0;
+        }
+        QCOMPARE(small, 2);
+        visitors.clear();
+        for (size_t i = 10; turns.waiting() > 0; ++i) {
+            turns.end(served.at(i).get());
+            QCoreApplication::processEvents();
+        }
     }
 
     // What a visitor offers, and what comes of it: devices of any age get in, with forward secrecy, or not at all.

@@ -1,0 +1,22 @@
+#include <foundation/network/descriptors_p.h>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+static_assert(sizeof(SocketAddress) >= sizeof(sockaddr_storage));
+
+bool setListenBacklog(std::intptr_t descriptor, int length)
+{
+    return listen(static_cast<int>(descriptor), length) == 0;
+}
+
+bool peerAddress(std::intptr_t descriptor, SocketAddress& address)
+{
+    socklen_t size = sizeof address;
+    return getpeername(static_cast<int>(descriptor), reinterpret_cast<sockaddr*>(address.bytes), &size) == 0;
+}
+
+void closeDescriptor(std::intptr_t descriptor)
+{
+    close(static_cast<int>(descriptor));
+}
