@@ -190,6 +190,7 @@ class Scale:
         self.busy = threading.Event()
         self.cards = collections.Counter()
         self.changes = collections.Counter()
+        self.account = None
         self.given = None
         self.asked_at = 0
 
@@ -384,7 +385,7 @@ class Scale:
             if count:
                 self.findings.add(f"{int(count)} {what}")
 
-    def run(self):
+    def begin(self):
         self.database.start()
         self.broker.start()
         self.install()
@@ -392,10 +393,21 @@ class Scale:
             server.start()
         self.account = Account(self.broker)
         self.account.subscribe()
+        for simulator in self.simulators:
+            simulator.start()
+
+    def end(self):
+        if self.account:
+            self.account.watcher.close()
+        for part in [*self.simulators, *self.servers.values(), self.broker, self.database]:
+            code = part.stop() if part is self.broker else part.end()
+            if code:
+                self.findings.add(f"{part.name} ended with {code}")
+
+    def run(self):
         try:
+            self.begin()
             begin = time.monotonic()
-            for simulator in self.simulators:
-                simulator.start()
             self.until_whole("the start")
             print(f"{self.count} locks linked, up to date and told by {len(SERVERS)} servers {time.monotonic() - begin:.1f} s after the "
                   "start", flush=True)
@@ -425,12 +437,7 @@ class Scale:
             self.settle()
         finally:
             self.busy.clear()
-            self.account.watcher.close()
-            for part in [*self.simulators, *self.servers.values(), self.broker, self.database]:
-                end = part.stop if part is self.broker else part.end
-                code = end()
-                if code:
-                    self.findings.add(f"{part.name} ended with {code}")
+            self.end()
 
 
 def main():

@@ -1,6 +1,7 @@
-"""soak_run.py [MINUTES] [--devices N] [--seed N] [--only links|doors]: called by ./run soak.
+"""soak_run.py [MINUTES] [--devices N] [--seed N] [--only links|doors|servers]: called by ./run soak.
 
-First links (soak_links.py), then cards at doors (soak_doors.py), half of the time each. Exit code 1 on a finding.
+First links (soak_links.py), then cards at doors (soak_doors.py), half of the time each; or one of them, or several
+servers (soak_servers.py) alone. Exit code 1 on a finding.
 """
 
 import argparse
@@ -12,6 +13,7 @@ import tempfile
 from soak_common import FOLDER
 from soak_doors import DoorSoak
 from soak_links import LinkSoak
+from soak_servers import ServerSoak
 
 LINK_MINUTES = 1.5             # until then that part has nothing to compare its measures with
 MOST_OF_LINKS = 0.75           # of a short run
@@ -22,7 +24,7 @@ def main():
     parser.add_argument("minutes", type=float, nargs="?", default=2)
     parser.add_argument("--devices", type=int, default=200, help="that come and go")
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--only", choices=("links", "doors"))
+    parser.add_argument("--only", choices=("links", "doors", "servers"))
     arguments = parser.parse_args()
     os.makedirs(FOLDER, exist_ok=True)
     # The system allows about a hundred bytes for the path of a local socket.
@@ -30,7 +32,9 @@ def main():
     links = min(max(arguments.minutes / 2, LINK_MINUTES), arguments.minutes * MOST_OF_LINKS)
     parts = {"links": (LinkSoak(arguments.seed, arguments.devices, sockets), links),
              "doors": (DoorSoak(arguments.seed, sockets), arguments.minutes - links)}
-    if arguments.only:
+    if arguments.only == "servers":
+        parts = {"servers": (ServerSoak(arguments.seed, sockets), arguments.minutes)}
+    elif arguments.only:
         parts = {arguments.only: (parts[arguments.only][0], arguments.minutes)}
     findings = []
     try:
@@ -39,7 +43,10 @@ def main():
             findings += soak.findings
             print(flush=True)
     finally:
-        shutil.rmtree(sockets, ignore_errors=True)
+        if arguments.only == "servers" and findings:
+            print(f"what was logged stays in {sockets}")
+        else:
+            shutil.rmtree(sockets, ignore_errors=True)
     print("no findings" if not findings else f"{len(findings)} findings")
     return 1 if findings else 0
 
