@@ -488,11 +488,13 @@ void PostgresConnection::tellWaits()
 
 int PostgresConnection::version()
 {
-    // Asked in two steps: the second table is not there yet in an empty database.
-    const Result result = query(QStringLiteral("SELECT to_regclass('kyr_schema')"), m_answerWait);
+    // Asked in two steps: the second table is not there yet in an empty database. Not by to_regclass(), which within a
+    // transaction remembers that there was none.
+    const Result result = query(
+        QStringLiteral("SELECT 1 FROM pg_class WHERE relname='kyr_schema' AND pg_table_is_visible(oid)"), m_answerWait);
     if (!result)
         return -1;
-    if (PQntuples(result.get()) == 0 || PQgetisnull(result.get(), 0, 0) != 0)
+    if (PQntuples(result.get()) == 0)
         return 0;
     const QString version = single(QStringLiteral("SELECT version FROM kyr_schema"));
     return version.isEmpty() ? -1 : version.toInt();

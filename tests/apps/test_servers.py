@@ -1,6 +1,7 @@
 """Two servers of one installation: each sees the devices of both, and what is wanted of a device is done by the one that
 it is linked to, once. On a file, and on PostgreSQL where CTest has started one."""
 
+import concurrent.futures
 import json
 import os
 import shutil
@@ -50,6 +51,10 @@ class Servers(Installation):
         def run(*command):
             return console(*command, database=database, env={"XDG_DATA_HOME": self.data})
 
+        # The first changes of several programs at once: one of them makes the tables, the others wait for it.
+        with concurrent.futures.ThreadPoolExecutor() as people:
+            added = list(people.map(lambda number: run("users", "add", f"User {number}"), range(4)))
+        self.assertEqual([code for code, _, _ in added], [0] * 4, added)
         self.assertEqual(run("doors", "add", "Gate")[0], 0)
         self.assertEqual(run("doors", "assign", "Gate", LABELS[0])[0], 0)
         trust = ("--ca", f"{BUILD}/dev-ca/ca-chain.pem", "--state", f"{self.data}/locks")
