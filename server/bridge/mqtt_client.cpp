@@ -121,7 +121,7 @@ qint64 CMqttClient::dropped() const
 bool CMqttClient::publish(qint64 id, const MqttMessage& message)
 {
     if (m_isConnected)
-        m_shared->order({id, message});
+        m_shared->order({id, message, m_connection});
     return m_isConnected;
 }
 
@@ -145,6 +145,7 @@ void CMqttClient::drain()
         switch (news.kind) {
         case Shared::News::Connected:
             m_isConnected = true;
+            m_connection = int(news.id);
             setFault({});
             qInfo("Broker %s: connected as %s", qUtf8Printable(m_settings.url()), qUtf8Printable(m_settings.clientId));
             Q_EMIT connected();

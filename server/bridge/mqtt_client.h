@@ -109,5 +109,6 @@ private:
     MqttSettings m_settings;
     std::shared_ptr<Shared> m_shared;
     bool m_isConnected = false;
+    int m_connection = 0; ///< the last one that was told of
     QString m_fault;
 };

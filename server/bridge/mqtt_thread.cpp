@@ -194,6 +194,7 @@ void CMqttClient::Thread::run()
 
 QString CMqttClient::Thread::connectOnce()
 {
+    ++connection;
     numbers.clear();
     refusal.clear();
     hasFarewell = false;
@@ -329,6 +330,9 @@ QString CMqttClient::Thread::serve()
             shared->waker.clear();
         const std::deque<Shared::Order> orders = shared->takeOrders();
         for (const Shared::Order& order : orders) {
+            // Handed over before the end of an earlier connection was known: it would overtake what is sent again.
+            if (order.connection != connection)
+                continue;
             const QString fault = publish(order);
             if (!fault.isEmpty())
                 return fault;
@@ -340,7 +344,7 @@ QString CMqttClient::Thread::serve()
         if (!hasFarewell) {
             hasFarewell = true;
             waiting.restart();
-            if (settings.farewell.topic.isEmpty() || !publish({farewellId, settings.farewell}).isEmpty())
+            if (settings.farewell.topic.isEmpty() || !publish({farewellId, settings.farewell, connection}).isEmpty())
                 numbers.clear();
         }
         if (numbers.isEmpty()) {
@@ -374,7 +378,7 @@ void CMqttClient::Thread::onConnect(int reason)
     }
     if (settings.topics.isEmpty()) {
         isUp = true;
-        shared->tell({Shared::News::Connected});
+        shared->tell({Shared::News::Connected, connection});
         return;
     }
     QList<QByteArray> topics;
@@ -400,7 +404,7 @@ void CMqttClient::Thread::onSubscribe(int count, const int* granted)
         }
     }
     isUp = true;
-    shared->tell({Shared::News::Connected});
+    shared->tell({Shared::News::Connected, connection});
 }
 
 void CMqttClient::Thread::onDisconnect(int reason)

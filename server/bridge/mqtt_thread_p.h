@@ -19,6 +19,7 @@ public:
     {
         qint64 id;
         MqttMessage message;
+        int connection; ///< for which it is meant
     };
     struct News
     {
@@ -93,7 +94,6 @@ private:
     QString serve();
     QString prepare(void* tlsContext);
     QString publish(const Shared::Order& order);
-    QString sayFarewell();
     void pause(int milliseconds);
 
     const MqttSettings settings;
@@ -101,6 +101,7 @@ private:
     mosquitto* client = nullptr;
     QHash<int, qint64> numbers; ///< ids of messages that are not acknowledged, by their numbers on the connection
     QString refusal;            ///< by the broker, in this connection
+    int connection = 0;         ///< number of this one
     bool isUp = false;
     bool hasFarewell = false;
 };
