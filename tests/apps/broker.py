@@ -99,17 +99,21 @@ max_queued_messages 100000
                 *arguments]
 
     def publish(self, topic, payload, user="watcher"):
-        subprocess.run(self.client("mosquitto_pub", "-q", "1", "-t", topic, "-m", payload, user=user), check=True, timeout=WAIT)
+        """What the broker says when it does not take it."""
+        return subprocess.run(self.client("mosquitto_pub", "-q", "1", "-t", topic, "-m", payload, user=user), check=user == "watcher",
+                              timeout=WAIT, capture_output=True, text=True).stderr
 
 
 class Watcher:
-    """What the broker tells a subscriber: (topic, payload as text, retained). It stays subscribed until it is closed."""
+    """What the broker tells a subscriber: (topic, payload as text, retained), and beside it the user properties of each.
+    It stays subscribed until it is closed."""
 
     def __init__(self, broker, topic="#"):
         self.messages = []
+        self.properties = []
         self.changed = threading.Condition()
         self.process = subprocess.Popen(broker.client("mosquitto_sub", "-q", "1", "-t", topic, "-t", "hello/watcher", "-F",
-                                                      "%r %t %p"), stdout=subprocess.PIPE, text=True)
+                                                      "%r %t [%P] %p"), stdout=subprocess.PIPE, text=True)
         threading.Thread(target=self._read, daemon=True).start()
         # It hears itself when it is subscribed.
         end = time.monotonic() + WAIT
@@ -120,8 +124,10 @@ class Watcher:
 
     def _read(self):
         for line in self.process.stdout:
-            retained, topic, payload = line.rstrip("\n").split(" ", 2)
+            retained, topic, rest = line.rstrip("\n").split(" ", 2)
+            properties, payload = rest[1:].split("] ", 1)
             with self.changed:
+                self.properties.append(dict(pair.split(":", 1) for pair in properties.split()))
                 self.messages.append((topic, payload, retained == "1"))
                 self.changed.notify_all()
 
@@ -129,6 +135,12 @@ class Watcher:
         """Payloads as objects."""
         with self.changed:
             return [json.loads(payload) for topic, payload, _ in self.messages if topic.endswith(end_of_topic)]
+
+    def first(self, topic):
+        """Of a topic: (payload as an object, user properties)."""
+        with self.changed:
+            place = [known for known, _, _ in self.messages].index(topic)
+            return json.loads(self.messages[place][1]), self.properties[place]
 
     def until(self, condition, wait=WAIT):
         """Waits until condition(self) is true; its result."""

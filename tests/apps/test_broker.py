@@ -1,11 +1,14 @@
 """Servers tell each other what happens through a real broker, whichever of them dies."""
 
+import contextlib
 import json
 import os
 import shutil
+import signal
 import socket
 import sqlite3
 import statistics
+import subprocess
 import tempfile
 import time
 import unittest
@@ -13,7 +16,7 @@ import unittest
 from broker import BROKER, SYSTEM, Broker, Watcher, free_port
 from notification_client import WebSocket
 from test_link import LABELS, Server, certificate
-from tools import BUILD, WAIT, console, main, simulator
+from tools import BUILD, ROOT, WAIT, console, main, simulator
 
 TOKEN = "for clients"
 BASE = f"kyr/1/{SYSTEM}"
@@ -36,6 +39,14 @@ class BridgedServer(Server):
         self.process.wait()
         self.process.stdin.close()
         self.process.stdout.close()
+
+    @contextlib.contextmanager
+    def standing_still(self):
+        self.process.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self.process.send_signal(signal.SIGCONT)
 
     def logged(self, text):
         with open(self.log, encoding="utf-8") as file:
@@ -94,9 +105,10 @@ class BrokerTest(unittest.TestCase):
     def check_count(self, messages, before=0):
         """Each number of an epoch comes, and for the first time in its turn."""
         highest = {}
-        for message in messages:
+        for place, message in enumerate(messages):
             epoch = message["epoch"]
-            self.assertLessEqual(message["seq"], highest.get(epoch, before) + 1, "a gap")
+            self.assertLessEqual(message["seq"], highest.get(epoch, before) + 1,
+                                 f"a gap among {[near['seq'] for near in messages[max(0, place - 30):place + 30]]}")
             highest[epoch] = max(highest.get(epoch, before), message["seq"])
         self.assertEqual(len(highest), 1, "one epoch")
 
@@ -116,34 +128,40 @@ class BrokerTest(unittest.TestCase):
         watcher.until(lambda w: w.of("state")[-1:] == [{"state": "lost"}])
 
     def test_changes_arrive_whatever_dies(self):
-        packs = 5
+        topic = f"{BASE}/north/notify/model"
+        patience = 60  # the broker is tried ever less often while it is away
         server = self.server()
         console("users", "add", "first", database=self.database)
-        for pack in range(packs):
+        for pack in range(3):
             self.import_users(pack * 1000, 1000)
-        server.eventually(lambda: self.waiting() == packs * 1000 + 1)
-        self.broker.start()
-        watcher = self.watch(f"{BASE}/north/notify/model")
+        server.eventually(lambda: self.waiting() == 3001)
+        with server.standing_still():  # until somebody listens
+            self.broker.start()
+            watcher = self.watch(topic)
         told = lambda w: len({message["seq"] for message in w.of("notify/model")})
-        watcher.until(lambda w: told(w) > 500)
+        watcher.until(lambda w: told(w) > 500, patience)
         server.kill()
         server = self.server()
         self.addCleanup(server.__exit__)
-        watcher.until(lambda w: told(w) > 2000)
+        watcher.until(lambda w: told(w) > 1500, patience)
         self.broker.kill()
         messages = watcher.of("notify/model")
         self.check_count(messages)
-        self.broker.start()
-        again = self.watch(f"{BASE}/north/notify/model")
-        last = packs * 1000 + 1
-        again.until(lambda w: w.of("notify/model") and w.of("notify/model")[-1]["seq"] >= last, 20)
+        for pack in range(3, 5):
+            self.import_users(pack * 1000, 1000)
+        last = 5001
+        with server.standing_still():
+            self.broker.start()
+            again = self.watch(topic)
+        again.until(lambda w: w.of("notify/model") and w.of("notify/model")[-1]["seq"] >= last, patience)
         # The broker is no store: what it had taken and not passed on when it was killed its subscriber asks for.
         first = again.of("notify/model")[0]["seq"]
         self.check_count(again.of("notify/model"), first - 1)
-        ask = {"source": "Model", "epoch": messages[0]["epoch"], "from": messages[-1]["seq"], "to": first}
-        self.broker.publish(f"{BASE}/north/replay", json.dumps(ask))
+        ask = {"source": "Model", "epoch": messages[0]["epoch"], "from": messages[-1]["seq"] + 1, "to": first - 1}
+        if ask["from"] <= ask["to"]:
+            self.broker.publish(f"{BASE}/north/replay", json.dumps(ask))
         everything = set(range(1, last + 1)) - {message["seq"] for message in messages}
-        again.until(lambda w: everything <= {message["seq"] for message in w.of("notify/model")})
+        again.until(lambda w: everything <= {message["seq"] for message in w.of("notify/model")}, patience)
         messages += again.of("notify/model")
         changes = {message["data"]["seq"] for message in messages}
         with sqlite3.connect(self.database) as database:
@@ -235,6 +253,94 @@ class BrokerTest(unittest.TestCase):
             north.ask("users", "add", "Ben")
             self.assertEqual(client.receive()["params"][0], "Model")
             self.assertEqual(north.table("users")[:1], before)
+
+    def test_each_topic_is_published_for_programs_of_others(self):
+        uid = "04:A1:22:3B"
+        for command in (["users", "add", "Ada"], ["media", "add", uid, "--user", "Ada"], ["doors", "add", "Gate"],
+                        ["doors", "assign", "Gate", LABELS[0]]):
+            self.assertEqual(console(*command, database=self.database)[0], 0)
+        door = json.loads(console("doors", "--json", database=self.database)[1])[0]["id"]
+        self.broker.start()
+        watcher = self.watch()
+        topic = lambda rest: f"{BASE}/north/{rest}"
+        heard = lambda *rests: lambda w: {topic(rest) for rest in rests} <= {message[0] for message in w.messages}
+        with self.server() as server, \
+                simulator("--call", f"https://127.0.0.1:{server.port}", "--system", SYSTEM, "--certificate", f"{self.dir}/%1.pem",
+                          "--key", f"{self.dir}/%1.key", "--ca", f"{BUILD}/dev-ca/ca-chain.pem", "--state", f"{self.dir}/locks",
+                          "--control", f"{self.dir}/control")[0]:
+            server.eventually(lambda: [row["upToDate"] for row in server.table("devices")] == [True])
+            present = lambda: console("--attach", f"{self.dir}/control", "present", LABELS[0], uid)
+            self.assertFalse(json.loads(present()[1])["allowed"])
+            watcher.until(heard("notify/access", f"event/{door}/denied"))
+            self.assertEqual(server.ask("grant", "Ada", "Gate")[0], 0)
+            server.eventually(lambda: [row["upToDate"] for row in server.table("devices")] == [True])
+            self.assertTrue(json.loads(present()[1])["allowed"])
+            watcher.until(heard("notify/model", f"event/{door}/granted", "notify/devices", f"device/{LABELS[0]}/state"))
+            self.assertEqual(server.ask("audit", "head", "--out", f"{self.dir}/head")[0], 0)
+            watcher.until(heard("audit/head"))
+            granted, properties = watcher.first(topic(f"event/{door}/granted"))
+            self.assertEqual((granted["source"], granted["data"]["event"], granted["data"]["accessPoint"], granted["data"]["device"]),
+                             ("Access", "granted", door, LABELS[0]))
+            # The attributes of a cloud event: an id of its own for each, the same for the same.
+            self.assertEqual((properties["specversion"], properties["type"], properties["source"], properties["seq"]),
+                             ("1.0", "kyr.access", f"/kyr/{SYSTEM}/north", str(granted["seq"])))
+            self.assertRegex(properties["time"], r"^\d{4}-\d\d-\d\dT[\d:.]+Z$")
+            ids = {}
+            for (place, payload, _), each in zip(watcher.messages, watcher.properties):
+                if place.startswith(BASE):
+                    self.assertEqual(ids.setdefault(each["id"], payload), payload)
+            self.assertGreater(len(ids), 6)
+            # Who comes later hears the last word of what is retained, and the heads hold for the verification.
+            late = self.watch()
+            late.until(heard("state", f"device/{LABELS[0]}/state", "audit/head"))
+            self.assertTrue(late.first(topic(f"device/{LABELS[0]}/state"))[0]["linked"])
+            with open(f"{self.dir}/told", "w", encoding="utf-8") as file:
+                file.write(next(payload for place, payload, _ in late.messages if place == topic("audit/head")) + "\n")
+            self.assertEqual(server.ask("audit", "verify", "--head", f"{self.dir}/told")[0], 0)
+            # What was missed comes again, on its own topic.
+            self.broker.publish(topic("replay"), json.dumps({**{key: granted[key] for key in ("source", "epoch")},
+                                                             "from": granted["seq"], "to": granted["seq"]}))
+            late.until(heard("notify/access"))
+            self.assertEqual(late.first(topic("notify/access"))[0], granted)
+        watcher.until(lambda w: not w.of(f"device/{LABELS[0]}/state")[-1]["linked"])
+
+    def test_whoever_may_not_write_is_not_heard(self):
+        with open(f"{ROOT}/docs/deployment.md", encoding="utf-8") as file:
+            shown = file.read().partition("access << 'END'\n")[2].partition("END\n")[0]
+        self.assertIn("%u", shown)
+        # As the documentation shows it, with one more who may do everything.
+        self.broker = Broker(self.dir, ["north", "south", "reader"],
+                             shown.replace("user watcher", "user reader") + "\nuser watcher\ntopic readwrite #\n")
+        self.addCleanup(self.broker.stop)
+        self.broker.start()
+        for command in (["doors", "add", "Gate"], ["doors", "assign", "Gate", LABELS[0]]):
+            self.assertEqual(console(*command, database=self.database)[0], 0)
+        watcher = self.watch()
+        news = json.dumps({"source": "Devices", "data": {"event": "fake"}, "seq": 1, "epoch": "e", "installation": "i"})
+        with self.server() as north, \
+                simulator("--call", f"https://127.0.0.1:{north.port}", "--system", SYSTEM, "--certificate", f"{self.dir}/%1.pem",
+                          "--key", f"{self.dir}/%1.key", "--ca", f"{BUILD}/dev-ca/ca-chain.pem", "--state", f"{self.dir}/locks")[0]:
+            north.eventually(lambda: [row["upToDate"] for row in north.table("devices")] == [True])
+            client = north.subscribe("Devices")
+            for user, rest in [("reader", "ghost/notify/devices"), ("south", "ghost/notify/devices"),
+                               ("south", "north/notify/devices"), ("south", "north/state"), ("south", "north/audit/head")]:
+                self.assertIn("Not authorized", self.broker.publish(f"{BASE}/{rest}", news, user), (user, rest))
+            # Whoever may write anything opens no door with it.
+            opening = json.dumps({"door": "Gate", "device": LABELS[0], "method": "openAccessPoint", "params": ["1"]})
+            for rest in ("open", "command", "north/open", f"north/device/{LABELS[0]}/open", "north/command", "north/replay"):
+                self.broker.publish(f"{BASE}/{rest}", opening)
+            self.assertEqual(self.broker.publish(f"{BASE}/south/notify/devices", news, "south"), "")
+            self.assertEqual(client.receive()["params"][1], {"event": "fake", "server": "south"})
+            self.assertEqual(north.table("events", "--kind", "opened"), [])
+            self.assertEqual([place for place, _, _ in watcher.messages if "ghost" in place], [])
+            # The same by the way that is meant for it.
+            self.assertEqual(north.ask("open", "Gate")[0], 0)
+            north.eventually(lambda: len(north.table("events", "--kind", "opened")) == 1)
+        for arguments in (["-u", "south", "-P", "guessed"], []):
+            command = self.broker.client("mosquitto_pub", "-t", f"{BASE}/south/notify/devices", "-m", news)
+            first = command.index("-u")
+            command[first:first + 4] = arguments
+            self.assertNotEqual(subprocess.run(command, check=False, capture_output=True, timeout=WAIT).returncode, 0)
 
     @staticmethod
     def prompt_ms(server):
