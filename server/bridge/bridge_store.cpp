@@ -26,6 +26,12 @@ const QString othersStream = QStringLiteral("change");
 constexpr std::array<const char*, 10> accessKeys = {
     "device", "accessPoint", "user", "medium", "reason", "serverReason", "way", "deviceSeq", "correction", "seconds"};
 
+QString newEpoch()
+{
+    constexpr int size = 8;
+    return QString::fromLatin1(CRandom::getArray(size).toHex());
+}
+
 QString changesOf(const QString& server)
 {
     return QStringLiteral("change of ") + server;
@@ -99,6 +105,10 @@ bool BridgeStore::open()
         return true;
     if (!begin())
         return false;
+    const QString folder = m_database->folder();
+    m_told.open(folder.isEmpty()
+                    ? folder
+                    : QStringLiteral("%1/bridge-%2-%3.json").arg(folder, m_topics.server(), installation()));
     bool good = true;
     const qint64 lastChange = highest(QStringLiteral("SELECT max(seq) FROM change"));
     SqlStatement known(m_database, QStringLiteral("SELECT count(*) FROM bridge_position WHERE stream=?"));
@@ -119,26 +129,88 @@ bool BridgeStore::open()
         good = setPosition(changesOf(m_server), position(othersStream));
     for (const QString& source : sources())
         good = good && ensureSource(source);
-    if (end(good))
+    if (end(good)) {
+        noteTold();
         return true;
-    m_epochs.clear();
+    }
+    close();
     return false;
+}
+
+void BridgeStore::close()
+{
+    m_epochs.clear();
+}
+
+void BridgeStore::noteTold()
+{
+    for (auto epoch = m_epochs.cbegin(); epoch != m_epochs.cend(); ++epoch)
+        m_told.note(epoch.key(), *epoch, m_acknowledged.value(epoch.key()));
+    m_told.write();
 }
 
 bool BridgeStore::ensureSource(const QString& source)
 {
-    constexpr int epochSize = 8;
     SqlStatement add(m_database,
                      QStringLiteral("INSERT INTO bridge_source(server,source,epoch,seq,acknowledged) VALUES(?,?,?,0,0) "
                                     "ON CONFLICT(server,source) DO NOTHING"));
-    if (!add.bind(m_server).bind(source).bind(QString::fromLatin1(CRandom::getArray(epochSize).toHex())).exec())
+    if (!add.bind(m_server).bind(source).bind(newEpoch()).exec())
         return false;
-    SqlStatement find(m_database,
-                      QStringLiteral("SELECT epoch,acknowledged FROM bridge_source WHERE server=? AND source=?"));
-    if (!find.bind(m_server).bind(source).exec() || !find.next())
+    qint64 seq = 0;
+    {
+        SqlStatement find(m_database, QStringLiteral("SELECT epoch,acknowledged,seq FROM bridge_source WHERE server=? "
+                                                     "AND source=?"));
+        if (!find.bind(m_server).bind(source).exec() || !find.next())
+            return false;
+        m_epochs.insert(source, find.text(0));
+        m_acknowledged.insert(source, find.integer(1));
+        seq = find.integer(2);
+    }
+    return m_told.isContinued(source, epoch(source), seq) || renewEpoch(source);
+}
+
+bool BridgeStore::renewEpoch(const QString& source)
+{
+    const QString epoch = newEpoch();
+    SqlStatement forget(m_database,
+                        QStringLiteral("DELETE FROM bridge_message WHERE server=? AND source=? AND seq<=?"));
+    if (!forget.bind(m_server).bind(source).bind(acknowledged(source)).exec())
         return false;
-    m_epochs.insert(source, find.text(0));
-    m_acknowledged.insert(source, find.integer(1));
+    qint64 given = 0;
+    qint64 known = 0;
+    for (;;) {
+        // Numbers become smaller or stay: none meets one that is still to be changed.
+        const QList<BridgeMessage> waiting = messages(source, known, rowsPerStep);
+        for (const BridgeMessage& message : waiting) {
+            std::optional<BridgeNotification> notification = BridgeNotification::fromPayload(message.payload);
+            QByteArray payload = message.payload;
+            ++given;
+            if (notification) {
+                notification->seq = given;
+                notification->epoch = epoch;
+                payload = notification->toPayload();
+            }
+            SqlStatement change(m_database, QStringLiteral("UPDATE bridge_message SET seq=?,payload=? WHERE server=? "
+                                                           "AND source=? AND seq=?"));
+            if (!change.bind(given)
+                     .bind(QString::fromUtf8(payload))
+                     .bind(m_server)
+                     .bind(source)
+                     .bind(message.seq)
+                     .exec())
+                return false;
+        }
+        if (waiting.isEmpty())
+            break;
+        known = waiting.last().seq;
+    }
+    SqlStatement note(m_database, QStringLiteral("UPDATE bridge_source SET epoch=?,seq=?,acknowledged=0 WHERE server=? "
+                                                 "AND source=?"));
+    if (!note.bind(epoch).bind(given).bind(m_server).bind(source).exec())
+        return false;
+    qInfo("The database is not the one of which the broker was told last: %s is counted anew", qUtf8Printable(source));
+    m_epochs.insert(source, epoch);
+    m_acknowledged.insert(source, 0);
     return true;
 }
 
@@ -193,8 +265,9 @@ void BridgeStore::beat()
     }
     m_sameBeats = beat == m_seenBeat ? m_sameBeats + 1 : 0;
     m_seenBeat = beat;
-    const bool isFree = holder.isEmpty() || holder == m_server || m_sameBeats >= missedBeats;
-    m_isPublisher = false;
+    // Busy now, it is renewed with a later beat; whether it is still held collect() looks itself.
+    m_isPublisher = holder == m_server;
+    const bool isFree = holder.isEmpty() || m_isPublisher || m_sameBeats >= missedBeats;
     if (!isFree || !begin())
         return;
     // Of two that take it at once, one finds that the beat has moved on.
@@ -413,8 +486,12 @@ QList<BridgeMessage> BridgeStore::messages(const QString& source, qint64 seq, in
 
 qint64 BridgeStore::waiting()
 {
+    if (!isOpen())
+        return m_waiting;
     SqlStatement find(m_database, QStringLiteral("SELECT sum(seq-acknowledged) FROM bridge_source WHERE server=?"));
-    return find.bind(m_server).exec() && find.next() ? find.integer(0) : -1;
+    if (find.bind(m_server).exec() && find.next())
+        m_waiting = find.integer(0);
+    return m_waiting;
 }
 
 bool BridgeStore::acknowledge(const QMap<QString, qint64>& upTo)
@@ -434,5 +511,6 @@ bool BridgeStore::acknowledge(const QMap<QString, qint64>& upTo)
         return false;
     for (auto entry = upTo.cbegin(); entry != upTo.cend(); ++entry)
         m_acknowledged.insert(entry.key(), *entry);
+    noteTold();
     return true;
 }

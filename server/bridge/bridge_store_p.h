@@ -1,6 +1,7 @@
 #pragma once
 
 #include <server/bridge/bridge_message_p.h>
+#include <server/bridge/told_numbers_p.h>
 
 #include <QtCore/QMap>
 
@@ -12,7 +13,8 @@ class CDatabase;
 ///
 /// A change or an event becomes a message of one server: of the one that made it, or, where that has no bridge, of the
 /// one that holds the publisher's lock. It gets its number in the transaction in which it is taken up, so that a server
-/// that is killed sends the same again under the same number.
+/// that is killed sends the same again under the same number. Where the database turns out to be an older copy, numbers
+/// begin anew with another epoch, see ToldNumbers; what waits for the broker keeps its order.
 class KYR_SERVER_TEST_EXPORT BridgeStore
 {
 public:
@@ -32,6 +34,8 @@ public:
     /// away.
     bool open();
     bool isOpen() const { return !m_epochs.isEmpty(); }
+    /// To be opened again, behind a time in which the database may have been exchanged.
+    void close();
     /// A name for the database, which tells nothing of it.
     QString installation();
 
@@ -57,7 +61,7 @@ public:
     /// Messages behind `seq` up to `upTo`, in order.
     QList<BridgeMessage> messages(const QString& source, qint64 seq, int limit,
                                   qint64 upTo = std::numeric_limits<qint64>::max());
-    /// How many wait for the broker; -1 when it cannot be read.
+    /// How many wait for the broker; while it cannot be read, how many did.
     qint64 waiting();
     bool acknowledge(const QMap<QString, qint64>& upTo);
 
@@ -65,6 +69,7 @@ private:
     bool begin();
     bool end(bool good);
     bool ensureSource(const QString& source);
+    bool renewEpoch(const QString& source);
     qint64 position(const QString& stream);
     bool setPosition(const QString& stream, qint64 position);
     qint64 highest(const QString& sql);
@@ -75,6 +80,7 @@ private:
     bool appendLine(const QByteArray& line);
     bool store(const QString& source, const BridgeMessage& message);
     qint64 nextSeq(const QString& source);
+    void noteTold();
 
     CDatabase* m_database;
     BridgeTopics m_topics;
@@ -83,6 +89,8 @@ private:
     QMap<QString, QString> m_epochs;
     QMap<QString, qint64> m_acknowledged;
     QMap<QString, qint64> m_given; ///< numbers given within the transaction that is open
+    ToldNumbers m_told;
+    qint64 m_waiting = 0; ///< when it could be read last
     bool m_isPublisher = false;
     qint64 m_seenBeat = -1;
     int m_sameBeats = 0;

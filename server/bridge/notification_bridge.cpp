@@ -15,6 +15,8 @@
 #include <QtCore/QSet>
 #include <QtCore/QTimer>
 
+#include <algorithm>
+
 namespace {
 
 const QString subscriber = QStringLiteral("mqtt");
@@ -33,6 +35,11 @@ constexpr int prefetched = 100;
 // Of others: servers times sources that are followed, and numbers of one of them that are waited for.
 constexpr int mostPeers = 1000;
 constexpr int mostMissing = 1000;
+// Beats until what was asked for and did not come is asked for again, and how often.
+constexpr int patientBeats = 5;
+constexpr int mostAsked = 3;
+// Of others' questions for what they have missed.
+constexpr int mostReplays = 100;
 
 QByteArray stateText(const char* state)
 {
@@ -77,9 +84,11 @@ public:
         QString source{};
         qint64 number = 0;
     };
+    /// What others have missed and asked for, one after the other.
     struct Replay
     {
-        BridgeReplay request;
+        QQueue<BridgeReplay> asked;
+        BridgeReplay request; ///< the rest of the one that is answered
         QQueue<BridgeMessage> ready;
         bool isRunning = false;
     };
@@ -89,6 +98,8 @@ public:
         QString epoch;
         qint64 highest = 0;
         QSet<qint64> missing;
+        int asked = 0;    ///< times, since something came
+        int patience = 0; ///< beats until it is asked for again
     };
 
     Private(CNotificationBridge* bridge, const Settings& settings, CNotificationService* inService,
@@ -124,7 +135,9 @@ public:
     void takeNotification(const QString& server, const QString& topicSource, const QByteArray& payload);
     bool isNews(const QString& server, const BridgeNotification& notification);
     void askAgain(const QString& server, const BridgeReplay& request);
+    void askForMissing();
     void takeReplay(const QByteArray& payload);
+    bool beginReplay(const BridgeReplay& request);
     bool hasRoom(int messages) const { return inFlight.size() + messages <= mostInFlight; }
 
     CNotificationBridge* q;
@@ -176,10 +189,9 @@ void CNotificationBridge::Private::collect()
         if (!store.open())
             return collectAgain();
         store.beat();
-        for (const QString& source : BridgeStore::sources()) {
+        for (const QString& source : BridgeStore::sources())
             durables[source].acknowledged = store.acknowledged(source);
-            durables[source].read = store.acknowledged(source);
-        }
+        rewind();
     }
     const BridgeStore::Result result = store.collect();
     if (result == BridgeStore::Failed)
@@ -442,12 +454,16 @@ bool CNotificationBridge::Private::isNews(const QString& server, const BridgeNot
         *peer = {notification.epoch, notification.seq, {}};
         return true;
     }
-    if (notification.seq <= peer->highest)
+    if (notification.seq <= peer->highest) {
+        peer->asked = 1;
         return peer->missing.remove(notification.seq);
+    }
     const qint64 first = qMax(peer->highest + 1, notification.seq - mostMissing);
     if (first < notification.seq) {
         for (qint64 seq = first; seq < notification.seq && peer->missing.size() < mostMissing; ++seq)
             peer->missing.insert(seq);
+        peer->asked = 1;
+        peer->patience = patientBeats;
         askAgain(server, {notification.source, notification.epoch, first, notification.seq - 1});
     }
     peer->highest = notification.seq;
@@ -460,47 +476,70 @@ void CNotificationBridge::Private::askAgain(const QString& server, const BridgeR
           qUtf8Printable(request.source), qUtf8Printable(CStringUtils::printable(server)),
           static_cast<long long>(request.from), static_cast<long long>(request.to));
     if (client && client->isConnected())
-        send({InFlight::Other, topics.other(server, QStringLiteral("replay"))}, request.toPayload(), false, {}, 0);
+        send({InFlight::Other, topics.other(server, QStringLiteral("replay")), QStringLiteral("replay")},
+             request.toPayload(), false, {}, 0);
+}
+
+// The question, too, may have been lost, or its answer.
+void CNotificationBridge::Private::askForMissing()
+{
+    for (auto peer = peers.begin(); client->isConnected() && peer != peers.end(); ++peer) {
+        if (peer->missing.isEmpty() || --peer->patience > 0)
+            continue;
+        if (++peer->asked > mostAsked) {
+            peer->missing.clear();
+            continue;
+        }
+        peer->patience = patientBeats;
+        const auto [first, last] = std::minmax_element(peer->missing.cbegin(), peer->missing.cend());
+        const int end = int(peer.key().indexOf(QLatin1Char('/')));
+        askAgain(peer.key().left(end), {peer.key().mid(end + 1), peer->epoch, *first, *last});
+    }
 }
 
 void CNotificationBridge::Private::takeReplay(const QByteArray& payload)
 {
     const std::optional<BridgeReplay> request = BridgeReplay::fromPayload(payload);
-    // One at a time: whoever asked meanwhile asks again.
-    if (!request || replay.isRunning)
+    if (!request || replay.asked.size() >= mostReplays)
         return;
-    replay.request = *request;
-    replay.request.to = qMin(request->to, request->from + mostReplayed - 1);
-    if (BridgeStore::sources().contains(request->source) && request->epoch == store.epoch(request->source)) {
+    replay.asked.enqueue(*request);
+    fill();
+}
+
+bool CNotificationBridge::Private::beginReplay(const BridgeReplay& request)
+{
+    replay.request = request;
+    replay.request.to = qMin(request.to, request.from + mostReplayed - 1);
+    if (BridgeStore::sources().contains(request.source) && request.epoch == store.epoch(request.source)) {
         // What the broker does not have yet comes by itself.
-        replay.request.to = qMin(replay.request.to, durables.value(request->source).acknowledged);
-    } else if (request->epoch == ring.epoch()) {
-        const QList<BridgeNotification> sent = ring.sent(request->source, request->from, replay.request.to);
+        replay.request.to = qMin(replay.request.to, durables.value(request.source).acknowledged);
+    } else if (request.epoch == ring.epoch()) {
+        const QList<BridgeNotification> sent = ring.sent(request.source, request.from, replay.request.to);
         for (const BridgeNotification& notification : sent)
             replay.ready.enqueue(
-                {notification.seq, {QStringLiteral("notify/") + request->source.toLower()}, notification.toPayload()});
+                {notification.seq, {QStringLiteral("notify/") + request.source.toLower()}, notification.toPayload()});
         replay.request.from = replay.request.to + 1;
     } else {
-        return;
+        return false;
     }
-    replay.isRunning = true;
-    fill();
+    return true;
 }
 
 bool CNotificationBridge::Private::sendReplayed()
 {
-    if (!replay.isRunning)
-        return false;
     BridgeReplay& request = replay.request;
-    if (replay.ready.isEmpty() && request.from <= request.to) {
-        const QList<BridgeMessage> more = store.messages(request.source, request.from - 1, prefetched, request.to);
-        for (const BridgeMessage& message : more)
-            replay.ready.enqueue(message);
-        request.from = more.isEmpty() ? request.to + 1 : more.last().seq + 1;
-    }
-    if (replay.ready.isEmpty()) {
-        replay = {};
-        return false;
+    while (replay.ready.isEmpty()) {
+        if (replay.isRunning && request.from <= request.to) {
+            const QList<BridgeMessage> more = store.messages(request.source, request.from - 1, prefetched, request.to);
+            for (const BridgeMessage& message : more)
+                replay.ready.enqueue(message);
+            request.from = more.isEmpty() ? request.to + 1 : more.last().seq + 1;
+            continue;
+        }
+        replay.isRunning = false;
+        if (replay.asked.isEmpty())
+            return false;
+        replay.isRunning = beginReplay(replay.asked.dequeue());
     }
     const BridgeMessage message = replay.ready.dequeue();
     send({InFlight::Other, topics.own(message.topics.first()), request.source}, message.payload, message.isRetained,
@@ -536,6 +575,11 @@ CNotificationBridge::CNotificationBridge(const Settings& settings, CNotification
             });
     service->registerObserver(subscriber, {modelSource, QStringLiteral("Access"), QStringLiteral("Devices")}, 0);
     connect(database, &CDatabase::changedByOthers, this, [this] { d->collectLater(collectDelayMs); });
+    // A database that was away may come back as an older one.
+    connect(database, &CDatabase::awayChanged, this, [this](bool isAway) {
+        if (isAway)
+            d->store.close();
+    });
     if (links) {
         connect(links, &IDeviceLinks::deviceCame, this, [this](CDeviceId device) { d->onDevice(device, true); });
         connect(links, &IDeviceLinks::deviceLeft, this, [this](CDeviceId device) { d->onDevice(device, false); });
@@ -554,6 +598,7 @@ CNotificationBridge::CNotificationBridge(const Settings& settings, CNotification
         d->store.beat();
         if (d->store.isPublisher() != wasPublisher)
             Q_EMIT statusChanged();
+        d->askForMissing();
         // Also what nothing woke for: a chain that another process writes.
         d->collectLater(0);
     });
@@ -581,7 +626,7 @@ CNotificationBridge::Status CNotificationBridge::status() const
     status.isConnected = d->client->isConnected();
     status.broker = d->broker.url();
     status.fault = status.isConnected ? d->refusal : d->client->fault();
-    status.waiting = (d->store.isOpen() ? d->store.waiting() : 0) + d->ring.waiting();
+    status.waiting = d->store.waiting() + d->ring.waiting();
     status.dropped = d->ring.dropped() + d->refused + d->client->dropped();
     status.isPublisher = d->store.isPublisher();
     return status;

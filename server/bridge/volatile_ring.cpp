@@ -44,7 +44,8 @@ std::optional<VolatileRing::Sending> VolatileRing::next()
         return std::nullopt;
     auto entry = m_entries.begin() + std::ptrdiff_t(m_next - m_first);
     const QString source = entry->notification.source;
-    if (const qint64 lost = m_untold.take(source)) {
+    // Before a message without a number: one that is said again keeps its own, and they go up.
+    if (const qint64 lost = entry->notification.seq == 0 ? m_untold.take(source) : 0) {
         insert(entry, source, {{QStringLiteral("event"), QStringLiteral("dropped")}, {QStringLiteral("count"), lost}});
         entry = m_entries.begin() + std::ptrdiff_t(m_next - m_first);
     }

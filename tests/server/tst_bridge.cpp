@@ -2,10 +2,11 @@
 #include <server/audit/audit_trail.h>
 #include <server/bridge/bridge_store_p.h>
 #include <server/bridge/volatile_ring_p.h>
+#include <server/database/sql_statement_p.h>
 #include <server/model/sql_access_control.h>
+#include <tests/support/database_places.h>
 
 #include <QtCore/QJsonDocument>
-#include <QtTest/QtTest>
 
 namespace {
 
@@ -73,12 +74,25 @@ private Q_SLOTS:
         ring.add("Devices", {{"text", QString(VolatileRing::mostBytes / 2, 'y')}});
         QVERIFY(ring.waiting() <= 2);
         QVERIFY(ring.dropped() > dropped);
+
+        // What is said again keeps its number; that something was dropped meanwhile is told behind it.
+        VolatileRing other;
+        for (int i = 0; i < 3; ++i)
+            other.add("Devices", {{"n", i}});
+        while (other.next()) {
+        }
+        other.rewind();
+        for (int i = 3; i < VolatileRing::mostMessages + 1; ++i)
+            other.add("Devices", {{"n", i}});
+        QCOMPARE(other.next()->notification.seq, qint64(2));
+        QCOMPARE(other.next()->notification.seq, qint64(3));
+        QCOMPARE(other.next()->notification.data.value("event").toString(), QString("dropped"));
     }
 
     void eachChangeIsToldByOneServer()
     {
-        QTemporaryDir folder;
-        const QString file = folder.filePath("a.db");
+        DatabasePlaces places;
+        const QString file = places.location("a.db");
         Server console(file, "0badcafe", false);
         console.add("before there was a bridge");
         Server north(file, "north");
@@ -119,10 +133,47 @@ private Q_SLOTS:
         QCOMPARE(again.store.waiting(), qint64(2));
     }
 
+    void numbersOfAnOlderCopyAreNotGivenTwice()
+    {
+        DatabasePlaces places;
+        const QString file = places.location("a.db");
+        Server console(file, "0badcafe", false);
+        console.add("before there was a bridge");
+        const auto run = [&console](const QString& sql) {
+            QVERIFY(console.model.database()->begin());
+            QVERIFY(SqlStatement(console.model.database(), sql).exec());
+            QVERIFY(console.model.database()->end(true));
+        };
+        Server north(file, "north");
+        for (const char* label : {"2", "3", "4", "5"})
+            north.add(label);
+        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QVERIFY(north.store.acknowledge({{"Model", 4}}));
+        const QString epoch = north.store.epoch("Model");
+        // The copy was made when three were numbered, and one of them was acknowledged.
+        run("DELETE FROM bridge_message WHERE seq>3");
+        run("UPDATE bridge_source SET seq=3,acknowledged=1 WHERE source='Model'");
+        Server again(file, "north");
+        QVERIFY(again.store.epoch("Model") != epoch);
+        QCOMPARE(again.store.epoch("Access"), north.store.epoch("Access"));
+        QCOMPARE(again.store.acknowledged("Model"), qint64(0));
+        QCOMPARE(again.changes(), (QList<qint64>{3, 4}));
+        again.add("another 5");
+        QCOMPARE(again.store.collect(), BridgeStore::Done);
+        QCOMPARE(again.changes(), (QList<qint64>{3, 4, 6}));
+        const auto last = BridgeNotification::fromPayload(again.store.messages("Model", 0, 10).last().payload);
+        QVERIFY(last && last->epoch == again.store.epoch("Model"));
+        // Once is enough.
+        QCOMPARE(Server(file, "north").store.epoch("Model"), again.store.epoch("Model"));
+        // The same copy a second time: it has the numbers of the first epoch, and goes on with neither.
+        run(QString("UPDATE bridge_source SET epoch='%1' WHERE source='Model'").arg(epoch));
+        QVERIFY(!QStringList({epoch, again.store.epoch("Model")}).contains(Server(file, "north").store.epoch("Model")));
+    }
+
     void whatIsBusyIsTriedAgain()
     {
-        QTemporaryDir folder;
-        const QString file = folder.filePath("a.db");
+        DatabasePlaces places;
+        const QString file = places.location("a.db");
         Server north(file, "north", false);
         north.add("1");
         QVERIFY(north.store.open());
@@ -141,8 +192,8 @@ private Q_SLOTS:
 
     void doorsAreToldByIdsAlone()
     {
-        QTemporaryDir folder;
-        Server north(folder.filePath("a.db"), "North", false);
+        DatabasePlaces places;
+        Server north(places.location("a.db"), "North", false);
         north.add("Ada");
         QVERIFY(north.store.open());
         north.store.beat();
@@ -205,5 +256,8 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestBridge)
+int main(int argc, char** argv)
+{
+    return runOnAllDatabases<TestBridge>(argc, argv);
+}
 #include "tst_bridge.moc"
