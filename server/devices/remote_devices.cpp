@@ -77,6 +77,7 @@ public:
     /// Not within somebody's transaction, and not for making a database.
     bool isFree() const { return database->depth() == 0 && database->exists(); }
     QString now() const { return dialectOf(database).now; }
+    void lookLater(int milliseconds) { lookTimer.start(milliseconds); }
     bool run(const QString& sql, const QVariantList& values, int* changed = nullptr);
     bool noteLinks();
     void flush();
@@ -84,7 +85,10 @@ public:
     void look();
     void takeCommands();
     void takeAnswers();
+    void giveUp();
     void findMoved();
+    void findUnlisted();
+    QString isLate() const;
     void execute(const Order& order);
     void finish(qint64 id, const QString& error, const QJsonObject& result);
     void storeAnswers();
@@ -118,7 +122,6 @@ CRemoteDevices::CRemoteDevices(CDatabase* database, QObject* parent)
 {
     for (QTimer* timer : {&d->flushTimer, &d->lookTimer})
         timer->setSingleShot(true);
-    d->lookTimer.setInterval(lookDelayMs);
     d->beatTimer.setInterval(beatInterval);
     d->patience.setInterval(retryMs);
     connect(&d->flushTimer, &QTimer::timeout, this, [this] { d->flush(); });
@@ -128,7 +131,7 @@ CRemoteDevices::CRemoteDevices(CDatabase* database, QObject* parent)
     connect(database, &CDatabase::changedByOthers, this, [this] {
         // Also what was told before the database was away, or was not there yet.
         if (!d->lookTimer.isActive() && (d->links || !d->asked.isEmpty()))
-            d->lookTimer.start();
+            d->lookLater(lookDelayMs);
     });
     connect(database, &CDatabase::awayChanged, this, [this](bool isAway) {
         if (!isAway)
@@ -256,22 +259,42 @@ void CRemoteDevices::Private::beat()
                && run(QStringLiteral("INSERT INTO device_holder(holder,server,at) VALUES(?,?,%1)").arg(now()),
                       {holder, server});
     int late = 0;
-    good =
-        good && run(QStringLiteral("DELETE FROM device_holder WHERE at<%1-%2").arg(now()).arg(keptMs), {})
-        && run(QStringLiteral("UPDATE device_command SET state=%1 WHERE state=%2 AND expires<=%3 AND device IN (SELECT "
-                              "device FROM device_link WHERE holder=?)")
-                   .arg(QString::number(Expired), QString::number(Waiting), now()),
-               {holder}, &late)
-        && run(QStringLiteral("DELETE FROM device_command WHERE expires<%1-%2").arg(now()).arg(keptMs), {});
+    good = good && run(QStringLiteral("DELETE FROM device_holder WHERE at<%1-%2").arg(now()).arg(keptMs), {})
+           && run(QStringLiteral("UPDATE device_command SET state=%1 WHERE state=%2 AND %3 AND device IN (SELECT "
+                                 "device FROM device_link WHERE holder=?)")
+                      .arg(QString::number(Expired), QString::number(Waiting), isLate()),
+                  {holder}, &late)
+           && run(QStringLiteral("DELETE FROM device_command WHERE expires<%1-%2").arg(now()).arg(keptMs), {});
     if (!database->end(good))
         return;
     hasBeaten = true;
     expired += late;
     if (!isNew)
-        return;
+        return findUnlisted();
     for (Own& link : own)
         link.isNoted = false;
     flush();
+}
+
+// A link that another server has noted as the newer one, and that ended before this one had heard of it, took the row
+// with it.
+void CRemoteDevices::Private::findUnlisted()
+{
+    QSet<quint32> listed;
+    {
+        SqlStatement find(database, QStringLiteral("SELECT device FROM device_link WHERE holder=?"));
+        if (!find.bind(holder).exec())
+            return;
+        while (find.next())
+            listed.insert(quint32(find.integer(0)));
+    }
+    bool isComplete = true;
+    for (auto link = own.begin(); link != own.end(); ++link) {
+        link->isNoted &= listed.contains(link.key());
+        isComplete &= link->isNoted;
+    }
+    if (!isComplete && !flushTimer.isActive())
+        flushTimer.start(flushDelayMs);
 }
 
 QList<CRemoteDevices::Link> CRemoteDevices::links()
@@ -280,13 +303,16 @@ QList<CRemoteDevices::Link> CRemoteDevices::links()
     if (!d->database->exists())
         return result;
     SqlStatement find(d->database,
-                      QStringLiteral("SELECT l.device,h.server,l.holder,l.since,l.details FROM device_link l JOIN "
-                                     "device_holder h ON h.holder=l.holder WHERE h.at>%1-%2 ORDER BY l.device")
+                      QStringLiteral("SELECT l.device,h.server,l.holder,l.since,l.details,s.at FROM device_link l JOIN "
+                                     "device_holder h ON h.holder=l.holder LEFT JOIN device_seen s ON "
+                                     "s.device=l.device WHERE h.at>%1-%2 ORDER BY l.device")
                           .arg(d->now())
                           .arg(longestSilence));
-    for (find.exec(); find.next();)
-        result.append({CDeviceId(quint32(find.integer(0))), find.text(1), find.text(2) == d->holder,
-                       QDateTime::fromMSecsSinceEpoch(find.integer(3)), toObject(find.text(4))});
+    for (find.exec(); find.next();) {
+        const QDateTime since = QDateTime::fromMSecsSinceEpoch(find.integer(3));
+        result.append({CDeviceId(quint32(find.integer(0))), find.text(1), find.text(2) == d->holder, since,
+                       qMax(since, QDateTime::fromSecsSinceEpoch(find.integer(5))), toObject(find.text(4))});
+    }
     return result;
 }
 
@@ -364,13 +390,15 @@ void CRemoteDevices::Private::look()
 {
     if (!isFree()) {
         if (database->depth() > 0)
-            lookTimer.start();
+            lookLater(lookDelayMs);
         return;
     }
     if (!unstored.isEmpty())
         storeAnswers();
-    if (!asked.isEmpty())
+    if (!asked.isEmpty()) {
         takeAnswers();
+        giveUp();
+    }
     if (asked.isEmpty() && unstored.isEmpty())
         patience.stop();
     if (!links)
@@ -388,32 +416,39 @@ void CRemoteDevices::Private::takeCommands()
         SqlStatement find(
             database,
             QStringLiteral("SELECT c.id,c.device,c.kind,c.operator,c.body FROM device_command c JOIN device_link "
-                           "l ON l.device=c.device WHERE l.holder=? AND c.state=%1 AND c.expires>%2 ORDER BY c.id")
-                .arg(QString::number(Waiting), now()));
+                           "l ON l.device=c.device WHERE l.holder=? AND c.state=%1 AND NOT %2 ORDER BY c.id")
+                .arg(QString::number(Waiting), isLate()));
         for (find.bind(holder).exec(); find.next();)
             orders.append({find.integer(0), CDeviceId(quint32(find.integer(1))), find.text(2), find.text(3),
                            toObject(find.text(4))});
     }
     if (orders.isEmpty())
         return;
-    // Once it is stored that it was taken nobody takes it again, whatever happens to this server.
+    // Once it is stored that it was taken nobody takes it again, whatever happens to this server. The time may have
+    // come while this waited for the database.
     QList<Order> taken;
+    QList<qint64> others;
     bool good = database->begin();
     for (const Order& order : qAsConst(orders)) {
         int changed = 0;
-        good =
-            good
-            && run(QStringLiteral("UPDATE device_command SET state=%1 WHERE id=? AND state=%2").arg(Taken).arg(Waiting),
-                   {order.id}, &changed);
+        good = good
+               && run(QStringLiteral("UPDATE device_command SET state=%1 WHERE id=? AND state=%2 AND NOT %3")
+                          .arg(QString::number(Taken), QString::number(Waiting), isLate()),
+                      {order.id}, &changed);
         if (changed > 0)
             taken.append(order);
+        else
+            others.append(order.id);
     }
-    if (!database->end(good)) {
-        lookTimer.start(retryMs);
-        lookTimer.setInterval(lookDelayMs);
-        return;
+    qint64 known = 0;
+    if (good && !others.isEmpty()) {
+        SqlStatement count(database, QStringLiteral("SELECT count(*) FROM device_command WHERE state<>%1 AND id IN %2")
+                                         .arg(QString::number(Waiting), dialectOf(database).idList));
+        known = count.bind(idListText(others)).exec() && count.next() ? count.integer(0) : 0;
     }
-    repeated += orders.size() - taken.size();
+    if (!database->end(good))
+        return lookLater(retryMs);
+    repeated += known;
     const QPointer<CRemoteDevices> guard(q);
     for (const Order& order : qAsConst(taken)) {
         execute(order);
@@ -472,14 +507,36 @@ void CRemoteDevices::Private::takeAnswers()
     }
     for (const auto& [id, answer] : qAsConst(answers))
         reply(asked.take(id).answer, answer.first, answer.second);
+}
+
+// Whoever asked hears that it was not done: it must not be done later either, whatever happens to the clock.
+void CRemoteDevices::Private::giveUp()
+{
+    QList<qint64> late;
     for (auto entry = asked.begin(); entry != asked.end();) {
         if (entry->age.elapsed() < commandLife + graceMs / 2) {
             ++entry;
             continue;
         }
+        late.append(entry.key());
         reply(entry->answer, QStringLiteral("device %1 did not answer").arg(entry->device.toLabel()));
         entry = asked.erase(entry);
     }
+    if (late.isEmpty())
+        return;
+    int changed = 0;
+    const bool good = database->begin();
+    if (database->end(good
+                      && run(QStringLiteral("UPDATE device_command SET state=%1 WHERE state=%2 AND id IN %3")
+                                 .arg(QString::number(Expired), QString::number(Waiting), dialectOf(database).idList),
+                             {idListText(late)}, &changed)))
+        expired += changed;
+}
+
+// Also one from a time that is still to come: the database's clock was set back, and it could wait there for hours.
+QString CRemoteDevices::Private::isLate() const
+{
+    return QStringLiteral("(expires<=%1 OR made>%1)").arg(now());
 }
 
 qint64 CRemoteDevices::expiredCommands() const

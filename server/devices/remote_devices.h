@@ -35,9 +35,9 @@ public:
     /// Of a command, until a server has taken it; milliseconds by the clock of the database, as all here.
     static constexpr int commandLife = 10000;
     /// Between two signs of life of a server.
-    static constexpr int beatInterval = 5000;
+    static constexpr int beatInterval = 3000;
     /// A server without one for so long is gone with its links.
-    static constexpr int longestSilence = 20000;
+    static constexpr int longestSilence = 10000;
 
     struct Link
     {
@@ -45,6 +45,7 @@ public:
         QString server;
         bool isOwn = false;
         QDateTime since;
+        QDateTime lastHeard; ///< at least then
         QJsonObject details; ///< as describe() was given them
     };
     /// `error` is empty when it was done.

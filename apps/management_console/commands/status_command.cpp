@@ -2,6 +2,7 @@
 #include "shell/command.h"
 
 #include <server/devices/door_controller.h>
+#include <server/devices/remote_devices.h>
 #include <server/model/sql_access_control.h>
 
 #include <QtCore/QDateTime>
@@ -34,7 +35,12 @@ public:
         add("broker", "Broker", bridge ? broker.broker : QString());
         add("brokerConnected", "Broker connected", bridge ? QVariant(broker.isConnected) : QVariant());
         add("brokerFault", "Broker's fault", broker.fault);
+        add("brokerWaiting", "Messages for the broker", bridge ? QVariant(broker.waiting) : QVariant());
+        add("brokerDropped", "Messages dropped", bridge ? QVariant(broker.dropped) : QVariant());
         QString error;
+        const CRemoteDevices* remote = server ? session().remote(error) : nullptr;
+        add("expiredCommands", "Commands too late", remote ? QVariant(remote->expiredCommands()) : QVariant());
+        add("repeatedCommands", "Commands repeated", remote ? QVariant(remote->repeatedCommands()) : QVariant());
         const CMailOutbox* outbox = session().outbox(error);
         add("mail", "Mail", session().sendsMail() ? QStringLiteral("sent") : QStringLiteral("no mail server"));
         add("mailsWaiting", "Mails waiting", outbox ? outbox->waiting() : 0);

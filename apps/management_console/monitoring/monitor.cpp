@@ -186,5 +186,15 @@ QByteArray Monitor::metrics()
         text.sample("kyr_events_total", double(event.value()), {{"kind", event.key()}});
     text.begin("kyr_broker_connected", "gauge", "1 with a link to the broker, 0 without one, or without a broker.");
     text.sample("kyr_broker_connected", m_broker && m_broker() ? 1 : 0);
+    QByteArray begun;
+    for (const Counter& counter : qAsConst(m_counters)) {
+        if (counter.name != begun)
+            text.begin(counter.name, "counter", counter.help.constData());
+        begun = counter.name;
+        if (counter.reason.isEmpty())
+            text.sample(counter.name, double(counter.count()));
+        else
+            text.sample(counter.name, double(counter.count()), {{"reason", counter.reason}});
+    }
     return text.text();
 }

@@ -38,6 +38,12 @@ public:
 
     /// Something that waits to be sent or done: how much of it.
     void addQueue(const QByteArray& name, const std::function<qint64()>& length);
+    /// Something that is counted from the start on; samples of one name are added one after the other.
+    void addCounter(const QByteArray& name, const QByteArray& help, const QByteArray& reason,
+                    const std::function<qint64()>& count)
+    {
+        m_counters.append({name, help, reason, count});
+    }
     /// Whether there is a link to the broker; without this there is none.
     void setBroker(const std::function<bool()>& isConnected) { m_broker = isConnected; }
 
@@ -57,7 +63,15 @@ private:
     CSqlAccessControl* m_model;
     CAuditTrail* m_trail;
     Networks m_metricsFrom;
+    struct Counter
+    {
+        QByteArray name;
+        QByteArray help;
+        QByteArray reason; // label, empty for none
+        std::function<qint64()> count;
+    };
     std::function<bool()> m_broker;
+    QList<Counter> m_counters;
     QMap<QByteArray, std::function<qint64()>> m_queues;
     QMap<QByteArray, quint64> m_refusals; // by reason
     QMap<QByteArray, quint64> m_events;   // by kind

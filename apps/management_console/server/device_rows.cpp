@@ -28,6 +28,7 @@ QList<QVariantMap> deviceRows(const DeviceServer* server, const CDoorController*
         row.insert(QStringLiteral("label"), link.device.toLabel());
         row.insert(QStringLiteral("typeName"), deviceTypeName(row.value(QStringLiteral("type")).toInt()));
         row.insert(QStringLiteral("since"), timeText(link.since));
+        row.insert(QStringLiteral("lastHeard"), timeText(link.lastHeard));
         row.insert(QStringLiteral("server"), link.server);
         rows.insert(link.device.value(), row);
     }

@@ -200,6 +200,14 @@ void Session::watchServer(const QList<QPair<QHostAddress, int>>& metricsFrom)
     m_monitor->addQueue("visitors", [server = m_server.get()] { return server->door().visitors(); });
     m_monitor->setBroker([this] { return m_bridge && m_bridge->status().isConnected; });
     m_monitor->addQueue("broker", [this] { return m_bridge ? m_bridge->status().waiting : 0; });
+    m_monitor->addCounter("kyr_broker_dropped_total", "Messages to and from the broker that were dropped.", {},
+                          [this] { return m_bridge ? m_bridge->status().dropped : 0; });
+    const QByteArray ignored = "kyr_commands_ignored_total";
+    const QByteArray ignoredHelp = "Other servers' commands for devices that were not executed.";
+    m_monitor->addCounter(ignored, ignoredHelp, "expired",
+                          [this] { return m_remote ? m_remote->expiredCommands() : 0; });
+    m_monitor->addCounter(ignored, ignoredHelp, "repeated",
+                          [this] { return m_remote ? m_remote->repeatedCommands() : 0; });
 }
 
 void Session::reload()
