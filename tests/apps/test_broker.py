@@ -1,10 +1,8 @@
 """Servers tell each other what happens through a real broker, whichever of them dies."""
 
-import contextlib
 import json
 import os
 import shutil
-import signal
 import socket
 import sqlite3
 import statistics
@@ -39,14 +37,6 @@ class BridgedServer(Server):
         self.process.wait()
         self.process.stdin.close()
         self.process.stdout.close()
-
-    @contextlib.contextmanager
-    def standing_still(self):
-        self.process.send_signal(signal.SIGSTOP)
-        try:
-            yield
-        finally:
-            self.process.send_signal(signal.SIGCONT)
 
     def logged(self, text):
         with open(self.log, encoding="utf-8") as file:
@@ -273,8 +263,7 @@ class BrokerTest(unittest.TestCase):
             self.assertFalse(json.loads(present()[1])["allowed"])
             watcher.until(heard("notify/access", f"event/{door}/denied"))
             self.assertEqual(server.ask("grant", "Ada", "Gate")[0], 0)
-            server.eventually(lambda: [row["upToDate"] for row in server.table("devices")] == [True])
-            self.assertTrue(json.loads(present()[1])["allowed"])
+            server.eventually(lambda: json.loads(present()[1])["allowed"])
             watcher.until(heard("notify/model", f"event/{door}/granted", "notify/devices", f"device/{LABELS[0]}/state"))
             self.assertEqual(server.ask("audit", "head", "--out", f"{self.dir}/head")[0], 0)
             watcher.until(heard("audit/head"))
@@ -330,7 +319,10 @@ class BrokerTest(unittest.TestCase):
             for rest in ("open", "command", "north/open", f"north/device/{LABELS[0]}/open", "north/command", "north/replay"):
                 self.broker.publish(f"{BASE}/{rest}", opening)
             self.assertEqual(self.broker.publish(f"{BASE}/south/notify/devices", news, "south"), "")
-            self.assertEqual(client.receive()["params"][1], {"event": "fake", "server": "south"})
+            message = {}
+            while "server" not in message:  # what happens here comes as well
+                message = client.receive()["params"][1]
+            self.assertEqual(message, {"event": "fake", "server": "south"})
             self.assertEqual(north.table("events", "--kind", "opened"), [])
             self.assertEqual([place for place, _, _ in watcher.messages if "ghost" in place], [])
             # The same by the way that is meant for it.

@@ -47,17 +47,42 @@ class Servers(Installation):
         self.addCleanup(psql, "DROP DATABASE", name, "WITH (FORCE)")
         self.both(postgresql() + name)
 
-    def both(self, database):
+    def test_what_comes_too_late_opens_nothing(self):
+        run = self.console(f"{self.data}/installation.db")
+        trust = self.furnish(run)
+        with self.server("north", run.database) as north, self.server("south", run.database) as south, \
+                self.device(south.port, LABELS[0], *trust):
+            north.eventually(lambda: [row["server"] for row in north.table("devices")] == ["south"])
+            row = north.table("devices")[0]
+            self.assertGreaterEqual(row["lastHeard"], row["since"])
+            with south.standing_still():
+                code, _, error = north.ask("open", "Gate")
+            self.assertEqual((code, "did not answer" in error), (1, True), error)
+            self.assertEqual(south.ask("open", "Gate"), (0, "", ""))
+            counted = [json.loads(server.ask("status", "--json")[1])["expiredCommands"] for server in (north, south)]
+            self.assertEqual(sum(counted), 1)
+            self.assertEqual(len(json.loads(run("events", "--kind", "opened", "--json")[1])), 1)
+
+    def console(self, database):
         def run(*command):
             return console(*command, database=database, env={"XDG_DATA_HOME": self.data})
 
+        run.database = database
+        return run
+
+    def furnish(self, run):
+        """A door with its lock: what that is told."""
+        self.assertEqual(run("doors", "add", "Gate")[0], 0)
+        self.assertEqual(run("doors", "assign", "Gate", LABELS[0])[0], 0)
+        return "--ca", f"{BUILD}/dev-ca/ca-chain.pem", "--state", f"{self.data}/locks"
+
+    def both(self, database):
+        run = self.console(database)
         # The first changes of several programs at once: one of them makes the tables, the others wait for it.
         with concurrent.futures.ThreadPoolExecutor() as people:
             added = list(people.map(lambda number: run("users", "add", f"User {number}"), range(4)))
         self.assertEqual([code for code, _, _ in added], [0] * 4, added)
-        self.assertEqual(run("doors", "add", "Gate")[0], 0)
-        self.assertEqual(run("doors", "assign", "Gate", LABELS[0])[0], 0)
-        trust = ("--ca", f"{BUILD}/dev-ca/ca-chain.pem", "--state", f"{self.data}/locks")
+        trust = self.furnish(run)
         with self.server("north", database) as north, self.server("south", database) as south:
             def shown(server):
                 return [(row["label"], row["server"], row["upToDate"]) for row in server.table("devices")]

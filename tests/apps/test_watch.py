@@ -66,7 +66,8 @@ class Watch(unittest.TestCase):
                      and name.startswith(("kyr_events", "kyr_refusals", "kyr_links", "kyr_broker", "kyr_handshake"))}
             self.assertEqual(grown, {'kyr_events_total{kind="changed"}', 'kyr_refusals_total{reason="TLS failed"}'})
             for name in ("kyr_links", "kyr_handshake_seconds_count", 'kyr_queue_length{queue="notifications"}',
-                         "kyr_database_seconds_count", "kyr_broker_connected"):
+                         "kyr_database_seconds_count", "kyr_broker_connected", "kyr_broker_dropped_total",
+                         'kyr_commands_ignored_total{reason="expired"}', 'kyr_commands_ignored_total{reason="repeated"}'):
                 self.assertIn(name, after)
             self.assertNotIn("Ada", text)
             self.assertNotIn("127.0.0.1", text)

@@ -1,7 +1,9 @@
 """Starts the tools as processes for the tests beside this file."""
 
+import contextlib
 import json
 import os
+import signal
 import subprocess
 import tempfile
 import threading
@@ -66,6 +68,14 @@ class Running:
         self.process.wait(WAIT)
         self.process.stdin.close()
         self.process.stdout.close()
+
+    @contextlib.contextmanager
+    def standing_still(self):
+        self.process.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self.process.send_signal(signal.SIGCONT)
 
     def __enter__(self):
         return self
