@@ -448,6 +448,7 @@ def main():
     arguments = parser.parse_args()
     for time_ in range(arguments.times):
         where = tempfile.mkdtemp(prefix="kyr-scale-")
+        os.environ["XDG_DATA_HOME"] = where  # what servers keep beside a database
         begin = time.monotonic()
         scale = Scale(where, arguments)
         try:
