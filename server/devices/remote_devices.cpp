@@ -280,6 +280,11 @@ void CRemoteDevices::Private::beat()
 // with it.
 void CRemoteDevices::Private::findUnlisted()
 {
+    {
+        SqlStatement count(database, QStringLiteral("SELECT count(*) FROM device_link WHERE holder=?"));
+        if (!count.bind(holder).exec() || !count.next() || count.integer(0) >= own.size())
+            return;
+    }
     QSet<quint32> listed;
     {
         SqlStatement find(database, QStringLiteral("SELECT device FROM device_link WHERE holder=?"));
