@@ -51,8 +51,8 @@ bool ToldNumbers::write()
     const QByteArray text = QJsonDocument(sources).toJson(QJsonDocument::Compact) + '\n';
     QFile file(m_file);
     QString reason;
-    const bool isMade = file.exists()
-                        || (NewFile::makeFolder(m_file, &reason) && NewFile::make(m_file, &reason) != NewFile::Failed);
+    const bool isMade =
+        file.exists() || (NewFile::makeFolder(m_file, &reason) && NewFile::make(m_file, &reason) != NewFile::Failed);
     const bool isWritten = isMade && file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
     if (!isWritten && !std::exchange(m_isFaulty, true))
         qWarning("\"%s\" cannot be written: %s; with the next start numbers begin anew for subscribers of the broker",
