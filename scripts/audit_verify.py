@@ -47,7 +47,7 @@ for line in open(sys.argv[1], encoding="utf-8"):
         check(hashlib.sha256(event["payload"].encode()).digest() == payload_hash, chain, seq, "the payload was changed")
     numbers = struct.pack(">qqqqI", chain, seq, event["at"], event["recorded"], event["kind"])
     computed = hashlib.sha256(previous[chain] + numbers + payload_hash).digest()
-    check(computed.hex() == event["hash"], chain, seq, "the hash does not fit")
+    check(computed.hex() == event["hash"], chain, seq, "the hash is wrong")
     previous[chain], ends[chain] = bytes.fromhex(event["hash"]), seq
     if (chain, seq) in kept:
         check(kept[chain, seq] == previous[chain], chain, seq, "differs from a head")

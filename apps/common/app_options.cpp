@@ -7,7 +7,7 @@ AppOptions::AppOptions(const QString& description, const QByteArray& variablePre
 {
     m_parser.setApplicationDescription(description);
     m_parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    addSwitch(QStringLiteral("help"), QStringLiteral("this text"));
+    addSwitch(QStringLiteral("help"), QStringLiteral("show this help"));
 }
 
 void AppOptions::addSwitch(const QString& name, const QString& description)
@@ -156,6 +156,6 @@ QString AppOptions::help(const QString& command) const
     text += QLatin1String("\nOptions:\n") + m_optionHelp.join(QLatin1Char('\n'));
     return text
            + QStringLiteral(
-                 "\n\nAn option may also be given by an environment variable, which takes precedence: %1_...")
+                 "\n\nEach option can also be set by an environment variable, which takes precedence: %1_...")
                  .arg(QString::fromLatin1(m_prefix));
 }

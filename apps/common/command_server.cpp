@@ -109,7 +109,7 @@ void CommandClient::take(const QByteArray& line)
     if (!m_greeted) {
         m_greeted = true;
         if (kind != QLatin1String("hello") || message.at(1).toInt() != CommandProtocol::version) {
-            sendError(QStringLiteral("this console is of another version than its client: restart it"));
+            sendError(QStringLiteral("this console and its client have different versions: restart the console"));
             return leave(1);
         }
         m_terminal = message.at(2).toBool();
@@ -153,7 +153,7 @@ void CommandClient::send(const QByteArray& data)
         return;
     m_socket->write(data);
     if (m_socket->bytesToWrite() > mostUnread) {
-        qWarning("A client of the command socket does not read: dropped");
+        qWarning("A client of the command socket does not read its answers: disconnected");
         m_socket->abort();
     }
 }
@@ -286,7 +286,7 @@ void CommandServer::onConnection()
 {
     while (QLocalSocket* socket = m_server->nextPendingConnection()) {
         if (clients().size() >= mostClients) {
-            qWarning("More than %d clients of the command socket: one was sent away", mostClients);
+            qWarning("More than %d clients of the command socket: one was refused", mostClients);
             socket->abort();
             socket->deleteLater();
             continue;

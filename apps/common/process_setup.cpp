@@ -27,9 +27,9 @@ void addLogOptions(AppOptions& options, const QString& defaultLevel, const QStri
     options.addValue(QStringLiteral("log-level"), QStringLiteral("LEVEL"),
                      QStringLiteral("DBG, INF, WRN, CRT, FTL or a number from 0 to 5"), defaultLevel);
     options.addValue(QStringLiteral("log-file"), QStringLiteral("FILE"),
-                     QStringLiteral("a file, \">>\" and a file to append, stderr, stdout or none"), defaultFile);
+                     QStringLiteral("a file (\">>\" before its name appends), stderr, stdout or none"), defaultFile);
     options.addValue(QStringLiteral("log-format"), QStringLiteral("FORM"),
-                     QStringLiteral("text, or json: an object a line"), QStringLiteral("text"));
+                     QStringLiteral("text, or json: one object per line"), QStringLiteral("text"));
 }
 
 bool applyLogOptions(AppOptions& options)

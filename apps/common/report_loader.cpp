@@ -26,7 +26,7 @@ IReportGenerator* loadReportGenerator(QString& error)
                 continue;
             const QString trusted = CPluginHelper::trustedFile(loader.fileName());
             if (trusted.isEmpty()) {
-                reason = QStringLiteral("%1 may be written by others: it is not loaded").arg(loader.fileName());
+                reason = QStringLiteral("other users can write to %1: it is not loaded").arg(loader.fileName());
                 continue;
             }
             loader.setFileName(trusted);

@@ -33,7 +33,7 @@ bool OutputFile::open(QString& error)
     const QFileInfo info(m_name);
     m_isWhole = !isStandardOutput && (info.isFile() || !info.exists());
     if (m_mode == Mode::New && !isStandardOutput && info.exists())
-        return refuse(QStringLiteral("it exists"), error);
+        return refuse(QStringLiteral("it already exists"), error);
     const bool isOpen = isStandardOutput
                             ? m_piecemeal.open(standardOutput, QIODevice::WriteOnly, QFileDevice::DontCloseHandle)
                             : file().open(QIODevice::WriteOnly);

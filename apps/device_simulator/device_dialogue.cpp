@@ -57,7 +57,7 @@ QByteArray DeviceDialogue::answer(const QByteArray& message)
 {
     const QJsonDocument document = CJsonText::read(message);
     QJsonObject answer =
-        document.isObject() ? run(document.object()) : errorAnswer(QStringLiteral("this is no JSON object"));
+        document.isObject() ? run(document.object()) : errorAnswer(QStringLiteral("this is not a JSON object"));
     if (document.object().contains(QLatin1String("id")))
         answer.insert(QStringLiteral("id"), document.object().value(QLatin1String("id")));
     return QJsonDocument(answer).toJson(QJsonDocument::Compact);

@@ -20,7 +20,7 @@ int run(int argc, char** argv)
     QCoreApplication app(argc, argv);
     AppOptions options(
         QStringLiteral(
-            "Plays devices: answers discovery queries over UDP and TCP, calls applications and talks to them."),
+            "Simulates devices: they answer discovery queries over UDP and TCP, call applications and talk to them."),
         "KYR_SIMULATOR");
     Simulator::addOptions(options);
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("stderr"));

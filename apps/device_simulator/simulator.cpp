@@ -59,10 +59,10 @@ Simulator::~Simulator()
 
 void Simulator::addOptions(AppOptions& options)
 {
-    options.addValue(QStringLiteral("count"), QStringLiteral("N"), QStringLiteral("how many devices"),
+    options.addValue(QStringLiteral("count"), QStringLiteral("N"), QStringLiteral("number of devices"),
                      QStringLiteral("1"));
     options.addValue(QStringLiteral("label"), QStringLiteral("LABEL"),
-                     QStringLiteral("label of the first, such as 000.123.457; the others follow"));
+                     QStringLiteral("label of the first device, such as 000.123.457; the others follow"));
     options.addValue(QStringLiteral("id"), QStringLiteral("N"), QStringLiteral("the same as a number"),
                      QStringLiteral("12345"));
     options.addValue(QStringLiteral("type"), QStringLiteral("N"), QStringLiteral("device type"),
@@ -73,11 +73,12 @@ void Simulator::addOptions(AppOptions& options)
     options.addValue(QStringLiteral("udp-port"), QStringLiteral("PORT"),
                      QStringLiteral("UDP port of all devices, 0 for any"), QString::number(DefaultPorts::discovery));
     options.addValue(QStringLiteral("tcp-port"), QStringLiteral("PORT"),
-                     QStringLiteral("TCP port of the first device, the others follow; 0 for any"),
+                     QStringLiteral("TCP port of the first device; the others follow; 0 for any"),
                      QString::number(DefaultPorts::device));
-    options.addValue(QStringLiteral("call"), QStringLiteral("URL"),
-                     QStringLiteral("application to call, such as https://host:21719; may be repeated: "
-                                    "whichever answers first"));
+    options.addValue(
+        QStringLiteral("call"), QStringLiteral("URL"),
+        QStringLiteral(
+            "application to call, such as https://host:21719; may be repeated: the first that answers is used"));
     options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
                      QStringLiteral("PEM file of the device certificate; %1 stands for the device's label"));
     options.addValue(QStringLiteral("key"), QStringLiteral("FILE"),
@@ -86,15 +87,15 @@ void Simulator::addOptions(AppOptions& options)
     options.addValue(QStringLiteral("ca"), QStringLiteral("FILE"),
                      QStringLiteral("PEM file of the authorities of applications, instead of the system's own"));
     options.addValue(QStringLiteral("faults"), QStringLiteral("SEED"),
-                     QStringLiteral("misbehave, the same way for the same seed (see --control)"));
+                     QStringLiteral("misbehave at random, but the same way for the same seed (see --control)"));
     options.addValue(QStringLiteral("control"), QStringLiteral("NAME"),
-                     QStringLiteral("take commands from a local socket that change the faults; \"help\" lists them"));
+                     QStringLiteral("take commands from a local socket; \"help\" lists them"));
     options.addValue(QStringLiteral("state"), QStringLiteral("DIR"),
-                     QStringLiteral("be locks, each with its list and events in a folder of its own in there"));
+                     QStringLiteral("simulate locks; each keeps its list and its events in a subfolder of DIR"));
     options.addSwitch(QStringLiteral("believe-any-server"),
                       QStringLiteral("let locks obey servers whose certificate was not verified (for tests)"));
     options.addValue(QStringLiteral("journal"), QStringLiteral("FILE"),
-                     QStringLiteral("append each question to a device as \"LABEL QUESTION\""));
+                     QStringLiteral("append each message to a device to this file, as \"LABEL MESSAGE\""));
 }
 
 // The TLS configuration of one device.
@@ -117,9 +118,9 @@ bool Simulator::readIdentity(AppOptions& options, const QString& label, QSslConf
     const QSslKey key(read(keyFile), QSsl::Rsa);
     const auto authorities = QSslCertificate::fromData(read(caFile), QSsl::Pem);
     if (chain.isEmpty())
-        options.setError(QStringLiteral("\"%1\" holds no certificate").arg(certificateFile));
+        options.setError(QStringLiteral("\"%1\" contains no certificate").arg(certificateFile));
     if (key.isNull())
-        options.setError(QStringLiteral("\"%1\" holds no RSA key").arg(keyFile));
+        options.setError(QStringLiteral("\"%1\" contains no RSA key").arg(keyFile));
     tls = QSslConfiguration::defaultConfiguration();
     tls.setLocalCertificateChain(chain);
     tls.setPrivateKey(key);
@@ -144,7 +145,7 @@ bool Simulator::setUp(AppOptions& options)
     else
         first = CDeviceId::fromLabel(label, &ok);
     if (!ok)
-        options.setError(QStringLiteral("--label \"%1\" is no device label").arg(label));
+        options.setError(QStringLiteral("--label \"%1\" is not a device label").arg(label));
     else if (first.value() + quint32(count) - 1 > CDeviceId::maximum)
         options.setError(QStringLiteral("there are no %1 device ids from %2 on").arg(count).arg(first.toLabel()));
 
@@ -154,7 +155,7 @@ bool Simulator::setUp(AppOptions& options)
     if (systemLabel != QLatin1String("0"))
         system = CSystemId::fromLabel(systemLabel, &ok);
     if (!ok)
-        options.setError(QStringLiteral("--system \"%1\" is no label of an installation").arg(systemLabel));
+        options.setError(QStringLiteral("--system \"%1\" is not the label of an installation").arg(systemLabel));
 
     m_controlName = options.value(QStringLiteral("control"));
     m_faults.rates.on = options.isSet(QStringLiteral("faults"));
@@ -167,7 +168,7 @@ bool Simulator::setUp(AppOptions& options)
     if (!options.error().isEmpty())
         return false;
     if (type != gatewayType)
-        qWarning("Devices of type %d will not be found: applications ask for type %d", type, gatewayType);
+        qWarning("Devices of type %d will not be found: applications search for type %d only", type, gatewayType);
     const bool withTls = options.isSet(QStringLiteral("certificate")) || options.isSet(QStringLiteral("key"));
     QSslConfiguration before;
     for (int i = 0; i < count; ++i) {
@@ -206,11 +207,12 @@ bool Simulator::start(QString& error)
             return false;
         const quint16 port = m_tcpPort == 0 ? quint16(0) : quint16(m_tcpPort + i);
         if (!m_devices.at(i)->start(port)) {
-            error = QStringLiteral("cannot listen on TCP port %1%2")
-                        .arg(port)
-                        .arg(m_devices.at(i)->settings().faults
-                                 ? QStringLiteral(", or the application is not on this machine, as faults need it")
-                                 : QString());
+            error =
+                QStringLiteral("cannot listen on TCP port %1%2")
+                    .arg(port)
+                    .arg(m_devices.at(i)->settings().faults
+                             ? QStringLiteral(", or the application is on another machine (faults need it on this one)")
+                             : QString());
             return false;
         }
     }

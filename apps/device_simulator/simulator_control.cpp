@@ -128,7 +128,7 @@ QString SimulatorControl::runAtDoor(const QStringList& words, const Answer& answ
         return QStringLiteral("there is no device \"%1\"").arg(words.at(1));
     const CLock* lock = device->lock();
     if (!lock)
-        return QStringLiteral("the devices are no locks: start the simulator with --state");
+        return QStringLiteral("the devices are not locks: start the simulator with --state");
     const auto report = [answer](const CLockOutcome& outcome) { answer(toLine(outcome)); };
     const QString what = words.value(2);
     if (command == QLatin1String("present") || command == QLatin1String("enter")) {
@@ -136,7 +136,7 @@ QString SimulatorControl::runAtDoor(const QStringList& words, const Answer& answ
         const auto credential = isCode ? CLockCredential::fromCode(what) : CLockCredential::fromUidLabel(what);
         if (credential.isNone())
             return isCode ? QStringLiteral("a code has 1 to 12 digits")
-                          : QStringLiteral("\"%1\" is no UID of 4, 7 or 8 bytes").arg(what);
+                          : QStringLiteral("\"%1\" is not a UID of 4, 7 or 8 bytes").arg(what);
         device->present(credential, report);
     } else if (command == QLatin1String("button")) {
         device->pressButton(report);
@@ -148,7 +148,7 @@ QString SimulatorControl::runAtDoor(const QStringList& words, const Answer& answ
         const CAccessTimeZone zone(lock->memory().zone);
         std::optional<qint64> utc = zone.instantFromText(what, CAccessTimeZone::DayEdge::Begin);
         if (what != QLatin1String("now") && !utc)
-            return QStringLiteral("\"%1\" is no time").arg(what);
+            return QStringLiteral("\"%1\" is not a time").arg(what);
         device->setClock(utc ? *utc * 1000 : QDateTime::currentMSecsSinceEpoch());
         answer(toLine(QJsonObject{{QStringLiteral("clock"), zone.isoText(lock->clock(device->now()) / 1000)}}));
     } else {
@@ -184,7 +184,7 @@ QString SimulatorControl::run(const QStringList& words)
         bool ok = true;
         const int seconds = what.isEmpty() ? stormSeconds : what.toInt(&ok);
         if (!ok || seconds < 1 || seconds > longestStormSeconds)
-            return QStringLiteral("\"%1\" is no number of seconds from 1 to %2").arg(what).arg(longestStormSeconds);
+            return QStringLiteral("\"%1\" is not a number of seconds from 1 to %2").arg(what).arg(longestStormSeconds);
         for (SimulatedDevice* device : m_simulator.devices())
             device->storm(seconds * 1000);
         return status();

@@ -94,7 +94,8 @@ int run(int argc, char** argv)
     ServiceManager::begin();
     ServiceManager::watch(&app);
     QCoreApplication::setApplicationVersion(QStringLiteral(KYR_VERSION));
-    AppOptions options(QStringLiteral("Finds, serves and manages the devices of an installation."), "KYR_CONSOLE");
+    AppOptions options(QStringLiteral("Manages an access-control installation: its devices, doors, users and rights."),
+                       "KYR_CONSOLE");
     addGlobalOptions(options);
     if (!options.parse(app.arguments().mid(1)))
         return failed(options.error());
@@ -136,11 +137,11 @@ int run(int argc, char** argv)
         if (found.socket) {
             if (command.isEmpty() && Terminal::isInteractive())
                 Terminal::show(
-                    QStringLiteral("Talking to the console at %1 (--local: one of its own).\n").arg(found.name));
+                    QStringLiteral("Using the console at %1 (--local: start a separate one).\n").arg(found.name));
             return runAttached(app, *found.socket, command, patience, options.isSet(QStringLiteral("stop-on-error")));
         }
         if (!found.note.isEmpty())
-            std::fprintf(stderr, "kyr_console: %s; going on by itself\n", qUtf8Printable(found.note));
+            std::fprintf(stderr, "kyr_console: %s; continuing without it\n", qUtf8Printable(found.note));
     }
     Session session(commandTable(), options.value(QStringLiteral("database")));
     session.setDatabaseAuthority(options.value(QStringLiteral("database-ca")));

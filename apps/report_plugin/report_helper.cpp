@@ -40,12 +40,12 @@ ReportHelperRun::ReportHelperRun(const ReportSheets::Setup& setup, const QVector
     auto* silence = new QTimer(this);
     silence->setSingleShot(true);
     connect(silence, &QTimer::timeout, this,
-            [this] { end({}, QStringLiteral("the program that renders the report shows no sign of life")); });
+            [this] { end({}, QStringLiteral("the program that renders the report does not respond")); });
     connect(&m_helper, &QProcess::readyReadStandardOutput, this, [this, silence] {
         silence->start();
         m_pdf += m_helper.readAllStandardOutput();
         if (m_pdf.size() > largestPdf)
-            end({}, QStringLiteral("the program that renders the report gives back too much"));
+            end({}, QStringLiteral("the program that renders the report returned too much data"));
     });
     connect(&m_helper, &QProcess::readyReadStandardError, this, [this, silence] {
         silence->start();

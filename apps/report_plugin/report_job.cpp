@@ -123,7 +123,7 @@ ReportJob::ReportJob(ISimpleAccessControl* model, const QString& templateText, c
     m_silence.setSingleShot(true);
     m_feeding.setInterval(0);
     connect(&m_silence, &QTimer::timeout, this,
-            [this] { giveUp(QStringLiteral("the program that renders the report shows no sign of life")); });
+            [this] { giveUp(QStringLiteral("the program that renders the report does not respond")); });
     connect(&m_feeding, &QTimer::timeout, this, [this] { feed(feedingMs); });
     connect(&m_helper, &QProcess::readyReadStandardOutput, this, &ReportJob::readPdf);
     connect(&m_helper, &QProcess::readyReadStandardError, this, &ReportJob::readWords);
@@ -174,7 +174,7 @@ QByteArray ReportJob::run()
         else
             m_helper.waitForFinished(turnMs);
         if (!m_ended && m_lastSign.elapsed() > longestSilenceMs)
-            giveUp(QStringLiteral("the program that renders the report shows no sign of life"));
+            giveUp(QStringLiteral("the program that renders the report does not respond"));
     }
     return m_error.isEmpty() ? m_pdf : QByteArray();
 }
@@ -217,7 +217,7 @@ void ReportJob::readPdf()
         m_silence.start();
     m_pdf += m_helper.readAllStandardOutput();
     if (m_pdf.size() > qMin(pdfMost, pdfBase + pdfPerUser * m_userIds.size()))
-        giveUp(QStringLiteral("the program that renders the report gives back too much"));
+        giveUp(QStringLiteral("the program that renders the report returned too much data"));
 }
 
 void ReportJob::readWords()
@@ -273,7 +273,7 @@ void ReportJob::onHelperEnded()
                     : m_reason);
     }
     if (!m_fed || !m_pdf.startsWith("%PDF-") || !m_pdf.right(16).trimmed().endsWith("%%EOF"))
-        return end({}, QStringLiteral("what the program that renders the report gave back is no PDF document"));
+        return end({}, QStringLiteral("the program that renders the report did not return a PDF document"));
     end(m_pdf, {});
 }
 

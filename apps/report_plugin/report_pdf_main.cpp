@@ -45,7 +45,7 @@ bool run()
     bool whole = false;
     ReportSheets::Setup setup;
     if (!ReportSheets::decode(nextFrame(in, whole), setup)) {
-        tell("error", QStringLiteral("this program is started by the report plugin and takes no input from people"));
+        tell("error", QStringLiteral("the report plugin starts this program; it is not for use by hand"));
         return false;
     }
     PdfRenderer renderer(setup, tell);

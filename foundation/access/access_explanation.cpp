@@ -81,9 +81,9 @@ QString scheduleDetail(const CAccessFacts& facts, const CAccessRight& right, qin
 {
     const CAccessSchedule& schedule = facts.schedules.at(right.schedule);
     if (!schedule.isKnown)
-        return QStringLiteral("not there, or not readable, so never open");
+        return QStringLiteral("missing or not readable, so never open");
     if (facts.accessPoints.at(right.accessPoint).zone < 0)
-        return QStringLiteral("the door's time zone is not known");
+        return QStringLiteral("the door's time zone is unknown");
     const CAccessTimeZone zone = facts.zoneOf(right.accessPoint);
     const QDate today = localTime(at, zone).date();
     const QString closed =

@@ -273,7 +273,7 @@ QString CLock::take(const CLockBegin& begin, qint64, CLockEffects*)
 {
     m_transfer.reset();
     if (!begin.base.isEmpty() && begin.base != m_revision)
-        return QStringLiteral("another list is here than the one to be changed");
+        return QStringLiteral("the lock has another list than the one to be changed");
     m_transfer = Transfer{begin, QVector<QByteArray>(begin.parts), 0};
     return QString();
 }
@@ -344,11 +344,11 @@ QString CLock::take(const CLockVerdict& verdict, qint64 now, CLockEffects* effec
 {
     const auto asked = m_asks.constFind(verdict.number);
     if (asked == m_asks.constEnd())
-        return QStringLiteral("nobody waits for that any more");
+        return QStringLiteral("nobody waits for this answer any more");
     const Ask ask = *asked;
     if (ask.until <= now) {
         giveUpAsking(verdict.number, now, effects);
-        return QStringLiteral("nobody waits for that any more");
+        return QStringLiteral("nobody waits for this answer any more");
     }
     m_asks.remove(verdict.number);
     CLockDecision decision = ask.decision;

@@ -46,12 +46,12 @@ bool readDays(const QString& text, Days* days, QString* error)
     const int first = dayFromName(firstName);
     const int last = dayFromName(lastName);
     if (first < 0 || last < 0) {
-        *error = QStringLiteral("%1 is no day: Mon, Tue, Wed, Thu, Fri, Sat, Sun or Holiday")
+        *error = QStringLiteral("%1 is not a day: use Mon, Tue, Wed, Thu, Fri, Sat, Sun or Holiday")
                      .arg(quoted(first < 0 ? firstName : lastName));
         return false;
     }
     if (dash >= 0 && (first == holidayIndex || last == holidayIndex)) {
-        *error = QStringLiteral("a range of days has no Holiday in it, write it behind a comma");
+        *error = QStringLiteral("a range of days cannot contain Holiday: write it after a comma");
         return false;
     }
     for (int day = first;; day = (day + 1) % daysOfWeek) {
@@ -88,12 +88,12 @@ bool readTimes(const QString& text, CTimeSlot* slot, QString* error)
     slot->from = minutesFromText(from);
     slot->to = minutesFromText(to);
     if (slot->from < 0 || slot->to < 0) {
-        *error =
-            QStringLiteral("%1 is no time from 00:00 to 24:00, written HH:MM").arg(quoted(slot->from < 0 ? from : to));
+        *error = QStringLiteral("%1 is not a time from 00:00 to 24:00, written HH:MM")
+                     .arg(quoted(slot->from < 0 ? from : to));
         return false;
     }
     if (slot->from == CTimeSlot::minutesOfDay) {
-        *error = QStringLiteral("a slot does not begin at 24:00, write 00:00 of the day after");
+        *error = QStringLiteral("a slot cannot begin at 24:00: write 00:00 of the next day");
         return false;
     }
     return true;
@@ -176,7 +176,7 @@ std::optional<CTimeProfile> CTimeProfile::fromText(const QString& text, QString*
         CTimeSlot slot;
         QString reason;
         if (slotText.isEmpty())
-            reason = QStringLiteral("nothing stands there");
+            reason = QStringLiteral("it is empty");
         else if (readSlot(slotText, &slot, &reason))
             result.append(slot);
         if (!reason.isEmpty()) {

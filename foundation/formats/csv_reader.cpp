@@ -12,13 +12,13 @@ QString textOf(const QByteArray& bytes, QString* errorString)
     bool valid = false;
     QString text = CsvDecoding::unicode(bytes, &valid);
     if (!valid && CsvDecoding::hasWideMark(bytes)) {
-        *errorString = QStringLiteral("is no UTF-16, though it begins like it");
+        *errorString = QStringLiteral("begins like UTF-16 but is not");
         return QString();
     }
     if (!valid)
         text = CsvDecoding::windows1252(bytes);
     if (text.contains(QChar(0))) {
-        *errorString = QStringLiteral("is no text");
+        *errorString = QStringLiteral("is not a text");
         return QString();
     }
     text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
@@ -90,7 +90,7 @@ bool CCsvReader::readQuotedField(QString* field)
         field->append(quote);
         ++m_place;
     }
-    return atLineEnd() || m_text.at(m_place) == m_separator || fail("something stands behind a closing quote");
+    return atLineEnd() || m_text.at(m_place) == m_separator || fail("there is text after a closing quote");
 }
 
 bool CCsvReader::readField(QString* field)

@@ -117,7 +117,7 @@ QString CSmtpClient::addressFault(const QString& addresses)
             return QStringLiteral("an address holds %1").arg(held);
         const auto at = address.lastIndexOf(QLatin1Char('@'));
         if (at <= 0 || at == address.size() - 1)
-            return QStringLiteral("\"%1\" is no mail address").arg(address);
+            return QStringLiteral("\"%1\" is not a mail address").arg(address);
     }
     return {};
 }

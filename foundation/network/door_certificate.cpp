@@ -80,9 +80,9 @@ bool configureDoor(QSslConfiguration& configuration, const QString& certificateF
     if (key.isNull())
         key = QSslKey(keyText, QSsl::Ec);
     if (error.isEmpty() && chain.isEmpty())
-        error = QStringLiteral("\"%1\" holds no certificate").arg(certificateFile);
+        error = QStringLiteral("\"%1\" contains no certificate").arg(certificateFile);
     if (error.isEmpty() && key.isNull())
-        error = QStringLiteral("\"%1\" holds no key").arg(keyFile);
+        error = QStringLiteral("\"%1\" contains no key").arg(keyFile);
     if (error.isEmpty() && !belongTogether(chain.constFirst(), key))
         error = QStringLiteral("the key in \"%1\" does not belong to the certificate in \"%2\"")
                     .arg(keyFile, certificateFile);

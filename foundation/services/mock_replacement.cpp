@@ -43,7 +43,7 @@ public:
         using Step = QString (Reader::*)(QVariantMap&);
         for (const QVariant& element : list) {
             if (!element.canConvert<QVariantMap>())
-                return QStringLiteral("item %1 is no map").arg(items.size() + 1);
+                return QStringLiteral("item %1 is not a map").arg(items.size() + 1);
             items.append(withPlainIds(element.toMap()));
         }
         for (const Step step :
@@ -63,7 +63,7 @@ private:
         item.remove(locationKey); // is put together on reading
         const qint64 id = number(item.value(idKey));
         if (id < 0)
-            return QStringLiteral("the id is no number above 0");
+            return QStringLiteral("the id is not a number above 0");
         item.insert(idKey, id);
         if (id == 0)
             return QString();
@@ -131,7 +131,7 @@ private:
             CItemIdList ids;
             QVariantList values;
             if (!readList(item.value(membersKey), values))
-                return QStringLiteral("\"%1\" is no list").arg(membersKey);
+                return QStringLiteral("\"%1\" is not a list").arg(membersKey);
             for (const QVariant& value : qAsConst(values)) {
                 const qint64 member = number(value);
                 if (member <= 0 || members.contains(member) || m_groups.contains(member)
@@ -145,7 +145,7 @@ private:
         if (item.contains(rightsKey)) {
             QVariantList rights;
             if (!readList(item.value(rightsKey), rights))
-                return QStringLiteral("\"%1\" is no list").arg(rightsKey);
+                return QStringLiteral("\"%1\" is not a list").arg(rightsKey);
             for (QVariant& right : rights) {
                 QVariantMap map = withPlainIds(right.toMap());
                 const qint64 accessPoint = number(map.value(accessPointIdKey));

@@ -389,9 +389,9 @@ void CApi::Private::start(const std::shared_ptr<Message>& message, int place)
             proceed(message);
         });
     if (!isRequest)
-        return call->fail(ApiError::NoRequest, QStringLiteral("no JSON-RPC 2.0 request"));
+        return call->fail(ApiError::NoRequest, QStringLiteral("not a JSON-RPC 2.0 request"));
     if (message->caller->waiting > mostWaiting)
-        return call->fail(ApiError::TooMany, QStringLiteral("too many calls wait for their answer"));
+        return call->fail(ApiError::TooMany, QStringLiteral("too many calls without an answer"));
     perform(call, method.toString(), object.value(QLatin1String("params")));
     if (!alive || call->isFinished())
         return;
@@ -443,7 +443,7 @@ void CApi::Private::perform(const std::shared_ptr<ApiCall>& call, const QString&
     call->session = findSession(caller.session);
     const QString payer = call->session.isValid() ? call->session.id : LoginLimits::network(caller.address);
     if (!callLimit.take(payer, clock()))
-        return call->fail(ApiError::TooMany, QStringLiteral("too many calls a second"));
+        return call->fail(ApiError::TooMany, QStringLiteral("too many calls per second"));
     if (!call->session.isValid() && !caller.session.isEmpty()) {
         unsubscribe(caller);
         caller.session.clear();
@@ -584,8 +584,8 @@ void CApi::handle(const QByteArray& request, const std::shared_ptr<CApiCaller>& 
     if (document.isNull()) {
         // A number alone is JSON, though no request.
         const bool isScalar = !CJsonText::read('[' + request + ']').isNull() && !request.trimmed().isEmpty();
-        return isScalar ? fail(ApiError::NoRequest, QStringLiteral("no JSON-RPC 2.0 request"))
-                        : fail(ApiError::NoJson, QStringLiteral("no JSON, or a key twice"));
+        return isScalar ? fail(ApiError::NoRequest, QStringLiteral("not a JSON-RPC 2.0 request"))
+                        : fail(ApiError::NoJson, QStringLiteral("not JSON, or a key appears twice in an object"));
     }
     message->isBatch = document.isArray();
     message->calls = message->isBatch ? document.array() : QJsonArray{document.object()};

@@ -129,11 +129,11 @@ std::optional<QVariantList> ApiMethod::arguments(const QJsonValue& params, QStri
             return std::nullopt;
         }
     } else if (!params.isUndefined()) {
-        error = QStringLiteral("params is a list or an object");
+        error = QStringLiteral("params must be a list or an object");
         return std::nullopt;
     }
     if (given.size() > parameters.size()) {
-        error = QStringLiteral("%1 takes %2 parameters at most").arg(name).arg(parameters.size());
+        error = QStringLiteral("%1 takes at most %2 parameters").arg(name).arg(parameters.size());
         return std::nullopt;
     }
     QVariantList result;

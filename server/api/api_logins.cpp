@@ -43,7 +43,7 @@ void ApiLogins::login(const std::shared_ptr<ApiCall>& call, const QString& name,
     if (isBlocked(attempt))
         return;
     if (m_queue.size() >= mostQueued)
-        return call->fail(ApiError::TooMany, QStringLiteral("too many log in at this moment"));
+        return call->fail(ApiError::TooMany, QStringLiteral("too many log-ins at the same time"));
     call->isKept = true;
     m_queue.enqueue(attempt);
     startNext();

@@ -121,9 +121,8 @@ CItemId ApiOperations::find(const char* word, const QString& collection, int ite
     QStringList ids;
     for (const CItemId id : found.mid(0, 10))
         ids.append(QString::number(id.value()));
-    m_call->fail(
-        ApiError::Refused,
-        QStringLiteral("there are several of the name %1: %2").arg(quoted(name), ids.join(QLatin1String(", "))));
+    m_call->fail(ApiError::Refused,
+                 QStringLiteral("several items have the name %1: %2").arg(quoted(name), ids.join(QLatin1String(", "))));
     return {};
 }
 
@@ -134,7 +133,7 @@ std::optional<qint64> ApiOperations::instant(const QString& text, const CAccessT
         text.isEmpty() ? std::optional<qint64>(QDateTime::currentSecsSinceEpoch()) : zone.instantFromText(text, edge);
     if (!at)
         m_call->fail(ApiError::BadParams,
-                     QStringLiteral("a time is such as 2026-11-22T03:10, or a date, not %1").arg(quoted(text)));
+                     QStringLiteral("a time must look like 2026-11-22T03:10 or be a date, not %1").arg(quoted(text)));
     return at;
 }
 
@@ -233,12 +232,12 @@ QVariantList ApiOperations::events_list(const QVariantMap& filter, int limit)
             wanted.to = instant(text, here(), CAccessTimeZone::DayEdge::End).value_or(0) * 1000 + 999;
         } else {
             m_call->fail(ApiError::BadParams,
-                         QStringLiteral("events are filtered by accessPoint, user, kind, from and to, not by %1")
+                         QStringLiteral("events can be filtered by accessPoint, user, kind, from and to, not by %1")
                              .arg(quoted(entry.key())));
         }
     }
     if (limit < 0 || limit > mostEvents)
-        m_call->fail(ApiError::BadParams, QStringLiteral("a limit is from 1 to %1").arg(mostEvents));
+        m_call->fail(ApiError::BadParams, QStringLiteral("the limit must be from 1 to %1").arg(mostEvents));
     if (m_call->isFinished())
         return {};
     QVariantList result;
@@ -259,7 +258,7 @@ QVariantList ApiOperations::devices_list()
 QVariantList ApiOperations::items_find(const QString& collection, const QString& text, int limit)
 {
     if (limit < 0 || limit > mostFound) {
-        m_call->fail(ApiError::BadParams, QStringLiteral("a limit is from 1 to %1").arg(mostFound));
+        m_call->fail(ApiError::BadParams, QStringLiteral("the limit must be from 1 to %1").arg(mostFound));
         return {};
     }
     QVariantList result;
@@ -304,7 +303,7 @@ QVariant ApiOperations::items_remove(const QString& collection, const QStringLis
 bool ApiOperations::haveItems(const QString& collection, const QStringList& ids)
 {
     if (ids.isEmpty())
-        m_call->fail(ApiError::BadParams, QStringLiteral("no item is named"));
+        m_call->fail(ApiError::BadParams, QStringLiteral("no item is given"));
     for (const QString& id : ids) {
         if (m_model->getCollectionOf(id.toLongLong()) != collection)
             m_call->fail(ApiError::Refused,

@@ -125,7 +125,7 @@ bool AuditKey::load(const QString& fileName, bool create, QString& error)
     ERR_clear_error();
     if (!d->key || EVP_PKEY_id(d->key.get()) != EVP_PKEY_ED25519) {
         d->key.reset();
-        error = QStringLiteral("\"%1\" holds no Ed25519 key").arg(fileName);
+        error = QStringLiteral("\"%1\" contains no Ed25519 key").arg(fileName);
         return false;
     }
     return true;

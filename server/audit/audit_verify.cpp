@@ -73,7 +73,7 @@ CAuditTrail::Report CAuditTrail::verify(const QList<AuditHead>& kept, const std:
     }
     for (const AuditHead& head : kept) {
         if (d->findKey() && !d->key.verify(head.signedBytes(), head.signature))
-            fault(head.chain, head.seq, QStringLiteral("the head given was not signed with this trail's key"));
+            fault(head.chain, head.seq, QStringLiteral("this head was not signed with the key of this trail"));
         take(head);
     }
 
@@ -97,14 +97,14 @@ CAuditTrail::Report CAuditTrail::verify(const QList<AuditHead>& kept, const std:
             fault(chain, seq, QStringLiteral("the payload was changed"));
         else if (!previous.isEmpty() && record.expectedHash(previous) != record.hash)
             fault(chain, seq,
-                  QStringLiteral("the hash does not fit: it, its place or the event before it was changed"));
+                  QStringLiteral("the hash is wrong: the event, its place or the event before it was changed"));
         else if (!columnsFit(record, row))
             fault(chain, seq, QStringLiteral("the columns differ from the payload"));
         else {
             const QList<QByteArray> hashes = expected.values({chain, seq});
             for (const QByteArray& hash : hashes) {
                 if (hash != record.hash) {
-                    fault(chain, seq, QStringLiteral("differs from a signed head: the chain was written anew"));
+                    fault(chain, seq, QStringLiteral("differs from a signed head: the chain was rewritten"));
                     break;
                 }
             }
@@ -121,7 +121,7 @@ CAuditTrail::Report CAuditTrail::verify(const QList<AuditHead>& kept, const std:
         const qint64 end = ends.contains(entry.key()) ? ends.value(entry.key()).seq : 0;
         const bool cutAway = cuts.contains({entry.key(), entry.value()});
         if (entry.value() > end && !cutAway)
-            fault(entry.key(), entry.value(), QStringLiteral("the end is missing: a head names this event"));
+            fault(entry.key(), entry.value(), QStringLiteral("the end is missing: a signed head names this event"));
     }
     return report;
 }

@@ -99,6 +99,6 @@ void CTrailKeeper::store()
     if (!stored)
         m_unstored = events;
     if (!stored && !m_isFaultTold)
-        qWarning("CTrailKeeper: the trail takes no events, they wait: %s", qUtf8Printable(m_trail->errorString()));
+        qWarning("CTrailKeeper: events cannot be stored and wait: %s", qUtf8Printable(m_trail->errorString()));
     m_isFaultTold = !stored;
 }

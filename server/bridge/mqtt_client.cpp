@@ -27,7 +27,7 @@ bool MqttSettings::setUrl(const QString& text, QString* error)
     const QUrl url(text, QUrl::StrictMode);
     const bool isTls = url.scheme() == QLatin1String("mqtts");
     if (!url.isValid() || url.host().isEmpty() || (!isTls && url.scheme() != QLatin1String("mqtt"))) {
-        *error = QStringLiteral("\"%1\" is no broker, such as mqtts://broker.example.com:8883").arg(text);
+        *error = QStringLiteral("\"%1\" is not the URL of a broker, such as mqtts://broker.example.com:8883").arg(text);
         return false;
     }
     if (!url.userInfo().isEmpty()) {
@@ -36,14 +36,14 @@ bool MqttSettings::setUrl(const QString& text, QString* error)
         return false;
     }
     if ((!url.path().isEmpty() && url.path() != QLatin1String("/")) || url.hasQuery() || url.hasFragment()) {
-        *error = QStringLiteral("\"%1\": a broker has a host and a port, nothing else").arg(text);
+        *error = QStringLiteral("\"%1\": the URL of a broker has a host and a port, nothing else").arg(text);
         return false;
     }
     host = url.host();
     withTls = isTls;
     port = quint16(url.port(isTls ? tlsPort : plainPort));
     if (port == 0) {
-        *error = QStringLiteral("\"%1\": 0 is no port of a broker").arg(text);
+        *error = QStringLiteral("\"%1\": a broker cannot have port 0").arg(text);
         return false;
     }
     return true;
@@ -63,13 +63,13 @@ bool MqttSettings::isLoopback() const
 bool MqttSettings::check(QString* error) const
 {
     if (certificateFile.isEmpty() != keyFile.isEmpty()) {
-        *error = QStringLiteral("a certificate for the broker and its key belong together");
+        *error = QStringLiteral("give a certificate for the broker together with its key");
         return false;
     }
     if (!passwordFile.isEmpty()) {
         QFile file(passwordFile);
         if (user.isEmpty()) {
-            *error = QStringLiteral("a password for the broker belongs to a user");
+            *error = QStringLiteral("a password for the broker needs a user name");
             return false;
         }
         if (!file.open(QIODevice::ReadOnly)) {
@@ -97,7 +97,7 @@ CMqttClient::~CMqttClient()
     // A thread that still looks up a name goes on by itself; it has nothing of this object.
     if (m_shared->waitForEnd(stopMs + stopMs / 10))
         return;
-    qInfo("Broker %s: no farewell, as it does not answer", qUtf8Printable(m_settings.url()));
+    qInfo("Broker %s: it does not answer, so the connection ends without a goodbye", qUtf8Printable(m_settings.url()));
 }
 
 void CMqttClient::start()
@@ -133,7 +133,7 @@ void CMqttClient::setFault(const QString& text)
     m_fault = fault;
     if (fault.isEmpty())
         return;
-    qWarning("Broker %s: %s; it is tried again", qUtf8Printable(m_settings.url()), qUtf8Printable(fault));
+    qWarning("Broker %s: %s; trying again", qUtf8Printable(m_settings.url()), qUtf8Printable(fault));
     Q_EMIT failed(fault);
 }
 

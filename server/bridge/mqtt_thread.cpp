@@ -224,7 +224,7 @@ QString CMqttClient::Thread::connectOnce()
         mosquitto_new(settings.clientId.toUtf8().constData(), true, this));
     client = owner.get();
     if (!client)
-        return QStringLiteral("\"%1\" is no name of a client").arg(settings.clientId);
+        return QStringLiteral("\"%1\" is not a valid client name").arg(settings.clientId);
     fault = prepare(context.get());
     if (fault.isEmpty())
         fault = open();

@@ -472,7 +472,7 @@ bool CNotificationBridge::Private::isNews(const QString& server, const BridgeNot
 
 void CNotificationBridge::Private::askAgain(const QString& server, const BridgeReplay& request)
 {
-    qInfo("Broker %s: %s of %s from %lld to %lld were missed and are asked for", qUtf8Printable(broker.url()),
+    qInfo("Broker %s: %s of %s from %lld to %lld were missed and are requested again", qUtf8Printable(broker.url()),
           qUtf8Printable(request.source), qUtf8Printable(CStringUtils::printable(server)),
           static_cast<long long>(request.from), static_cast<long long>(request.to));
     if (client && client->isConnected())

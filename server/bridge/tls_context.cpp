@@ -57,22 +57,22 @@ SslContext makeTlsContext(const MqttSettings& settings, QString* error)
                              : X509_VERIFY_PARAM_set1_ip_asc(verification, host.constData()) == 1;
     X509_VERIFY_PARAM_set_hostflags(verification, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
     if (!isNamed)
-        return failed(error, QStringLiteral("\"%1\" is no name of a broker").arg(settings.host));
+        return failed(error, QStringLiteral("\"%1\" is not a valid name of a broker").arg(settings.host));
     const bool hasAuthorities =
         settings.caFile.isEmpty()
             ? SSL_CTX_set_default_verify_paths(context.get()) == 1
             : SSL_CTX_load_verify_locations(context.get(), QFile::encodeName(settings.caFile).constData(), nullptr)
                   == 1;
     if (!hasAuthorities)
-        return failed(error, QStringLiteral("\"%1\" holds no certificates of authorities").arg(settings.caFile));
+        return failed(error, QStringLiteral("\"%1\" contains no certificates of authorities").arg(settings.caFile));
     if (settings.certificateFile.isEmpty())
         return context;
     if (SSL_CTX_use_certificate_chain_file(context.get(), QFile::encodeName(settings.certificateFile).constData()) != 1)
-        return failed(error, QStringLiteral("\"%1\" holds no certificate").arg(settings.certificateFile));
+        return failed(error, QStringLiteral("\"%1\" contains no certificate").arg(settings.certificateFile));
     if (SSL_CTX_use_PrivateKey_file(context.get(), QFile::encodeName(settings.keyFile).constData(), SSL_FILETYPE_PEM)
             != 1
         || SSL_CTX_check_private_key(context.get()) != 1)
-        return failed(error, QStringLiteral("\"%1\" holds no key without a password for \"%2\"")
+        return failed(error, QStringLiteral("\"%1\" contains no key without a password for \"%2\"")
                                  .arg(settings.keyFile, settings.certificateFile));
     return context;
 }

@@ -138,10 +138,10 @@ bool CDatabase::open(const QString& location, const QString& migrations)
     d->errorString.clear();
     d->place.reset();
     if (location.isEmpty())
-        return d->fail(QStringLiteral("a database has a name"));
+        return d->fail(QStringLiteral("the name of the database is missing"));
     const bool isServer = PostgresLocation::isOne(location);
     if (!isServer && location.contains(QLatin1String("://")))
-        return d->fail(QStringLiteral("%1 is no kind of database that is known here").arg(location));
+        return d->fail(QStringLiteral("%1 is not a supported kind of database").arg(location));
     const SqlDialect& dialect = isServer ? SqlDialect::postgresql() : SqlDialect::sqlite();
     const QString folder = migrations.isEmpty() ? dialect.migrations : migrations;
     d->version = Schema::scripts(folder).size();
@@ -312,7 +312,7 @@ void CDatabase::comeBack()
         d->tryAgain();
         return;
     }
-    qInfo("Database: %s is there again", qUtf8Printable(d->location));
+    qInfo("Database: %s is available again", qUtf8Printable(d->location));
     const QPointer<CDatabase> guard(this);
     Q_EMIT awayChanged(false);
     if (guard)
@@ -393,7 +393,7 @@ bool CDatabase::begin()
     if (!isOpen() || d->isLost())
         return false;
     if (d->reading > 0)
-        return d->fail(QStringLiteral("a change waits for the end of reading"));
+        return d->fail(QStringLiteral("a change cannot begin before reading has ended"));
     if (d->state == Private::Awaited) {
         QString reason;
         if (!d->place->isThere() && !d->place->make(&reason))
@@ -474,7 +474,7 @@ bool CDatabase::backup(const QString& file)
     if (!isOpen() || d->isLost())
         return false;
     if (d->depth > 0)
-        return d->fail(QStringLiteral("a backup waits for the end of the transaction"));
+        return d->fail(QStringLiteral("a backup cannot begin before the transaction has ended"));
     const QString target = QFileInfo(file).absoluteFilePath();
     QString reason;
     switch (NewFile::make(target, &reason)) {

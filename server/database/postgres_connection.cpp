@@ -397,7 +397,7 @@ bool PostgresConnection::fail(const Result& result)
     if (state == "55P03" || state == "40001" || state == "40P01")
         m_error = m_location + QLatin1String(" is being changed by another program; try again");
     else if (state == "57014")
-        m_error = m_location + QLatin1String(" took too long to answer, and the question was taken back");
+        m_error = m_location + QLatin1String(" took too long to answer, and the query was cancelled");
     else if (state == "25006")
         m_error = m_location + QLatin1String(" is read-only");
     else if (state == "53100")
@@ -447,7 +447,7 @@ bool PostgresConnection::run(const QString& sql)
     if (result && (!isCommit || qstrcmp(PQcmdStatus(result.get()), "COMMIT") == 0))
         return true;
     if (isCommit && isLost())
-        m_error += QLatin1String("; whether the change is stored is not known");
+        m_error += QLatin1String("; it is not known whether the change was stored");
     return false;
 }
 
@@ -610,7 +610,7 @@ QStringList PostgresConnection::check()
                                 "1 FROM %2 p WHERE p.%4=c.%3) HAVING count(*)>0")
                      .arg(reference[0], reference[1], reference[2], reference[3]));
         for (const QStringList& count : missing)
-            faults.append(QStringLiteral("%1 rows of %2 refer to rows of %3 that are not there")
+            faults.append(QStringLiteral("%1 rows of %2 refer to rows of %3 that do not exist")
                               .arg(count.first(), reference[0], reference[1]));
     }
     tellWaits();

@@ -45,8 +45,8 @@ bool PostgresLocation::parse(const QString& text, const QString& caFile, QString
         else if (key == QLatin1String("dbname"))
             database = value;
         else if (key == QLatin1String("password"))
-            *error = QStringLiteral("a password does not belong into the location of a database, where others can read "
-                                    "it: give it by PGPASSWORD, or in the file that PGPASSFILE names");
+            *error = QStringLiteral("a password in the location of a database can be read by other users: use "
+                                    "PGPASSWORD, or a file that PGPASSFILE names");
         else
             *error = QStringLiteral("the location of the database takes no \"%1\"; its form is %2").arg(key, form);
     }

@@ -48,7 +48,7 @@ QList<QStringList> Schema::scripts(const QString& folder)
 QString Schema::newerText(const QString& location, int version, int newest)
 {
     return location
-           + QStringLiteral(" is of version %1, this program knows up to %2; use a newer program")
+           + QStringLiteral(" has version %1, this program knows versions up to %2; use a newer program")
                  .arg(version)
                  .arg(newest);
 }

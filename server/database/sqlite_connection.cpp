@@ -160,7 +160,7 @@ QStringList SqliteConnection::check()
         faults.append(explain(m_location, query.lastError()));
     if (query.exec(QStringLiteral("PRAGMA foreign_key_check"))) {
         while (query.next())
-            faults.append(QStringLiteral("row %1 of %2 refers to a row of %3 that is not there")
+            faults.append(QStringLiteral("row %1 of %2 refers to a row of %3 that does not exist")
                               .arg(query.value(1).toString(), query.value(0).toString(), query.value(2).toString()));
     }
     return faults;

@@ -35,7 +35,7 @@ IDeviceOperation* CDeviceService::createDeviceOperation(const QString& name, QVa
     if (!device.isValid())
         params.insert(errorKey, QStringLiteral("\"device\" takes the label of a device"));
     else if (!m_controller)
-        params.insert(errorKey, QStringLiteral("nothing is served"));
+        params.insert(errorKey, QStringLiteral("no devices are served here"));
     else if (name == QLatin1String("transferAuthorizations"))
         return new TransferOperation(m_controller, device, this);
     else if (name == QLatin1String("readEvents"))
@@ -69,7 +69,7 @@ IDeviceAction* CDeviceService::createDeviceAction(const QString& name, QVariantM
     const bool isOpening = name == QLatin1String("open");
     if (!m_controller || !device.isValid() || (!isOpening && name != QLatin1String("status"))) {
         params.insert(errorKey, !device.isValid() ? QStringLiteral("\"device\" takes the label of a device")
-                                : !m_controller   ? QStringLiteral("nothing is served")
+                                : !m_controller   ? QStringLiteral("no devices are served here")
                                                   : QStringLiteral("there is no action \"%1\"").arg(name));
         return nullptr;
     }

@@ -42,7 +42,7 @@ void DeviceOperation::look()
     if (isReached(now))
         end(QString());
     else if (!now.isLinked)
-        end(QStringLiteral("device %1 has gone").arg(m_device.toLabel()));
+        end(QStringLiteral("device %1 has lost its link").arg(m_device.toLabel()));
 }
 
 void DeviceOperation::abort()

@@ -293,7 +293,7 @@ void CDoorController::Private::leave(CDeviceId device)
             ++entry;
             continue;
         }
-        reply(entry->answer, QStringLiteral("device %1 has gone").arg(device.toLabel()));
+        reply(entry->answer, QStringLiteral("device %1 has lost its link").arg(device.toLabel()));
         entry = waiting.erase(entry);
     }
 }
@@ -640,8 +640,8 @@ CDoorController::Status CDoorController::status(CDeviceId device) const
     if (!status.isUpToDate) {
         status.fault = !session->fault.isEmpty() ? session->fault : session->provisioner.fault();
         if (status.fault.isEmpty())
-            status.fault =
-                session->state ? QStringLiteral("its list is under way") : QStringLiteral("it has not told its state");
+            status.fault = session->state ? QStringLiteral("its list is being sent")
+                                          : QStringLiteral("it has not reported its state");
     }
     return status;
 }

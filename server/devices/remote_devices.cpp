@@ -468,7 +468,7 @@ void CRemoteDevices::Private::execute(const Order& order)
     const qint64 id = order.id;
     const auto isDone = std::make_shared<bool>(false);
     if (!own.contains(order.device.value()))
-        return finish(id, QStringLiteral("device %1 has gone").arg(order.device.toLabel()), {});
+        return finish(id, QStringLiteral("device %1 has lost its link").arg(order.device.toLabel()), {});
     work(order.device, order.kind, order.body, order.operatorName,
          [guard, id, isDone](const QString& error, const QJsonObject& result) {
              if (guard && !std::exchange(*isDone, true))

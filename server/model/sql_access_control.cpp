@@ -247,7 +247,7 @@ bool CSqlAccessControl::Private::isUnique(Kind kind, const QString& name, const 
         return true;
     // A code is not repeated in a message: who reads it need not know it.
     return refuse(kind == KindCode ? QStringLiteral("this code is in use already")
-                                   : QStringLiteral("%1 is that of %2 %3 already")
+                                   : QStringLiteral("%1 already belongs to %2 %3")
                                          .arg(name, wordOf(kind, anyClass).toLower())
                                          .arg(same.first()));
 }

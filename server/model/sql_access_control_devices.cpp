@@ -61,7 +61,7 @@ bool CSqlAccessControl::executeAccessPointAsLoggedInUser(const QString& accessPo
     d->error.clear();
     const CItemId door = toId(accessPoint);
     if (!mayOpen(&d->database, d->loggedIn, door))
-        return d->refuse(QStringLiteral("whoever is logged in may not open door %1 now").arg(accessPoint));
+        return d->refuse(QStringLiteral("the logged-in user may not open door %1 now").arg(accessPoint));
     QVariantMap given = parameters;
     if (action == CDataType::UserActionOpenLong)
         given.insert(QStringLiteral("seconds"), longSeconds);
@@ -81,7 +81,7 @@ bool CSqlAccessControl::executeOpenerAuthorizationPoints(const QVariantList& aut
             d->items.first(KindAuthorizationPoint, AuthPointClassOpener, QVariantMap{{idKey, id}});
         const CItemId door = toId(opener.value(accessPointIdKey));
         if (opener.isEmpty() || !mayOpen(&d->database, d->loggedIn, door))
-            return d->refuse(QStringLiteral("whoever is logged in may not use opener %1 now").arg(id));
+            return d->refuse(QStringLiteral("the logged-in user may not use opener %1 now").arg(id));
         doors.append(door);
     }
     bool good = !doors.isEmpty();

@@ -69,13 +69,13 @@ bool CSqlAccessControl::addLogin(const QString& name, CItemId user, const QStrin
     return d->change([&] {
         LoginStore store(&d->database);
         if (name.trimmed().isEmpty() || name.size() > longestLoginName)
-            return d->refuse(QStringLiteral("a login has a name, of at most %1 characters").arg(longestLoginName));
+            return d->refuse(QStringLiteral("a login needs a name of at most %1 characters").arg(longestLoginName));
         if (!hash.isValid())
-            return d->refuse(QStringLiteral("a password has 1 to %1 bytes").arg(CPasswordHash::longestPassword));
+            return d->refuse(QStringLiteral("a password must have 1 to %1 bytes").arg(CPasswordHash::longestPassword));
         if (!d->items.exists(KindUserOrGroup, UserClassUser, user.value()))
             return d->refuseUnknown(KindUserOrGroup, UserClassUser, user.value());
         if (!store.find(name).name.isEmpty())
-            return d->refuse(QStringLiteral("there is a login %1 already").arg(name));
+            return d->refuse(QStringLiteral("there is already a login %1").arg(name));
         d->areLoginsChanged = true;
         d->noteLogin(name, QStringLiteral("login added"));
         return store.add(name, user.value(), hash);
@@ -88,7 +88,7 @@ bool CSqlAccessControl::setLoginPassword(const QString& name, const QString& pas
     QPointer<CSqlAccessControl> guard(this);
     const bool done = d->change([&] {
         if (!hash.isValid())
-            return d->refuse(QStringLiteral("a password has 1 to %1 bytes").arg(CPasswordHash::longestPassword));
+            return d->refuse(QStringLiteral("a password must have 1 to %1 bytes").arg(CPasswordHash::longestPassword));
         d->noteLogin(name, QStringLiteral("password set"));
         return LoginStore(&d->database).setPassword(name, hash) || d->refuseLogin(name);
     });

@@ -62,7 +62,7 @@ bool CSqlAccessControl::setModel(const QString& name, const QVariantMap& data)
         if (requested(insertCalendar)) {
             const QString label = labelIn(insertCalendar);
             return d->change([&] {
-                return (!label.isEmpty() || d->refuse(QStringLiteral("a calendar has a label")))
+                return (!label.isEmpty() || d->refuse(QStringLiteral("a calendar needs a label")))
                        && d->create(KindCalendar, 0, {{labelKey, label}}) != 0;
             });
         }

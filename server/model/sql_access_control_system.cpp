@@ -207,17 +207,18 @@ bool CSqlAccessControl::addDeviceToAccessPoint(const QString& device, CItemId ac
     return d->change([&] {
         const CDeviceId deviceId = CDeviceId::fromLabel(device);
         if (!deviceId.isValid())
-            return d->refuse(QStringLiteral("%1 is no label of a device").arg(CStringUtils::printable(device)));
+            return d->refuse(QStringLiteral("%1 is not the label of a device").arg(CStringUtils::printable(device)));
         if (!d->items.exists(KindAccessPoint, anyClass, accessPoint.value()))
             return d->refuseUnknown(KindAccessPoint, anyClass, accessPoint.value());
         const QVariantMap known = d->items.first(KindDevice, anyClass, {{labelKey, deviceId.toLabel()}});
         qint64 id = toId(known.value(idKey));
         const qint64 at = toId(known.value(accessPointIdKey));
         if (at != 0 && at != accessPoint.value())
-            return d->refuse(QStringLiteral("device %1 is at door %2 already").arg(deviceId.toLabel()).arg(at));
+            return d->refuse(
+                QStringLiteral("device %1 is already assigned to door %2").arg(deviceId.toLabel()).arg(at));
         const QList<qint64> there = d->items.idsByParent(KindDevice, accessPoint.value());
         if (!there.isEmpty() && there != QList<qint64>{id})
-            return d->refuse(QStringLiteral("door %1 has a device already").arg(accessPoint.value()));
+            return d->refuse(QStringLiteral("door %1 already has a device").arg(accessPoint.value()));
         if (id == 0)
             id = d->create(KindDevice, 0,
                            {{labelKey, deviceId.toLabel()}, {QStringLiteral("deviceId"), deviceId.value()}});
@@ -318,7 +319,7 @@ bool CSqlAccessControl::importData(const QString& path)
         if (file.size() > largestImport)
             return d->refuse(QStringLiteral("%1 is too large").arg(path));
         if (QString::fromUtf8(file.readLine(1000)).trimmed() != exportMark)
-            return d->refuse(QStringLiteral("%1 is no export of an installation").arg(path));
+            return d->refuse(QStringLiteral("%1 is not an export of an installation").arg(path));
         QMap<QString, QVariantList> collections;
         for (int number = 2; !file.atEnd(); ++number) {
             const QByteArray line = file.readLine();

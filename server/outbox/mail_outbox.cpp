@@ -70,9 +70,9 @@ bool CMailOutbox::queue(const CMailMessage& message, const QStringList& addresse
     if (!fault.isEmpty())
         error = fault;
     else if (each.size() > mostRecipients)
-        error = QStringLiteral("a mail goes to at most %1 addresses").arg(mostRecipients);
+        error = QStringLiteral("a mail can have at most %1 recipients").arg(mostRecipients);
     else if (content.size() > largestMail)
-        error = QStringLiteral("a mail with its attachments is at most %1 MiB").arg(largestMail / 1024 / 1024);
+        error = QStringLiteral("a mail with its attachments can have at most %1 MiB").arg(largestMail / 1024 / 1024);
     if (!error.isEmpty())
         return false;
     const qint64 now = QDateTime::currentSecsSinceEpoch();
@@ -179,7 +179,7 @@ void CMailOutbox::sendNext()
     m_client->setAccessToken(m_settings.token);
     connect(m_client, &CSmtpClient::finished, this, &CMailOutbox::conclude);
     if (!m_client->sendMail(m_held->recipient, CMailMessage::senderLine(m_settings.account) + m_held->content))
-        conclude(QStringLiteral("not started: the server or the account is no address"));
+        conclude(QStringLiteral("not started: the server or the account is not a valid address"));
 }
 
 void CMailOutbox::conclude(const QString& error)
@@ -206,7 +206,7 @@ void CMailOutbox::conclude(const QString& error)
         good = good && note.bind(int(isGivenUp ? GivenUp : Waits)).bind(next).bind(text).bind(held->id).exec();
     }
     if (!m_database->end(good))
-        qCritical("A mail to %s was %s, which could not be noted: %s", qUtf8Printable(held->recipient),
+        qCritical("A mail to %s was %s, but this could not be stored: %s", qUtf8Printable(held->recipient),
                   isSent ? "sent" : "not sent", qUtf8Printable(m_database->errorString()));
     if (isGivenUp)
         qWarning("A mail to %s was given up: %s", qUtf8Printable(held->recipient), qUtf8Printable(text));

@@ -92,20 +92,20 @@ void TestTimeProfile::refusesBadText_data()
     const auto row = [](const QString& text, const char* named) {
         QTest::newRow(qPrintable(text.left(40))) << text << QString(named);
     };
-    row("Mon-Fri 07:00-19:00; Sut 08:00-12:00", "slot 2, \"Sut 08:00-12:00\": \"Sut\" is no day");
-    row("Mon-Fri 07:00-19:00;", "slot 2, \"\": nothing");
-    row("Mon 07:00-24:01", "\"24:01\" is no time");
-    row("Mon 7:00-19:00", "\"7:00\" is no time");
-    row("Mon 07:60-19:00", "\"07:60\" is no time");
-    row("Mon 24:00-06:00", "does not begin at 24:00");
+    row("Mon-Fri 07:00-19:00; Sut 08:00-12:00", "slot 2, \"Sut 08:00-12:00\": \"Sut\" is not a day");
+    row("Mon-Fri 07:00-19:00;", "slot 2, \"\": it is empty");
+    row("Mon 07:00-24:01", "\"24:01\" is not a time");
+    row("Mon 7:00-19:00", "\"7:00\" is not a time");
+    row("Mon 07:60-19:00", "\"07:60\" is not a time");
+    row("Mon 24:00-06:00", "cannot begin at 24:00");
     row("Mon", "are missing");
     row("Mon 07:00", "\"07:00\" is neither");
-    row("Mon 07:00-08:00-09:00", "\"08:00-09:00\" is no time");
-    row("Fri-Holiday 07:00-08:00", "no Holiday");
-    row("Mon, 07:00-08:00", "\"07:00\" is no day");
-    row(QString::fromUtf8("Mon \xd9\xa0\xd9\xa7:00-08:00"), "is no time");
+    row("Mon 07:00-08:00-09:00", "\"08:00-09:00\" is not a time");
+    row("Fri-Holiday 07:00-08:00", "cannot contain Holiday");
+    row("Mon, 07:00-08:00", "\"07:00\" is not a day");
+    row(QString::fromUtf8("Mon \xd9\xa0\xd9\xa7:00-08:00"), "is not a time");
     row(QString("Mon closed;").repeated(1001), "at most 1000");
-    row(QString("x").repeated(100000), "is no day");
+    row(QString("x").repeated(100000), "is not a day");
 }
 
 void TestTimeProfile::refusesBadText()

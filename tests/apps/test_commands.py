@@ -150,15 +150,15 @@ class Commands(unittest.TestCase):
                 openssl(*(("dgst", "-sha256", "-verify", "RSA.pem", "-signature", "fw.sig", "fw") if kind == "RSA" else
                           ("pkeyutl", "-verify", "-pubin", "-inkey", "ED25519.pem", "-rawin", "-in", "fw", "-sigfile", "fw.sig")))
                 self.assertEqual(run("verify", "fw", "--key", f"{kind}.pem", "--least-version", "1000"),
-                                 (0, "fw is in order and signed by this key.\n", ""))
+                                 (0, "fw has no faults and is signed by this key.\n", ""))
                 for words, said in ((["--key", f"{kind}.pem", "--least-version", "1001"], "version 1000"),
-                                    (["--key", f"{other}.pem"], "not that of this file"), (["--key", "fw"], "holds no public")):
+                                    (["--key", f"{other}.pem"], "does not match this file"), (["--key", "fw"], "contains no public")):
                     code, out, error = run("verify", "fw", *words)
                     self.assertEqual((code, out, said in error, error.count("\n")), (1, "", True, 1), error)
             with open(f"{where}/fw", "ab") as file:
                 file.write(b"x")
-            self.assertIn("not that of this file", run("verify", "fw", "--key", "ED25519.pem")[2])
-            self.assertIn("is not in order", run("sign", "fw", "--key", "RSA.key")[2])
+            self.assertIn("does not match this file", run("verify", "fw", "--key", "ED25519.pem")[2])
+            self.assertIn("has faults", run("sign", "fw", "--key", "RSA.key")[2])
 
     def test_report(self):
         with tempfile.TemporaryDirectory() as where:

@@ -228,9 +228,9 @@ class Link(Installation):
         for options, text in ((["--port", "0"], "--certificate and --key are needed"),
                               (["--certificate", "/nowhere", "--key", f"{self.dir}/console.key"], "cannot read"),
                               (["--certificate", f"{self.dir}/console.key", "--key", f"{self.dir}/console.key"],
-                               "holds no certificate"),
+                               "contains no certificate"),
                               (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.pem"],
-                               "holds no key"),
+                               "contains no key"),
                               (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/{LABELS[0]}.key"],
                                "is not that of the first certificate")):
             code, out, error = console("serve", *options)

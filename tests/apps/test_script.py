@@ -88,7 +88,7 @@ class Script(unittest.TestCase):
                      "(function again() { setTimeout(again) })()", "kyr.setNotificationHandler(print)",
                      "kyr.setNotificationHandler(() => kyr.createUser({label: 'again'})); kyr.createUser({label: 'first'})"):
             code, _, error = self.run_script(text, "--timeout", "1")
-            self.assertEqual((code, error.count("\n"), "not done after 1 s" in error), (1, 1, True), text)
+            self.assertEqual((code, error.count("\n"), "not finished after 1 s" in error), (1, 1, True), text)
 
     def test_interrupted_while_it_waits(self):
         path = self.file("wait.js", "print('waits'); kyr.setNotificationHandler(print)")

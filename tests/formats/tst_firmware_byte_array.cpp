@@ -326,7 +326,7 @@ private Q_SLOTS:
         for (const auto& [broken, text] : QList<QPair<QByteArray, const char*>>{
                  {part(2) + part(1).replace(8, 1, "?"), "FAULT at 55: the header's checksum"},
                  {file.left(file.size() - 1), "package 1, "},
-                 {file + "tail", "4 bytes behind the last part"},
+                 {file + "tail", "4 bytes after the last part"},
                  {"x", "FAULT at 1: the header ends early"}}) {
             const QString bad = firmwareReport(broken, &faultless);
             QVERIFY2(!faultless && bad.contains(text), qPrintable(bad));

@@ -48,8 +48,8 @@ private Q_SLOTS:
             QString certificate, key, reason;
         } rows[] = {
             {own.certificateFile, other.keyFile, QStringLiteral("does not belong")},
-            {own.certificateFile, own.certificateFile, QStringLiteral("holds no key")},
-            {own.keyFile, own.keyFile, QStringLiteral("holds no certificate")},
+            {own.certificateFile, own.certificateFile, QStringLiteral("contains no key")},
+            {own.keyFile, own.keyFile, QStringLiteral("contains no certificate")},
             {own.certificateFile, QStringLiteral("/nowhere"), QStringLiteral("cannot read")},
         };
         for (const auto& row : rows) {

@@ -104,7 +104,7 @@ private Q_SLOTS:
         m_model->setMail(&outbox);
         outbox.start(settings());
         QCOMPARE(send({"a@example.com"}, {}), QString("error a mail needs a \"subject\""));
-        QCOMPARE(send({"no address"}, texts), QString("error \"no\" is no mail address"));
+        QCOMPARE(send({"no address"}, texts), QString("error \"no\" is not a mail address"));
         QCOMPARE(send({"a@example.com\r\nBcc:x@example.com"}, texts),
                  QString("error an address holds a control character"));
         QCOMPARE(outbox.entries().size(), 0);

@@ -105,21 +105,21 @@ void addTimeOptions(AppOptions& options)
 {
     options.addValue(
         atOption, QStringLiteral("T"),
-        QStringLiteral("at that time, such as 2026-11-22T03:10, by the door's clock (doors: by this computer's)"));
-    options.addSwitch(nowOption, QStringLiteral("as of now, as without a time"));
+        QStringLiteral("at this time, such as 2026-11-22T03:10, in the door's time zone (doors: in this computer's)"));
+    options.addSwitch(nowOption, QStringLiteral("now (the default)"));
 }
 
 void addWhyOptions(AppOptions& options)
 {
     addTimeOptions(options);
     options.addValue(credentialOption, QStringLiteral("MEDIUM-OR-CODE"),
-                     QStringLiteral("as if the user had shown this one: its id, label, UID or digits"));
+                     QStringLiteral("as if the user had shown this medium or code: its id, label, UID or digits"));
 }
 
 void addListOptions(AppOptions& options)
 {
     addTimeOptions(options);
-    options.addValue(limitOption, QStringLiteral("N"), QStringLiteral("not more rows than so many"));
+    options.addValue(limitOption, QStringLiteral("N"), QStringLiteral("show at most N rows"));
     TableOptions::add(options);
 }
 
@@ -132,11 +132,11 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"why", "[USER DOOR]", "whether a user may open a door, and why; exit code 0: yes, 1: no",
+            {"why", "[USER DOOR]", "shows whether a user may open a door, and why; exit code 0: yes, 1: no",
              &startVerb<&AccessCommand::startWhy>, &addWhyOptions},
-            {"who", "[DOOR]", "who has a right at a door, a row for each way to it",
+            {"who", "[DOOR]", "shows who has a right at a door, one row per right and credential",
              &startVerb<&AccessCommand::startWho>, &addListOptions},
-            {"doors", "[USER]", "at which doors a user has a right, a row for each way to them",
+            {"doors", "[USER]", "shows at which doors a user has a right, one row per right and credential",
              &startVerb<&AccessCommand::startDoors>, &addListOptions},
         };
         return table;
@@ -202,7 +202,7 @@ private:
         if (!options.error().isEmpty())
             return;
         if (m_question.names.isEmpty() && !tableOptions().csvFile().isNull())
-            return options.setError(QStringLiteral("--csv takes one question"));
+            return options.setError(QStringLiteral("--csv works for a single question only"));
         m_model = model();
         if (!m_model)
             return;
@@ -218,7 +218,7 @@ private:
     {
         question.names = options.positional();
         if (options.isSet(atOption) && options.isSet(nowOption))
-            options.setError(QStringLiteral("--at and --now exclude each other"));
+            options.setError(QStringLiteral("--at and --now cannot be used together"));
         if (options.isSet(nowOption))
             question.at.clear();
         if (options.isSet(atOption)) {
@@ -309,7 +309,7 @@ private:
         else
             print(tableOf(facts, chains, ofDoor));
         if (leftOut > 0)
-            warn(QStringLiteral("%1 more are left out (a larger --limit shows them)").arg(leftOut));
+            warn(QStringLiteral("%1 more rows are left out (a larger --limit shows them)").arg(leftOut));
         return allowedCode;
     }
 
@@ -350,19 +350,19 @@ private:
         QStringList all;
         for (const ShownCredential::Candidate& candidate : shown.candidates)
             all.append(QStringLiteral("%1 %2").arg(QLatin1String(candidate.word)).arg(candidate.id.value()));
-        return QStringLiteral("the credential may be %1: give the id").arg(all.join(QLatin1String(", ")));
+        return QStringLiteral("the credential is ambiguous: %1; give its id").arg(all.join(QLatin1String(", ")));
     }
 
     QString strangeCredentialText(const ShownCredential& shown, CItemId door) const
     {
         if (shown.id == CItemId())
-            return QStringLiteral("  note: there is no such card or code");
+            return QStringLiteral("  note: there is no such medium or code");
         if (shown.owner == CItemId())
-            return QStringLiteral("  note: that %1 (%2) is nobody's")
+            return QStringLiteral("  note: this %1 (%2) belongs to nobody")
                 .arg(QLatin1String(shown.candidates.first().word))
                 .arg(shown.id.value());
         const QString owner = CModelReader(m_model).labels({shown.owner}).value(shown.owner);
-        return QStringLiteral("  note: the door takes its holder for %1: access why %2 %3 --credential %4")
+        return QStringLiteral("  note: it belongs to %1; ask about that user: access why %2 %3 --credential %4")
             .arg(CStringUtils::printable(owner), QString::number(shown.owner.value()), QString::number(door.value()),
                  QString::number(shown.id.value()));
     }
@@ -406,8 +406,7 @@ private:
 
 } // namespace
 
-extern const CommandEntry accessCommand = {
-    "access",
-    "Says who may open which door, and why. Without names each line of standard input is a question, written as behind "
-    "the verb.",
-    &makeCommand<AccessCommand>};
+extern const CommandEntry accessCommand = {"access",
+                                           "Shows who may open which door, and why. Without names, each line of "
+                                           "standard input is one question, written like the arguments.",
+                                           &makeCommand<AccessCommand>};

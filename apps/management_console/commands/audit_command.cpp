@@ -22,16 +22,15 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"verify", "", "looks whether anything in the trail was changed; 1 when it was",
+            {"verify", "", "checks whether the audit trail was changed; exit code 1 if it was",
              &startVerb<&AuditCommand::readKeptHeads>, &addVerifyOptions},
-            {"head", "", "signs where the trail stands now, to be kept elsewhere", &startVerb<&AuditCommand::head>,
-             &addHeadOptions},
-            {"key", "", "prints the public key that checks heads", &startVerb<&AuditCommand::key>},
-            {"export", "", "writes all events, and the heads to FILE.heads", &startVerb<&AuditCommand::exportTrail>,
-             &addExportOptions},
-            {"retain", "", "removes events that are older than a period", &startVerb<&AuditCommand::retain>,
-             &addRetainOptions},
-            {"erase", "USER", "takes the contents out of all events of a user; the trail stays intact",
+            {"head", "", "signs the current end of the trail (a head); keep it on another machine",
+             &startVerb<&AuditCommand::head>, &addHeadOptions},
+            {"key", "", "prints the public key for checking heads", &startVerb<&AuditCommand::key>},
+            {"export", "", "exports all events to FILE, and the heads to FILE.heads",
+             &startVerb<&AuditCommand::exportTrail>, &addExportOptions},
+            {"retain", "", "removes events older than a period", &startVerb<&AuditCommand::retain>, &addRetainOptions},
+            {"erase", "USER", "erases the contents of all events of a user; the trail stays intact",
              &startVerb<&AuditCommand::erase>},
         };
         return table;
@@ -41,15 +40,16 @@ private:
     static void addVerifyOptions(AppOptions& options)
     {
         options.addValue(QStringLiteral("head"), QStringLiteral("FILE"),
-                         QStringLiteral("heads that were kept elsewhere: they alone show a cut or rewritten end"));
+                         QStringLiteral("heads kept on another machine; only they reveal a cut or rewritten end"));
     }
     static void addHeadOptions(AppOptions& options)
     {
-        options.addValue(QStringLiteral("out"), QStringLiteral("FILE"), QStringLiteral("write it to a file"));
+        options.addValue(QStringLiteral("out"), QStringLiteral("FILE"), QStringLiteral("write the head to a file"));
     }
     static void addExportOptions(AppOptions& options)
     {
-        options.addValue(QStringLiteral("jsonl"), QStringLiteral("FILE"), QStringLiteral("as JSON, one event a line"));
+        options.addValue(QStringLiteral("jsonl"), QStringLiteral("FILE"),
+                         QStringLiteral("as JSON, one event per line"));
         options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"), QStringLiteral("as CSV"));
     }
     static void addRetainOptions(AppOptions& options)
@@ -81,11 +81,11 @@ private:
                 if (line.trimmed().isEmpty())
                     continue;
                 if (!AuditHead::fromLine(line.trimmed(), head))
-                    return fail(QStringLiteral("\"%1\" holds a line that is no head of a trail").arg(name));
+                    return fail(QStringLiteral("\"%1\" contains a line that is not a head").arg(name));
                 kept.append(head);
             }
             if (kept.isEmpty())
-                return fail(QStringLiteral("\"%1\" holds no head").arg(name));
+                return fail(QStringLiteral("\"%1\" contains no head").arg(name));
             verify(kept);
         });
     }
@@ -128,7 +128,7 @@ private:
             return;
         const QList<AuditHead> heads = found->signHeads(QStringLiteral("request"));
         if (heads.isEmpty())
-            return fail(found->errorString().isEmpty() ? QStringLiteral("nothing was recorded yet")
+            return fail(found->errorString().isEmpty() ? QStringLiteral("no event has been recorded yet")
                                                        : found->errorString());
         const QString name = options.value(QStringLiteral("out"));
         if (name.isEmpty()) {
@@ -191,7 +191,7 @@ private:
         if (!options.error().isEmpty())
             return;
         if (!CDataType::dataRetainPeriodValues().contains(CDataRetainPeriod(days)))
-            return options.setError(QStringLiteral("--days takes one of the periods that help names"));
+            return options.setError(QStringLiteral("--days takes one of the periods that \"help audit\" lists"));
         CAuditTrail* found = trail();
         if (!found)
             return;
@@ -222,5 +222,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry auditCommand = {"audit", "Checks, signs and exports the trail of events.",
+extern const CommandEntry auditCommand = {"audit", "Checks, signs and exports the audit trail.",
                                           &makeCommand<AuditCommand>};

@@ -8,17 +8,18 @@ void addBrokerOptions(AppOptions& options)
 {
     options.addValue(
         QStringLiteral("mqtt"), QStringLiteral("URL"),
-        QStringLiteral("broker that joins this server to others, such as mqtts://broker.example.com:8883"));
+        QStringLiteral("MQTT broker that connects this server with others, such as mqtts://broker.example.com:8883"));
     options.addValue(QStringLiteral("mqtt-ca"), QStringLiteral("FILE"),
-                     QStringLiteral("authorities of the broker, PEM, instead of the system's own"));
+                     QStringLiteral("authorities for the broker's certificate, PEM, instead of the system's own"));
     options.addValue(QStringLiteral("mqtt-certificate"), QStringLiteral("FILE"),
-                     QStringLiteral("certificate of this server for the broker, PEM"));
+                     QStringLiteral("certificate by which the broker knows this server, PEM"));
     options.addValue(QStringLiteral("mqtt-key"), QStringLiteral("FILE"), QStringLiteral("its private key, PEM"));
-    options.addValue(QStringLiteral("mqtt-user"), QStringLiteral("NAME"), QStringLiteral("user at the broker"));
+    options.addValue(QStringLiteral("mqtt-user"), QStringLiteral("NAME"), QStringLiteral("user name at the broker"));
     options.addValue(QStringLiteral("mqtt-password-file"), QStringLiteral("FILE"),
-                     QStringLiteral("file whose first line is the user's password"));
-    options.addSwitch(QStringLiteral("mqtt-plain"),
-                      QStringLiteral("allow a broker on another machine without TLS: all can read and change it"));
+                     QStringLiteral("file whose first line is the password"));
+    options.addSwitch(
+        QStringLiteral("mqtt-plain"),
+        QStringLiteral("allow a broker on another machine without TLS; others can then read and change what is sent"));
 }
 
 std::optional<CNotificationBridge::Settings> readBrokerOptions(AppOptions& options, bool filesAreHere)
@@ -36,13 +37,13 @@ std::optional<CNotificationBridge::Settings> readBrokerOptions(AppOptions& optio
     for (const char* name : {"mqtt-ca", "mqtt-certificate", "mqtt-key", "mqtt-password-file"}) {
         // Later, too, when the connection is made anew: a copy would not do.
         if (options.isSet(QLatin1String(name)) && !filesAreHere)
-            options.setError(QStringLiteral("--%1 names a file of the service: it is given where that is started")
+            options.setError(QStringLiteral("--%1 names a file of the service: set it where the service is started")
                                  .arg(QLatin1String(name)));
     }
     if (!options.isSet(QStringLiteral("mqtt"))) {
         for (const char* name : {"mqtt-ca", "mqtt-certificate", "mqtt-key", "mqtt-user", "mqtt-password-file"}) {
             if (options.isSet(QLatin1String(name)))
-                options.setError(QStringLiteral("--%1 belongs to --mqtt").arg(QLatin1String(name)));
+                options.setError(QStringLiteral("--%1 needs --mqtt").arg(QLatin1String(name)));
         }
         return std::nullopt;
     }
@@ -50,8 +51,8 @@ std::optional<CNotificationBridge::Settings> readBrokerOptions(AppOptions& optio
     if (!broker.setUrl(options.value(QStringLiteral("mqtt")), &error))
         options.setError(QStringLiteral("--mqtt: ") + error);
     else if (!broker.withTls && !broker.isLoopback() && !options.isSet(QStringLiteral("mqtt-plain")))
-        options.setError(QStringLiteral("--mqtt: without TLS only a broker on this machine is used; take mqtts://, or "
-                                        "--mqtt-plain where the network is your own"));
+        options.setError(QStringLiteral("--mqtt: without TLS only a broker on this machine is allowed; use mqtts://, "
+                                        "or --mqtt-plain in a network that you trust"));
     else if (!options.isSet(QStringLiteral("server-name")))
         options.setError(QStringLiteral("--mqtt needs --server-name"));
     else if (options.error().isEmpty() && !broker.check(&error))

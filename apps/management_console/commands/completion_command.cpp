@@ -75,12 +75,13 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"bash", "", "prints what bash needs: source <(kyr_console completion bash)",
+            {"bash", "", "prints the completion script for bash: source <(kyr_console completion bash)",
              &startVerb<&CompletionCommand::bash>},
-            {"zsh", "", "prints what zsh needs, as a file _kyr_console in a folder of its fpath",
+            {"zsh", "", "prints the completion function for zsh: save it as _kyr_console in a folder of fpath",
              &startVerb<&CompletionCommand::zsh>},
-            {"line", "LINE", "tells bash what may follow a line", &startVerb<&CompletionCommand::line>},
-            {"words", "[WORD...]", "tells zsh what the last word may be", &startVerb<&CompletionCommand::words>},
+            {"line", "LINE", "lists what may follow a line, for the bash script", &startVerb<&CompletionCommand::line>},
+            {"words", "[WORD...]", "lists what the last word may be, for the zsh function",
+             &startVerb<&CompletionCommand::words>},
         };
         return table;
     }
@@ -190,4 +191,5 @@ private:
 } // namespace
 
 extern const CommandEntry completionCommand = {
-    "completion", "Prints what a shell needs to complete this program's words.", &makeCommand<CompletionCommand>};
+    "completion", "Prints the script with which a shell completes commands of this program.",
+    &makeCommand<CompletionCommand>};

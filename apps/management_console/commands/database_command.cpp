@@ -20,11 +20,13 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"info", "", "where the installation is kept, and how much is in it", &startVerb<&DatabaseCommand::info>},
-            {"check", "", "looks for faults in all of it", &startVerb<&DatabaseCommand::check>},
-            {"backup", "FILE", "copies it to a new file, while it is in use", &startVerb<&DatabaseCommand::backup>},
-            {"fill", "", "adds users, doors and groups to try things with", &startVerb<&DatabaseCommand::fill>,
-             &addFillOptions},
+            {"info", "", "shows where the installation is stored, and how many items it has",
+             &startVerb<&DatabaseCommand::info>},
+            {"check", "", "checks the whole database for faults", &startVerb<&DatabaseCommand::check>},
+            {"backup", "FILE", "copies it to a new file, also while it is in use",
+             &startVerb<&DatabaseCommand::backup>},
+            {"fill", "", "adds trial users, doors and groups to an empty installation",
+             &startVerb<&DatabaseCommand::fill>, &addFillOptions},
         };
         return table;
     }
@@ -36,9 +38,9 @@ private:
         const auto add = [&](const char* name, const char* text, int number) {
             options.addValue(QLatin1String(name), QStringLiteral("N"), QLatin1String(text), QString::number(number));
         };
-        add("users", "of ten properties and a card each, in five groups", usual.users);
-        add("doors", "in buildings of five floors", usual.doors);
-        add("groups", "with rights at up to 100 doors each", usual.groups);
+        add("users", "number of users, each with ten properties, a card and five groups", usual.users);
+        add("doors", "number of doors, in buildings of five floors", usual.doors);
+        add("groups", "number of groups, with rights at up to 100 doors each", usual.groups);
     }
 
     void info(AppOptions&)
@@ -76,7 +78,7 @@ private:
         CSqlAccessControl* installation = model();
         if (!installation)
             return;
-        output().progress(QStringLiteral("reading all of it"));
+        output().progress(QStringLiteral("checking the database"));
         const QStringList faults = installation->database()->check();
         output().lines(faults);
         if (!faults.isEmpty())
@@ -141,5 +143,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry databaseCommand = {"database", "Looks after the place where the installation is kept.",
-                                             &makeCommand<DatabaseCommand>};
+extern const CommandEntry databaseCommand = {
+    "database", "Shows, checks, copies and fills the database of the installation.", &makeCommand<DatabaseCommand>};

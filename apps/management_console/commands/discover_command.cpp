@@ -77,7 +77,7 @@ public:
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for answers"),
                          QStringLiteral("1500"));
         options.addValue(QStringLiteral("expect"), QStringLiteral("N"),
-                         QStringLiteral("stop waiting when N devices were found"), QStringLiteral("0"));
+                         QStringLiteral("stop when N devices have been found"), QStringLiteral("0"));
         options.addValue(QStringLiteral("port"), QStringLiteral("PORT"), QStringLiteral("UDP port of the devices"),
                          QString::number(DefaultPorts::discovery));
         options.addValue(QStringLiteral("tcp-port"), QStringLiteral("PORT"),
@@ -136,7 +136,7 @@ private:
         const bool bareIp6 = text.contains(QLatin1Char(':')) && !QHostAddress(text).isNull();
         url.setAuthority(bareIp6 ? QString(QLatin1Char('[') + text + QLatin1Char(']')) : text);
         if (url.host().isEmpty()) {
-            m_failures.append(QStringLiteral("\"%1\" is no address").arg(text));
+            m_failures.append(QStringLiteral("\"%1\" is not an address").arg(text));
             return;
         }
         Target target{text, QHostAddress(url.host()), port, tcpPort};
@@ -244,9 +244,8 @@ private:
             m_failures.append(QStringLiteral("\"%1\": no name server answered in time").arg(name));
         if (!whom.isEmpty())
             m_failures.prepend(whom);
-        fail(QStringLiteral(
-                 "nothing answered within %1 ms; asked for devices of type %2 (%3) alone, others do not answer: %4; "
-                 "a firewall here or in between may be in the way")
+        fail(QStringLiteral("nothing answered within %1 ms; only devices of type %2 (%3) answer; asked: %4; a firewall "
+                            "may block the question or the answer")
                  .arg(m_clock.elapsed())
                  .arg(askedType)
                  .arg(deviceTypeName(askedType), m_failures.join(QLatin1String(", "))));

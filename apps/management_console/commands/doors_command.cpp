@@ -16,14 +16,14 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&DoorsCommand::showAll>, &ListOptions::add},
-            {"add", "LABEL [KEY=VALUE...]", "makes one and prints its id (Building= Floor= timeZone=Europe/Berlin)",
+            {"", "", "shows the doors", &startVerb<&DoorsCommand::showAll>, &ListOptions::add},
+            {"add", "LABEL [KEY=VALUE...]", "adds a door and prints its id (Building= Floor= timeZone=Europe/Berlin)",
              &startVerb<&DoorsCommand::add>},
             {"set", "DOOR KEY=VALUE...",
-             "changes properties; KEY= takes one away, enabled=false puts it out of service",
+             "changes properties; KEY= removes one, enabled=false takes the door out of service",
              &startVerb<&DoorsCommand::set>},
-            {"remove", "DOOR...", "takes some away", &startVerb<&DoorsCommand::remove>},
-            {"assign", "DOOR DEVICE", "says which device is there: a label such as 000.123.457, or none",
+            {"remove", "DOOR...", "removes doors", &startVerb<&DoorsCommand::remove>},
+            {"assign", "DOOR DEVICE", "assigns a device to the door: its label such as 000.123.457, or none",
              &startVerb<&DoorsCommand::assign>},
         };
         return table;
@@ -71,5 +71,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry doorsCommand = {"doors", "Shows and changes the doors, and says which device is at which.",
+extern const CommandEntry doorsCommand = {"doors", "Shows and changes the doors, and assigns devices to them.",
                                           &makeCommand<DoorsCommand>};

@@ -24,18 +24,19 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addValue(QStringLiteral("door"), QStringLiteral("DOOR"), QStringLiteral("only at this door"));
-        options.addValue(QStringLiteral("user"), QStringLiteral("USER"), QStringLiteral("only of this user"));
-        options.addSwitch(QStringLiteral("denied"), QStringLiteral("only who was refused at a door"));
+        options.addValue(QStringLiteral("door"), QStringLiteral("DOOR"), QStringLiteral("only events at this door"));
+        options.addValue(QStringLiteral("user"), QStringLiteral("USER"), QStringLiteral("only events of this user"));
+        options.addSwitch(QStringLiteral("denied"), QStringLiteral("only denied access at doors"));
         options.addValue(QStringLiteral("kind"), QStringLiteral("KIND"),
                          QStringLiteral("only events of this kind, such as granted or changed; may be repeated"));
-        options.addValue(QStringLiteral("from"), QStringLiteral("TIME"), QStringLiteral("only from this time on"));
-        options.addValue(QStringLiteral("to"), QStringLiteral("TIME"), QStringLiteral("only up to this time"));
-        options.addValue(QStringLiteral("limit"), QStringLiteral("N"), QStringLiteral("the newest N events"));
+        options.addValue(QStringLiteral("from"), QStringLiteral("TIME"),
+                         QStringLiteral("only events from this time on"));
+        options.addValue(QStringLiteral("to"), QStringLiteral("TIME"), QStringLiteral("only events up to this time"));
+        options.addValue(QStringLiteral("limit"), QStringLiteral("N"), QStringLiteral("show only the newest N events"));
         options.addValue(QStringLiteral("pdf"), QStringLiteral("FILE"),
-                         QStringLiteral("write them to a PDF document, such as the report of a day"));
+                         QStringLiteral("write the events to a PDF document"));
         options.addSwitch(QStringLiteral("follow"),
-                          QStringLiteral("the newest ones, and then those that come, until Ctrl+C"));
+                          QStringLiteral("show the newest events, then each new one, until Ctrl+C"));
         TableOptions::add(options);
     }
 
@@ -54,7 +55,7 @@ public:
             limit = options.number(QStringLiteral("limit"), 1, 1000000);
         const QString pdf = options.value(QStringLiteral("pdf"));
         if (follows && !pdf.isEmpty())
-            options.setError(QStringLiteral("--pdf and --follow do not go together"));
+            options.setError(QStringLiteral("--pdf and --follow cannot be used together"));
         if (!options.error().isEmpty())
             return;
 
@@ -63,7 +64,7 @@ public:
         const QList<AuditRecord> events = trail->events(filter, limit, &left);
         if (follows) {
             if (!tableOptions().csvFile().isNull())
-                return options.setError(QStringLiteral("--follow and --csv exclude each other"));
+                return options.setError(QStringLiteral("--follow and --csv cannot be used together"));
             m_filter = filter;
             m_redraws = !isJson() && output().rows() > 0;
             show(events);

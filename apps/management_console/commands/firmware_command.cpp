@@ -18,10 +18,9 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "FILE", "shows what is in it, and what is wrong with it and where",
-             &startVerb<&FirmwareCommand::show>},
+            {"", "FILE", "shows the contents of a firmware file, and its faults", &startVerb<&FirmwareCommand::show>},
             {"sign", "FILE", "writes its signature to FILE.sig", &startVerb<&FirmwareCommand::sign>, &addSignOptions},
-            {"verify", "FILE", "looks whether it is in order and signed by that key; 1 when it is not",
+            {"verify", "FILE", "checks that the file has no faults and is signed by this key; exit code 1 if not",
              &startVerb<&FirmwareCommand::verify>, &addVerifyOptions},
         };
         return table;
@@ -36,9 +35,9 @@ private:
     static void addVerifyOptions(AppOptions& options)
     {
         options.addValue(QStringLiteral("key"), QStringLiteral("FILE"),
-                         QStringLiteral("public key of who may sign firmware, PEM"));
+                         QStringLiteral("public key of the signer, PEM"));
         options.addValue(QStringLiteral("least-version"), QStringLiteral("N"),
-                         QStringLiteral("refuse what is older, also when it is signed"));
+                         QStringLiteral("refuse older versions, even if they are signed"));
     }
 
     void show(AppOptions& options)
@@ -70,7 +69,7 @@ private:
             bool isFaultless = false;
             firmwareReport(bytes, &isFaultless);
             if (!isFaultless)
-                return fail(QStringLiteral("\"%1\" is not in order: it is not signed (see: firmware)").arg(name));
+                return fail(QStringLiteral("\"%1\" has faults and was not signed (see: firmware)").arg(name));
             QString error;
             const QByteArray signature = FirmwareSignature::sign(bytes, key, error);
             if (!error.isEmpty())
@@ -105,10 +104,10 @@ private:
                         return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
                     firmwareReport(bytes, &isFaultless);
                     if (!isFaultless)
-                        return fail(QStringLiteral("\"%1\" is not in order (see: firmware)").arg(name));
+                        return fail(QStringLiteral("\"%1\" has faults (see: firmware)").arg(name));
                     if (hasLeast && !FirmwareSignature::isRecent(bytes, quint32(least), fault))
                         return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
-                    output().line(QStringLiteral("%1 is in order and signed by this key.").arg(name));
+                    output().line(QStringLiteral("%1 has no faults and is signed by this key.").arg(name));
                     done();
                 });
         });
@@ -126,12 +125,12 @@ private:
         else
             output().lines(report.split(QLatin1Char('\n')));
         if (!faultless)
-            return fail(QStringLiteral("\"%1\" is not in order").arg(name));
+            return fail(QStringLiteral("\"%1\" has faults").arg(name));
         done();
     }
 };
 
 } // namespace
 
-extern const CommandEntry firmwareCommand = {"firmware", "Shows what is in a firmware file; signs and verifies it.",
-                                             &makeCommand<FirmwareCommand>, true};
+extern const CommandEntry firmwareCommand = {
+    "firmware", "Shows the contents of a firmware file; signs and verifies it.", &makeCommand<FirmwareCommand>, true};

@@ -22,7 +22,7 @@ public:
         do {
             m_partOffset = m_fileSize - m_firmware.size();
             if (++m_parts > shownParts) {
-                const QString text = QStringLiteral("more than %1 parts, the rest from %2 on is not shown")
+                const QString text = QStringLiteral("there are more than %1 parts: those from %2 on are not shown")
                                          .arg(shownParts)
                                          .arg(m_partOffset);
                 addFault(m_faults, m_partOffset, text);
@@ -33,7 +33,8 @@ public:
         } while (m_firmware.toNextPart());
         const qint64 end = m_partOffset + m_firmware.partEnd();
         if (m_firmware.partEnd() > 0 && end < m_fileSize)
-            tellFault(m_faults, QString(), end, QStringLiteral("%1 bytes behind the last part").arg(m_fileSize - end));
+            tellFault(m_faults, QString(), end,
+                      QStringLiteral("%1 bytes after the last part").arg(m_fileSize - end));
     }
 
     QString text() const { return m_text; }
@@ -143,7 +144,7 @@ private:
                           QStringLiteral("package %1, %2, %3")
                               .arg(i + 1)
                               .arg(place, isInFile ? QStringLiteral("has no name that ends in a zero byte")
-                                                   : QStringLiteral("ends behind the file")));
+                                                   : QStringLiteral("ends after the end of the file")));
                 if (!isInFile) {
                     m_part.insert(QStringLiteral("packages"), all);
                     return;

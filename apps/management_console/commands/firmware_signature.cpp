@@ -47,8 +47,8 @@ QByteArray FirmwareSignature::sign(const QByteArray& bytes, const QByteArray& pr
 {
     const Key key = readKey(privateKeyPem, &PEM_read_bio_PrivateKey);
     if (!key) {
-        error =
-            QStringLiteral("the key file holds no private RSA or Ed25519 key that can be read without a pass phrase");
+        error = QStringLiteral(
+            "the key file contains no private RSA or Ed25519 key that can be read without a pass phrase");
         return {};
     }
     const DigestContext context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
@@ -65,7 +65,7 @@ QByteArray FirmwareSignature::sign(const QByteArray& bytes, const QByteArray& pr
     }
     ERR_clear_error();
     if (!good)
-        error = QStringLiteral("the key does not sign");
+        error = QStringLiteral("the key cannot sign");
     return signature;
 }
 
@@ -74,7 +74,7 @@ bool FirmwareSignature::verify(const QByteArray& bytes, const QByteArray& signat
 {
     const Key key = readKey(publicKeyPem, &PEM_read_bio_PUBKEY);
     if (!key) {
-        error = QStringLiteral("the key file holds no public RSA or Ed25519 key");
+        error = QStringLiteral("the key file contains no public RSA or Ed25519 key");
         return false;
     }
     const DigestContext context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
@@ -84,7 +84,7 @@ bool FirmwareSignature::verify(const QByteArray& bytes, const QByteArray& signat
                              == 1;
     ERR_clear_error();
     if (!good)
-        error = QStringLiteral("the signature is not that of this file by this key");
+        error = QStringLiteral("the signature does not match this file and this key");
     return good;
 }
 
@@ -99,12 +99,12 @@ bool FirmwareSignature::isRecent(const QByteArray& bytes, quint32 leastVersion, 
         firmware.checkHeader();
         const QByteArray data = firmware.checkedData();
         if (data.size() < versionAt + 4 || data.at(0) != format) {
-            error = QStringLiteral("part %1 tells no version").arg(part);
+            error = QStringLiteral("part %1 has no version").arg(part);
             return false;
         }
         const auto version = qFromLittleEndian<quint32>(data.constData() + versionAt);
         if (version < leastVersion) {
-            error = QStringLiteral("part %1 is of version %2, at least %3 is asked for")
+            error = QStringLiteral("part %1 has version %2, but at least %3 is required")
                         .arg(part)
                         .arg(version)
                         .arg(leastVersion);

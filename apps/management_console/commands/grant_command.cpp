@@ -15,13 +15,13 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("USER-OR-GROUP DOOR..."),
-                              QStringLiteral("prints the ids of the rights, one line a door"));
+                              QStringLiteral("adds a right at each door and prints their ids, one line per door"));
         options.addValue(QStringLiteral("schedule"), QStringLiteral("SCHEDULE"),
-                         QStringLiteral("only at these times; without one always"));
+                         QStringLiteral("schedule in which the right holds (default: always)"));
         options.addValue(QStringLiteral("from"), QStringLiteral("T"),
-                         QStringLiteral("first moment: 2026-11-22T03:10 or a date, which is its begin"));
+                         QStringLiteral("begin of the right: 2026-11-22T03:10, or a date (the begin of that day)"));
         options.addValue(QStringLiteral("to"), QStringLiteral("T"),
-                         QStringLiteral("last moment; of a date it is the end of the day"));
+                         QStringLiteral("end of the right: a time, or a date (the end of that day)"));
         options.addSwitch(QStringLiteral("online"), QStringLiteral("the door asks the server each time"));
     }
 
@@ -77,7 +77,7 @@ private:
             || !readBound("to", "validTo", CAccessTimeZone::DayEdge::End, 1))
             return false;
         if (bounds[0] && bounds[1] && *bounds[1] < *bounds[0])
-            options.setError(QStringLiteral("--to lies before --from"));
+            options.setError(QStringLiteral("--to is before --from"));
         return options.error().isEmpty();
     }
 };
@@ -89,9 +89,9 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addPositional(QStringLiteral("USER-OR-GROUP DOOR..."),
-                              QStringLiteral("takes away all rights of that user or group there; what a user has by a "
-                                             "group stays"));
+        options.addPositional(
+            QStringLiteral("USER-OR-GROUP DOOR..."),
+            QStringLiteral("removes all rights of this user or group at these doors; rights through a group stay"));
     }
 
     void start(AppOptions& options) override
@@ -108,5 +108,7 @@ public:
 
 } // namespace
 
-extern const CommandEntry grantCommand = {"grant", "Lets a user or a group through doors.", &makeCommand<GrantCommand>};
-extern const CommandEntry revokeCommand = {"revoke", "Takes such rights away.", &makeCommand<RevokeCommand>};
+extern const CommandEntry grantCommand = {"grant", "Gives a user or a group rights at doors.",
+                                          &makeCommand<GrantCommand>};
+extern const CommandEntry revokeCommand = {"revoke", "Removes rights of a user or a group at doors.",
+                                           &makeCommand<RevokeCommand>};

@@ -15,13 +15,13 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&GroupsCommand::showAll>, &ListOptions::add},
-            {"add", "LABEL [KEY=VALUE...]", "makes one and prints its id", &startVerb<&GroupsCommand::add>},
-            {"set", "GROUP KEY=VALUE...", "changes properties; KEY= takes one away", &startVerb<&GroupsCommand::set>},
-            {"remove", "GROUP...", "takes some away", &startVerb<&GroupsCommand::remove>},
-            {"delete", "GROUP...", "the same", &startVerb<&GroupsCommand::remove>},
-            {"join", "GROUP USER...", "puts users into a group", &startVerb<&GroupsCommand::join>},
-            {"leave", "GROUP USER...", "takes users out of a group", &startVerb<&GroupsCommand::leave>},
+            {"", "", "shows the groups", &startVerb<&GroupsCommand::showAll>, &ListOptions::add},
+            {"add", "LABEL [KEY=VALUE...]", "adds a group and prints its id", &startVerb<&GroupsCommand::add>},
+            {"set", "GROUP KEY=VALUE...", "changes properties; KEY= removes one", &startVerb<&GroupsCommand::set>},
+            {"remove", "GROUP...", "removes groups", &startVerb<&GroupsCommand::remove>},
+            {"delete", "GROUP...", "the same as remove", &startVerb<&GroupsCommand::remove>},
+            {"join", "GROUP USER...", "adds users to a group", &startVerb<&GroupsCommand::join>},
+            {"leave", "GROUP USER...", "removes users from a group", &startVerb<&GroupsCommand::leave>},
         };
         return table;
     }

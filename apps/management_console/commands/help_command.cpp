@@ -24,10 +24,8 @@ public:
             print(table);
             if (!isJson() && tableOptions().csvFile().isNull())
                 output().lines(
-                    QStringList{
-                        QString(),
-                        QStringLiteral("`help COMMAND` tells how one is called; items are named by id or label. "
-                                       "To begin:")}
+                    QStringList{QString(), QStringLiteral("`help COMMAND` shows the arguments and options of a "
+                                                          "command. Name items by id or label. To begin:")}
                     + firstSteps());
             return done();
         }
@@ -43,5 +41,5 @@ public:
 
 } // namespace
 
-extern const CommandEntry helpCommand = {"help", "Lists the commands, or the options of one.",
+extern const CommandEntry helpCommand = {"help", "Lists the commands, or the arguments and options of one.",
                                          &makeCommand<HelpCommand>, true};

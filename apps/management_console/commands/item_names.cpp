@@ -92,8 +92,8 @@ CItemId ItemNames::find(Named kind, const QString& name)
         all.append(QStringLiteral("%1 %2").arg(candidate.word).arg(candidate.id.value()));
     if (found.size() > longestList)
         all.append(QStringLiteral("and %1 more").arg(found.size() - longestList));
-    m_error =
-        QStringLiteral("\"%1\" may be %2: give the id").arg(name.left(longestList), all.join(QLatin1String(", ")));
+    m_error = QStringLiteral("\"%1\" is ambiguous: %2; give the id")
+                  .arg(name.left(longestList), all.join(QLatin1String(", ")));
     return CItemId();
 }
 

@@ -30,8 +30,8 @@ public:
 
 } // namespace
 
-extern const CommandEntry quitCommand = {"quit", "Leaves the prompt, or a console that goes on.",
-                                         &makeCommand<LeaveCommand>};
-extern const CommandEntry exitCommand = {"exit", "The same.", &makeCommand<LeaveCommand>};
-extern const CommandEntry shutdownCommand = {"shutdown", "Ends the console, also one that runs as a service.",
+extern const CommandEntry quitCommand = {
+    "quit", "Leaves the prompt, or the connection to a console that keeps running.", &makeCommand<LeaveCommand>};
+extern const CommandEntry exitCommand = {"exit", "The same as quit.", &makeCommand<LeaveCommand>};
+extern const CommandEntry shutdownCommand = {"shutdown", "Ends the console, even one that runs as a service.",
                                              &makeCommand<ShutdownCommand>};

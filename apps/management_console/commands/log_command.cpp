@@ -12,9 +12,10 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addValue(QStringLiteral("lines"), QStringLiteral("N"), QStringLiteral("how many of the last lines"),
+        options.addValue(QStringLiteral("lines"), QStringLiteral("N"), QStringLiteral("number of lines"),
                          QStringLiteral("20"));
-        options.addValue(QStringLiteral("match"), QStringLiteral("TEXT"), QStringLiteral("only lines with this text"));
+        options.addValue(QStringLiteral("match"), QStringLiteral("TEXT"),
+                         QStringLiteral("only lines that contain this text"));
     }
 
     void start(AppOptions& options) override

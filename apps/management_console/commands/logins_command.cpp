@@ -18,17 +18,15 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows who may log in", &startVerb<&LoginsCommand::showAll>, &TableOptions::add},
-            {"add", "NAME USER", "lets a user log in under a name", &startVerb<&LoginsCommand::add>,
-             &addPasswordOption},
-            {"password", "LOGIN", "gives a login another password", &startVerb<&LoginsCommand::setPassword>,
-             &addPasswordOption},
+            {"", "", "shows the logins", &startVerb<&LoginsCommand::showAll>, &TableOptions::add},
+            {"add", "NAME USER", "adds a login for a user", &startVerb<&LoginsCommand::add>, &addPasswordOption},
+            {"password", "LOGIN", "changes the password", &startVerb<&LoginsCommand::setPassword>, &addPasswordOption},
             {"permit", "LOGIN PERMISSION...",
-             "sets all that a login may do: UsersRead, UsersWrite, ..., Administrator, or none",
+             "sets all permissions of a login: UsersRead, UsersWrite, ..., Administrator, or none",
              &startVerb<&LoginsCommand::permit>},
-            {"otp", "LOGIN", "asks for one-time passwords, too, and shows what an authenticator program takes",
+            {"otp", "LOGIN", "requires one-time passwords as well, and prints the URI for an authenticator program",
              &startVerb<&LoginsCommand::setOtp>, &addOtpOptions},
-            {"remove", "LOGIN", "takes a login away", &startVerb<&LoginsCommand::remove>},
+            {"remove", "LOGIN", "removes a login", &startVerb<&LoginsCommand::remove>},
         };
         return table;
     }
@@ -40,7 +38,7 @@ private:
     static void addPasswordOption(AppOptions& options)
     {
         options.addValue(QStringLiteral("password-file"), QStringLiteral("FILE"),
-                         QStringLiteral("its first line is the password; without it the password is asked for"));
+                         QStringLiteral("file whose first line is the password (default: ask for it)"));
     }
 
     void add(AppOptions& options)
@@ -99,8 +97,8 @@ private:
             const auto permission = permissionFromName(word);
             if (!permission && (!isNone || words.size() > 1))
                 return options.setError(
-                    isNone ? QStringLiteral("\"none\" stands alone")
-                           : QStringLiteral("there is no permission \"%1\": there are %2, Administrator")
+                    isNone ? QStringLiteral("\"none\" cannot be combined with permissions")
+                           : QStringLiteral("there is no permission \"%1\"; the permissions are %2, Administrator")
                                  .arg(word, allPermissionNames().join(QLatin1String(", "))));
             permissions |= permission.value_or(PermissionNone);
         }
@@ -110,7 +108,7 @@ private:
 
     static void addOtpOptions(AppOptions& options)
     {
-        options.addSwitch(QStringLiteral("off"), QStringLiteral("asks for one no longer"));
+        options.addSwitch(QStringLiteral("off"), QStringLiteral("no longer require one-time passwords"));
     }
 
     // The secret is shown this once: whoever reads it can make the same passwords.
@@ -170,5 +168,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry loginsCommand = {"logins", "Shows and changes who may log in, and what a login may do.",
+extern const CommandEntry loginsCommand = {"logins", "Shows and changes the logins and their permissions.",
                                            &makeCommand<LoginsCommand>};

@@ -16,31 +16,33 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addSwitch(QStringLiteral("check"), QStringLiteral("try the settings and send nothing"));
+        options.addSwitch(QStringLiteral("check"), QStringLiteral("check the settings without sending a mail"));
         options.addValue(QStringLiteral("to"), QStringLiteral("ADDRESS"),
-                         QStringLiteral("recipient; may be repeated, or hold several separated by commas"));
+                         QStringLiteral("recipient, or several separated by commas; may be repeated"));
         options.addValue(QStringLiteral("subject"), QStringLiteral("TEXT"), QStringLiteral("subject"));
-        options.addValue(QStringLiteral("text"), QStringLiteral("TEXT"), QStringLiteral("what the mail says"));
+        options.addValue(QStringLiteral("text"), QStringLiteral("TEXT"), QStringLiteral("text of the mail"));
         options.addValue(QStringLiteral("preheader"), QStringLiteral("TEXT"),
-                         QStringLiteral("what mail programs show beside the subject"));
+                         QStringLiteral("preview text that mail programs show beside the subject"));
         options.addValue(QStringLiteral("server"), QStringLiteral("HOST[:PORT]"),
-                         QStringLiteral("mail server; \"[verify_none]\" behind it accepts any certificate"));
+                         QStringLiteral("mail server; with \"[verify_none]\" after it any certificate is accepted"));
         options.addValue(QStringLiteral("account"), QStringLiteral("ADDRESS"), QStringLiteral("sender and user name"));
         options.addValue(QStringLiteral("password"), QStringLiteral("TEXT"),
-                         QStringLiteral("without one there is no login; better given by KYR_CONSOLE_MAIL_PASSWORD, "
-                                        "which other users do not see"));
-        options.addValue(QStringLiteral("token"), QStringLiteral("TEXT"),
-                         QStringLiteral("of the mail provider, instead of the password (XOAUTH2); better given by "
-                                        "KYR_CONSOLE_MAIL_TOKEN"));
+                         QStringLiteral("password; without it there is no log-in; safer in KYR_CONSOLE_MAIL_PASSWORD, "
+                                        "which other users cannot see"));
+        options.addValue(
+            QStringLiteral("token"), QStringLiteral("TEXT"),
+            QStringLiteral("access token, instead of a password (XOAUTH2); safer in KYR_CONSOLE_MAIL_TOKEN"));
         options.addValue(QStringLiteral("text-file"), QStringLiteral("FILE"),
-                         QStringLiteral("what the mail says, from a file"));
+                         QStringLiteral("text of the mail, from a file"));
         options.addValue(QStringLiteral("attachment"), QStringLiteral("FILE"),
-                         QStringLiteral("goes with it; may be repeated"));
+                         QStringLiteral("file to attach; may be repeated"));
         options.addSwitch(QStringLiteral("queue"),
-                          QStringLiteral("leave it to the console that serves, which tries until it is sent; without "
-                                         "--server that is so, too"));
-        options.addSwitch(QStringLiteral("outbox"), QStringLiteral("show what waits or was given up"));
-        options.addValue(QStringLiteral("forget"), QStringLiteral("N"), QStringLiteral("take one out of the outbox"));
+                          QStringLiteral("put the mail into the outbox, from which the serving console sends it (the "
+                                         "default without --server)"));
+        options.addSwitch(QStringLiteral("outbox"),
+                          QStringLiteral("show the outbox: mails that wait or were given up"));
+        options.addValue(QStringLiteral("forget"), QStringLiteral("N"),
+                         QStringLiteral("remove mail number N from the outbox"));
     }
 
     void start(AppOptions& options) override
@@ -108,8 +110,8 @@ private:
         if (!outbox || !outbox->queue(m_message, {m_to}, error))
             return fail(error);
         output().line(session().sendsMail()
-                          ? QStringLiteral("In the outbox.")
-                          : QStringLiteral("In the outbox. It goes when a console serves with --mail-server."));
+                          ? QStringLiteral("Put into the outbox.")
+                          : QStringLiteral("Put into the outbox. A console that serves with --mail-server sends it."));
         done();
     }
 
@@ -130,7 +132,7 @@ private:
         const bool started =
             m_check ? m_client->checkServerSettings() : m_client->sendMail(m_to, m_message.toBytes(m_account, m_to));
         if (!started)
-            fail(QStringLiteral("not started: the server or the account is no address"));
+            fail(QStringLiteral("not started: the server or the account is not a valid address"));
     }
 
     void showOutbox()
@@ -161,7 +163,7 @@ private:
         if (!outbox)
             return fail(error);
         if (!outbox->remove(id))
-            return fail(QStringLiteral("the outbox holds no mail of the number %1").arg(id));
+            return fail(QStringLiteral("there is no mail number %1 in the outbox").arg(id));
         done();
     }
 

@@ -12,7 +12,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("[ENUMERATION]"),
-                              QStringLiteral("such as DeviceType; without one all of them"));
+                              QStringLiteral("such as DeviceType (default: list all)"));
         TableOptions::add(options);
     }
 
@@ -23,7 +23,7 @@ public:
         const QString name = options.positional().constFirst();
         const QVariantMap mapping = CScriptService(nullptr, nullptr).getMapping(name);
         if (mapping.isEmpty())
-            return fail(QStringLiteral("there is no enumeration \"%1\": there are %2")
+            return fail(QStringLiteral("there is no enumeration \"%1\"; the enumerations are %2")
                             .arg(name, CScriptService::mappingNames().join(QLatin1String(", "))));
         QMap<qint64, QString> byValue; // the keys are texts, "10" before "9"
         for (auto entry = mapping.cbegin(); entry != mapping.cend(); ++entry)

@@ -15,7 +15,7 @@ protected:
 
     static void addOwner(AppOptions& options)
     {
-        options.addValue(QStringLiteral("user"), QStringLiteral("USER"), QStringLiteral("whose it is"));
+        options.addValue(QStringLiteral("user"), QStringLiteral("USER"), QStringLiteral("user to whom it belongs"));
     }
 
     // The first argument is the value of `name`.
@@ -67,15 +67,16 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&MediaCommand::showAll>, &ListOptions::add},
-            {"add", "UID [KEY=VALUE...]", "makes one and prints its id (label= description= validFrom=T validTo=T)",
+            {"", "", "shows the media", &startVerb<&MediaCommand::showAll>, &ListOptions::add},
+            {"add", "UID [KEY=VALUE...]", "adds a medium and prints its id (label= description= validFrom=T validTo=T)",
              &startVerb<&MediaCommand::add>, &MediaCommand::addOwner},
-            {"set", "MEDIUM KEY=VALUE...", "changes properties; KEY= takes one away", &startVerb<&MediaCommand::set>},
-            {"remove", "MEDIUM...", "takes some away", &startVerb<&MediaCommand::remove>},
+            {"set", "MEDIUM KEY=VALUE...", "changes properties; KEY= removes one", &startVerb<&MediaCommand::set>},
+            {"remove", "MEDIUM...", "removes media", &startVerb<&MediaCommand::remove>},
             {"give", "USER MEDIUM...", "gives media to a user", &startVerb<&MediaCommand::give>},
-            {"take", "MEDIUM...", "takes media back: nobody's, to be given again", &startVerb<&MediaCommand::take>},
-            {"block", "MEDIUM...", "bars lost ones from every door", &startVerb<&MediaCommand::block>},
-            {"unblock", "MEDIUM...", "allows them again", &startVerb<&MediaCommand::unblock>},
+            {"take", "MEDIUM...", "takes media back from their users", &startVerb<&MediaCommand::take>},
+            {"block", "MEDIUM...", "blocks media, such as lost cards: they open no door",
+             &startVerb<&MediaCommand::block>},
+            {"unblock", "MEDIUM...", "unblocks media", &startVerb<&MediaCommand::unblock>},
         };
         return table;
     }
@@ -130,15 +131,15 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them, never the code itself", &startVerb<&CodesCommand::showAll>, &ListOptions::add},
-            {"add", "CODE [KEY=VALUE...]", "makes one of 1 to 12 digits and prints its id (description= validTo=T)",
+            {"", "", "shows the codes, but never their digits", &startVerb<&CodesCommand::showAll>, &ListOptions::add},
+            {"add", "CODE [KEY=VALUE...]", "adds a code of 1 to 12 digits and prints its id (description= validTo=T)",
              &startVerb<&CodesCommand::add>, &CodesCommand::addOwner},
-            {"set", "ITEM KEY=VALUE...", "changes properties of the one with that id or description",
+            {"set", "ITEM KEY=VALUE...", "changes properties; a code is named by id or description",
              &startVerb<&CodesCommand::set>},
-            {"remove", "ITEM...", "takes some away", &startVerb<&CodesCommand::remove>},
+            {"remove", "ITEM...", "removes codes", &startVerb<&CodesCommand::remove>},
             {"give", "USER ITEM...", "gives codes to a user", &startVerb<&CodesCommand::give>},
-            {"block", "ITEM...", "bars them from every door", &startVerb<&CodesCommand::block>},
-            {"unblock", "ITEM...", "allows them again", &startVerb<&CodesCommand::unblock>},
+            {"block", "ITEM...", "blocks codes: they open no door", &startVerb<&CodesCommand::block>},
+            {"unblock", "ITEM...", "unblocks codes", &startVerb<&CodesCommand::unblock>},
         };
         return table;
     }
@@ -165,7 +166,7 @@ private:
 
 } // namespace
 
-extern const CommandEntry mediaCommand = {"media", "Shows and changes the cards and key fobs, and whose they are.",
-                                          &makeCommand<MediaCommand>};
+extern const CommandEntry mediaCommand = {
+    "media", "Shows and changes the media (cards, key fobs) and gives them to users.", &makeCommand<MediaCommand>};
 extern const CommandEntry codesCommand = {"codes", "Shows and changes the codes that people enter at doors.",
                                           &makeCommand<CodesCommand>};

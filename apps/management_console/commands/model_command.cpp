@@ -101,7 +101,7 @@ bool ModelCommand::readProperties(const QStringList& words, QVariantMap& propert
             return false;
         }
         if (properties.contains(value.key)) {
-            options.setError(QStringLiteral("\"%1\" is given twice").arg(value.key));
+            options.setError(QStringLiteral("\"%1\" is given more than once").arg(value.key));
             return false;
         }
         properties.insert(value.key, value.value.isEmpty() ? QVariant() : QVariant(value.value));
@@ -235,8 +235,8 @@ void ModelCommand::nameDoorsBehind()
         warn(QStringLiteral("door \"%1\" (%2) has not taken the change: device %3 %4")
                  .arg(door.label)
                  .arg(door.id.value())
-                 .arg(door.device.toLabel(), door.isKnown ? QStringLiteral("still goes by its list from before")
-                                                          : QStringLiteral("was never linked")));
+                 .arg(door.device.toLabel(),
+                      door.isKnown ? QStringLiteral("still uses its old list") : QStringLiteral("was never linked")));
     done();
 }
 

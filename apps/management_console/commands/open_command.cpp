@@ -17,9 +17,10 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("DOOR"));
-        options.addValue(QStringLiteral("seconds"), QStringLiteral("S"), QStringLiteral("how long it stays open"),
+        options.addValue(QStringLiteral("seconds"), QStringLiteral("S"), QStringLiteral("how long the door stays open"),
                          QString::number(CLockOpen::defaultSeconds));
-        options.addValue(QStringLiteral("comment"), QStringLiteral("TEXT"), QStringLiteral("why, for the trail"));
+        options.addValue(QStringLiteral("comment"), QStringLiteral("TEXT"),
+                         QStringLiteral("comment for the audit trail"));
     }
 
     void start(AppOptions& options) override
@@ -50,7 +51,7 @@ public:
             return doors->command(device, command, answer);
         QString error;
         if (!CDoorController::askRemote(session().remote(error), device, command, answer))
-            fail(QStringLiteral("no server has the device of \"%1\"").arg(name));
+            fail(QStringLiteral("the device of \"%1\" is not linked to any server").arg(name));
     }
 };
 

@@ -24,9 +24,9 @@ public:
     {
         options.addValue(QStringLiteral("users"), QStringLiteral("ID,..."),
                          QStringLiteral("ids of users, separated by commas, or all"), QStringLiteral("all"));
-        options.addValue(QStringLiteral("pdf"), QStringLiteral("FILE"), QStringLiteral("where the report goes"));
+        options.addValue(QStringLiteral("pdf"), QStringLiteral("FILE"), QStringLiteral("PDF file to write"));
         options.addValue(QStringLiteral("template"), QStringLiteral("FILE"),
-                         QStringLiteral("HTML with placeholders, instead of the built-in one"));
+                         QStringLiteral("HTML template with placeholders (default: the built-in one)"));
     }
 
     void start(AppOptions& options) override
@@ -129,4 +129,4 @@ private:
 
 } // namespace
 
-extern const CommandEntry reportCommand = {"report", "Makes a report of users as PDF.", &makeCommand<ReportCommand>};
+extern const CommandEntry reportCommand = {"report", "Writes a report of users as PDF.", &makeCommand<ReportCommand>};

@@ -20,13 +20,13 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&SchedulesCommand::showAll>, &ListOptions::add},
+            {"", "", "shows the schedules", &startVerb<&SchedulesCommand::showAll>, &ListOptions::add},
             {"add", "NAME SLOTS",
-             "makes one and prints its id: \"Mon-Fri 07:00-19:00; Sat 08:00-12:00; Holiday closed\"",
+             "adds a schedule and prints its id: \"Mon-Fri 07:00-19:00; Sat 08:00-12:00; Holiday closed\"",
              &startVerb<&SchedulesCommand::add>, &addCalendarOption},
             {"set", "SCHEDULE KEY=VALUE...", "changes label=, slots= or calendar= (empty: no holidays)",
              &startVerb<&SchedulesCommand::set>},
-            {"remove", "SCHEDULE...", "takes some away that no right names", &startVerb<&SchedulesCommand::remove>},
+            {"remove", "SCHEDULE...", "removes schedules that no right uses", &startVerb<&SchedulesCommand::remove>},
         };
         return table;
     }
@@ -35,7 +35,7 @@ private:
     static void addCalendarOption(AppOptions& options)
     {
         options.addValue(calendarKey, QStringLiteral("CALENDAR"),
-                         QStringLiteral("the holidays that count; without one no day is a holiday"));
+                         QStringLiteral("calendar whose holidays count (default: no holidays)"));
     }
 
     void add(AppOptions& options)
@@ -101,7 +101,7 @@ private:
             return !taken && work(*installation);
         });
         if (!changed)
-            return fail(taken ? QStringLiteral("there is a schedule \"%1\" already").arg(name)
+            return fail(taken ? QStringLiteral("there is already a schedule \"%1\"").arg(name)
                               : installation->errorString());
         if (result)
             output().lines(*result);
@@ -134,10 +134,11 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them", &startVerb<&HolidaysCommand::showAll>, &ListOptions::add},
-            {"add", "CALENDAR DATE LABEL", "adds a day such as 2026-12-25 to a calendar, which is made at need",
+            {"", "", "shows the holidays", &startVerb<&HolidaysCommand::showAll>, &ListOptions::add},
+            {"add", "CALENDAR DATE LABEL",
+             "adds a day such as 2026-12-25 to a calendar; makes the calendar if it does not exist",
              &startVerb<&HolidaysCommand::add>},
-            {"remove", "HOLIDAY...", "takes some away", &startVerb<&HolidaysCommand::remove>},
+            {"remove", "HOLIDAY...", "removes holidays", &startVerb<&HolidaysCommand::remove>},
         };
         return table;
     }
@@ -197,7 +198,7 @@ private:
 
 } // namespace
 
-extern const CommandEntry schedulesCommand = {"schedules", "Shows and changes the schedules that rights may name.",
-                                              &makeCommand<SchedulesCommand>};
+extern const CommandEntry schedulesCommand = {
+    "schedules", "Shows and changes the schedules: the times at which rights hold.", &makeCommand<SchedulesCommand>};
 extern const CommandEntry holidaysCommand = {"holidays", "Shows and changes the holidays of the schedules' calendars.",
                                              &makeCommand<HolidaysCommand>};

@@ -18,16 +18,15 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("FILE.js [ARG...]"),
-                              QStringLiteral("arguments that begin with \"-\" stand behind \"--\""));
+                              QStringLiteral("put \"--\" before arguments that begin with \"-\""));
         options.addValue(QStringLiteral("timeout"), QStringLiteral("S"),
-                         QStringLiteral("end it with exit code 1 after so many seconds"));
+                         QStringLiteral("end the script after this time, with exit code 1"));
     }
 
     void start(AppOptions& options) override
     {
         if (!output().files().areHere())
-            return fail(
-                QStringLiteral("a script runs in a process of its own: kyr_console --database FILE script ..."));
+            return fail(QStringLiteral("a script runs in its own process: kyr_console --database FILE script ..."));
         ScriptRun::Settings settings;
         if (options.isSet(QStringLiteral("timeout")))
             settings.timeoutSeconds = options.number(QStringLiteral("timeout"), 1, 1000000);
@@ -82,7 +81,7 @@ private:
             return false;
         }
         if (bytes.size() > ScriptRun::longestFile) {
-            fail(QStringLiteral("\"%1\" is no script: it is larger than %2 MiB")
+            fail(QStringLiteral("\"%1\" is not a script: it is larger than %2 MiB")
                      .arg(settings.fileName)
                      .arg(ScriptRun::longestFile >> 20));
             return false;
@@ -96,5 +95,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry scriptCommand = {"script", "Runs a script in JavaScript on the installation.",
+extern const CommandEntry scriptCommand = {"script", "Runs a JavaScript file on the installation.",
                                            &makeCommand<ScriptCommand>, true};

@@ -25,7 +25,8 @@ public:
                               QStringLiteral("MESSAGE is a command such as status, or a JSON object such as "
                                              "'{\"command\":\"echo\",\"data\":\"x\"}'"));
         options.addValue(QStringLiteral("count"), QStringLiteral("N"),
-                         QStringLiteral("so many times, and tell how fast it went"), QStringLiteral("1"));
+                         QStringLiteral("send the message N times and show how long the answers took"),
+                         QStringLiteral("1"));
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for answers"),
                          QStringLiteral("5000"));
         TableOptions::add(options);

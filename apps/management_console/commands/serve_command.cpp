@@ -38,37 +38,38 @@ public:
         options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
                          QStringLiteral("certificate of this server with its issuers, PEM"));
         options.addValue(QStringLiteral("key"), QStringLiteral("FILE"), QStringLiteral("its private key, PEM"));
-        options.addValue(QStringLiteral("system"), QStringLiteral("LABEL"),
-                         QStringLiteral("installation whose devices are let in, beside those that have none"));
-        options.addValue(QStringLiteral("ping"), QStringLiteral("S"),
-                         QStringLiteral("seconds between signs of life of a device"), QStringLiteral("20"));
-        options.addValue(QStringLiteral("token"), QStringLiteral("TEXT"),
-                         QStringLiteral("lets clients log in for notifications; better given by "
-                                        "KYR_CONSOLE_SERVE_TOKEN, which other users do not see"));
-        options.addSwitch(QStringLiteral("finite-field-dh"),
-                          QStringLiteral("for devices that know no elliptic curves; costs time in each handshake"));
         options.addValue(
-            QStringLiteral("proxy-protocol"), QStringLiteral("ADDRESS/MASK"),
-            QStringLiteral("plain connections of a TLS balancer there, with the PROXY protocol, version 2; "
-                           "may be repeated"));
+            QStringLiteral("system"), QStringLiteral("LABEL"),
+            QStringLiteral("installation whose devices may link; devices without an installation always may"));
+        options.addValue(QStringLiteral("ping"), QStringLiteral("S"),
+                         QStringLiteral("seconds between pings to each device"), QStringLiteral("20"));
+        options.addValue(QStringLiteral("token"), QStringLiteral("TEXT"),
+                         QStringLiteral("token with which clients log in for notifications; safer in "
+                                        "KYR_CONSOLE_SERVE_TOKEN, which other users cannot see"));
+        options.addSwitch(
+            QStringLiteral("finite-field-dh"),
+            QStringLiteral("allow devices that do not know elliptic curves; makes each handshake slower"));
+        options.addValue(QStringLiteral("proxy-protocol"), QStringLiteral("ADDRESS/MASK"),
+                         QStringLiteral("accept plain connections from a TLS balancer at this address, with the PROXY "
+                                        "protocol, version 2; may be repeated"));
         options.addValue(QStringLiteral("proxy-port"), QStringLiteral("PORT"),
                          QStringLiteral("TCP port for balancers, 0 for any"), QString::number(DefaultPorts::balanced));
         options.addValue(QStringLiteral("server-name"), QStringLiteral("NAME"),
-                         QStringLiteral("of this server among several; its events are a chain of that name"),
+                         QStringLiteral("name of this server among several; its events form a chain of this name"),
                          CAuditTrail::defaultChainName());
         addBrokerOptions(options);
         options.addValue(QStringLiteral("metrics-from"), QStringLiteral("ADDRESS/MASK"),
-                         QStringLiteral("who may read /metrics beside this machine; may be repeated"));
+                         QStringLiteral("who may read /metrics, besides this machine; may be repeated"));
         options.addValue(QStringLiteral("session-seconds"), QStringLiteral("N"),
-                         QStringLiteral("how long a log-in at the API lasts"), QStringLiteral("3600"));
+                         QStringLiteral("how long a session lasts, in seconds"), QStringLiteral("3600"));
         options.addValue(QStringLiteral("mail-server"), QStringLiteral("HOST[:PORT]"),
-                         QStringLiteral("mail server through which mails in the outbox go"));
+                         QStringLiteral("mail server that sends the mails of the outbox"));
         options.addValue(QStringLiteral("mail-account"), QStringLiteral("ADDRESS"),
-                         QStringLiteral("its sender and user name"));
+                         QStringLiteral("sender and user name at the mail server"));
         options.addValue(QStringLiteral("mail-password-file"), QStringLiteral("FILE"),
-                         QStringLiteral("its first line is the password; without one there is no log-in"));
+                         QStringLiteral("file whose first line is the password; without it there is no log-in"));
         options.addValue(QStringLiteral("mail-token-file"), QStringLiteral("FILE"),
-                         QStringLiteral("its first line is a token, used instead (XOAUTH2)"));
+                         QStringLiteral("file whose first line is an access token, instead of a password (XOAUTH2)"));
         options.addSwitch(QStringLiteral("stop"), QStringLiteral("stop serving"));
     }
 
@@ -191,10 +192,10 @@ private:
                               .arg(port)
                               .arg(proxyPort != 0 ? QStringLiteral(",\"proxyPort\":%1").arg(proxyPort) : QString()));
         else
-            output().line(
-                QStringLiteral("Serving devices on port %1%2.")
-                    .arg(port)
-                    .arg(proxyPort != 0 ? QStringLiteral(", behind a balancer on %1").arg(proxyPort) : QString()));
+            output().line(QStringLiteral("Serving devices on port %1%2.")
+                              .arg(port)
+                              .arg(proxyPort != 0 ? QStringLiteral(", and behind a balancer on port %1").arg(proxyPort)
+                                                  : QString()));
         ServiceManager::ready();
         done();
     }
@@ -226,13 +227,15 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addSwitch(QStringLiteral("refused"), QStringLiteral("who was turned away, and why"));
-        options.addSwitch(QStringLiteral("watch"), QStringLiteral("show it anew as it changes, until Ctrl+C"));
+        options.addSwitch(QStringLiteral("refused"), QStringLiteral("show who was refused, and why"));
+        options.addSwitch(QStringLiteral("watch"),
+                          QStringLiteral("show the table again whenever it changes, until Ctrl+C"));
         TableOptions::add(options);
         options.addSwitch(QStringLiteral("all"),
-                          QStringLiteral("with --json those that are absent, too; else that is so"));
-        options.addSwitch(QStringLiteral("absent"),
-                          QStringLiteral("only devices that have a door and are not linked; 1 when there are any"));
+                          QStringLiteral("with --json: include absent devices (the plain table always does)"));
+        options.addSwitch(
+            QStringLiteral("absent"),
+            QStringLiteral("only devices that have a door and are not linked; exit code 1 if there are any"));
     }
 
     void start(AppOptions& options) override
@@ -368,8 +371,8 @@ private:
 
 } // namespace
 
-extern const CommandEntry serveCommand = {"serve", "Lets devices call in, in the background.",
+extern const CommandEntry serveCommand = {"serve", "Accepts devices that call this console, in the background.",
                                           &makeCommand<ServeCommand>, true};
 
-extern const CommandEntry devicesCommand = {"devices", "Shows the devices that are linked, absent, or were refused.",
+extern const CommandEntry devicesCommand = {"devices", "Shows the linked, absent and refused devices.",
                                             &makeCommand<DevicesCommand>};

@@ -34,7 +34,7 @@ public:
         const CNotificationBridge::Status broker = bridge ? bridge->status() : CNotificationBridge::Status();
         add("broker", "Broker", bridge ? broker.broker : QString());
         add("brokerConnected", "Broker connected", bridge ? QVariant(broker.isConnected) : QVariant());
-        add("brokerFault", "Broker's fault", broker.fault);
+        add("brokerFault", "Broker fault", broker.fault);
         add("brokerWaiting", "Messages for the broker", bridge ? QVariant(broker.waiting) : QVariant());
         add("brokerDropped", "Messages dropped", bridge ? QVariant(broker.dropped) : QVariant());
         QString error;
@@ -100,5 +100,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry statusCommand = {"status", "Shows on one screen how the server is.",
+extern const CommandEntry statusCommand = {"status", "Shows the state of the server on one screen.",
                                            &makeCommand<StatusCommand>};

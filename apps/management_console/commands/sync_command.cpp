@@ -20,10 +20,10 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("[DEVICE]"),
-                              QStringLiteral("all that are linked or have a door, without"));
+                              QStringLiteral("label of a device (default: all that are linked or have a door)"));
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for them"),
                          QStringLiteral("10000"));
-        options.addSwitch(QStringLiteral("watch"), QStringLiteral("show meanwhile how far each of them is"));
+        options.addSwitch(QStringLiteral("watch"), QStringLiteral("show the state of each device while it waits"));
         TableOptions::add(options);
     }
 
@@ -138,7 +138,7 @@ private:
                      {QStringLiteral("accessPoint"), QStringLiteral("Door")},
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
-                     {QStringLiteral("fault"), QStringLiteral("Why not")}});
+                     {QStringLiteral("fault"), QStringLiteral("Fault")}});
         for (const CDeviceId device : qAsConst(m_devices)) {
             const CDoorController::Status status = statusOf(device);
             table.addRow({device.toLabel(),

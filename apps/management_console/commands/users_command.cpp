@@ -19,16 +19,16 @@ public:
     const std::vector<Verb>& verbs() const override
     {
         static const std::vector<Verb> table = {
-            {"", "", "shows them, or writes them to a file", &startVerb<&UsersCommand::showAll>, &addShowOptions},
-            {"add", "LABEL [KEY=VALUE...]", "makes one and prints its id (Department= Email= or any other key)",
+            {"", "", "shows the users, or writes them to a file", &startVerb<&UsersCommand::showAll>, &addShowOptions},
+            {"add", "LABEL [KEY=VALUE...]", "adds a user and prints the id (Department= Email= or any other key)",
              &startVerb<&UsersCommand::add>},
             {"set", "USER KEY=VALUE...",
-             "changes properties; KEY= takes one away, enabled=false puts somebody out of service",
+             "changes properties; KEY= removes one, enabled=false takes the user out of service",
              &startVerb<&UsersCommand::set>},
-            {"remove", "USER...", "takes some away", &startVerb<&UsersCommand::remove>},
-            {"delete", "USER...", "the same", &startVerb<&UsersCommand::remove>},
-            {"import", "FILE", "reads a CSV file such as --csv or a spreadsheet writes, all or nothing",
-             &startVerb<&UsersCommand::readImport>, &addImportOptions},
+            {"remove", "USER...", "removes users", &startVerb<&UsersCommand::remove>},
+            {"delete", "USER...", "the same as remove", &startVerb<&UsersCommand::remove>},
+            {"import", "FILE", "imports users from a CSV file, all or none", &startVerb<&UsersCommand::readImport>,
+             &addImportOptions},
         };
         return table;
     }
@@ -36,16 +36,17 @@ public:
 private:
     static void addShowOptions(AppOptions& options)
     {
-        options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
-                         QStringLiteral("write the table (without --columns all properties, too) to a CSV file"));
+        options.addValue(
+            QStringLiteral("csv"), QStringLiteral("FILE"),
+            QStringLiteral("write the users to a CSV file, with all properties unless --columns is given"));
         options.addSwitch(QStringLiteral("csv-guard"),
-                          QStringLiteral("mark texts in it that a spreadsheet would take for formulas"));
+                          QStringLiteral("put an apostrophe before texts that a spreadsheet would take for formulas"));
         ListOptions::add(options);
     }
 
     static void addImportOptions(AppOptions& options)
     {
-        options.addSwitch(QStringLiteral("dry-run"), QStringLiteral("only say what would happen"));
+        options.addSwitch(QStringLiteral("dry-run"), QStringLiteral("only show what would change"));
     }
 
     void showAll(AppOptions& options)
@@ -125,5 +126,5 @@ private:
 
 } // namespace
 
-extern const CommandEntry usersCommand = {"users", "Shows and changes the users, and reads and writes them as CSV.",
+extern const CommandEntry usersCommand = {"users", "Shows, changes, imports and exports the users.",
                                           &makeCommand<UsersCommand>};

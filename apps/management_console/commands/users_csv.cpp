@@ -159,7 +159,7 @@ private:
             if (field.meaning == Field::Property && m_never.contains(field.name))
                 return fail(m_file.line(), QStringLiteral("\"%1\" cannot be set").arg(title));
             if (!field.name.isEmpty() && isTaken(field))
-                return fail(m_file.line(), QStringLiteral("the column \"%1\" stands there twice").arg(title));
+                return fail(m_file.line(), QStringLiteral("there are two columns \"%1\"").arg(title));
             m_fields.append(field);
         }
         if (placeOf(Field::Label) < 0)
@@ -255,7 +255,7 @@ private:
             if (isKnown && m_lines.contains(record.id))
                 return fail(
                     record.line,
-                    QStringLiteral("user %1 stands on line %2 already").arg(record.id).arg(m_lines.value(record.id)));
+                    QStringLiteral("user %1 is already on line %2").arg(record.id).arg(m_lines.value(record.id)));
             if (isKnown)
                 m_lines.insert(record.id, record.line);
             if (!(isKnown ? change(record, users.value(record.id)) : add(record)))

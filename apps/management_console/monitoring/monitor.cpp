@@ -156,7 +156,7 @@ bool Monitor::mayRead(const QHostAddress& peer) const
 HttpAnswer Monitor::answerMetrics(const HttpRequest& request)
 {
     if (!mayRead(request.peer))
-        return {403, "text/plain", "not from there\n"};
+        return {403, "text/plain", "not allowed from this address\n"};
     return {200, MetricsText::contentType(), metrics(), {"Cache-Control: no-store"}};
 }
 
@@ -173,18 +173,18 @@ QByteArray Monitor::metrics()
     text.sample("kyr_certificate_end_seconds", double(m_server->certificateEnd().toSecsSinceEpoch()));
     text.begin("kyr_links", "gauge", "Devices that are linked.");
     text.sample("kyr_links", m_server->links().size());
-    text.begin("kyr_refusals_total", "counter", "Connections that were turned away.");
+    text.begin("kyr_refusals_total", "counter", "Connections that were refused.");
     for (auto refusal = m_refusals.cbegin(); refusal != m_refusals.cend(); ++refusal)
         text.sample("kyr_refusals_total", double(refusal.value()), {{"reason", refusal.key()}});
-    text.histogram("kyr_handshake_seconds", "From the connection of a device to its link.", m_handshakes);
+    text.histogram("kyr_handshake_seconds", "Time from the connection of a device to its link.", m_handshakes);
     text.begin("kyr_queue_length", "gauge", "What waits to be sent or done.");
     for (auto queue = m_queues.cbegin(); queue != m_queues.cend(); ++queue)
         text.sample("kyr_queue_length", double(queue.value()()), {{"queue", queue.key()}});
-    text.histogram("kyr_database_seconds", "How long a small look at the database takes.", m_database);
+    text.histogram("kyr_database_seconds", "How long a small query to the database takes.", m_database);
     text.begin("kyr_events_total", "counter", "Events that this server has recorded.");
     for (auto event = m_events.cbegin(); event != m_events.cend(); ++event)
         text.sample("kyr_events_total", double(event.value()), {{"kind", event.key()}});
-    text.begin("kyr_broker_connected", "gauge", "1 with a link to the broker, 0 without one, or without a broker.");
+    text.begin("kyr_broker_connected", "gauge", "1 if connected to the broker, 0 if not or if there is no broker.");
     text.sample("kyr_broker_connected", m_broker && m_broker() ? 1 : 0);
     QByteArray begun;
     for (const Counter& counter : qAsConst(m_counters)) {

@@ -69,7 +69,7 @@ void ServiceManager::tell(const QByteArray& text)
     if (::sendto(descriptor, text.constData(), std::size_t(text.size()), MSG_NOSIGNAL,
                  reinterpret_cast<const sockaddr*>(&address), length)
         < 0)
-        qWarning("The service manager does not take \"%s\"", text.constData());
+        qWarning("The service manager does not accept \"%s\"", text.constData());
     ::close(descriptor);
 #else
     Q_UNUSED(text)

@@ -83,7 +83,7 @@ void ScriptRun::start(const Settings& settings)
             QMetaObject::invokeMethod(
                 this,
                 [this] {
-                    end(1, QStringLiteral("%1: not done after %2 s")
+                    end(1, QStringLiteral("%1: not finished after %2 s")
                                .arg(m_settings.fileName)
                                .arg(m_settings.timeoutSeconds));
                 },
@@ -92,7 +92,7 @@ void ScriptRun::start(const Settings& settings)
         const auto stuck = [mayEndProcess = settings.mayEndProcess] {
             if (!mayEndProcess)
                 return;
-            std::fputs("script: cannot be interrupted, and is ended with the program\n", stderr);
+            std::fputs("script: it cannot be interrupted; the program ends\n", stderr);
             std::_Exit(1);
         };
         m_watchdog = std::make_unique<ScriptWatchdog>(settings.timeoutSeconds, tooLate, stuck);
@@ -381,8 +381,8 @@ QJSValue ScriptRun::events(const QJSValue& filter)
             ok = false;
         }
         if (!ok)
-            return fail(QStringLiteral(
-                            "events takes accessPoint, user, kinds (a list), from, to (dates) and limit; not \"%1\" so")
+            return fail(QStringLiteral("events: \"%1\" is not valid; the filter takes accessPoint, user, kinds (a "
+                                       "list), from, to (dates) and limit")
                             .arg(key),
                         QJSValue::TypeError);
     }

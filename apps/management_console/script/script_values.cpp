@@ -25,7 +25,7 @@ bool ScriptConversion::read(const QJSValue& value, int depth, QVariant* variant)
     if (++m_count > most)
         return fail(QStringLiteral("a value is too large"));
     if (value.isCallable())
-        return fail(QStringLiteral("a function stands where a value is taken"));
+        return fail(QStringLiteral("a value is expected, not a function"));
     if (value.isUndefined() || value.isNull()) {
         *variant = QVariant();
         return true;

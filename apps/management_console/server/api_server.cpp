@@ -96,7 +96,8 @@ ApiServer::~ApiServer()
 void ApiServer::takeSocket(QSslSocket* socket, const CTlsDoor::Request& request)
 {
     if (HttpRequest::isForeign(request)) {
-        qWarning("ApiServer: %s: a WebSocket of another server's page", qUtf8Printable(CTlsDoor::peerText(socket)));
+        qWarning("ApiServer: %s: refused a WebSocket from a page of another server",
+                 qUtf8Printable(CTlsDoor::peerText(socket)));
         m_door.refuseWebSocket(socket, 403);
         return;
     }
@@ -118,7 +119,7 @@ void ApiServer::onConnection()
     while (QWebSocket* socket = m_server->nextPendingConnection()) {
         const Arrival arrival = m_arrivals.take(peerKey(socket->peerAddress(), socket->peerPort()));
         if (m_strangers.size() >= mostStrangers) {
-            qWarning("ApiServer: too many wait for their log-in");
+            qWarning("ApiServer: too many connections without a log-in");
             m_strangers.constFirst()->abort();
         }
         auto* client = new NotificationClient(socket, arrival.socket, ++m_count,
@@ -154,7 +155,7 @@ void ApiServer::onMessage(NotificationClient* client, const QString& text)
     if (!connection)
         return;
     if (!connection->requests.isEmpty() && connection->characters + text.size() > mostWaiting)
-        return cutOff(client, QStringLiteral("too much waits for its answer"));
+        return cutOff(client, QStringLiteral("too many calls without an answer"));
     connection->characters += text.size();
     connection->requests.enqueue(text);
     // Not within a signal of the socket: a call may end anything.
@@ -206,7 +207,7 @@ void ApiServer::cutOff(NotificationClient* client, const QString& reason)
     const std::shared_ptr<Connection> connection = m_connections.take(client);
     if (!connection)
         return;
-    qWarning("ApiServer: %s is cut off: %s", qUtf8Printable(client->address()), qUtf8Printable(reason));
+    qWarning("ApiServer: %s was disconnected: %s", qUtf8Printable(client->address()), qUtf8Printable(reason));
     m_strangers.removeOne(client);
     m_bySubscriber.remove(connection->caller->subscriber);
     client->dropQueue();
@@ -244,9 +245,9 @@ void ApiServer::onPost(const HttpRequest& request, const FrontDoor::Reply& reply
     // What a form can send is taken from no browser.
     const bool isBrowser = !request.header("origin").isNull() || !request.header("cookie").isNull();
     if (isBrowser && !isJson(request))
-        return refuse(415, ApiError::NoRequest, "application/json is wanted");
+        return refuse(415, ApiError::NoRequest, "the content type must be application/json");
     if (request.bodyUnread)
-        return refuse(200, ApiError::NoRequest, "the request is too large, or its length is not told");
+        return refuse(200, ApiError::NoRequest, "the request is too large, or has no length");
     m_api.handle(request.body, caller, [caller, cookie, reply, before = caller->session](const CApiAnswer& answer) {
         HttpAnswer response{answer.body.isEmpty() ? 204 : answer.status, "application/json", answer.body, {}};
         response.headers.append("Cache-Control: no-store");

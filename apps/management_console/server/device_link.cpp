@@ -83,7 +83,7 @@ void DeviceLink::onWatch()
     m_watch.stop();
     const CLogFields fields(
         {{QStringLiteral("device"), m_identity.id.toLabel()}, {QStringLiteral("peer"), m_identity.peer}});
-    qInfo("Device %s %s has been silent: its link ends", qUtf8Printable(m_identity.id.toLabel()),
+    qInfo("Device %s %s no longer answers: its link ends", qUtf8Printable(m_identity.id.toLabel()),
           qUtf8Printable(m_identity.peer));
     Q_EMIT ended();
 }

@@ -16,19 +16,19 @@ const char* faultText(NotificationFault fault)
     case NotificationFault::None:
         break;
     case NotificationFault::NoJson:
-        return "no JSON, or a key twice";
+        return "not JSON, or a key appears twice in an object";
     case NotificationFault::NoRequest:
-        return "no JSON-RPC 2.0 request";
+        return "not a JSON-RPC 2.0 request";
     case NotificationFault::UnknownMethod:
         return "unknown method";
     case NotificationFault::BadParams:
-        return "params is no list, or empty";
+        return "params is not a list, or is empty";
     case NotificationFault::NotLoggedIn:
         return "not logged in";
     case NotificationFault::TooMuch:
         return "too many sources or names, or too long a name";
     case NotificationFault::NotTheirs:
-        return "the name is another client's";
+        return "the name belongs to another client";
     }
     return "";
 }

@@ -133,7 +133,8 @@ void NotificationServer::onConnection()
     while (QWebSocket* socket = m_server->nextPendingConnection()) {
         if (m_strangers.size() >= mostStrangers) {
             NotificationClient* longest = m_strangers.takeFirst();
-            qWarning("NotificationServer: %s: too many wait for their log-in", qUtf8Printable(longest->address()));
+            qWarning("NotificationServer: %s: too many connections without a log-in",
+                     qUtf8Printable(longest->address()));
             longest->abort();
         }
         QSslSocket* tls = m_tlsSockets.take(peerKey(socket->peerAddress(), socket->peerPort()));
@@ -239,7 +240,7 @@ void NotificationServer::send(const QString& address, const QString& method, con
 
 void NotificationServer::cutOff(NotificationClient* client)
 {
-    qWarning("NotificationServer: %s lags and is cut off", qUtf8Printable(client->address()));
+    qWarning("NotificationServer: %s does not read fast enough: disconnected", qUtf8Printable(client->address()));
     m_clients.remove(client->address());
     client->dropQueue();
     client->part(QStringLiteral("lagging"));
@@ -251,7 +252,7 @@ void NotificationServer::forget(NotificationClient* client)
     m_strangers.removeOne(client);
     client->deleteLater();
     if (m_clients.remove(client->address())) {
-        qInfo("NotificationServer: %s is gone", qUtf8Printable(client->address()));
+        qInfo("NotificationServer: %s has left", qUtf8Printable(client->address()));
         signOff(client->address());
     }
 }

@@ -103,7 +103,7 @@ void RemoteWork::sendMessage(CDeviceId device, const QJsonObject& message, const
 {
     DeviceLink* link = m_server->link(device);
     if (!link)
-        return answer(QStringLiteral("device %1 has gone").arg(device.toLabel()), {});
+        return answer(QStringLiteral("device %1 has lost its link").arg(device.toLabel()), {});
     auto* turn = new QObject(this);
     const int number = link->ask(message);
     const auto end = [answer, turn, guard = QPointer<DeviceLink>(link)](const QString& error,
@@ -118,7 +118,7 @@ void RemoteWork::sendMessage(CDeviceId device, const QJsonObject& message, const
             end({}, result);
     });
     connect(link, &DeviceLink::ended, turn,
-            [device, end] { end(QStringLiteral("device %1 has gone").arg(device.toLabel()), {}); });
+            [device, end] { end(QStringLiteral("device %1 has lost its link").arg(device.toLabel()), {}); });
     auto* limit = new QTimer(turn);
     limit->setSingleShot(true);
     connect(limit, &QTimer::timeout, turn,

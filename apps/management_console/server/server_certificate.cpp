@@ -65,11 +65,11 @@ bool checkServerCertificate(const QString& certificateFile, const QString& keyFi
     const auto certificate = readPem<X509>(certificateText, &PEM_read_bio_X509, &X509_free);
     const auto key = readPem<EVP_PKEY>(keyText, &PEM_read_bio_PrivateKey, &EVP_PKEY_free);
     if (!certificate)
-        error = QStringLiteral("\"%1\" holds no certificate").arg(certificateFile);
+        error = QStringLiteral("\"%1\" contains no certificate").arg(certificateFile);
     else if (!key)
-        error = QStringLiteral("\"%1\" holds no key that can be read without a pass phrase").arg(keyFile);
+        error = QStringLiteral("\"%1\" contains no key that can be read without a pass phrase").arg(keyFile);
     else if (X509_check_private_key(certificate.get(), key.get()) != 1)
-        error = QStringLiteral("the key in \"%1\" is not that of the first certificate in \"%2\"")
+        error = QStringLiteral("the key in \"%1\" does not belong to the first certificate in \"%2\"")
                     .arg(keyFile, certificateFile);
     ERR_clear_error();
     if (!error.isEmpty())

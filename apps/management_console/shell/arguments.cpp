@@ -22,7 +22,7 @@ bool readKeyValues(const QStringList& words, QVector<KeyValue>& read, AppOptions
         const QString key = word.left(separator);
         for (const KeyValue& other : qAsConst(read)) {
             if (other.key == key) {
-                options.setError(QStringLiteral("\"%1\" is given twice").arg(key));
+                options.setError(QStringLiteral("\"%1\" is given more than once").arg(key));
                 return false;
             }
         }
@@ -34,9 +34,9 @@ bool readKeyValues(const QStringList& words, QVector<KeyValue>& read, AppOptions
 void TableOptions::add(AppOptions& options)
 {
     options.addValue(QStringLiteral("columns"), QStringLiteral("A,B,..."),
-                     QStringLiteral("only these columns, in this order, by title or JSON key"));
+                     QStringLiteral("show only these columns, in this order; by title or JSON key"));
     options.addValue(QStringLiteral("sort"), QStringLiteral("COLUMN"),
-                     QStringLiteral("order the rows that are shown by a column; -COLUMN: the other way round"));
+                     QStringLiteral("sort the rows by this column; -COLUMN: in descending order"));
     options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
                      QStringLiteral("write the table to a CSV file, or to standard output (-)"));
 }
@@ -69,7 +69,7 @@ bool TableOptions::apply(Table& table, QString& mistake) const
     const auto find = [&](const QString& name) {
         const int column = table.column(name);
         if (column < 0)
-            mistake = QStringLiteral("there is no column \"%1\": there are %2")
+            mistake = QStringLiteral("there is no column \"%1\"; the columns are %2")
                           .arg(name, table.columnNames().join(QLatin1String(", ")));
         return column;
     };
@@ -94,9 +94,9 @@ void ListOptions::add(AppOptions& options)
 {
     TableOptions::add(options);
     options.addValue(QStringLiteral("filter"), QStringLiteral("KEY=VALUE"),
-                     QStringLiteral("only those with this value; may be repeated, then all must match"));
-    options.addValue(QStringLiteral("after"), QStringLiteral("ID"), QStringLiteral("only those with a higher id"));
-    options.addValue(QStringLiteral("limit"), QStringLiteral("N"), QStringLiteral("not more than so many"));
+                     QStringLiteral("only rows with this value; may be repeated: all must match"));
+    options.addValue(QStringLiteral("after"), QStringLiteral("ID"), QStringLiteral("only rows with a higher id"));
+    options.addValue(QStringLiteral("limit"), QStringLiteral("N"), QStringLiteral("show at most N rows"));
 }
 
 bool ListOptions::read(AppOptions& options)

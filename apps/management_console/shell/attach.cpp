@@ -153,7 +153,7 @@ private:
     {
         onReadable();
         if (m_waiting)
-            giveUp(QStringLiteral("the console has gone"));
+            giveUp(QStringLiteral("the console has closed the connection"));
         else if (!m_leaving && !m_screen.isPaging())
             leave(0);
     }
@@ -172,7 +172,7 @@ private:
         const QString kind = CommandProtocol::kindOf(message);
         const QString text = message.at(1).toString();
         if (message.isEmpty())
-            giveUp(QStringLiteral("what listens there is no console"));
+            giveUp(QStringLiteral("the program that listens there is not a console"));
         else if (kind == QLatin1String("hello"))
             begin();
         else if (kind == QLatin1String("out"))

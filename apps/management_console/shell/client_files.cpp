@@ -18,7 +18,7 @@ int ClientFiles::begin(Transfer transfer, QObject* receiver)
     const QString fault =
         m_client.hasFiles()
             ? QString()
-            : QStringLiteral("\"%1\" is a file of a client that opens none: use kyr_console for it").arg(transfer.name);
+            : QStringLiteral("\"%1\" is a file, and this client cannot open files: use kyr_console").arg(transfer.name);
     if (!fault.isEmpty()) {
         transfer.read ? transfer.read({}, fault) : transfer.written(fault);
         return 0;
@@ -50,10 +50,10 @@ void ClientFiles::write(const QString& name, OutputFile::Mode mode, const Conten
     transfer.toSend = std::make_shared<QTemporaryFile>();
     const std::shared_ptr<QTemporaryFile> file = transfer.toSend;
     if (!file->open())
-        return then(QStringLiteral("cannot keep \"%1\" for a moment: %2").arg(name, file->errorString()));
+        return then(QStringLiteral("cannot buffer \"%1\": %2").arg(name, file->errorString()));
     QString error = content(*file);
     if (error.isEmpty() && (file->error() != QFileDevice::NoError || !file->flush() || !file->seek(0)))
-        error = QStringLiteral("cannot keep \"%1\" for a moment: %2").arg(name, file->errorString());
+        error = QStringLiteral("cannot buffer \"%1\": %2").arg(name, file->errorString());
     if (!error.isEmpty())
         return then(error);
     const int id = begin(transfer, receiver);
@@ -91,7 +91,7 @@ void ClientFiles::onMessage(const QJsonArray& message)
         return conclude(id, QString());
     if (kind == QLatin1String("fault")) {
         const QString text = message.at(2).toString();
-        return conclude(id, text.isEmpty() ? QStringLiteral("the client could not") : text);
+        return conclude(id, text.isEmpty() ? QStringLiteral("the client could not open it") : text);
     }
     transfer->received += QByteArray::fromBase64(message.at(2).toString().toLatin1());
     if (transfer->received.size() > transfer->most)

@@ -33,7 +33,7 @@ std::unique_ptr<AppOptions> Command::makeOptions(const QString& name, const QStr
     } else {
         const_cast<Command*>(this)->addOptions(*options);
     }
-    options->addSwitch(QStringLiteral("json"), QStringLiteral("tables as JSON"));
+    options->addSwitch(QStringLiteral("json"), QStringLiteral("print tables as JSON"));
     return options;
 }
 
@@ -90,7 +90,7 @@ void Command::run(const QString& name, const QString& summary, QStringList argum
     m_json = options->isSet(QStringLiteral("json"));
     m_tableOptions.read(*options);
     if (m_json && !m_tableOptions.csvFile().isNull())
-        options->setError(QStringLiteral("--json and --csv exclude each other"));
+        options->setError(QStringLiteral("--json and --csv cannot be used together"));
     if (options->error().isEmpty()) {
         if (verb)
             verb->start(*this, *options);
@@ -121,7 +121,7 @@ QString Command::help(const QString& name, const QString& summary) const
         text += QStringList{QString(), QStringLiteral("Options of %1:").arg(verbName(name, verb))};
         text += options.optionHelp().mid(1); // the first is --help
     }
-    text += QStringList{QString(), QStringLiteral("Of all: --json makes tables JSON, --help tells more of a verb.")};
+    text += QStringList{QString(), QStringLiteral("All of them take --json (print tables as JSON) and --help.")};
     return text.join(QLatin1Char('\n'));
 }
 
@@ -194,7 +194,7 @@ void Command::cancel()
 void Command::watch(const std::function<Table()>& view, const QStringList& restless)
 {
     if (!m_tableOptions.csvFile().isNull())
-        return misuse(QStringLiteral("--watch and --csv exclude each other"));
+        return misuse(QStringLiteral("--watch and --csv cannot be used together"));
     Table table = view();
     QString mistake;
     if (!m_tableOptions.apply(table, mistake))

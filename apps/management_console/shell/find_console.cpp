@@ -18,7 +18,7 @@ QString reasonOf(const QLocalSocket& socket)
     case QLocalSocket::ServerNotFoundError:
         return QStringLiteral("there is no such socket");
     case QLocalSocket::ConnectionRefusedError:
-        return QStringLiteral("the program that made this socket has gone");
+        return QStringLiteral("the program that made this socket has ended");
     case QLocalSocket::SocketAccessError:
         return QStringLiteral("you may not use this socket (the service's is for root and the group kyr-operators)");
     case QLocalSocket::SocketTimeoutError:

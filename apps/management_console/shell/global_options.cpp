@@ -43,19 +43,18 @@ void addGlobalOptions(AppOptions& options)
     options.addValue(QStringLiteral("attach"), QStringLiteral("NAME"),
                      QStringLiteral("talk to a console that was started with --socket"));
     options.addSwitch(QStringLiteral("local"),
-                      QStringLiteral("do not look for a console that runs already, be one of its own"));
+                      QStringLiteral("do not use a console that already runs; start a separate one"));
     options.addSwitch(QStringLiteral("stop-on-error"),
-                      QStringLiteral("of commands that are piped in: none behind one that failed"));
+                      QStringLiteral("stop at the first failed command of standard input"));
     options.addValue(QStringLiteral("patience"), QStringLiteral("S"),
-                     QStringLiteral("give that console up when nothing is heard from it for so many seconds"),
+                     QStringLiteral("with --attach: give up when the console is silent for this time"),
                      QStringLiteral("30"));
-    options.addValue(
-        QStringLiteral("database"), QStringLiteral("LOCATION"),
-        QStringLiteral("where the installation is kept: a file, postgresql://[USER@]HOST[:PORT]/NAME, or memory, "
-                       "the demonstration (%1)")
-            .arg(defaultDatabase()));
+    options.addValue(QStringLiteral("database"), QStringLiteral("LOCATION"),
+                     QStringLiteral("where the installation is stored: a file, postgresql://[USER@]HOST[:PORT]/NAME, "
+                                    "or memory for a demonstration (%1)")
+                         .arg(defaultDatabase()));
     options.addValue(QStringLiteral("database-ca"), QStringLiteral("FILE"),
-                     QStringLiteral("authority of the database server's certificate, PEM"));
+                     QStringLiteral("authority for the database server's certificate, PEM"));
     addLogOptions(options, QStringLiteral("INF"), QStringLiteral("none"));
     options.addSwitch(QStringLiteral("version"), QStringLiteral("show the version"));
     options.addPositional(QStringLiteral("[COMMAND [its options]] (without a command: interactive; see: help)"));
@@ -87,8 +86,8 @@ QStringList mistakenVariables(const AppOptions& global, const std::vector<const 
             return differences(name, a) < differences(name, b);
         });
         told.append(differences(name, *nearest) <= mostDifferences
-                        ? QStringLiteral("the environment variable %1 is unknown: is %2 meant?").arg(name, *nearest)
-                        : QStringLiteral("the environment variable %1 stands for no option").arg(name));
+                        ? QStringLiteral("unknown environment variable %1: did you mean %2?").arg(name, *nearest)
+                        : QStringLiteral("the environment variable %1 does not belong to any option").arg(name));
     }
     return told;
 }

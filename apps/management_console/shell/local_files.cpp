@@ -71,7 +71,7 @@ void LocalFiles::read(const QString& name, qint64 most, QObject* receiver, const
 {
     if (name == QLatin1String("-")) {
         if (m_input == StandardInput::Commands)
-            return then({}, cannotRead(name, QStringLiteral("standard input is where the commands come from")));
+            return then({}, cannotRead(name, QStringLiteral("standard input already holds the commands")));
         new InputReader(most, receiver, then);
         return;
     }

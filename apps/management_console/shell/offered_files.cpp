@@ -32,7 +32,8 @@ bool OfferedFiles::take(const QJsonArray& message)
     const bool isRead = kind == QLatin1String("read");
     if (isRead || kind == QLatin1String("write")) {
         if (!m_command || !CommandProtocol::isNamedIn(m_words, text))
-            send("fault", {id, QStringLiteral("\"%1\" does not stand in the command: it is left alone").arg(text)});
+            send("fault",
+                 {id, QStringLiteral("the command does not name \"%1\": the client does not open it").arg(text)});
         else if (isRead)
             startReading(id, text, qint64(message.at(3).toDouble()));
         else

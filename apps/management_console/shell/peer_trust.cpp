@@ -32,7 +32,7 @@ bool isTrustedPeer(const QLocalSocket& socket, QString& reason)
 {
     const PeerUser peer = PeerUser::of(socket);
     if (!peer.isKnown) {
-        reason = QStringLiteral("the system does not tell whose it is");
+        reason = QStringLiteral("its owner cannot be found out");
         return false;
     }
     if (peer.uid == 0 || peer.uid == ::geteuid())

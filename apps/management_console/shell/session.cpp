@@ -218,10 +218,10 @@ void Session::reload()
     QString error;
     QString warning;
     if (m_server->reloadCertificate(error, warning))
-        tell(warning.isEmpty() ? QStringLiteral("the certificate was read anew")
-                               : QStringLiteral("the certificate was read anew: %1").arg(warning));
+        tell(warning.isEmpty() ? QStringLiteral("the certificate was reloaded")
+                               : QStringLiteral("the certificate was reloaded: %1").arg(warning));
     else
-        tell(QStringLiteral("the certificate stays as it was: %1").arg(error));
+        tell(QStringLiteral("the certificate was not reloaded: %1").arg(error));
     ServiceManager::ready();
 }
 
