@@ -1,4 +1,4 @@
-"""notifications.py URL TOKEN AUTHORITY SOURCE...: prints what a console tells of these sources, a line each."""
+"""notifications.py URL TOKEN AUTHORITY SOURCE...: prints the notifications of these sources, one per line."""
 
 import asyncio, json, ssl, sys, websockets
 

@@ -115,12 +115,12 @@ bool CFirmwareByteArray::checkHeader()
     if (headerEnd > size() || headerEnd > greatestOffset) {
         return fault(
             4,
-            QStringLiteral("the header would end at %1, behind the end of the file at %2").arg(headerEnd).arg(size()));
+            QStringLiteral("the header would end at %1, after the end of the file at %2").arg(headerEnd).arg(size()));
     }
     const quint32 wanted = wordAt(8);
     const quint32 computed = checksum(constData() + preambleSize, headerEnd - preambleSize);
     if (wanted != computed) {
-        return fault(8, QStringLiteral("the header's checksum is wrong: %1 stands there, %2 would be right")
+        return fault(8, QStringLiteral("the header's checksum is wrong: it is %1, but %2 would be right")
                             .arg(hex(wanted), hex(computed)));
     }
     readFields(headerEnd);
@@ -220,7 +220,7 @@ bool CFirmwareByteArray::checkFormat4(qint64 available)
     qDebug("fwLength: %d", int(dataLength));
     qDebug("end: %d", int(end));
     if (dataLength < format4HeaderSize)
-        return fault(m_dataStart + 8, QStringLiteral("a data length of %1 is below the least of 12").arg(dataLength));
+        return fault(m_dataStart + 8, QStringLiteral("a data length of %1 is below the minimum of 12").arg(dataLength));
     return settlePartEnd(end, m_dataStart + 8, "the data");
 }
 
@@ -233,7 +233,7 @@ bool CFirmwareByteArray::checkSections(qint64 available)
     if (count == 0)
         return fault(countOffset, QStringLiteral("the data has no sections"));
     if (at(int(countOffset + 1)) != 0)
-        return fault(countOffset + 1, QStringLiteral("the byte behind the number of sections is not zero"));
+        return fault(countOffset + 1, QStringLiteral("the byte after the number of sections is not zero"));
     const qint64 tableEnd = sectionTableStart + count * sectionEntrySize;
     if (available < tableEnd)
         return fault(size(), QStringLiteral("the table of %1 sections ends early").arg(count));
@@ -245,7 +245,7 @@ bool CFirmwareByteArray::checkSections(qint64 available)
         if (begin < tableEnd)
             return fault(entry, QStringLiteral("section %1 begins inside the table of sections").arg(i + 1));
         if (end > available) {
-            return fault(entry, QStringLiteral("section %1 would end at %2, behind the end of the file at %3")
+            return fault(entry, QStringLiteral("section %1 would end at %2, after the end of the file at %3")
                                     .arg(i + 1)
                                     .arg(m_dataStart + end)
                                     .arg(size()));
@@ -260,7 +260,7 @@ bool CFirmwareByteArray::checkSections(qint64 available)
 bool CFirmwareByteArray::settlePartEnd(qint64 end, qint64 faultOffset, const char* what)
 {
     if (end > size() || end > greatestOffset) {
-        return fault(faultOffset, QStringLiteral("%1 would end at %2, behind the end of the file at %3")
+        return fault(faultOffset, QStringLiteral("%1 would end at %2, after the end of the file at %3")
                                       .arg(QLatin1String(what))
                                       .arg(end)
                                       .arg(size()));

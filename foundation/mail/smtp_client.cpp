@@ -241,7 +241,7 @@ CSmtpClient::State CSmtpClient::startEncryption()
     // Whatever stands behind the answer was sent in plain text, by anyone; read later, it would pass for encrypted.
     const qint64 dropped = m_replyReader->clear() + m_socket->readAll().size();
     if (dropped > 0)
-        qWarning("CSmtpClient: dropped %lld bytes behind the answer to STARTTLS", dropped);
+        qWarning("CSmtpClient: dropped %lld bytes after the answer to STARTTLS", dropped);
     m_socket->startClientEncryption();
     return Handshake;
 }

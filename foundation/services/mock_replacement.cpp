@@ -114,7 +114,7 @@ private:
             const qint64 id = number(item.value(key));
             const bool there = collection == m_name ? m_ids.contains(id) : m_store.contains(collection, id);
             if (id != 0 && !there)
-                return QStringLiteral("its \"%1\" names nobody").arg(key);
+                return QStringLiteral("its \"%1\" names a user who does not exist").arg(key);
             item.insert(key, id);
         }
         if (m_name == codesName && item.value(userIdKey).toLongLong() == 0)

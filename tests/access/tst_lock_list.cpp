@@ -153,6 +153,13 @@ void TestLockList::tooMuchIsSaid()
     QVERIFY(builder.error().isEmpty());
     QCOMPARE(int(builder.schedule(CTimeProfile::always())), 0);
     QVERIFY(builder.error().contains(QLatin1String("255")));
+
+    CLockListBuilder crowd;
+    for (int i = 0; i < CLockList::mostEntries; ++i)
+        crowd.append(entry(CLockCredential::fromCode(QStringLiteral("1")), 1, i + 1, 2));
+    QVERIFY(crowd.error().isEmpty());
+    crowd.append(entry(CLockCredential::fromCode(QStringLiteral("1")), 1, 1, 2));
+    QVERIFY(crowd.error().contains(QLatin1String("100000")));
 }
 
 void TestLockList::deltasLeadFromOneListToAnother()

@@ -64,6 +64,7 @@ class Script(unittest.TestCase):
                 (1, "takes 1 arguments", "kyr.deleteUser('1', '2')"),
                 (1, "cannot read", "readFile('/none')"),
                 (1, "no kind", "events({kinds: ['granite']})"),
+                (1, "more than 10000 timers", "for (;;) setTimeout(print, 60000)"),
                 (1, "0 to 255", "exit(256)")):
             code, _, error = self.run_script(text)
             self.assertEqual(code, 1, text)

@@ -281,6 +281,24 @@ private Q_SLOTS:
         QVERIFY(qAbs(good - CApi::mostCalls) <= 1);
         now = 100;
         QCOMPARE(error(anna, "getLoggedInId", QJsonArray()), 0);
+
+        // What one caller may have waiting, and observe.
+        const auto boris = caller("boris", 32, PermissionAdministrator);
+        boris->subscriber = "api 1";
+        QList<int> refused;
+        for (int i = 0; i <= CApi::mostWaiting; ++i) {
+            send(boris, request("deviceAction", QJsonArray{"open", QJsonObject()}),
+                 [&](const QJsonObject& answer) { refused += answer.value("error").toObject().value("code").toInt(); });
+        }
+        QCOMPARE(refused, QList<int>{-32029});
+        m_devices->actions.first()->finished();
+        QJsonArray sources;
+        for (int i = 0; i < CApi::mostSources; ++i)
+            sources += QString::number(i);
+        QCOMPARE(error(boris, "registerObserver", QJsonArray{QJsonValue(sources)}), 0);
+        QCOMPARE(error(boris, "registerObserver", QJsonArray{QJsonArray{"one more"}}), -32602);
+        QCOMPARE(error(boris, "registerObserver", QJsonArray{QJsonArray{QString(CApi::longestSource + 1, 'x')}}),
+                 -32602);
     }
 
     // A subscriber hears what its session may read now, and nothing once that is over.

@@ -107,6 +107,15 @@ private Q_SLOTS:
         QCOMPARE(send({"no address"}, texts), QString("error \"no\" is not a mail address"));
         QCOMPARE(send({"a@example.com\r\nBcc:x@example.com"}, texts),
                  QString("error an address holds a control character"));
+        QStringList crowd;
+        for (int i = 0; i <= CMailOutbox::mostRecipients; ++i)
+            crowd += QString("a%1@example.com").arg(i);
+        QCOMPARE(send(crowd, texts), QString("error a mail can have at most 10000 recipients"));
+        CMailMessage large;
+        large.attach("a.bin", QByteArray(CMailOutbox::largestMail * 3 / 4, 'x'));
+        QString error;
+        QVERIFY(!outbox.queue(large, {"a@example.com"}, error));
+        QCOMPARE(error, QString("a mail with its attachments can have at most 50 MiB"));
         QCOMPARE(outbox.entries().size(), 0);
         QCOMPARE(send({"a@example.com", "b@example.com"}, texts), QString("ok "));
         QTRY_COMPARE_WITH_TIMEOUT(m_taker.mails, 2, 5000);
