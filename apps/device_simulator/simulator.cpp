@@ -211,7 +211,7 @@ bool Simulator::start(QString& error)
                 QStringLiteral("cannot listen on TCP port %1%2")
                     .arg(port)
                     .arg(m_devices.at(i)->settings().faults
-                             ? QStringLiteral(", or the application is on another machine (faults need it on this one)")
+                             ? QStringLiteral(" (or an application is on another machine: faults need it on this one)")
                              : QString());
             return false;
         }

@@ -25,8 +25,8 @@ public:
             {"check", "", "checks the whole database for faults", &startVerb<&DatabaseCommand::check>},
             {"backup", "FILE", "copies it to a new file, also while it is in use",
              &startVerb<&DatabaseCommand::backup>},
-            {"fill", "", "adds trial users, doors and groups to an empty installation",
-             &startVerb<&DatabaseCommand::fill>, &addFillOptions},
+            {"fill", "", "adds users, doors and groups for trials", &startVerb<&DatabaseCommand::fill>,
+             &addFillOptions},
         };
         return table;
     }

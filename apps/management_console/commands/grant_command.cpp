@@ -15,7 +15,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("USER-OR-GROUP DOOR..."),
-                              QStringLiteral("adds a right at each door and prints their ids, one line per door"));
+                              QStringLiteral("Adds a right at each door and prints its id, one line per door."));
         options.addValue(QStringLiteral("schedule"), QStringLiteral("SCHEDULE"),
                          QStringLiteral("schedule in which the right holds (default: always)"));
         options.addValue(QStringLiteral("from"), QStringLiteral("T"),
@@ -91,7 +91,7 @@ public:
     {
         options.addPositional(
             QStringLiteral("USER-OR-GROUP DOOR..."),
-            QStringLiteral("removes all rights of this user or group at these doors; rights through a group stay"));
+            QStringLiteral("Removes all rights of this user or group at these doors; rights of a user's groups stay."));
     }
 
     void start(AppOptions& options) override

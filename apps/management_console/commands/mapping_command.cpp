@@ -12,7 +12,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("[ENUMERATION]"),
-                              QStringLiteral("such as DeviceType (default: list all)"));
+                              QStringLiteral("ENUMERATION is a name such as DeviceType (default: list all)"));
         TableOptions::add(options);
     }
 

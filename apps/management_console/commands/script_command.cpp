@@ -18,7 +18,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addPositional(QStringLiteral("FILE.js [ARG...]"),
-                              QStringLiteral("put \"--\" before arguments that begin with \"-\""));
+                              QStringLiteral("Put \"--\" before arguments that begin with \"-\"."));
         options.addValue(QStringLiteral("timeout"), QStringLiteral("S"),
                          QStringLiteral("end the script after this time, with exit code 1"));
     }

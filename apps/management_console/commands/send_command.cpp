@@ -66,8 +66,9 @@ public:
                                    [&](const DeviceLink* link) { return elsewhere.contains(link->identity().id); }),
                     links.end());
         if (links.isEmpty() && elsewhere.isEmpty())
-            return fail(server ? QStringLiteral("no device \"%1\" is linked").arg(words.at(0))
-                               : QStringLiteral("not serving (see: help serve)"));
+            return fail(!server    ? QStringLiteral("not serving (see: help serve)")
+                        : isForAll ? QStringLiteral("no device is linked")
+                                   : QStringLiteral("no device \"%1\" is linked").arg(words.at(0)));
 
         QTimer::singleShot(waitMs, this, [this] { conclude(); });
         m_clock.start();

@@ -33,7 +33,7 @@ public:
     void addOptions(AppOptions& options) override
     {
         options.addValue(QStringLiteral("port"), QStringLiteral("PORT"),
-                         QStringLiteral("TLS port on which devices call in, 0 for any"),
+                         QStringLiteral("TLS port for devices and other clients, 0 for any"),
                          QString::number(DefaultPorts::server));
         options.addValue(QStringLiteral("certificate"), QStringLiteral("FILE"),
                          QStringLiteral("certificate of this server with its issuers, PEM"));

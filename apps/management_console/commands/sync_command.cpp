@@ -19,8 +19,9 @@ public:
 
     void addOptions(AppOptions& options) override
     {
-        options.addPositional(QStringLiteral("[DEVICE]"),
-                              QStringLiteral("label of a device (default: all that are linked or have a door)"));
+        options.addPositional(
+            QStringLiteral("[DEVICE]"),
+            QStringLiteral("DEVICE is a label (default: all devices that are linked or have a door)"));
         options.addValue(QStringLiteral("wait"), QStringLiteral("MS"), QStringLiteral("how long to wait for them"),
                          QStringLiteral("10000"));
         options.addSwitch(QStringLiteral("watch"), QStringLiteral("show the state of each device while it waits"));

@@ -166,7 +166,7 @@ void Session::setServer(std::unique_ptr<DeviceServer> server, const QString& nam
                  .arg(device.handshakeMs));
     });
     connect(m_server.get(), &DeviceServer::deviceLeft, this, [this](const DeviceLink::Identity& device) {
-        tell(QStringLiteral("%1 %2 has gone").arg(deviceTypeName(device.type), device.id.toLabel()));
+        tell(QStringLiteral("%1 %2 has left").arg(deviceTypeName(device.type), device.id.toLabel()));
     });
     connect(m_server.get(), &DeviceServer::refused, this, [this](const DeviceServer::Refusal& refusal) {
         const QString device = refusal.device.isEmpty() ? QString() : QString(refusal.device + QLatin1Char(' '));
