@@ -106,7 +106,7 @@ class Commands(unittest.TestCase):
         self.assertEqual(console(stdin=lines), (2, "1.1.0\n1.1.0\n", 'line 3: unknown command "fly" (see: help)\n'))
         self.assertEqual(console("--stop-on-error", stdin=lines)[:2], (2, "1.1.0\n"))
         code, _, error = console("version", env={"KYR_CONSOLE_LOGFILE": "x", "KYR_CONSOLE_SERVE_PORT": "1"})
-        self.assertEqual((code, error.count("\n"), "is KYR_CONSOLE_LOG_FILE meant?" in error), (0, 1, True))
+        self.assertEqual((code, error.count("\n"), "did you mean KYR_CONSOLE_LOG_FILE?" in error), (0, 1, True))
         self.assertEqual(console("-h")[1], console("--help")[1])
 
     def test_completion(self):
@@ -194,8 +194,8 @@ class Commands(unittest.TestCase):
                 self.assertEqual((result.returncode, os.path.exists(file)), (1, False), result.stderr)
                 return result.stderr
 
-            for script, reason in (("cat >/dev/null; echo junk", "no PDF document"),
-                                   ("cat >/dev/null; printf '%%PDF-1.4 and no end'", "no PDF document"),
+            for script, reason in (("cat >/dev/null; echo junk", "did not return a PDF document"),
+                                   ("cat >/dev/null; printf '%%PDF-1.4 and no end'", "did not return a PDF document"),
                                    ("printf '%%PDF-1.4\\n%%%%EOF'; exec <&-; exit 3", "code 3"),
                                    ("kill -9 $$", "crashed"),
                                    ("echo error it is late >&2; exit 1", "it is late"),

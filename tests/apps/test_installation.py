@@ -122,7 +122,7 @@ class Installation(unittest.TestCase):
                 (1, "blocked", "media", "set", card, "blocked=1"), (1, "validTo", "media", "set", card, "validTo=later"),
                 (1, "timeZone", "doors", "set", "D", "timeZone=Mars/Base"), (1, "label", "users", "set", "1", "label="), (1, "label", "users", "add", " "),
                 (2, "id", "users", "set", "1", "id=7"), (2, "class", "users", "add", "B", "class=2"), (2, "userId", "media", "set", card, "userId=1"),
-                (2, "KEY=VALUE", "users", "set", "1", "x"), (2, "twice", "users", "add", "B", "x=1", "x=2"), (2, "--limit", "users", "--limit", "0"),
+                (2, "KEY=VALUE", "users", "set", "1", "x"), (2, "more than once", "users", "add", "B", "x=1", "x=2"), (2, "--limit", "users", "--limit", "0"),
                 (1, "device", "doors", "assign", "D", "door"), (1, "user", "users", "remove", group), (1, "exists", "database", "backup", self.file)):
             self.refuse(code, word, *command)
         self.assertEqual([self.rows(kind) for kind in ("users", "groups", "doors", "media", "codes")], before)

@@ -232,7 +232,7 @@ class Link(Installation):
                               (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/console.pem"],
                                "contains no key"),
                               (["--certificate", f"{self.dir}/console.pem", "--key", f"{self.dir}/{LABELS[0]}.key"],
-                               "is not that of the first certificate")):
+                               "does not belong to the first certificate")):
             code, out, error = console("serve", *options)
             self.assertNotEqual(code, 0)
             self.assertEqual(error.count("\n"), 1)
