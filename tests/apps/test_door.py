@@ -190,7 +190,7 @@ class Door(unittest.TestCase):
     def behind(self, command, *doors):
         names = [("Main", 5), ("Side", 7)]
         return "".join(f'{command}: door "{names[door][0]}" ({names[door][1]}) has not taken the change: device {LABELS[door]} still '
-                       "goes by its list from before\n" for door in doors)
+                       "uses its old list\n" for door in doors)
 
     def test_who_watches_is_told_at_once(self):
         self.furnish()
