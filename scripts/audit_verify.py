@@ -54,5 +54,5 @@ for line in open(sys.argv[1], encoding="utf-8"):
 for head in heads:
     check(head["seq"] <= ends.get(head["chain"], 0), head["chain"], head["seq"], "is behind the end: the tail is missing")
     check(len(sys.argv) < 4 or signed(head), head["chain"], head["seq"], "the head's signature is wrong")
-print("\n".join(faults) or f"intact: {len(ends)} chains, {len(heads)} heads")
+print("\n".join(faults) or f"intact (chains: {len(ends)}, heads: {len(heads)})")
 sys.exit(bool(faults))
