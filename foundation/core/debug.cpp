@@ -22,6 +22,15 @@ constexpr int thresholdOf(QtMsgType type)
     return type == QtDebugMsg ? 5 : type == QtInfoMsg ? 4 : type == QtWarningMsg ? 3 : INT_MIN;
 }
 
+// One bit for each type that is not written at a level, so that to look is all that a suppressed message costs.
+constexpr uint suppressedAt(int level)
+{
+    uint types = 0;
+    for (const QtMsgType type : {QtDebugMsg, QtWarningMsg, QtInfoMsg})
+        types |= level < thresholdOf(type) ? 1U << type : 0U;
+    return types;
+}
+
 constexpr const char* tagOf(QtMsgType type)
 {
     switch (type) {
@@ -43,7 +52,7 @@ constexpr int circularBufferSize = 0x100000;
 
 // Set at start-up and read by every thread that logs: atomic so that late changes are no data race, relaxed because
 // nothing else depends on them.
-std::atomic<int> logLevel{4};
+std::atomic<uint> suppressedTypes{suppressedAt(4)};
 std::atomic<FILE*> stream{stderr};
 // Not owned by a smart pointer: messages come until the very end of the process.
 std::atomic<CCircularLogBuffer*> circularBuffer{nullptr};
@@ -168,13 +177,15 @@ void CDebug::setJsonLines(bool on)
 
 void CDebug::messageOutput(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
-    if (logLevel.load(std::memory_order_relaxed) >= thresholdOf(type))
-        writeMessage(type, message);
+    const uint index = type; // of a type that Qt does not know no bit is looked at
+    if (Q_LIKELY(index <= QtInfoMsg && (suppressedTypes.load(std::memory_order_relaxed) >> index & 1U) != 0))
+        return;
+    writeMessage(type, message);
 }
 
 void CDebug::setLogLevel(int level)
 {
-    logLevel.store(level, std::memory_order_relaxed);
+    suppressedTypes.store(suppressedAt(level), std::memory_order_relaxed);
 }
 
 int CDebug::logLevelStringToInt(const QString& text, bool* ok)

@@ -1,5 +1,7 @@
 #include <foundation/network/device_discovery_app_side.h>
 
+#include <foundation/network/device_discovery_text_p.h>
+
 #include <QtNetwork/QTcpSocket>
 
 namespace {
@@ -11,7 +13,7 @@ constexpr int queriedDeviceType = 41;
 DeviceIdentity receivedDeviceInfo(const QMap<CDeviceDiscoveryBase::Header, QVariant>& headers,
                                   const QHostAddress& sender, quint16 senderPort)
 {
-    qInfo("CDeviceDiscovery: Received device info from %s:%u", qPrintable(sender.toString()), senderPort);
+    (DiscoveryText() << "CDeviceDiscovery: Received device info from " << sender << ":" << senderPort).log();
     return {CDeviceId(headers.value(CDeviceDiscoveryBase::DeviceId).toUInt()),
             CSystemId(headers.value(CDeviceDiscoveryBase::SystemId).toUInt()),
             headers.value(CDeviceDiscoveryBase::DeviceType).toInt()};
@@ -27,13 +29,13 @@ CDeviceDiscoveryAppSide::CDeviceDiscoveryAppSide(quint16 port, QObject* parent)
 
 QByteArray CDeviceDiscoveryAppSide::renderGetDeviceInfo() const
 {
-    return renderHeaders({{DeviceType, queriedDeviceType}, {SystemId, systemId()}}, GetDeviceInfo);
+    return renderValues({{DeviceType, queriedDeviceType}, {SystemId, systemId()}}, GetDeviceInfo);
 }
 
 void CDeviceDiscoveryAppSide::sendGetDeviceInfoUdp(const QHostAddress& address, quint16 port)
 {
     const quint16 usedPort = port != 0 ? port : defaultPort();
-    qInfo("CDeviceDiscovery: Send UDP query for device info to %s:%u", qPrintable(address.toString()), usedPort);
+    (DiscoveryText() << "CDeviceDiscovery: Send UDP query for device info to " << address << ":" << usedPort).log();
     sendDatagram(renderGetDeviceInfo(), address, usedPort);
 }
 

@@ -1,18 +1,21 @@
 #include <foundation/network/device_discovery_base.h>
 
 #include <foundation/core/system_id.h>
+#include <foundation/network/device_discovery_text_p.h>
 #include <foundation/network/socket_owner_p.h>
 
+#include <QtCore/QPointer>
 #include <QtNetwork/QUdpSocket>
 
 #include <array>
-#include <cstring>
+#include <charconv>
 #include <string_view>
 
 namespace {
 
 using Bytes = std::string_view;
 
+constexpr int largestDatagram = 0xFFFF;
 constexpr Bytes startWord = "DISCOVERY ";
 // What follows the start word, by message type.
 constexpr std::array<Bytes, 3> messageNames = {"", "GET DeviceInfo", "RESULT DeviceInfo"};
@@ -38,11 +41,6 @@ Bytes trimmed(Bytes text)
     return text;
 }
 
-void append(QByteArray& message, Bytes text)
-{
-    message.append(text.data(), static_cast<int>(text.size()));
-}
-
 // The line at the front of `rest`, without its line feed, taken off `rest`.
 Bytes takeLine(Bytes& rest)
 {
@@ -64,10 +62,35 @@ CDeviceDiscoveryBase::DatagramType datagramType(Bytes firstLine)
     return CDeviceDiscoveryBase::NoDatagram;
 }
 
+template<typename Number>
+bool readDigits(Bytes text, Number& number)
+{
+    const char* const end = text.data() + text.size();
+    const std::from_chars_result result = std::from_chars(text.data(), end, number);
+    return result.ec == std::errc() && result.ptr == end;
+}
+
+// A plain number, as nearly all are, is read in place; any other as Qt reads it.
 QVariant headerValue(size_t header, Bytes text)
 {
-    const QByteArray number(text.data(), static_cast<int>(text.size()));
-    return header == CDeviceDiscoveryBase::DeviceType ? QVariant(number.toInt()) : QVariant(number.toUInt());
+    const auto copy = [text] { return QByteArray(text.data(), static_cast<int>(text.size())); };
+    if (header == CDeviceDiscoveryBase::DeviceType) {
+        int number = 0;
+        return readDigits(text, number) ? number : copy().toInt();
+    }
+    uint number = 0;
+    return readDigits(text, number) ? number : copy().toUInt();
+}
+
+void writeStart(DiscoveryText& message, CDeviceDiscoveryBase::DatagramType type)
+{
+    const auto index = static_cast<size_t>(type);
+    message << startWord << (index < messageNames.size() ? messageNames[index] : Bytes()) << "\r\n";
+}
+
+void writeHeader(DiscoveryText& message, CDeviceDiscoveryBase::Header header, qint64 value)
+{
+    message << headerNames[static_cast<size_t>(header)] << ": " << value << "\r\n";
 }
 
 // Of those that are ready to share, the system may choose a port that another socket has, and only one of them would
@@ -119,21 +142,25 @@ void CDeviceDiscoveryBase::bindOnUdpPort(quint16 port)
 
 QByteArray CDeviceDiscoveryBase::renderHeaders(const QMap<Header, QVariant>& headers, DatagramType type)
 {
-    QByteArray message;
-    append(message, startWord);
-    if (type > NoDatagram && static_cast<size_t>(type) < messageNames.size())
-        append(message, messageNames[static_cast<size_t>(type)]);
-    message.append("\r\n");
+    DiscoveryText message;
+    writeStart(message, type);
     for (auto header = headers.cbegin(); header != headers.cend(); ++header) {
-        if (header.key() < DeviceType || header.key() > SystemId)
-            continue;
-        append(message, headerNames[static_cast<size_t>(header.key())]);
-        message.append(": ");
-        message.append(header.key() == DeviceType ? QByteArray::number(header.value().toInt())
-                                                  : QByteArray::number(header.value().toUInt()));
-        message.append("\r\n");
+        if (header.key() >= DeviceType && header.key() <= SystemId) {
+            const bool isSigned = header.key() == DeviceType;
+            writeHeader(message, header.key(), isSigned ? qint64(header->toInt()) : qint64(header->toUInt()));
+        }
     }
-    return message;
+    return message.toBytes();
+}
+
+QByteArray CDeviceDiscoveryBase::renderValues(std::initializer_list<std::pair<Header, qint64>> values,
+                                              DatagramType type)
+{
+    DiscoveryText message;
+    writeStart(message, type);
+    for (const auto& [header, value] : values)
+        writeHeader(message, header, value);
+    return message.toBytes();
 }
 
 QMap<CDeviceDiscoveryBase::Header, QVariant> CDeviceDiscoveryBase::parseHeaders(const QByteArray& data,
@@ -168,21 +195,22 @@ void CDeviceDiscoveryBase::receiveDatagram()
 {
     // A receiver may delete this object.
     const QPointer<CDeviceDiscoveryBase> alive(this);
-    const SocketSignal<CDeviceDiscoveryBase> inside(this, m_signalDepth);
-    QByteArray data;
-    while (alive && m_socket->hasPendingDatagrams()) {
-        data.resize(static_cast<int>(qMax<qint64>(m_socket->pendingDatagramSize(), 0)));
+    ++m_signalDepth;
+    QByteArray buffer(largestDatagram, Qt::Uninitialized);
+    do {
         QHostAddress sender;
         quint16 senderPort = 0;
-        const qint64 size = m_socket->readDatagram(data.data(), data.size(), &sender, &senderPort);
+        // Not asked before for its size, or whether it is there: each is a call into the system.
+        const qint64 size = m_socket->readDatagram(buffer.data(), buffer.size(), &sender, &senderPort);
         if (size < 0)
-            return;
-        data.truncate(static_cast<int>(size));
+            break;
         DatagramType type = NoDatagram;
-        const auto headers = parseHeaders(data, type);
+        const auto headers = parseHeaders(QByteArray::fromRawData(buffer.constData(), static_cast<int>(size)), type);
         if (type != NoDatagram)
             receiveMessage(type, headers, plainAddress(sender), senderPort);
-    }
+    } while (alive && m_socket->hasPendingDatagrams());
+    if (alive)
+        --m_signalDepth;
 }
 
 QHostAddress CDeviceDiscoveryBase::plainAddress(const QHostAddress& address)

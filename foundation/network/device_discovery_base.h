@@ -7,6 +7,9 @@
 #include <QtCore/QVariant>
 #include <QtNetwork/QHostAddress>
 
+#include <initializer_list>
+#include <utility>
+
 class QUdpSocket;
 
 /// What both ends of device discovery share: the UDP socket, and the reader and writer of the messages.
@@ -78,6 +81,8 @@ public Q_SLOTS:
     void receiveDatagram();
 
 protected:
+    /// Like renderHeaders, of values in the order in which they are to be written: no map is built for them.
+    static QByteArray renderValues(std::initializer_list<std::pair<Header, qint64>> values, DatagramType type);
     void sendDatagram(const QByteArray& message, const QHostAddress& address, quint16 port);
 
 private:

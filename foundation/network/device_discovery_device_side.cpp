@@ -2,8 +2,26 @@
 
 #include <foundation/core/device_id.h>
 #include <foundation/core/system_id.h>
+#include <foundation/network/device_discovery_text_p.h>
 
 #include <QtNetwork/QTcpSocket>
+
+namespace {
+
+void logQuery(std::string_view transport, const QHostAddress& peer, quint32 systemId)
+{
+    (DiscoveryText() << "CDeviceDiscovery: Received " << transport << " device info query from " << peer << ", system "
+                     << systemId)
+        .log();
+}
+
+void logAnswer(std::string_view transport, const QHostAddress& peer, quint32 deviceId)
+{
+    (DiscoveryText() << "CDeviceDiscovery: Send " << transport << " device info to " << peer << ", ID " << deviceId)
+        .log();
+}
+
+} // namespace
 
 CDeviceDiscoveryDeviceSide::CDeviceDiscoveryDeviceSide(quint16 port, QObject* parent)
     : CDeviceDiscoveryBase(port, parent)
@@ -34,8 +52,7 @@ bool CDeviceDiscoveryDeviceSide::isValidDeviceInfoQuery(const QMap<Header, QVari
 
 QByteArray CDeviceDiscoveryDeviceSide::renderDeviceInfoResult() const
 {
-    return renderHeaders({{DeviceType, m_deviceType}, {DeviceId, m_deviceId}, {SystemId, systemId()}},
-                         DeviceInfoResult);
+    return renderValues({{DeviceType, m_deviceType}, {DeviceId, m_deviceId}, {SystemId, systemId()}}, DeviceInfoResult);
 }
 
 void CDeviceDiscoveryDeviceSide::sendDeviceInfoResult(QTcpSocket* socket)
@@ -54,11 +71,11 @@ void CDeviceDiscoveryDeviceSide::checkMessageAndSendDeviceInforResult(QTcpSocket
         return;
     quint32 querySystemId = 0;
     const bool valid = isValidDeviceInfoQuery(headers, &querySystemId);
-    const QString peer = plainAddress(socket->peerAddress()).toString();
-    qInfo("CDeviceDiscovery: Received TCP device info query from %s, system %u", qPrintable(peer), querySystemId);
+    const QHostAddress peer = plainAddress(socket->peerAddress());
+    logQuery("TCP", peer, querySystemId);
     if (!valid)
         return;
-    qInfo("CDeviceDiscovery: Send TCP device info to %s, ID %u", qPrintable(peer), m_deviceId);
+    logAnswer("TCP", peer, m_deviceId);
     socket->write(renderDeviceInfoResult());
 }
 
@@ -69,10 +86,9 @@ void CDeviceDiscoveryDeviceSide::receiveMessage(DatagramType type, const QMap<He
         return;
     quint32 querySystemId = 0;
     const bool valid = isValidDeviceInfoQuery(headers, &querySystemId);
-    const QString peer = sender.toString();
-    qInfo("CDeviceDiscovery: Received UDP device info query from %s, system %u", qPrintable(peer), querySystemId);
+    logQuery("UDP", sender, querySystemId);
     if (!valid)
         return;
-    qInfo("CDeviceDiscovery: Send UDP device info to %s, ID %u", qPrintable(peer), m_deviceId);
+    logAnswer("UDP", sender, m_deviceId);
     sendDatagram(renderDeviceInfoResult(), sender, senderPort);
 }

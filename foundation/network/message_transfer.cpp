@@ -63,10 +63,8 @@ QString CMessageTransfer::toHex(const QByteArray& data, const QString& prefix)
     return data.isEmpty() ? prefix : QString(prefix + QLatin1String(data.toHex(' ')) + QLatin1Char(' '));
 }
 
-bool CMessageTransfer::trace(const QByteArray& data, const char* prefix)
+bool CMessageTransfer::tellBytes(const QByteArray& data, const char* prefix)
 {
-    if (m_debugLevel < 1)
-        return true;
     const QPointer<CMessageTransfer> alive(this);
     Q_EMIT debugMessage(toHex(data, QLatin1String(prefix)));
     return alive;

@@ -73,11 +73,13 @@ protected:
     int debugLevel() const { return m_debugLevel; }
     /// Tells of bytes that pass, when the debug level asks for it; `prefix` says which way. False when a receiver has
     /// deleted this.
-    bool trace(const QByteArray& data, const char* prefix);
+    bool trace(const QByteArray& data, const char* prefix) { return m_debugLevel < 1 || tellBytes(data, prefix); }
     /// Takes bytes that have left from those that were handed over, and emits dataTransmitted with them.
     void reportTransmitted(PendingData& pendingData, qint64 bytes);
 
 private:
+    bool tellBytes(const QByteArray& data, const char* prefix);
+
     QPointer<CMessageTransfer> m_lowerTransfer;
     int m_debugLevel = 0;
 };

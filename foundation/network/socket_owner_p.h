@@ -1,30 +1,50 @@
 #pragma once
 
-#include <QtCore/QPointer>
+#include <QtCore/QObject>
 
-/// Counts, for as long as it lives, that `connection` is handling a signal of its socket. A receiver may delete the
-/// connection meanwhile; the socket, which is still in the middle of its own signal, must then outlive it.
-template<typename Connection>
-class SocketSignal
+/// The signals of its socket that a connection is handling, as its member. A receiver may delete the connection in the
+/// middle of one; the socket, which has not come back from its own signal, must then outlive it.
+class SocketSignals
 {
 public:
-    SocketSignal(Connection* connection, int& depth)
-        : m_connection(connection)
-        , m_depth(depth)
+    /// One of them, for as long as it lives on the stack. It may outlive the connection, and costs two pointers: there
+    /// is one for each message that comes.
+    class Scope
     {
-        ++m_depth;
-    }
-    ~SocketSignal()
+    public:
+        explicit Scope(SocketSignals& signals)
+            : m_signals(&signals)
+            , m_outer(signals.m_innermost)
+        {
+            signals.m_innermost = this;
+        }
+        ~Scope()
+        {
+            if (m_signals)
+                m_signals->m_innermost = m_outer;
+        }
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+
+    private:
+        friend class SocketSignals;
+        SocketSignals* m_signals; // null when it is gone
+        Scope* m_outer;
+    };
+
+    SocketSignals() = default;
+    ~SocketSignals()
     {
-        if (m_connection)
-            --m_depth;
+        for (Scope* scope = m_innermost; scope; scope = scope->m_outer)
+            scope->m_signals = nullptr;
     }
-    SocketSignal(const SocketSignal&) = delete;
-    SocketSignal& operator=(const SocketSignal&) = delete;
+    SocketSignals(const SocketSignals&) = delete;
+    SocketSignals& operator=(const SocketSignals&) = delete;
+
+    bool areHandled() const { return m_innermost; }
 
 private:
-    QPointer<Connection> m_connection;
-    int& m_depth;
+    Scope* m_innermost = nullptr;
 };
 
 /// What happens to the socket of a connection that is being destroyed: one of its own dies with it as its child, any

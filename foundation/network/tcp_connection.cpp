@@ -29,8 +29,8 @@ struct CTcpConnection::Private
     bool connectionState = false;
     int keepaliveSeconds = 0;
     QTimer* handshakeGrace = nullptr;
-    int signalDepth = 0;
-    int writtenDepth = 0; // of those signals, the ones that report written bytes
+    SocketSignals signalsNow;
+    SocketSignals writtenNow; // of those signals, the ones that report written bytes
 };
 
 CTcpConnection::CTcpConnection(QObject* parent)
@@ -49,7 +49,7 @@ CTcpConnection::CTcpConnection(QTcpSocket* socket, QObject* parent)
 
 CTcpConnection::~CTcpConnection()
 {
-    releaseSocket(d->socket, this, d->signalDepth > 0);
+    releaseSocket(d->socket, this, d->signalsNow.areHandled());
 }
 
 QTcpSocket* CTcpConnection::socket() const
@@ -145,7 +145,7 @@ void CTcpConnection::close()
     if (!socket)
         return;
     // A TLS socket that is closed while it reports what it has encrypted goes on with a session that is gone.
-    if (d->writtenDepth > 0 && qobject_cast<QSslSocket*>(socket))
+    if (d->writtenNow.areHandled() && qobject_cast<QSslSocket*>(socket))
         QMetaObject::invokeMethod(
             socket, [socket] { socket->close(); }, Qt::QueuedConnection);
     else
@@ -208,7 +208,7 @@ void CTcpConnection::setConnectionState(bool state)
 {
     if (state == d->connectionState)
         return;
-    const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
     d->pendingData.clear();
     d->connectionState = state;
     if (state)
@@ -233,21 +233,21 @@ void CTcpConnection::connectToHost(QTcpSocket* socket, const QString& host, quin
 
 void CTcpConnection::onError(QAbstractSocket::SocketError socketError)
 {
-    const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
     d->pendingData.clear();
     Q_EMIT error(socketError);
 }
 
 void CTcpConnection::onBytesWritten(qint64 bytes)
 {
-    const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
-    const SocketSignal<CTcpConnection> insideWritten(this, d->writtenDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
+    const SocketSignals::Scope insideWritten(d->writtenNow);
     reportTransmitted(d->pendingData, bytes);
 }
 
 void CTcpConnection::receiveData()
 {
-    const SocketSignal<CTcpConnection> inside(this, d->signalDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
     const QByteArray data = d->socket ? d->socket->readAll() : QByteArray();
     if (!data.isEmpty() && trace(data, "RX "))
         Q_EMIT dataReceived(data);

@@ -22,8 +22,8 @@ struct CWebSocketConnection::Private
     QPointer<QWebSocket> webSocket;
     bool connectionState = false;
     QTimer* keepaliveTimer = nullptr;
-    int signalDepth = 0;
-    int writtenDepth = 0; // of those signals, the ones that report written bytes
+    SocketSignals signalsNow;
+    SocketSignals writtenNow; // of those signals, the ones that report written bytes
 };
 
 CWebSocketConnection::CWebSocketConnection(QWebSocket* webSocket, QObject* parent)
@@ -46,7 +46,7 @@ CWebSocketConnection* CWebSocketConnection::takeOver(QWebSocket* webSocket, int 
 
 CWebSocketConnection::~CWebSocketConnection()
 {
-    releaseSocket(d->webSocket, this, d->signalDepth > 0);
+    releaseSocket(d->webSocket, this, d->signalsNow.areHandled());
 }
 
 QWebSocket* CWebSocketConnection::webSocket() const
@@ -65,7 +65,7 @@ void CWebSocketConnection::init()
     connect(webSocket, QOverload<QAbstractSocket::SocketError>::of(&QWebSocket::error), this,
             &CWebSocketConnection::onError);
     connect(webSocket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& data) {
-        const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+        const SocketSignals::Scope inside(d->signalsNow);
         if (trace(data, "RX "))
             Q_EMIT dataReceived(data);
     });
@@ -79,7 +79,7 @@ void CWebSocketConnection::close()
         return;
     const auto close = [webSocket] { webSocket->close(QWebSocketProtocol::CloseCodeNormal, QString()); };
     // A TLS socket that is closed while it reports what it has encrypted goes on with a session that is gone.
-    if (d->writtenDepth > 0)
+    if (d->writtenNow.areHandled())
         QMetaObject::invokeMethod(webSocket, close, Qt::QueuedConnection);
     else
         close();
@@ -135,7 +135,7 @@ void CWebSocketConnection::setConnectionState(bool state)
 {
     if (state == d->connectionState)
         return;
-    const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
     d->pendingData.clear();
     d->connectionState = state;
     if (d->keepaliveTimer) {
@@ -183,15 +183,15 @@ void CWebSocketConnection::sendPing()
 
 void CWebSocketConnection::onError(QAbstractSocket::SocketError socketError)
 {
-    const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
     d->pendingData.clear();
     Q_EMIT error(socketError);
 }
 
 void CWebSocketConnection::onBytesWritten(qint64 bytes)
 {
-    const SocketSignal<CWebSocketConnection> inside(this, d->signalDepth);
-    const SocketSignal<CWebSocketConnection> insideWritten(this, d->writtenDepth);
+    const SocketSignals::Scope inside(d->signalsNow);
+    const SocketSignals::Scope insideWritten(d->writtenNow);
     // Frame headers and control frames are counted in `bytes`, so there may be less data, or none.
     reportTransmitted(d->pendingData, bytes);
 }
