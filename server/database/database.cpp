@@ -20,6 +20,8 @@
 
 namespace {
 
+// More statements than the system has; each takes some kilobytes.
+constexpr size_t mostIdleCursors = 256;
 const QString memoryLocation = QStringLiteral("memory");
 
 struct TextHash
@@ -365,8 +367,12 @@ std::unique_ptr<SqlCursor> CDatabase::takeCursor(const QString& sql, int* connec
 void CDatabase::giveCursor(const QString& sql, std::unique_ptr<SqlCursor> cursor, int connection)
 {
     --d->inUse;
-    if (cursor && connection == d->connectionNumber)
-        d->idle.insert_or_assign(sql, std::move(cursor));
+    if (!cursor || connection != d->connectionNumber)
+        return;
+    // Texts that differ each time, as those with a limit in them, shall not pile up.
+    if (d->idle.size() >= mostIdleCursors)
+        d->idle.clear();
+    d->idle.insert_or_assign(sql, std::move(cursor));
 }
 
 void CDatabase::failed(const SqlCursor* cursor)

@@ -5,9 +5,10 @@
 SqlStatement::SqlStatement(CDatabase* database, const QString& sql)
     : m_database(database)
     , m_sql(sql)
-    , m_cursor(database->takeCursor(sql, &m_connection))
-    , m_good(m_cursor != nullptr)
 {
+    // Not among the members' initializers: the number that it writes has one of its own.
+    m_cursor = database->takeCursor(sql, &m_connection);
+    m_good = m_cursor != nullptr;
 }
 
 SqlStatement::~SqlStatement()

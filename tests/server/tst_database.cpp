@@ -342,6 +342,25 @@ private Q_SLOTS:
         QCOMPARE(copy.getUser({}).value("label").toString(), QString("Ada"));
     }
 
+    // One that is used again is not prepared again, and those of ever new texts do not pile up.
+    void statementsAreKept()
+    {
+        CDatabase database;
+        QVERIFY(database.open("memory"));
+        const auto run = [&database](const QString& sql) {
+            SqlStatement statement(&database, sql);
+            return statement.exec() && statement.next() ? statement.integer(0) : -1;
+        };
+        if (run("SELECT count(*) FROM pragma_compile_options WHERE compile_options='ENABLE_STMTVTAB'") != 1)
+            QSKIP("This SQLite does not tell of its statements");
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(run("SELECT 47"), qint64(47));
+        QCOMPARE(run("SELECT run FROM sqlite_stmt WHERE sql='SELECT 47'"), qint64(3));
+        for (int i = 0; i < 1000; ++i)
+            QCOMPARE(run(QStringLiteral("SELECT %1").arg(i)), qint64(i));
+        QVERIFY(run("SELECT count(*) FROM sqlite_stmt") < 500);
+    }
+
     void fillIsRepeatable()
     {
         QList<QVariantList> made;
