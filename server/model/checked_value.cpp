@@ -57,6 +57,12 @@ bool checkLength(const QString& name, const QVariant& value, QString* errorStrin
     return !isLong || refuse(errorString, name, "is too long");
 }
 
+bool isLocalSecond(const QVariant& value)
+{
+    const QDateTime dateTime = value.userType() == QMetaType::QDateTime ? value.toDateTime() : QDateTime();
+    return dateTime.isValid() && dateTime.timeSpec() == Qt::LocalTime && dateTime.time().msec() == 0;
+}
+
 } // namespace
 
 bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QString* errorString)
@@ -76,6 +82,9 @@ bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QStri
     if (name == enabledKey || name == blockedKey)
         return checkFlag(name, value, errorString);
     if (name == validFromKey || name == validToKey) {
+        // What it would become. To find that out, the C library would look at the system's time zone twice.
+        if (isLocalSecond(*value))
+            return true;
         const auto edge = name == validToKey ? CAccessTimeZone::DayEdge::End : CAccessTimeZone::DayEdge::Begin;
         const std::optional<qint64> instant = accessInstantFromVariant(*value, AccessFactsBuilder::ownZone(), edge);
         if (!instant)

@@ -54,6 +54,8 @@ QVariantMap userProperties(int number)
 
 QVariantMap cardProperties(int number, CItemId user)
 {
+    static const QDateTime validFrom(QDate(2026, 1, 1), QTime(0, 0));
+    static const QDateTime validTo(QDate(2036, 12, 31), QTime(23, 59, 59));
     QByteArray uid = QByteArray::fromHex("04a10000000080");
     for (int i = 0; i < 4; ++i)
         uid[2 + i] = char(quint32(number) >> (24 - 8 * i));
@@ -61,8 +63,8 @@ QVariantMap cardProperties(int number, CItemId user)
             {QStringLiteral("userId"), user.value()},
             {QStringLiteral("description"), QStringLiteral("Card")},
             {QStringLiteral("uid"), uid},
-            {QStringLiteral("validFrom"), QDateTime(QDate(2026, 1, 1), QTime(0, 0))},
-            {QStringLiteral("validTo"), QDateTime(QDate(2036, 12, 31), QTime(23, 59, 59))}};
+            {QStringLiteral("validFrom"), validFrom},
+            {QStringLiteral("validTo"), validTo}};
 }
 
 } // namespace
