@@ -1,10 +1,18 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_reception_p.h>
 #include <foundation/network/hand_over_p.h>
+#include <foundation/network/socket_options_p.h>
 
+#include <QtCore/QTimer>
 #include <QtNetwork/QSslSocket>
 #include <QtWebSockets/QWebSocket>
 #include <QtWebSockets/QWebSocketServer>
+
+namespace {
+
+constexpr int firstWordsMilliseconds = 1000;
+
+} // namespace
 
 DeviceReception::DeviceReception(bool verifyCertificates, QObject* parent)
     : QObject(parent)
@@ -118,8 +126,10 @@ void DeviceReception::onProved(DeviceHandshake* handshake)
     webSocket->sendBinaryMessage(HandshakeMessages::acceptance());
     Q_EMIT admitted(device, webSocket, text);
     // The receiver may have deleted the WebSocket or this; nothing below touches this.
-    if (offer.isTaken())
+    if (offer.isTaken()) {
+        // What the handshake needed; its new owner has said its first words until then.
+        QTimer::singleShot(firstWordsMilliseconds, webSocket, [webSocket] { releaseBuffers(webSocket); });
         offer.conclude();
-    else if (offer.isLeft())
+    } else if (offer.isLeft())
         DeviceHandshake::drop(webSocket, QStringLiteral("unhandled websocket"));
 }

@@ -3,6 +3,8 @@
 #include <QtNetwork/QTcpSocket>
 #include <QtWebSockets/QWebSocket>
 
+#include <algorithm>
+
 void setLowDelay(QAbstractSocket* socket)
 {
     if (!socket)
@@ -28,4 +30,19 @@ void setLowDelay(QWebSocket* webSocket)
         if (state == QAbstractSocket::ConnectingState)
             apply();
     });
+}
+
+void releaseBuffers(QWebSocket* webSocket)
+{
+    // Over TLS there are two: one for what is said, and as its child one for what that is encrypted to.
+    const auto sockets = webSocket->findChildren<QTcpSocket*>();
+    const auto isAtRest = [](const QTcpSocket* socket) {
+        return socket->state() == QAbstractSocket::ConnectedState && socket->bytesAvailable() == 0
+               && socket->bytesToWrite() == 0 && !socket->isTransactionStarted();
+    };
+    if (!std::all_of(sockets.cbegin(), sockets.cend(), isAtRest))
+        return;
+    // A device that is opened starts with new buffers, and nothing else happens to one that is open.
+    for (QTcpSocket* socket : sockets)
+        socket->open(socket->openMode());
 }

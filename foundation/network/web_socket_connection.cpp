@@ -168,7 +168,12 @@ void CWebSocketConnection::sendPing()
     // Whoever goes first, the pong, the link or the WebSocket, takes the watchdog along; a WebSocket that was opened
     // again meanwhile must not pay for a ping of its former life.
     const auto retire = [watchdog] { delete watchdog; };
-    connect(webSocket, &QWebSocket::pong, watchdog, retire);
+    connect(webSocket, &QWebSocket::pong, watchdog, [webSocket, retire] {
+        // A link that is asked for a sign of life is mostly idle.
+        QMetaObject::invokeMethod(
+            webSocket, [webSocket] { releaseBuffers(webSocket); }, Qt::QueuedConnection);
+        retire();
+    });
     connect(webSocket, &QWebSocket::disconnected, watchdog, retire);
     connect(webSocket, &QObject::destroyed, watchdog, retire);
     connect(watchdog, &QTimer::timeout, webSocket, [webSocket, watchdog] {

@@ -1,4 +1,5 @@
 #include <foundation/network/message_transfer_mock.h>
+#include <foundation/network/socket_options_p.h>
 
 #include <support/raw_web_socket.h>
 #include <support/tcp_pair.h>
@@ -444,6 +445,38 @@ private Q_SLOTS:
         link.far->close();
         QTRY_VERIFY(!link.near->getConnectionState());
         QVERIFY(!timer()->isActive());
+    }
+
+    // At any moment, so also with half a message on its way in one of them.
+    void buffersAreReleased_data() { kinds_data(); }
+    void buffersAreReleased()
+    {
+        QFETCH(TransportLink::Kind, kind);
+        if (kind < TransportLink::WebSocket)
+            return;
+        TransportLink link(kind);
+        QVERIFY(link.established());
+        auto* const webSocket = static_cast<QWebSocket*>(socketOf(link.near));
+        const auto sockets = webSocket->findChildren<QTcpSocket*>();
+        QCOMPARE(sockets.size(), kind == TransportLink::SecureWebSocket ? 2 : 1);
+        QTimer releasing;
+        connect(&releasing, &QTimer::timeout, webSocket, [webSocket] { releaseBuffers(webSocket); });
+        releasing.start(0);
+        QList<int> expected, received[2];
+        for (const int end : {0, 1})
+            connect(end == 0 ? link.near : link.far, &CMessageTransfer::dataReceived, &releasing,
+                    [&, end](const QByteArray& data) { received[end].append(int(data.size())); });
+        for (int round = 0; round < 20; ++round) {
+            for (const int size : {1, 100, 5000, 40000, 200000, 7}) {
+                expected.append(size + round);
+                link.near->sendData(QByteArray(size + round, 'n'));
+                link.far->sendData(QByteArray(size + round, 'f'));
+            }
+            QCoreApplication::processEvents();
+        }
+        for (const auto& sizes : {&received[0], &received[1]})
+            QTRY_COMPARE_WITH_TIMEOUT(*sizes, expected, 30000);
+        QVERIFY(link.near->getConnectionState());
     }
 
     void pings()
