@@ -79,8 +79,11 @@ qint64 CAuditTrail::erase(CItemId user)
     {
         SqlStatement empty(d->database,
                            QStringLiteral("UPDATE event SET payload=NULL,access_point=NULL,\"user\"=NULL,medium=NULL,"
-                                          "operator=NULL WHERE \"user\"=? OR operator=?"));
-        good = good && empty.bind(qint64(user)).bind(QString::number(qint64(user))).exec();
+                                          "operator=NULL WHERE \"user\"=? OR operator=? OR payload LIKE ?"));
+        // What the user owned before somebody else did has that one in the column.
+        const QString id = QString::number(qint64(user));
+        const QString owned = QStringLiteral("%\"userId\":\"") + id + QStringLiteral("\"%");
+        good = good && empty.bind(qint64(user)).bind(id).bind(owned).exec();
         erased = good ? empty.changed() : 0;
     }
     if (good) {

@@ -48,6 +48,7 @@ bool CModelAudit::record(const QVector<CModelChange>& changes, CItemId operatorI
         event.kind = AuditKind::Changed;
         if (operatorId != CItemId())
             event.operatorName = QString::number(qint64(operatorId));
+        event.user = change.owner; // so that it goes when the user's events are erased
         if (change.collection == QLatin1String("UsersGroups"))
             event.user = change.item;
         else if (change.collection == QLatin1String("AccessPoints"))

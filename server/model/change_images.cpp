@@ -105,6 +105,8 @@ QVector<CModelChange> ChangeImages::differences(ItemStore& items,
         change.label = (change.after.isEmpty() ? change.before : change.after).value(labelKey).toString();
         const bool isSecretChange =
             kind == KindCode && change.before.value(codeKey) != change.after.value(codeKey) && !change.after.isEmpty();
+        const qint64 owner = toId(change.after.value(userIdKey));
+        change.owner = CItemId(owner != 0 ? owner : toId(change.before.value(userIdKey)));
         makeShown(kind, &change.before);
         makeShown(kind, &change.after);
         if (change.what == QLatin1String("changed")) {

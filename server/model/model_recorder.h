@@ -18,6 +18,7 @@ struct CModelChange
     QString label;      ///< of the item, or the name of a login
     QVariantMap before; ///< without codes, passwords and other secrets
     QVariantMap after;
+    CItemId owner{}; ///< the user whose medium, code or login it is, or was
 };
 
 /// Is told of all changes to a model within the transaction that makes them, so that they are noted or not made.

@@ -4,6 +4,7 @@
 #include <foundation/services/access_control_mock.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/checked_value_p.h>
+#include <server/model/login_store_p.h>
 #include <server/model/sql_access_control_p.h>
 
 #include <foundation/datatypes/data_type.h>
@@ -111,8 +112,10 @@ void CSqlAccessControl::Private::touch(Kind kind, qint64 id)
 
 void CSqlAccessControl::Private::noteLogin(const QString& name, const QString& what)
 {
-    if (recorder)
-        furtherChanges.append({QStringLiteral("Logins"), {}, what, name, {}, {}});
+    if (recorder) {
+        const CItemId owner(LoginStore(&database).find(name).user);
+        furtherChanges.append({QStringLiteral("Logins"), {}, what, name, {}, {}, owner});
+    }
 }
 
 bool CSqlAccessControl::Private::tellRecorder()

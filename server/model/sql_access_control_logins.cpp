@@ -77,8 +77,10 @@ bool CSqlAccessControl::addLogin(const QString& name, CItemId user, const QStrin
         if (!store.find(name).name.isEmpty())
             return d->refuse(QStringLiteral("there is already a login %1").arg(name));
         d->areLoginsChanged = true;
+        if (!store.add(name, user.value(), hash))
+            return false;
         d->noteLogin(name, QStringLiteral("login added"));
-        return store.add(name, user.value(), hash);
+        return true;
     });
 }
 
