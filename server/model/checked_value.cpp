@@ -43,6 +43,16 @@ bool checkFlag(const QString& name, QVariant* value, QString* errorString)
     return true;
 }
 
+// Qt lists the zones of countries only, and constructs more than names: "UTC+1" as POSIX understands it, which is an
+// hour behind.
+bool isTimeZone(const QString& name)
+{
+    static const QRegularExpression form(
+        QStringLiteral("\\A(?:[A-Z][A-Za-z_-]*(?:/[A-Z][A-Za-z0-9_+-]*)*|EST5EDT|CST6CDT|MST7MDT|PST8PDT)\\z"));
+    const QByteArray id = name.toLatin1();
+    return QTimeZone::isTimeZoneIdAvailable(id) || (form.match(name).hasMatch() && QTimeZone(id).isValid());
+}
+
 bool checkLength(const QString& name, const QVariant& value, QString* errorString)
 {
     if (name == labelKey) {
@@ -116,8 +126,7 @@ bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QStri
         *value = value->toString();
         return true;
     }
-    if (kind == KindAccessPoint && name == timeZoneKey
-        && !QTimeZone::isTimeZoneIdAvailable(value->toString().toLatin1()))
+    if (kind == KindAccessPoint && name == timeZoneKey && !isTimeZone(value->toString()))
         return refuse(errorString, name, "is a time zone such as Europe/Berlin");
     if (kind == KindHoliday && name == QLatin1String("date")) {
         const QDate date =

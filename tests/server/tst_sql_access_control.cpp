@@ -152,7 +152,10 @@ private Q_SLOTS:
         row("TimeProfiles", "slots", "", "");
         row("TimeProfiles", "slots", "Mon 25:00-26:00", QVariant());
         row("AccessPoints", "timeZone", "Europe/Berlin", "Europe/Berlin");
-        row("AccessPoints", "timeZone", "Europe/Atlantis", QVariant());
+        for (const char* zone : {"Etc/UTC", "CET", "EST5EDT", "Asia/Calcutta"}) // of no country, of older days
+            row("AccessPoints", "timeZone", zone, zone);
+        for (const char* zone : {"Europe/Atlantis", "UTC+1", "../zone.tab", "localtime", "right/UTC"})
+            row("AccessPoints", "timeZone", zone, QVariant());
         row("Media", "uid", "9c41d27a", QByteArray::fromHex("9c41d27a"));
         row("Media", "uid", "9c41d2", QVariant());
         row("Codes", "code", "0012", "0012");
