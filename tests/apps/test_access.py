@@ -64,7 +64,13 @@ class Access(unittest.TestCase):
         row = json.loads(self.do("schedules", "--json", "--filter", "label=Hours")[0])[0]
         self.assertEqual((row["slots"], row["calendar"]), ("Sat 10:00-11:00", ""))
         self.do("schedules", "remove", "Never")
-        self.do("holidays", "remove", "Christmas")
+        self.do("holidays", "add", "Other", "2027-01-01", "New Year")
+        self.do("holidays", "set", "Christmas", "label=Heiligabend", "date=2026-12-24", "calendar=Other")
+        for change in ("date=", "date=2026-12-32", "calendar=", "calendar=None", "label="):
+            self.assertEqual(self.ask("holidays", "set", christmas, change)[0], 1, change)
+        row = json.loads(self.do("holidays", "--json")[0])[0]
+        self.assertEqual((row["label"], row["date"], row["calendar"]), ("Heiligabend", "2026-12-24", "Other"))
+        self.do("holidays", "remove", christmas)
 
     def test_clock_changes_at_the_door(self):
         self.schedule("Sun 02:00-03:00")

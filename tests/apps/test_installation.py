@@ -222,8 +222,29 @@ class Installation(unittest.TestCase):
         self.refuse(1, "bob", "logins", "password", "bob", "--password-file", password)
         with open(self.file, "rb") as file:
             self.assertNotIn("s\u00e4cret".encode(), file.read())
-        self.do("logins", "remove", "anna")
+        self.do("logins", "add", "other", "Anna", "--password-file", password)
+        self.refuse(1, "bob", "logins", "remove", "anna", "bob")
+        self.do("logins", "remove", "anna", "other", "anna")
+        self.assertEqual(self.rows("logins"), [])
         self.refuse(1, "anna", "logins", "remove", "anna")
+
+    def test_erased(self):
+        """Whatever was noted about somebody, also by way of what belonged to them, can be taken out of the trail."""
+        anna, ben = self.do("users", "add", "Anna Secretly")[0], self.do("users", "add", "Ben")[0]
+        code = self.do("codes", "add", "4711", "--user", anna, "description=of Anna Secretly")[0]
+        self.do("codes", "set", code, "description=Anna Secretly's")
+        card = self.do("media", "add", "04A1223B", "--user", anna, "description=Anna Secretly's too")[0]
+        self.do("media", "give", ben, card)
+        self.do("logins", "add", "Anna Secretly", anna, "--password-file", self.path("password", "secret"))
+        self.do("media", "set", card, "description=")
+        self.do("users", "remove", anna)
+        self.do("audit", "erase", anna)
+        self.do("audit", "verify")
+        trail = self.path("trail")
+        self.do("audit", "export", "--jsonl", trail)
+        with open(trail, encoding="utf-8") as file:
+            left = [line for line in file if "Secretly" in line]
+        self.assertEqual(len(left), 1, left)  # what Ben's card was called is Ben's
 
     def test_two_consoles_and_kills(self):
         self.do("users", "add", "Anna")

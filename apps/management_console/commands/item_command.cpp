@@ -57,13 +57,16 @@ void ItemCommand::set(AppOptions& options)
         if (takesAway(property.key(), *property))
             watchDoors({item});
     }
-    change([&](CSqlAccessControl& model) {
-        for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
-            if (!model.setItemProperty(m_collection, property.key(), *property, item))
-                return false;
-        }
-        return true;
-    });
+    change([&](CSqlAccessControl& model) { return setProperties(model, properties, item); });
+}
+
+bool ItemCommand::setProperties(CSqlAccessControl& model, const QVariantMap& properties, CItemId item) const
+{
+    for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
+        if (!model.setItemProperty(m_collection, property.key(), *property, item))
+            return false;
+    }
+    return true;
 }
 
 void ItemCommand::setAll(const QList<CItemId>& items, const QString& name, const QVariant& value)

@@ -22,6 +22,8 @@ protected:
 
     /// Makes an item of these properties and prints its id.
     void make(const QVariantMap& properties);
+    /// Gives one item these properties, within a change.
+    bool setProperties(CSqlAccessControl& model, const QVariantMap& properties, CItemId item) const;
     /// Gives items one property.
     void setAll(const QList<CItemId>& items, const QString& name, const QVariant& value);
 

@@ -5,6 +5,8 @@
 
 #include <QtCore/QUrl>
 
+#include <algorithm>
+
 namespace {
 
 // Of a password's file, which may hold notes below its first line.
@@ -26,7 +28,7 @@ public:
              &startVerb<&LoginsCommand::permit>},
             {"otp", "LOGIN", "requires one-time passwords as well, and prints the URI for an authenticator program",
              &startVerb<&LoginsCommand::setOtp>, &addOtpOptions},
-            {"remove", "LOGIN", "removes a login", &startVerb<&LoginsCommand::remove>},
+            {"remove", "LOGIN...", "removes logins", &startVerb<&LoginsCommand::remove>},
         };
         return table;
     }
@@ -135,8 +137,12 @@ private:
 
     void remove(AppOptions& options)
     {
-        const QString login = options.positional().constFirst();
-        change([&](CSqlAccessControl& model) { return model.removeLogin(login); });
+        QStringList logins = options.positional();
+        logins.removeDuplicates();
+        change([&](CSqlAccessControl& model) {
+            return std::all_of(logins.cbegin(), logins.cend(),
+                               [&](const QString& login) { return model.removeLogin(login); });
+        });
     }
 
     void showAll(AppOptions&)

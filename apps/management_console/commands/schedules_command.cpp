@@ -7,13 +7,34 @@ namespace {
 const QString calendars = QStringLiteral("HolidayCalendars");
 const QString calendarKey = QStringLiteral("calendar");
 const QString calendarIdKey = QStringLiteral("calendarId");
+const QString dateKey = QStringLiteral("date");
+
+/// What belongs to a calendar, which is called by its name.
+class CalendarCommand : public ItemCommand
+{
+protected:
+    using ItemCommand::ItemCommand;
+
+    /// Puts the id in the place of "calendar"; false and told when there is none of that name.
+    bool findCalendar(QVariantMap& properties)
+    {
+        if (!properties.contains(calendarKey))
+            return true;
+        const QString name = properties.take(calendarKey).toString();
+        CItemId calendar;
+        if (!name.isEmpty() && !find(Named::Calendar, name, calendar))
+            return false;
+        properties.insert(calendarIdKey, calendar.value());
+        return true;
+    }
+};
 
 /// Slots of a week, and whose holidays count.
-class SchedulesCommand : public ItemCommand
+class SchedulesCommand : public CalendarCommand
 {
 public:
     SchedulesCommand(Session& session, Output& output)
-        : ItemCommand(session, output, Named::Schedule, "TimeProfiles")
+        : CalendarCommand(session, output, Named::Schedule, "TimeProfiles")
     {
     }
 
@@ -63,26 +84,14 @@ private:
         const QStringList words = options.positional();
         QVariantMap properties;
         CItemId schedule;
-        if (!readProperties(words.mid(1), properties, options) || !find(m_kind, words.constFirst(), schedule))
+        if (!readProperties(words.mid(1), properties, options) || !find(m_kind, words.constFirst(), schedule)
+            || !findCalendar(properties))
             return;
-        if (properties.contains(calendarKey)) {
-            const QString name = properties.take(calendarKey).toString();
-            CItemId calendar;
-            if (!name.isEmpty() && !find(Named::Calendar, name, calendar))
-                return;
-            properties.insert(calendarIdKey, calendar.value());
-        }
         // Without slots it would never open: that is "slots=" as much as in `add`.
         if (properties.contains(QStringLiteral("slots")) && !properties.value(QStringLiteral("slots")).isValid())
             properties.insert(QStringLiteral("slots"), QString());
         changeNamed(properties.value(QStringLiteral("label")).toString(), schedule, nullptr,
-                    [&](CSqlAccessControl& model) {
-                        for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
-                            if (!model.setItemProperty(m_collection, property.key(), *property, schedule))
-                                return false;
-                        }
-                        return true;
-                    });
+                    [&](CSqlAccessControl& model) { return setProperties(model, properties, schedule); });
     }
 
     // A right names a schedule for good: two of one name would be taken for each other.
@@ -123,11 +132,11 @@ private:
 };
 
 /// Days of calendars.
-class HolidaysCommand : public ItemCommand
+class HolidaysCommand : public CalendarCommand
 {
 public:
     HolidaysCommand(Session& session, Output& output)
-        : ItemCommand(session, output, Named::Holiday, "Holidays")
+        : CalendarCommand(session, output, Named::Holiday, "Holidays")
     {
     }
 
@@ -138,6 +147,7 @@ public:
             {"add", "CALENDAR DATE LABEL",
              "adds a day such as 2026-12-25 to a calendar; makes the calendar if it does not exist",
              &startVerb<&HolidaysCommand::add>},
+            {"set", "HOLIDAY KEY=VALUE...", "changes label=, date= or calendar=", &startVerb<&HolidaysCommand::set>},
             {"remove", "HOLIDAY...", "removes holidays", &startVerb<&HolidaysCommand::remove>},
         };
         return table;
@@ -167,7 +177,7 @@ private:
                 calendar = installation->createItem(calendars, {{QStringLiteral("label"), name}});
             const CItemId day = calendar != CItemId()
                                     ? installation->createItem(m_collection, {{QStringLiteral("label"), words.at(2)},
-                                                                              {QStringLiteral("date"), words.at(1)},
+                                                                              {dateKey, words.at(1)},
                                                                               {calendarIdKey, calendar.value()}})
                                     : CItemId();
             made.append(QString::number(day.value()));
@@ -183,6 +193,21 @@ private:
         done();
     }
 
+    void set(AppOptions& options)
+    {
+        const QStringList words = options.positional();
+        QVariantMap properties;
+        CItemId holiday;
+        if (!readProperties(words.mid(1), properties, options) || !find(m_kind, words.constFirst(), holiday)
+            || !findCalendar(properties))
+            return;
+        if (properties.contains(calendarIdKey) && properties.value(calendarIdKey).toLongLong() == 0)
+            return fail(QStringLiteral("a holiday belongs to a calendar"));
+        if (properties.contains(dateKey) && !properties.value(dateKey).isValid())
+            return fail(QStringLiteral("a holiday has a date"));
+        change([&](CSqlAccessControl& model) { return setProperties(model, properties, holiday); });
+    }
+
     void showAll(AppOptions& options)
     {
         CModelReader::Query query;
@@ -190,7 +215,7 @@ private:
         if (readQuery(options, query) && read([&](const CModelReader& reader) { return reader.holidays(query); }, page))
             show(Table({{QStringLiteral("id"), QStringLiteral("Id")},
                         {QStringLiteral("label"), QStringLiteral("Label")},
-                        {QStringLiteral("date"), QStringLiteral("Date")},
+                        {dateKey, QStringLiteral("Date")},
                         {calendarKey, QStringLiteral("Calendar")}}),
                  page);
     }
