@@ -47,6 +47,11 @@ CAuditTrail::CAuditTrail(CDatabase* database, QObject* parent)
 
 CAuditTrail::~CAuditTrail() = default;
 
+CDatabase* CAuditTrail::database() const
+{
+    return d->database;
+}
+
 void CAuditTrail::setChainName(const QString& name)
 {
     d->chainName = name;

@@ -70,6 +70,8 @@ public:
     explicit CAuditTrail(CDatabase* database, QObject* parent = nullptr);
     ~CAuditTrail() override;
 
+    CDatabase* database() const;
+
     /// Whose chain this process writes.
     void setChainName(const QString& name);
     QString chainName() const;

@@ -35,6 +35,7 @@ CTrailKeeper::CTrailKeeper(CAuditTrail* trail, const QString& operatorName, QObj
 {
     connect(&m_lookTimer, &QTimer::timeout, this, &CTrailKeeper::look);
     connect(&m_headTimer, &QTimer::timeout, this, [this] { m_trail->signHeads(QStringLiteral("hour")); });
+    connect(trail->database(), &CDatabase::settled, this, &CTrailKeeper::settle);
     m_lookTimer.start(lookMs);
     m_headTimer.start(headMs);
     note({AuditKind::Start, 0, {}, {}, {}, m_operatorName, {}});
@@ -89,16 +90,32 @@ void CTrailKeeper::note(AuditEvent event)
     event.at = QDateTime::currentMSecsSinceEpoch();
     if (m_unstored.size() < mostUnstored)
         m_unstored.append(event);
+    else
+        ++m_lost;
     store();
 }
 
 void CTrailKeeper::store()
 {
+    CDatabase* database = m_trail->database();
+    if (database->isUnsettled())
+        return;
     const QList<AuditEvent> events = std::exchange(m_unstored, {});
     const bool stored = m_trail->append(events);
-    if (!stored)
+    if (!stored) {
         m_unstored = events;
+        m_doubtful = database->isUnsettled() ? events.size() : 0;
+    } else if (m_lost > 0) {
+        qWarning("CTrailKeeper: the trail takes events again; %d were lost", std::exchange(m_lost, 0));
+    }
     if (!stored && !m_isFaultTold)
         qWarning("CTrailKeeper: events cannot be stored and wait: %s", qUtf8Printable(m_trail->errorString()));
     m_isFaultTold = !stored;
+}
+
+void CTrailKeeper::settle(bool isStored)
+{
+    const qsizetype doubtful = std::exchange(m_doubtful, 0);
+    if (isStored)
+        m_unstored.erase(m_unstored.begin(), m_unstored.begin() + doubtful);
 }

@@ -12,7 +12,9 @@
 ///     keeper->noteLogin(true, {}, peer, QStringLiteral("notifications"));
 ///     keeper.reset();                                              // "end", and the heads
 ///
-/// What the database does not take at once is stored later, with the time at which it happened; the end is tried once.
+/// What the database does not take at once is stored later, with the time at which it happened, and once, whatever the
+/// database leaves open; the end is tried once. More than a thousand events do not wait: the log says how many were
+/// lost.
 class KYR_SERVER_EXPORT CTrailKeeper : public QObject
 {
     Q_OBJECT
@@ -40,13 +42,16 @@ private:
     void look();
     void note(AuditEvent event);
     void store();
+    void settle(bool isStored);
 
     CAuditTrail* m_trail;
     QString m_operatorName;
     CClockWatch m_watch;
-    QTimer m_lookTimer;
-    QTimer m_headTimer;
+    QTimer m_lookTimer{this};
+    QTimer m_headTimer{this};
     QList<AuditEvent> m_unstored;
+    qsizetype m_doubtful = 0; // of these, from the first on: the database has not said whether it has stored them
+    int m_lost = 0;
     qint64 m_minute = 0; // to which the count belongs
     int m_refusals = 0;
     int m_leftOut = 0;

@@ -9,6 +9,7 @@
 
 #include <foundation/core/environment_variable.h>
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
@@ -23,6 +24,9 @@ namespace {
 // More statements than the system has; each takes some kilobytes.
 constexpr size_t mostIdleCursors = 256;
 const QString memoryLocation = QStringLiteral("memory");
+
+// Who keeps others from changing anything for longer is no busy program, but one that stands still; milliseconds.
+constexpr int longestHold = 10000;
 
 struct TextHash
 {
@@ -63,6 +67,9 @@ public:
     bool isLost();
     void tryAgain();
     bool isBusy() const { return depth > 0 || reading > 0; }
+    bool beginOutermost();
+    bool endOutermost();
+    void noteChange(bool isStored);
 
     CDatabase* q;
     State state = Closed;
@@ -83,9 +90,15 @@ public:
     bool readBegun = false;
     bool failed = false;
     bool begun = false;
+    bool isHeld = false;
+    QElapsedTimer heldSince;
+    bool isRefused = false; ///< by the database, within the transaction
+    QString unsettled;      ///< a transaction by its name
+    QString changeFault;
     int pause = firstPause;
     QTimer watcher;
     QTimer retry;
+    QTimer impatience; ///< while it runs nobody waits for other programs' changes
 };
 
 CDatabase::CDatabase(QObject* parent)
@@ -95,6 +108,8 @@ CDatabase::CDatabase(QObject* parent)
     d->watcher.setInterval(watchInterval);
     d->retry.setSingleShot(true);
     connect(&d->watcher, &QTimer::timeout, this, &CDatabase::watch);
+    d->impatience.setSingleShot(true);
+    connect(&d->impatience, &QTimer::timeout, this, [this] { setWriteWait(d->writeWait); });
     connect(&d->retry, &QTimer::timeout, this, [this] { d->place->reach(); });
 }
 
@@ -183,7 +198,10 @@ void CDatabase::close()
     d->use(nullptr);
     d->state = Private::Closed;
     d->depth = d->reading = 0;
-    d->failed = d->begun = d->readBegun = false;
+    d->failed = d->begun = d->readBegun = d->isHeld = false;
+    d->unsettled.clear();
+    d->changeFault.clear();
+    d->impatience.stop();
 }
 
 bool CDatabase::isOpen() const
@@ -234,6 +252,21 @@ bool CDatabase::isAway() const
     return d->state == Private::Away;
 }
 
+bool CDatabase::isUnsettled() const
+{
+    return !d->unsettled.isEmpty();
+}
+
+QString CDatabase::changeFault() const
+{
+    return d->changeFault;
+}
+
+bool CDatabase::isHeld() const
+{
+    return d->isHeld;
+}
+
 qint64 CDatabase::failures() const
 {
     return d->failures;
@@ -247,6 +280,7 @@ QString CDatabase::errorString() const
 void CDatabase::setWriteWait(int milliseconds)
 {
     d->writeWait = qMax(0, milliseconds);
+    d->impatience.stop();
     if (d->connection)
         d->connection->setWriteWait(d->writeWait);
 }
@@ -318,11 +352,31 @@ void CDatabase::comeBack()
         d->tryAgain();
         return;
     }
+    d->retry.stop();
     qInfo("Database: %s is available again", qUtf8Printable(d->location));
     const QPointer<CDatabase> guard(this);
     Q_EMIT awayChanged(false);
-    if (guard)
+    if (guard && settle())
         Q_EMIT changedByOthers();
+}
+
+// Not from within begin(): those whom it is told may begin something themselves. False when this is gone.
+bool CDatabase::settle()
+{
+    using Outcome = SqlConnection::Outcome;
+    if (d->unsettled.isEmpty() || d->state != Private::Open)
+        return true;
+    const Outcome outcome = d->connection->outcomeOf(d->unsettled);
+    if (outcome == Outcome::Pending)
+        return true;
+    d->unsettled.clear();
+    qWarning("Database: the change whose end %s did not answer %s", qUtf8Printable(d->location),
+             outcome == Outcome::Stored      ? "is stored"
+             : outcome == Outcome::NotStored ? "was not stored"
+                                             : "may be stored or not: nobody knows any more");
+    const QPointer<CDatabase> guard(this);
+    Q_EMIT settled(outcome == Outcome::Stored);
+    return guard;
 }
 
 void CDatabase::watch()
@@ -337,7 +391,7 @@ void CDatabase::watch()
         return;
     }
     const bool hasChanged = d->place->hasChanged();
-    if (!d->isLost() && hasChanged)
+    if (settle() && !d->isLost() && hasChanged)
         Q_EMIT changedByOthers();
 }
 
@@ -389,7 +443,7 @@ void CDatabase::failed(const SqlCursor* cursor)
     else if (d->errorString.isEmpty())
         d->errorString = d->location + QLatin1String(" is not open");
     // The database may have undone the transaction by itself: what follows must not be stored on its own.
-    d->failed = d->depth > 0;
+    d->failed = d->isRefused = d->depth > 0;
 }
 
 // --- Transactions
@@ -398,30 +452,44 @@ bool CDatabase::begin()
 {
     if (d->depth++ > 0)
         return !d->failed;
-    d->failed = true;
-    d->begun = false;
-    if (!isOpen() || d->isLost())
+    d->begun = d->beginOutermost();
+    d->failed = !d->begun;
+    if (!d->begun)
+        d->noteChange(false);
+    return d->begun;
+}
+
+bool CDatabase::Private::beginOutermost()
+{
+    isHeld = false;
+    if (!q->isOpen() || isLost())
         return false;
-    if (d->reading > 0)
-        return d->fail(QStringLiteral("a change cannot begin before reading has ended"));
-    if (d->state == Private::Awaited) {
+    if (reading > 0)
+        return fail(QStringLiteral("a change cannot begin before reading has ended"));
+    isHeld = q->isUnsettled();
+    if (isHeld)
+        return fail(location + QLatin1String(" has not answered yet whether an earlier change is stored; try again"));
+    if (state == Awaited) {
         QString reason;
-        if (!d->place->isThere() && !d->place->make(&reason))
-            return d->fail(reason);
-        if (!d->openPlace()) {
-            d->isLost();
+        if (!place->isThere() && !place->make(&reason))
+            return fail(reason);
+        if (!openPlace()) {
+            isLost();
             return false;
         }
     }
-    if (!d->connection->run(d->connection->dialect().beginWrite)) {
-        d->fail(d->connection->error());
-        if (!d->isLost())
-            d->connection->run(QStringLiteral("ROLLBACK"));
+    if (connection->run(connection->dialect().beginWrite))
+        return true;
+    isHeld = connection->isHeld();
+    fail(connection->error());
+    if (isLost())
         return false;
+    connection->run(QStringLiteral("ROLLBACK"));
+    if (isHeld && writeWait > 0 && !impatience.isActive()) {
+        connection->setWriteWait(0);
+        impatience.start(writeWait);
     }
-    d->begun = true;
-    d->failed = false;
-    return true;
+    return false;
 }
 
 bool CDatabase::end(bool good)
@@ -433,13 +501,45 @@ bool CDatabase::end(bool good)
         return !d->failed;
     if (!std::exchange(d->begun, false))
         return false;
-    if (!d->failed && d->connection->run(QStringLiteral("COMMIT")))
+    return d->endOutermost();
+}
+
+bool CDatabase::Private::endOutermost()
+{
+    const bool isTried = !std::exchange(failed, false);
+    if (isTried && connection->run(QStringLiteral("COMMIT"))) {
+        noteChange(true);
         return true;
-    if (!std::exchange(d->failed, false))
-        d->errorString = d->connection->error();
-    if (!d->isLost())
-        d->connection->run(QStringLiteral("ROLLBACK"));
+    }
+    if (isTried)
+        errorString = connection->error();
+    if (!isLost())
+        connection->run(QStringLiteral("ROLLBACK"));
+    else if (isTried)
+        unsettled = connection->transaction();
+    if (isTried || isRefused)
+        noteChange(false);
     return false;
+}
+
+// One line each time that it gets worse or better.
+void CDatabase::Private::noteChange(bool isStored)
+{
+    isRefused = false;
+    if (!isHeld)
+        heldSince.invalidate();
+    else if (!heldSince.isValid())
+        heldSince.start();
+    const bool isNoFault =
+        (isHeld && !heldSince.hasExpired(longestHold)) || reading > 0 || state == Closed || state == Away;
+    if (isStored ? changeFault.isEmpty() : isNoFault)
+        return;
+    const bool isNew = changeFault.isEmpty();
+    changeFault = isStored ? QString() : errorString;
+    if (isStored)
+        qInfo("Database: changes are stored again");
+    else if (isNew)
+        qWarning("Database: a change could not be stored: %s", qUtf8Printable(errorString));
 }
 
 bool CDatabase::beginRead()

@@ -30,7 +30,9 @@ class SqlStatement;
 /// made in it by the first change. The password comes from PGPASSWORD or the file that PGPASSFILE names. Beyond this
 /// machine the server's certificate is checked, name and authority. While the server is away, everything fails at
 /// once, and it is looked for after 1, 2, 4 … 30 s (that needs the event loop). No call waits longer than
-/// answerWait() for it, apart from the last one of a transaction, which waits for the disk a second at least.
+/// answerWait() for it. One that lives but is slow is used again as soon as its answer has come. Where end() has had no
+/// answer, errorString() says that it is not known whether the change is stored; that is asked for as soon as somebody
+/// is there to answer, settled() tells it, and until then nothing can be changed.
 ///
 /// Several processes may have it open: reading never waits, and a change waits for another's up to writeWait().
 /// One object belongs to one thread.
@@ -73,12 +75,19 @@ public:
     bool exists();
     /// The server cannot be reached now.
     bool isAway() const;
+    /// Whether the last end() is stored is not known yet.
+    bool isUnsettled() const;
+    /// Why the last change was not stored that the database, not the program, refused; empty after one that was. That
+    /// another program was changing it, for some seconds, or that a server is away, does not count.
+    QString changeFault() const;
+    /// The last begin() failed because somebody else was changing the installation: to try again is worth while.
+    bool isHeld() const;
     /// What went wrong last, in one line for a person.
     QString errorString() const;
     /// How many statements have failed since it was opened: whoever reads much at once sees whether all of it was read.
     qint64 failures() const;
 
-    /// Milliseconds; at least 0.
+    /// Milliseconds; at least 0. Who has waited that long in vain is not made to wait again for as long.
     void setWriteWait(int milliseconds);
     int writeWait() const;
     /// For each answer of a server; milliseconds, at least 10.
@@ -113,6 +122,8 @@ Q_SIGNALS:
     void changedByOthers();
     /// The server is away, or there again. What others have changed meanwhile is told behind it.
     void awayChanged(bool isAway);
+    /// What became of the transaction that isUnsettled() was about.
+    void settled(bool isStored);
 
 private:
     friend class SqlStatement;
@@ -122,6 +133,7 @@ private:
     void failed(const SqlCursor* cursor);
     void watch();
     void comeBack();
+    bool settle();
 
     class Private;
     std::unique_ptr<Private> d;

@@ -26,9 +26,16 @@ constexpr int binary = 1;
 // For reading a whole table.
 constexpr int maintenanceWaitMs = 600000;
 
+// Without the library's guesses and advice behind it.
 QString oneLine(const char* text)
 {
-    return QString::fromUtf8(text).simplified();
+    QString line = QString::fromUtf8(text).simplified();
+    for (const char* advice : {" Is the server running", " This probably means", " server closed the connection"}) {
+        const int at = line.indexOf(QLatin1String(advice));
+        if (at > 0)
+            line.truncate(at);
+    }
+    return line;
 }
 
 // Four decimal digits a word, behind a head of their number, the weight of the first, the sign, and digits of a
@@ -300,11 +307,10 @@ QString PostgresConnecting::error() const
     if (m_state != Failed)
         return QStringLiteral("it does not answer");
     QString text = m_connection ? oneLine(PQerrorMessage(m_connection)) : QStringLiteral("out of memory");
-    // Where it is stands before it already, and advice behind it.
+    // Where it is stands before it already.
     const QString failed = QStringLiteral(" failed: ");
     if (const int at = text.lastIndexOf(failed); at >= 0)
         text.remove(0, at + failed.size());
-    text.truncate(text.indexOf(QLatin1String(" Is the server running")));
     return text;
 }
 
@@ -339,6 +345,8 @@ void PostgresConnection::lose(const QString& reason)
 {
     m_isLost = true;
     m_error = m_location + QLatin1String(" is away: ") + reason;
+    if (!m_isAwaited && whenLost)
+        whenLost();
 }
 
 PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_conn*)>& send, int milliseconds)
@@ -360,6 +368,7 @@ PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_co
             const qint64 left = milliseconds - clock.elapsed();
             const bool isReady = left > 0 && waitForSocket(socket(), unsent > 0, int(left));
             if (!isReady || unsent < 0 || PQconsumeInput(m_connection) == 0) {
+                m_isAwaited = !isReady && unsent == 0;
                 lose(isReady || unsent < 0 ? oneLine(PQerrorMessage(m_connection))
                                            : QStringLiteral("it does not answer"));
                 return nullptr;
@@ -385,8 +394,25 @@ PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_co
     return last && fail(last) ? nullptr : last;
 }
 
+bool PostgresConnection::takeLateAnswer()
+{
+    if (m_isAwaited && PQconsumeInput(m_connection) == 0) {
+        m_isAwaited = false;
+        lose(oneLine(PQerrorMessage(m_connection)));
+    }
+    while (m_isAwaited && PQisBusy(m_connection) == 0) {
+        if (const Result late(PQgetResult(m_connection), &PQclear); late)
+            continue;
+        m_isAwaited = m_isLost = false;
+        collectNews();
+        return PQtransactionStatus(m_connection) == PQTRANS_IDLE || run(QStringLiteral("ROLLBACK"));
+    }
+    return false;
+}
+
 bool PostgresConnection::fail(const Result& result)
 {
+    m_isHeld = false;
     const ExecStatusType status = PQresultStatus(result.get());
     if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK)
         return false;
@@ -395,6 +421,8 @@ bool PostgresConnection::fail(const Result& result)
     if (state == "25P02")
         return true;
     if (state == "55P03" || state == "40001" || state == "40P01")
+        m_isHeld = true;
+    if (m_isHeld)
         m_error = m_location + QLatin1String(" is being changed by another program; try again");
     else if (state == "57014")
         m_error = m_location + QLatin1String(" took too long to answer, and the query was cancelled");
@@ -442,13 +470,25 @@ std::unique_ptr<SqlCursor> PostgresConnection::prepare(const QString& sql)
 bool PostgresConnection::run(const QString& sql)
 {
     const bool isCommit = sql == QLatin1String("COMMIT");
-    const Result result = query(sql, isCommit ? qMax(m_answerWait, leastCommitWait) : m_answerWait);
+    const Result result = query(sql, m_answerWait);
+    if (sql == dialect().beginWrite)
+        m_transaction = result ? QString::fromLatin1(PQgetvalue(result.get(), 0, 0)) : QString();
     // A transaction in which something has failed ends well, too: by being undone.
     if (result && (!isCommit || qstrcmp(PQcmdStatus(result.get()), "COMMIT") == 0))
         return true;
     if (isCommit && isLost())
         m_error += QLatin1String("; it is not known whether the change was stored");
     return false;
+}
+
+SqlConnection::Outcome PostgresConnection::outcomeOf(const QString& transaction)
+{
+    const QString status = single(QStringLiteral("SELECT pg_xact_status('%1'::xid8)").arg(transaction));
+    if (isLost() || status == QLatin1String("in progress"))
+        return Outcome::Pending;
+    if (status.isEmpty())
+        return Outcome::Unknown;
+    return status == QLatin1String("committed") ? Outcome::Stored : Outcome::NotStored;
 }
 
 QString PostgresConnection::single(const QString& sql)

@@ -47,10 +47,6 @@ class PostgresConnection : public SqlConnection
 public:
     using Result = std::shared_ptr<pg_result>;
 
-    /// For another word from a healthy disk at the end of a transaction, at least; milliseconds. To give up there
-    /// leaves open whether the change is stored.
-    static constexpr int leastCommitWait = 1000;
-
     /// Takes a connection over that is done and was told these waits. `location` is what a person calls it.
     PostgresConnection(pg_conn* connection, const QString& location, int answerWait, int writeWait);
     ~PostgresConnection() override;
@@ -60,6 +56,9 @@ public:
     bool run(const QString& sql) override;
     QString error() const override { return m_error; }
     bool isLost() const override;
+    bool isHeld() const override { return m_isHeld; }
+    QString transaction() const override { return m_transaction; }
+    Outcome outcomeOf(const QString& transaction) override;
     void setWriteWait(int milliseconds) override;
     int version() override;
     bool setVersion(int version) override;
@@ -77,8 +76,15 @@ public:
     long long socket() const;
     /// Takes in what the server has sent by itself: whether that was news of another program's change. Never waits.
     bool takeNews();
+    /// Lost only because an answer did not come in time: it may still come.
+    bool isAwaited() const { return m_isAwaited; }
+    /// Takes in what has arrived of that answer; true when it was the rest of it, and the connection can be used again.
+    /// Never waits but to undo a transaction that was left open.
+    bool takeLateAnswer();
     /// Called when news has arrived beside an answer, where nobody waits for it at the socket.
     std::function<void()> whenNews;
+    /// Called when it is lost for good: the number of its socket may be another's soon.
+    std::function<void()> whenLost;
 
     /// For the cursors: sends by `send`, waits for the result. Null with a reason in error().
     Result ask(const std::function<int(pg_conn*)>& send, int milliseconds);
@@ -100,6 +106,9 @@ private:
     QHash<QString, QByteArray> m_prepared;
     int m_answerWait;
     int m_writeWait;
+    QString m_transaction;
     bool m_isLost = false;
+    bool m_isAwaited = false;
+    bool m_isHeld = false;
     bool m_hasNews = false;
 };

@@ -12,6 +12,8 @@ namespace {
 
 // A server that says nothing more is given up by the system's network, too.
 constexpr int tcpUserTimeoutMs = 5000;
+// A program that stops amid a change keeps all others from changing anything: the server ends that change for it.
+constexpr int idleInTransactionMs = 5000;
 const QString defaultFolder = QStringLiteral("/var/run/postgresql");
 
 } // namespace
@@ -103,6 +105,11 @@ PostgresLocation::Options PostgresLocation::options(int statementWait, int lockW
     // Whoever sits between here and another machine is to see nothing and to change nothing.
     add("sslmode", isLocal() && authority.isEmpty() ? QStringLiteral("prefer") : QStringLiteral("verify-full"));
     add("sslrootcert", authority);
-    add("options", QStringLiteral("-c statement_timeout=%1 -c lock_timeout=%2").arg(statementWait).arg(lockWait));
+    add("options",
+        QStringLiteral("-c statement_timeout=%1 -c lock_timeout=%2 -c idle_in_transaction_session_timeout=%3 "
+                       "-c tcp_keepalives_idle=10 -c tcp_keepalives_interval=5 -c tcp_keepalives_count=3")
+            .arg(statementWait)
+            .arg(lockWait)
+            .arg(idleInTransactionMs));
     return result;
 }

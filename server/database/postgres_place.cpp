@@ -107,6 +107,7 @@ bool PostgresPlace::adopt(PostgresConnecting& connecting, QString* error)
         return false;
     m_connection = std::move(connection);
     m_connection->whenNews = [this] { QMetaObject::invokeMethod(this, &DatabasePlace::noticed, Qt::QueuedConnection); };
+    m_connection->whenLost = [this] { retire(&m_notifier); };
     if (QAbstractEventDispatcher::instance()) {
         m_notifier = new QSocketNotifier(qintptr(m_connection->socket()), QSocketNotifier::Read, this);
         connect(m_notifier, &QSocketNotifier::activated, this, [this] { socketReady(); });
@@ -129,9 +130,15 @@ void PostgresPlace::retire(QSocketNotifier** notifier)
 // Taken in at once: the notifier would not rest before.
 void PostgresPlace::socketReady()
 {
+    if (m_connection->isAwaited()) {
+        if (m_connection->takeLateAnswer()) {
+            Q_EMIT reached();
+            return;
+        }
+        if (m_connection->isAwaited())
+            return;
+    }
     m_hasNews |= m_connection->takeNews();
-    if (m_connection->isLost())
-        m_notifier->setEnabled(false);
     Q_EMIT noticed();
 }
 

@@ -52,6 +52,20 @@ public:
     virtual QString error() const = 0;
     /// The other side has gone: nothing works on this connection any more.
     virtual bool isLost() const { return false; }
+    /// The last call failed because another program is changing what is stored.
+    virtual bool isHeld() const = 0;
+    enum class Outcome
+    {
+        Stored,
+        NotStored,
+        Pending, ///< ask again
+        Unknown  ///< nobody knows any more
+    };
+    /// The transaction that was begun last to change something, by a name for outcomeOf(). Empty where the end of one
+    /// always has an answer.
+    virtual QString transaction() const { return {}; }
+    /// What became of a transaction, also of one that another connection had begun; Pending when this one is lost.
+    virtual Outcome outcomeOf(const QString&) { return Outcome::Unknown; }
     /// For another program's change, in milliseconds.
     virtual void setWriteWait(int milliseconds) = 0;
     /// Of the schema; 0 when there is none yet, -1 when it cannot be read.

@@ -20,7 +20,10 @@ const SqlDialect& SqlDialect::postgresql()
         QStringLiteral(":/kyr_server/migrations/postgresql"),
         // One writer at a time, as in a file: then the order of the numbers in "change" is the order of the commits,
         // and the chains of the trail have one end. The number is that of this system.
-        QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED;SELECT pg_advisory_xact_lock(1264144945)"),
+        // The transaction's own number is asked for, too: by it the server tells what became of one whose end it had no
+        // time to answer.
+        QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED;SELECT pg_advisory_xact_lock(1264144945);SELECT "
+                       "pg_current_xact_id()"),
         QStringLiteral("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"),
         QStringLiteral("(SELECT unnest(translate(?,'[]','{}')::bigint[]))"),
         QStringLiteral("JOIN"),

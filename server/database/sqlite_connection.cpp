@@ -21,6 +21,19 @@ QString quoted(QString text)
     return QLatin1Char('\'') + text.replace(QLatin1Char('\''), QLatin1String("''")) + QLatin1Char('\'');
 }
 
+// The lower byte of SQLite's result code; the rest says more than a person wants to know.
+int codeOf(const QSqlError& error)
+{
+    return error.nativeErrorCode().toInt() & 0xff;
+}
+
+bool isHeldBy(const QSqlError& error)
+{
+    constexpr int busy = 5;
+    constexpr int locked = 6;
+    return codeOf(error) == busy || codeOf(error) == locked;
+}
+
 class SqliteCursor : public SqlCursor
 {
 public:
@@ -104,6 +117,7 @@ bool SqliteConnection::run(const QString& sql)
     QSqlQuery query(m_connection);
     if (query.exec(sql))
         return true;
+    m_isHeld = isHeldBy(query.lastError());
     m_error = explain(m_location, query.lastError());
     return false;
 }
@@ -178,11 +192,9 @@ bool SqliteConnection::copyTo(const QString& file)
 
 QString SqliteConnection::explain(const QString& location, const QSqlError& error)
 {
-    // The lower byte of SQLite's result code; the rest says more than a person wants to know.
-    switch (error.nativeErrorCode().toInt() & 0xff) {
-    case 5:
-    case 6:
+    if (isHeldBy(error))
         return location + QLatin1String(" is being changed by another program; try again");
+    switch (codeOf(error)) {
     case 8:
         return location + QLatin1String(" is read-only");
     case 10:

@@ -18,6 +18,7 @@ public:
     std::unique_ptr<SqlCursor> prepare(const QString& sql) override;
     bool run(const QString& sql) override;
     QString error() const override { return m_error; }
+    bool isHeld() const override { return m_isHeld; }
     void setWriteWait(int milliseconds) override;
     int version() override;
     bool setVersion(int version) override;
@@ -39,4 +40,5 @@ private:
     QSqlDatabase m_connection;
     QString m_location;
     QString m_error;
+    bool m_isHeld = false;
 };

@@ -142,7 +142,13 @@ DoorEventStore::Result DoorEventStore::take(CDeviceId device, CItemId accessPoin
     }
     result.isStored = m_database->end(good && !m_database->hasFailed());
     result.upTo = intake.upTo;
-    if (result.isStored)
-        result.events = news;
+    if (result.isStored) {
+        const Doubtful doubtful = m_doubtful.take(device.value());
+        if (doubtful.epoch == events.epoch && doubtful.upTo == stored)
+            result.events = doubtful.events;
+        result.events += news;
+    } else if (m_database->isUnsettled() && !news.isEmpty()) {
+        m_doubtful.insert(device.value(), {events.epoch, intake.upTo, news});
+    }
     return result;
 }

@@ -6,6 +6,8 @@
 #include <foundation/access/lock_messages.h>
 #include <foundation/core/device_id.h>
 
+#include <QtCore/QMap>
+
 class CAuditTrail;
 class CDatabase;
 
@@ -61,9 +63,19 @@ public:
     qint64 storedUpTo(CDeviceId device, const QByteArray& epoch);
 
 private:
+    /// What the database did not say whether it has stored; should the device send it again, that was stored is to be
+    /// told.
+    struct Doubtful
+    {
+        QByteArray epoch;
+        qint64 upTo;
+        QList<AuditEvent> events;
+    };
+
     AuditEvent toAuditEvent(CDeviceId device, CItemId accessPoint, const QByteArray& epoch, const CLockEvent& event);
 
     CDatabase* m_database;
     CAuditTrail* m_trail;
     DoorDesk* m_desk;
+    QMap<quint32, Doubtful> m_doubtful; // by device
 };

@@ -78,6 +78,8 @@ public:
     bool isFree() const { return database->depth() == 0 && database->exists(); }
     QString now() const { return dialectOf(database).now; }
     void lookLater(int milliseconds) { lookTimer.start(milliseconds); }
+    /// Of a holder h.
+    QString isAlive() const { return QStringLiteral("h.at BETWEEN %1-%2 AND %1+%2").arg(now()).arg(longestSilence); }
     bool run(const QString& sql, const QVariantList& values, int* changed = nullptr);
     bool noteLinks();
     void flush();
@@ -310,9 +312,8 @@ QList<CRemoteDevices::Link> CRemoteDevices::links()
     SqlStatement find(d->database,
                       QStringLiteral("SELECT l.device,h.server,l.holder,l.since,l.details,s.at FROM device_link l JOIN "
                                      "device_holder h ON h.holder=l.holder LEFT JOIN device_seen s ON "
-                                     "s.device=l.device WHERE h.at>%1-%2 ORDER BY l.device")
-                          .arg(d->now())
-                          .arg(longestSilence));
+                                     "s.device=l.device WHERE %1 ORDER BY l.device")
+                          .arg(d->isAlive()));
     for (find.exec(); find.next();) {
         const QDateTime since = QDateTime::fromMSecsSinceEpoch(find.integer(3));
         result.append({CDeviceId(quint32(find.integer(0))), find.text(1), find.text(2) == d->holder, since,
@@ -327,9 +328,8 @@ bool CRemoteDevices::isElsewhere(CDeviceId device)
         return false;
     SqlStatement find(d->database,
                       QStringLiteral("SELECT 1 FROM device_link l JOIN device_holder h ON h.holder=l.holder "
-                                     "WHERE l.device=? AND l.holder<>? AND h.at>%1-%2")
-                          .arg(d->now())
-                          .arg(longestSilence));
+                                     "WHERE l.device=? AND l.holder<>? AND %1")
+                          .arg(d->isAlive()));
     return find.bind(qint64(device.value())).bind(d->holder).exec() && find.next();
 }
 

@@ -6,6 +6,9 @@
 
 namespace {
 
+// A session from further ahead is from before the clock was set back, and would last as much longer.
+constexpr qint64 aheadSeconds = 60;
+
 QByteArray hashOf(const QString& sessionId)
 {
     return QCryptographicHash::hash(sessionId.toUtf8(), QCryptographicHash::Sha256);
@@ -68,8 +71,9 @@ unsigned int LoginStore::permissionsOf(qint64 user)
 
 bool LoginStore::add(const QString& name, qint64 user, const CPasswordHash& password)
 {
-    SqlStatement statement(m_database, QStringLiteral("INSERT INTO login(name,\"user\",permissions,algorithm,parameters,"
-                                                      "salt,hash) VALUES(?,?,0,?,?,?,?)"));
+    SqlStatement statement(m_database,
+                           QStringLiteral("INSERT INTO login(name,\"user\",permissions,algorithm,parameters,"
+                                          "salt,hash) VALUES(?,?,0,?,?,?,?)"));
     return statement.bind(name)
         .bind(user)
         .bind(password.algorithm)
@@ -140,11 +144,12 @@ bool LoginStore::addSession(const QString& id, const QString& login, const QStri
 
 LoginStore::Session LoginStore::findSession(const QString& id, qint64 now)
 {
-    SqlStatement statement(m_database,
-                           QStringLiteral("SELECT s.login,l.\"user\",s.expires,l.permissions FROM session s JOIN "
-                                          "login l ON l.name=s.login WHERE s.hash=?"));
+    SqlStatement statement(
+        m_database, QStringLiteral("SELECT s.login,l.\"user\",s.expires,l.permissions,s.created FROM session s JOIN "
+                                   "login l ON l.name=s.login WHERE s.hash=?"));
     Session session;
-    if (!statement.bind(QVariant(hashOf(id))).exec() || !statement.next() || statement.integer(2) <= now)
+    if (!statement.bind(QVariant(hashOf(id))).exec() || !statement.next() || statement.integer(2) <= now
+        || statement.integer(4) > now + aheadSeconds)
         return session;
     session.login = statement.text(0);
     session.user = statement.integer(1);

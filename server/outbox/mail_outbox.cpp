@@ -15,6 +15,8 @@ namespace {
 constexpr int holdSeconds = 15;
 // How late a mail may be that another program has queued, or held when it was killed.
 constexpr int longestSleepMs = 15000;
+// Until a result is noted that the database did not take.
+constexpr int noteAgainMs = 1000;
 constexpr qint64 longestToken = 100000;
 
 enum State
@@ -46,6 +48,16 @@ struct CMailOutbox::Held
     int tries = 0;
     QString recipient;
     QByteArray content;
+    qint64 until = 0;
+};
+
+struct CMailOutbox::Conclusion
+{
+    Held held;
+    bool isSent;
+    bool isGivenUp;
+    qint64 next;
+    QString text;
 };
 
 CMailOutbox::CMailOutbox(CDatabase* database, QObject* parent)
@@ -59,6 +71,9 @@ CMailOutbox::CMailOutbox(CDatabase* database, QObject* parent)
 CMailOutbox::~CMailOutbox()
 {
     delete m_client; // ends the run; the mail is tried again
+    if (m_unnoted && !note(*m_unnoted))
+        qCritical("A mail to %s was %s, but this could not be stored: %s", qUtf8Printable(m_unnoted->held.recipient),
+                  m_unnoted->isSent ? "sent" : "not sent", qUtf8Printable(m_database->errorString()));
 }
 
 bool CMailOutbox::queue(const CMailMessage& message, const QStringList& addresses, QString& error)
@@ -124,7 +139,8 @@ void CMailOutbox::wake()
         m_timer.start(0);
 }
 
-// Takes the next one that is due; else says when one will be, 0 for never.
+// Takes the next one that is due; else says when one will be, 0 for never. What is due later than any pause is long was
+// put off before the clock was set back.
 bool CMailOutbox::hold(Held& held, qint64& nextDue)
 {
     nextDue = 0;
@@ -132,9 +148,10 @@ bool CMailOutbox::hold(Held& held, qint64& nextDue)
         return false;
     const qint64 now = QDateTime::currentSecsSinceEpoch();
     {
-        SqlStatement find(m_database, QStringLiteral("SELECT MIN(CASE WHEN held>next THEN held ELSE next END) FROM "
-                                                     "mail_recipient WHERE state=0"));
-        if (!find.exec() || !find.next() || find.isNull(0))
+        SqlStatement find(m_database,
+                          QStringLiteral("SELECT MIN(CASE WHEN held>next AND held<=? THEN held WHEN "
+                                         "next<=? THEN next ELSE ? END) FROM mail_recipient WHERE state=0"));
+        if (!find.bind(now + holdSeconds).bind(now + longestPause).bind(now).exec() || !find.next() || find.isNull(0))
             return false;
         nextDue = find.integer(0);
     }
@@ -144,17 +161,17 @@ bool CMailOutbox::hold(Held& held, qint64& nextDue)
     if (good) {
         SqlStatement find(m_database,
                           QStringLiteral("SELECT r.id,r.mail,r.tries,r.address,m.content FROM mail_recipient r JOIN "
-                                         "mail m ON m.id=r.mail WHERE r.state=0 AND r.next<=? AND r.held<=? ORDER BY "
-                                         "r.next,r.id LIMIT 1"));
-        good = find.bind(now).bind(now).exec() && find.next();
+                                         "mail m ON m.id=r.mail WHERE r.state=0 AND (r.next<=? OR r.next>?) AND "
+                                         "(r.held<=? OR r.held>?) ORDER BY r.next,r.id LIMIT 1"));
+        good = find.bind(now).bind(now + longestPause).bind(now).bind(now + holdSeconds).exec() && find.next();
         if (good)
-            held = {find.integer(0), find.integer(1), int(find.integer(2)), find.text(3), find.bytes(4)};
+            held = {find.integer(0), find.integer(1), int(find.integer(2)),
+                    find.text(3),    find.bytes(4),   now + holdSeconds};
     }
     if (good) {
         // A try that is never concluded counts, too: what kills the program is not sent for ever.
-        SqlStatement take(m_database,
-                          QStringLiteral("UPDATE mail_recipient SET held=?,tries=? WHERE id=? AND held<=?"));
-        good = take.bind(now + holdSeconds).bind(held.tries + 1).bind(held.id).bind(now).exec() && take.changed() == 1;
+        SqlStatement take(m_database, QStringLiteral("UPDATE mail_recipient SET held=?,tries=? WHERE id=?"));
+        good = take.bind(held.until).bind(held.tries + 1).bind(held.id).exec() && take.changed() == 1;
     }
     return m_database->end(good) && good;
 }
@@ -163,6 +180,9 @@ void CMailOutbox::sendNext()
 {
     if (m_client)
         return;
+    if (m_unnoted && !note(*m_unnoted))
+        return m_timer.start(noteAgainMs);
+    m_unnoted.reset();
     auto held = std::make_unique<Held>();
     qint64 nextDue = 0;
     if (!hold(*held, nextDue)) {
@@ -190,28 +210,47 @@ void CMailOutbox::conclude(const QString& error)
     m_client->deleteLater();
     m_client = nullptr;
     const std::unique_ptr<Held> held = std::move(m_held);
+    const QString recipient = held->recipient;
     const int tries = held->tries + 1;
     const bool isGivenUp = !isSent && (isForGood(error) || tries >= mostTries);
     const qint64 next = QDateTime::currentSecsSinceEpoch() + pauseAfter(tries);
+    m_unnoted.reset(new Conclusion{std::move(*held), isSent, isGivenUp, next, text});
+    if (note(*m_unnoted))
+        m_unnoted.reset();
+    else
+        qWarning("A mail to %s was %s, but this cannot be stored yet: %s", qUtf8Printable(m_unnoted->held.recipient),
+                 isSent ? "sent" : "not sent", qUtf8Printable(m_database->errorString()));
+    if (isGivenUp)
+        qWarning("A mail to %s was given up: %s", qUtf8Printable(recipient), qUtf8Printable(text));
+    m_timer.start(m_unnoted ? noteAgainMs : 0);
+    Q_EMIT tried(recipient, text);
+}
+
+// Twice is as good as once.
+bool CMailOutbox::note(const Conclusion& conclusion)
+{
+    const Held& held = conclusion.held;
     bool good = m_database->begin();
-    if (isSent) {
+    if (conclusion.isSent) {
         SqlStatement remove(m_database, QStringLiteral("DELETE FROM mail_recipient WHERE id=?"));
-        good = good && remove.bind(held->id).exec();
+        good = good && remove.bind(held.id).exec();
         SqlStatement clean(m_database, QStringLiteral("DELETE FROM mail WHERE id=? AND NOT EXISTS(SELECT 1 FROM "
                                                       "mail_recipient WHERE mail=?)"));
-        good = good && clean.bind(held->mail).bind(held->mail).exec();
+        good = good && clean.bind(held.mail).bind(held.mail).exec();
     } else {
+        // As long as nobody else has taken it.
         SqlStatement note(m_database,
-                          QStringLiteral("UPDATE mail_recipient SET state=?,next=?,held=0,error=? WHERE id=?"));
-        good = good && note.bind(int(isGivenUp ? GivenUp : Waits)).bind(next).bind(text).bind(held->id).exec();
+                          QStringLiteral("UPDATE mail_recipient SET state=?,next=?,held=0,error=? WHERE id=? "
+                                         "AND held=?"));
+        good = good
+               && note.bind(int(conclusion.isGivenUp ? GivenUp : Waits))
+                      .bind(conclusion.next)
+                      .bind(conclusion.text)
+                      .bind(held.id)
+                      .bind(held.until)
+                      .exec();
     }
-    if (!m_database->end(good))
-        qCritical("A mail to %s was %s, but this could not be stored: %s", qUtf8Printable(held->recipient),
-                  isSent ? "sent" : "not sent", qUtf8Printable(m_database->errorString()));
-    if (isGivenUp)
-        qWarning("A mail to %s was given up: %s", qUtf8Printable(held->recipient), qUtf8Printable(text));
-    m_timer.start(0);
-    Q_EMIT tried(held->recipient, text);
+    return m_database->end(good);
 }
 
 QList<CMailOutbox::Entry> CMailOutbox::entries() const

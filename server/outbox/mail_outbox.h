@@ -24,8 +24,8 @@ class CSmtpClient;
 /// removed.
 ///
 /// Several programs may share one database; a mail is held by one at a time. A recipient gets a mail once, except when
-/// the program or the network ends between the server's word that it has it and the note of that: then it comes again,
-/// with the same "Message-ID". No mail is lost.
+/// the program ends between the server's word that it has it and the note of that, or cannot reach the database for
+/// longer than another program that can: then it comes again, with the same "Message-ID". No mail is lost.
 class KYR_SERVER_EXPORT CMailOutbox : public QObject, public IModelMail
 {
     Q_OBJECT
@@ -80,15 +80,18 @@ Q_SIGNALS:
 
 private:
     struct Held;
+    struct Conclusion;
     void wake();
     void sendNext();
     bool hold(Held& held, qint64& nextDue);
     void conclude(const QString& error);
+    bool note(const Conclusion& conclusion);
 
     CDatabase* m_database;
     Settings m_settings;
     CSmtpClient* m_client = nullptr; // while one is under way
     std::unique_ptr<Held> m_held;
+    std::unique_ptr<Conclusion> m_unnoted; // before it is no other mail is sent
     QTimer m_timer;
     bool m_started = false;
 };

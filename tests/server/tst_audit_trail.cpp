@@ -120,6 +120,19 @@ void TestAuditTrail::serversTellOfThemselves()
     QCOMPARE(t.trail->heads().last().reason, QString("end"));
     QCOMPARE(t.trail->heads().last().seq, events.last().seq);
     QCOMPARE(t.faults(), QStringList());
+
+    // An hour later.
+    QTimer* hourly = nullptr;
+    for (QTimer* timer : keeper.findChildren<QTimer*>())
+        hourly = timer->interval() == 3600000 ? timer : hourly;
+    QVERIFY(hourly);
+    keeper.noteLogin({}, "::2", "api");
+    hourly->start(10);
+    QTRY_COMPARE(t.trail->heads().last().reason, QString("hour"));
+    QCOMPARE(t.trail->heads().last().seq, t.trail->events({}).last().seq);
+    const int hours = t.trail->heads().size();
+    QTest::qWait(50); // nothing new: no other head
+    QCOMPARE(t.trail->heads().size(), hours);
 }
 
 void TestAuditTrail::aClockThatIsSetIsSeen()

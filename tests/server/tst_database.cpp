@@ -1,7 +1,10 @@
+#include <foundation/mail/mail_message.h>
+#include <server/audit/audit_trail.h>
 #include <server/database/database.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/demonstration_fill.h>
 #include <server/model/sql_access_control.h>
+#include <server/outbox/mail_outbox.h>
 
 #include <QtTest/QtTest>
 
@@ -187,6 +190,73 @@ private Q_SLOTS:
         QCOMPARE(model.database()->check(), QStringList());
         QCOMPARE((model.getModel("UsersGroups", {}, {}).size() - 1) % 100, outcome - 100);
         QVERIFY(model.createUser({}) > first);
+    }
+
+    void fullDiskForEachKind_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char* kind : {"mail", "event", "head", "backup", "migration"})
+            QTest::addRow("%s", kind) << kind;
+    }
+    // It is told in one line, and is as if it had not been tried.
+    void fullDiskForEachKind()
+    {
+        QFETCH(QString, kind);
+        const QString path = m_folder->filePath("a.db");
+        const QString scripts = m_folder->filePath("scripts");
+        QVERIFY(QDir().mkdir(scripts) && QFile::copy(":/kyr_server/migrations/sqlite/001.sql", scripts + "/001.sql"));
+        const bool isMigration = kind == "migration";
+        {
+            CDatabase database;
+            QVERIFY(database.open(path, isMigration ? scripts : QString()) && database.begin() && database.end(true));
+            if (!isMigration)
+                QVERIFY(CAuditTrail(&database).append(AuditEvent{AuditKind::Start, 0, {}, {}, {}, {}, {}}));
+        }
+        const auto attempt = [&](bool isFull, QString& error) {
+            CDatabase database;
+            if (!isMigration && !database.open(path))
+                return true;
+            const struct rlimit limit = {0, 0};
+            if (isFull && ::setrlimit(RLIMIT_FSIZE, &limit) != 0)
+                return true;
+            CAuditTrail trail(&database);
+            CMailOutbox outbox(&database);
+            bool good = false;
+            if (isMigration)
+                good = database.open(path);
+            else if (kind == "mail")
+                good = outbox.queue(CMailMessage(), {"a@b.c"}, error);
+            else if (kind == "event")
+                good = trail.append(AuditEvent{AuditKind::Start, 0, {}, {}, {}, {}, {}});
+            else if (kind == "head")
+                good = !trail.signHeads("hour").isEmpty();
+            else
+                good = database.backup(m_folder->filePath("copy.db"));
+            if (kind == "event" || kind == "head")
+                error = trail.errorString();
+            else if (kind != "mail")
+                error = database.errorString();
+            return good;
+        };
+        const QStringList before = QDir(m_folder->path()).entryList(QDir::Files);
+        const int outcome = inChild([&] {
+            ::signal(SIGXFSZ, SIG_IGN);
+            QString error;
+            const bool good = attempt(true, error);
+            return good || error.isEmpty() || error.contains('\n') ? 1 : 0;
+        });
+        QCOMPARE(outcome, 0);
+        for (const QString& file : QDir(m_folder->path()).entryList(QDir::Files))
+            QVERIFY2(before.contains(file) || file.startsWith("a.db-"), qPrintable(file));
+        QString error;
+        QVERIFY2(attempt(false, error), qPrintable(error));
+        CDatabase database;
+        QVERIFY2(database.open(path), qPrintable(database.errorString()));
+        QCOMPARE(database.check(), QStringList());
+        CAuditTrail trail(&database);
+        QCOMPARE(trail.events({}).size(), isMigration ? 0 : kind == "event" ? 2 : 1);
+        QCOMPARE(CMailOutbox(&database).waiting(), kind == "mail" ? 1 : 0);
+        QVERIFY(trail.verify().ok());
     }
 
     // Whenever it is killed: what was acknowledged is there, the rest is not, and nothing is broken.

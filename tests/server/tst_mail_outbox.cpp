@@ -1,5 +1,6 @@
 #include <foundation/mail/mail_message.h>
 #include <server/database/database.h>
+#include <server/database/sql_statement_p.h>
 #include <server/model/sql_access_control.h>
 #include <server/outbox/mail_outbox.h>
 
@@ -147,6 +148,25 @@ private Q_SLOTS:
         m_taker.recipients.sort();
         to.sort();
         QCOMPARE(m_taker.recipients, to);
+    }
+
+    // What was put off until tomorrow, by a clock that was set back since, goes now.
+    void clockSetBack()
+    {
+        CMailOutbox outbox(m_model->database());
+        CMailMessage message;
+        QString error;
+        for (const char* to : {"a@example.com", "b@example.com"})
+            QVERIFY(outbox.queue(message, {to}, error));
+        outbox.start(settings());
+        const auto set = [this](const char* sql) {
+            CDatabase* database = m_model->database();
+            QVERIFY(database->begin() && SqlStatement(database, sql).exec() && database->end(true));
+        };
+        set("UPDATE mail_recipient SET next=next+86400 WHERE id=1");
+        set("UPDATE mail_recipient SET held=next+86400 WHERE id=2");
+        QTRY_COMPARE_WITH_TIMEOUT(m_taker.mails, 2, 5000);
+        QTRY_COMPARE(outbox.waiting(), 0);
     }
 
     void whenTheServerGoes_data()

@@ -1,6 +1,7 @@
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/datatypes/permission.h>
+#include <server/database/sql_statement_p.h>
 #include <server/model/model_reader.h>
 #include <server/model/one_time_password_p.h>
 #include <server/model/password_hash.h>
@@ -306,6 +307,13 @@ private Q_SLOTS:
         m_model->setSessionLength(1);
         const QString brief = m_model->getNewSessionId(user, 0, "", "", nullptr);
         QTRY_VERIFY_WITH_TIMEOUT(m_model->getSession(brief).isEmpty(), 3000);
+        // The clock is set back by a day: a session does not last that much longer.
+        m_model->setSessionLength(3600);
+        const QString ahead = m_model->getNewSessionId(user, 0, "", "", nullptr);
+        QVERIFY(!m_model->getSession(ahead).isEmpty() && m_model->database()->begin());
+        QVERIFY(
+            SqlStatement(m_model->database(), "UPDATE session SET created=created+86400,expires=expires+86400").exec());
+        QVERIFY(m_model->database()->end(true) && m_model->getSession(ahead).isEmpty());
         QVERIFY(m_model->deleteUser(user) && m_model->getLogins().isEmpty());
         // Neither password nor session stands in the file.
         for (const char* name : {"a.db", "a.db-wal"}) {
