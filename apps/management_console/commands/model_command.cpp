@@ -185,8 +185,11 @@ void ModelCommand::change(const std::function<bool(CSqlAccessControl& model)>& w
     CSqlAccessControl* installation = model();
     if (!installation)
         return;
-    if (!installation->changeAll([&] { return work(*installation); }))
+    if (!installation->changeAll([&] { return work(*installation); })) {
+        if (isHeldUp())
+            return;
         return fail(installation->errorString());
+    }
     if (result)
         output().lines(*result);
     if (!m_lag)
@@ -194,6 +197,12 @@ void ModelCommand::change(const std::function<bool(CSqlAccessControl& model)>& w
     m_sinceChange.start();
     connect(&m_lookTimer, &QTimer::timeout, this, &ModelCommand::lookAtDoors);
     m_lookTimer.start(0);
+}
+
+bool ModelCommand::isHeldUp()
+{
+    CSqlAccessControl* installation = model();
+    return installation && installation->database()->isHeld() && isTriedAgain();
 }
 
 void ModelCommand::watchDoors(const QList<CItemId>& items)

@@ -50,6 +50,9 @@ protected:
     /// Runs changes as one and ends the command: with `result`, lines of output, when they are stored; else with the
     /// model's reason.
     void change(const std::function<bool(CSqlAccessControl& model)>& work, const QStringList* result = nullptr);
+    /// A change has failed only because another program is changing the installation, and this command is given up for
+    /// one that tries it again.
+    bool isHeldUp();
 
     /// What is changed stays so: the doors are not waited for any longer.
     void cancel() override;

@@ -109,6 +109,8 @@ private:
                 taken = taken || other.toMap().value(QStringLiteral("id")).toLongLong() != own.value();
             return !taken && work(*installation);
         });
+        if (!changed && isHeldUp())
+            return;
         if (!changed)
             return fail(taken ? QStringLiteral("there is already a schedule \"%1\"").arg(name)
                               : installation->errorString());
@@ -183,6 +185,8 @@ private:
             made.append(QString::number(day.value()));
             return day != CItemId();
         });
+        if (!changed && isHeldUp())
+            return;
         if (!ambiguous.isEmpty()) {
             warn(ambiguous);
             return done(2);

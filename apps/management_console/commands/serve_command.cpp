@@ -22,7 +22,7 @@
 namespace {
 
 constexpr qint64 longestFile = 1024 * 1024;    // of a certificate or key
-constexpr int servingAnswerWaitMs = 250;       // of a database server
+constexpr int servingWaitMs = 250;             // for an answer of the database, or another program's change
 constexpr int longestSession = 31 * 24 * 3600; // seconds
 
 class ServeCommand : public Command
@@ -79,6 +79,7 @@ public:
             if (!session().server())
                 return fail(QStringLiteral("not serving"));
             session().setServer(nullptr);
+            setWaits(CDatabase::defaultAnswerWait, CDatabase::defaultWriteWait);
             return done();
         }
         DeviceServer::Settings settings;
@@ -178,13 +179,15 @@ private:
             qWarning("serve: %s", qUtf8Printable(warning));
         }
         // Whoever runs an event loop for others waits for no database longer.
-        model()->database()->setAnswerWait(servingAnswerWaitMs);
+        setWaits(servingWaitMs, servingWaitMs);
         const quint16 port = server->port();
         const quint16 proxyPort = server->proxyPort();
         session().setServer(std::move(server), m_name);
         if (m_broker)
             session().startBridge(*m_broker);
         session().watchServer(m_metricsFrom);
+        if (const QString fault = model()->database()->changeFault(); !fault.isEmpty())
+            warn(QStringLiteral("nothing can be stored, no event either: ") + fault);
         if (!m_mail.server.isEmpty() && !session().startMail(m_mail, error))
             warn(error);
         if (isJson())
@@ -198,6 +201,14 @@ private:
                                                   : QString()));
         ServiceManager::ready();
         done();
+    }
+
+    void setWaits(int forAnswers, int forOthers)
+    {
+        if (CSqlAccessControl* installation = model()) {
+            installation->database()->setAnswerWait(forAnswers);
+            installation->database()->setWriteWait(forOthers);
+        }
     }
 
     static Networks networks(AppOptions& options, const QString& name)

@@ -113,6 +113,8 @@ private:
             good = UsersCsv::read(installation, bytes, progress, outcome, error);
             return good && !isTrial;
         });
+        if (!stored && !isTrial && isHeldUp())
+            return;
         if (!error.isEmpty())
             return fail(error);
         if (!stored && !(good && isTrial))

@@ -126,8 +126,10 @@ void Monitor::countEvents()
 QStringList Monitor::faults()
 {
     QStringList faults;
-    if (!probe())
+    if (m_model->database()->isAway() || !probe())
         faults.append(QStringLiteral("the database cannot be read"));
+    if (!m_model->database()->changeFault().isEmpty())
+        faults.append(QStringLiteral("the database takes no changes"));
     const QDateTime end = m_server->certificateEnd();
     if (end.isValid() && end < QDateTime::currentDateTimeUtc())
         faults.append(QStringLiteral("the certificate has expired"));

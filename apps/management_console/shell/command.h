@@ -56,6 +56,10 @@ public:
     virtual void takeInput(const QString& line) { Q_UNUSED(line) }
     virtual void takeInputEnd() {}
 
+    /// Called by a command that would fail only because another program is just changing the installation: true when it
+    /// is given up and another object is run in its place a little later.
+    void setTryAgain(const std::function<bool()>& tryAgain) { m_tryAgain = tryAgain; }
+
     /// Reads the options and starts; mistakes in them end the command with a line that says so.
     void run(const QString& name, const QString& summary, QStringList arguments);
     /// What it does and how it is called, verb by verb.
@@ -90,6 +94,7 @@ protected:
     /// Says that a file was written, unless that would stand in it, and ends the command.
     void doneWriting(const QString& name, const QString& text);
 
+    bool isTriedAgain() const { return m_tryAgain && m_tryAgain(); }
     void done(int code = 0);
     void fail(const QString& reason);
     void misuse(const QString& reason);
@@ -117,6 +122,7 @@ private:
     Session& m_session;
     Output& m_output;
     QString m_name;
+    std::function<bool()> m_tryAgain;
     bool m_json = false;
     TableOptions m_tableOptions;
     TableWatch* m_watch = nullptr;

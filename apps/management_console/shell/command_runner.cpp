@@ -1,17 +1,36 @@
 #include "shell/command_runner.h"
 
+namespace {
+
+// A change waits as long for another program's as in a console of its own, but the event loop turns meanwhile.
+constexpr int longestHoldMs = 2000;
+constexpr int againMs = 100;
+
+} // namespace
+
 CommandRunner::CommandRunner(Session& session, Output& output, QObject* parent)
     : QObject(parent)
     , m_session(session)
     , m_output(output)
 {
+    m_again.setSingleShot(true);
+    m_again.setInterval(againMs);
+    connect(&m_again, &QTimer::timeout, this, &CommandRunner::start);
 }
 
 void CommandRunner::run(const QStringList& words)
 {
     m_running = true;
+    m_words = words;
+    m_hadInput = false;
+    m_sinceBegin.start();
+    start();
+}
+
+void CommandRunner::start()
+{
     const Session::Acting acting(m_session, m_output.user());
-    const QString name = words.value(0);
+    const QString name = m_words.value(0);
     const CommandEntry* entry = m_session.findCommand(name);
     if (!entry) {
         m_output.error(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));
@@ -25,7 +44,20 @@ void CommandRunner::run(const QStringList& words)
     connect(m_command.data(), &Command::inputWanted, this, &CommandRunner::inputWanted);
     connect(m_command.data(), &Command::passwordWanted, this, &CommandRunner::passwordWanted);
     connect(m_command.data(), &Command::leaveWanted, this, &CommandRunner::leaveWanted);
-    m_command->run(name, QString::fromUtf8(entry->summary), words.mid(1));
+    if (m_session.server())
+        m_command->setTryAgain([this] { return tryAgain(); });
+    m_command->run(name, QString::fromUtf8(entry->summary), m_words.mid(1));
+}
+
+bool CommandRunner::tryAgain()
+{
+    // What the user has typed is not asked for once more.
+    if (m_hadInput || m_sinceBegin.hasExpired(longestHoldMs))
+        return false;
+    m_command->deleteLater();
+    m_command.clear();
+    m_again.start();
+    return true;
 }
 
 void CommandRunner::cancel()
@@ -38,6 +70,7 @@ void CommandRunner::cancel()
 void CommandRunner::giveInput(const QString& line)
 {
     const Session::Acting acting(m_session, m_output.user());
+    m_hadInput = true;
     if (m_command)
         m_command->takeInput(line);
 }

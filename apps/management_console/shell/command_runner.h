@@ -2,7 +2,9 @@
 
 #include "shell/command.h"
 
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
+#include <QtCore/QTimer>
 
 /// Runs commands for one user, one at a time.
 class CommandRunner : public QObject
@@ -30,10 +32,16 @@ Q_SIGNALS:
     void leaveWanted();
 
 private:
+    void start();
+    bool tryAgain();
     void conclude(int code);
 
     Session& m_session;
     Output& m_output;
     QPointer<Command> m_command;
+    QStringList m_words;
+    QElapsedTimer m_sinceBegin;
+    QTimer m_again;
+    bool m_hadInput = false;
     bool m_running = false;
 };
