@@ -22,10 +22,11 @@ ANNA, BEN = "04:A1:22:3B", "04:A1:22:3C"
 class Server(Running):
     """A console that serves the devices of a database."""
 
-    def __init__(self, where, database, port, *options):
+    def __init__(self, where, database, port, *options, prefix=()):
         self.socket = f"{where}/console.socket"
         super().__init__("kyr_console", "--database", database, "--socket", self.socket, "--log-file", "none", "serve", "--port", port,
-                         "--json", "--certificate", f"{where}/console.pem", "--key", f"{where}/console.key", "--token", TOKEN, *options)
+                         "--json", "--certificate", f"{where}/console.pem", "--key", f"{where}/console.key", "--token", TOKEN, *options,
+                         prefix=prefix)
         self.port = json.loads(self.until('{"port"'))["port"]
 
     def observer(self, *sources):
@@ -58,7 +59,9 @@ class Plain:
         self.socket.close()
 
 
-class Door(unittest.TestCase):
+class Doors(unittest.TestCase):
+    """Two doors of an installation, with certificates for their locks."""
+
     @classmethod
     def setUpClass(cls):
         cls.certificates = tempfile.mkdtemp(prefix="kyr-door-")
@@ -98,11 +101,11 @@ class Door(unittest.TestCase):
             self.ask("doors", "assign", name, label)
         self.ask("grant", "Anna", "Main", "Side")
 
-    def serve(self, *options):
+    def serve(self, *options, prefix=()):
         for name in ("console.pem", "console.key"):
             if not os.path.exists(f"{self.dir}/{name}"):
                 shutil.copy(f"{self.certificates}/{name}", self.dir)
-        server = Server(self.dir, self.database, self.port, *options)
+        server = Server(self.dir, self.database, self.port, *options, prefix=prefix)
         self.port = server.port
         return server
 
@@ -133,6 +136,8 @@ class Door(unittest.TestCase):
         rows = json.loads(self.attached("devices", "--json")[1])
         return [row["label"] for row in rows if row["upToDate"]] == LABELS
 
+
+class Door(Doors):
     def test_the_server_in_its_trail(self):
         self.ask("users", "add", "Anna")
         code, _, error = console("serve", "--server-name", "a b", "--certificate", "none", "--key", "none", database=self.database)

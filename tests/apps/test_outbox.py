@@ -11,11 +11,13 @@ import tempfile
 import threading
 import time
 import unittest
+import uuid
 
 from aiosmtpd.controller import Controller
 
 from test_door import CA, LABELS, TOKEN, Server
 from test_link import certificate
+from test_servers import WHERE, postgresql, psql
 from tools import BUILD, ROOT, WAIT, console, main, simulator
 
 MAIL = ("127.0.0.3", 2525)  # a port on which mail begins in plain text
@@ -66,6 +68,17 @@ class Lasting(unittest.TestCase):
             time.sleep(0.05)
 
     def test_a_mail_survives_a_kill_and_arrives_once(self):
+        self.survive()
+
+    @unittest.skipUnless(os.path.exists(WHERE), "PostgreSQL was not started for the tests")
+    def test_a_mail_survives_on_postgresql(self):
+        name = f"kyr_{uuid.uuid4().hex}"
+        psql("CREATE DATABASE", name)
+        self.addCleanup(psql, "DROP DATABASE", name, "WITH (FORCE)")
+        self.database = postgresql() + name
+        self.survive()
+
+    def survive(self):
         sends = ("--mail-server", "%s:%d" % MAIL, "--mail-account", "door@example.com")
         with open(f"{self.dir}/T\u00fcren.csv", "wb") as file:
             file.write(bytes(range(256)) * 500)
