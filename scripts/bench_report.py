@@ -57,6 +57,8 @@ TARGETS = [
     ("model_read_all", "10000", "sqlite3", 4.5),
     ("model_set_property", "10000", "sqlite3", 1.3),
     ("model_fill", "10000", "sqlite3", 2.0),
+    ("postgres_user_by_filter", "100000", "libpq", 1.5),
+    ("postgres_property", "100000", "libpq", 1.5),
     ("access_why", "100000", "sqlite3", 4.0),
     ("access_who", "100000", "sqlite3", 3.0),
     ("door_compile", "5000", "sqlite3", 4.0),
