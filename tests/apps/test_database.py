@@ -173,7 +173,7 @@ class Away(Harmed):
         # A reference that somebody has broken is found.
         self.cluster.sql("SET session_replication_role=replica; DELETE FROM item WHERE label='Anna'", database="again")
         code, out, error = console("database", "check", database=again)
-        self.assertEqual((code, error.count("\n"), "not there" in out), (1, 1, True), out)
+        self.assertEqual((code, error.count("\n"), "do not exist" in out), (1, 1, True), out)
 
 
 class Trust(unittest.TestCase):
