@@ -206,6 +206,10 @@ public:
         : m_position(text.constData())
         , m_end(m_position + text.size())
     {
+        // The C library joins what was freed when it is asked for a larger piece. Otherwise the many small ones of a
+        // long text would come from where those of the last one lay, each somewhere else.
+        if (text.size() > longText)
+            m_unescaped.reserve(0x1000);
     }
 
     bool read(QVariantMap& result)
@@ -330,6 +334,8 @@ private:
         m_tokenEnd = m_position;
         return m_tokenBegin != m_tokenEnd;
     }
+
+    static constexpr int longText = 0x10000;
 
     Position m_position;
     Position m_end;
