@@ -19,5 +19,8 @@ struct SocketAddress
 /// The address of the other end. False when there is none any more.
 bool peerAddress(std::intptr_t descriptor, SocketAddress& address);
 
+/// Whether the other end has closed the connection, what it sent before apart. False where the system does not tell.
+bool hasLeft(std::intptr_t descriptor);
+
 /// Ends the connection.
 void closeDescriptor(std::intptr_t descriptor);

@@ -1,5 +1,6 @@
 #include <foundation/network/descriptors_p.h>
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -14,6 +15,17 @@ bool peerAddress(std::intptr_t descriptor, SocketAddress& address)
 {
     socklen_t size = sizeof address;
     return getpeername(static_cast<int>(descriptor), reinterpret_cast<sockaddr*>(address.bytes), &size) == 0;
+}
+
+bool hasLeft(std::intptr_t descriptor)
+{
+#ifdef POLLRDHUP
+    const short left = POLLRDHUP | POLLHUP | POLLERR;
+#else
+    const short left = POLLHUP | POLLERR;
+#endif
+    pollfd state{static_cast<int>(descriptor), left, 0};
+    return poll(&state, 1, 0) == 1 && (state.revents & left) != 0;
 }
 
 void closeDescriptor(std::intptr_t descriptor)

@@ -15,6 +15,11 @@ bool peerAddress(std::intptr_t descriptor, SocketAddress& address)
     return getpeername(static_cast<SOCKET>(descriptor), reinterpret_cast<sockaddr*>(address.bytes), &size) == 0;
 }
 
+bool hasLeft(std::intptr_t)
+{
+    return false;
+}
+
 void closeDescriptor(std::intptr_t descriptor)
 {
     closesocket(static_cast<SOCKET>(descriptor));

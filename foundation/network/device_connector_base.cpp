@@ -1,8 +1,8 @@
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
-#include <foundation/network/device_connector_base.h>
 #include <foundation/network/descriptors_p.h>
+#include <foundation/network/device_connector_base.h>
 #include <foundation/network/socket_options_p.h>
 
 #include <QtCore/QPointer>

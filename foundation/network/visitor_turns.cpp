@@ -144,7 +144,11 @@ void VisitorTurns::admit()
             m_queues.erase(queue);
         else
             m_round.enqueue(network);
-        Q_EMIT turn(visitor.first, visitor.second);
+        // Who has given up meanwhile calls again: time spent on TLS with nobody would make the others give up, too.
+        if (hasLeft(visitor.first))
+            closeDescriptor(visitor.first);
+        else
+            Q_EMIT turn(visitor.first, visitor.second);
     }
     if (m_queued > 0)
         m_turn.start(static_cast<int>(m_talking.constFirst().second.remainingTime()) + 1);
