@@ -628,7 +628,9 @@ CDoorController::Status CDoorController::status(CDeviceId device) const
     }
     status.accessPoint = session->accessPoint;
     status.isLinked = true;
-    status.isUpToDate = d->isUpToDate(*session);
+    // What others have changed meanwhile is not known while the database is away.
+    const bool isBlind = d->model->database()->isAway();
+    status.isUpToDate = !isBlind && d->isUpToDate(*session);
     status.revision = session->provisioner.revision();
     status.clockAhead = session->clockAhead;
     status.storedEvents = session->stored;
@@ -639,7 +641,9 @@ CDoorController::Status CDoorController::status(CDeviceId device) const
     }
     if (!status.isUpToDate) {
         status.fault = !session->fault.isEmpty() ? session->fault : session->provisioner.fault();
-        if (status.fault.isEmpty())
+        if (isBlind)
+            status.fault = QStringLiteral("the database is away");
+        else if (status.fault.isEmpty())
             status.fault = session->state ? QStringLiteral("its list is being sent")
                                           : QStringLiteral("it has not reported its state");
     }
