@@ -130,10 +130,10 @@ CTlsDoor::CTlsDoor(QObject* parent)
     for (const HeldSockets* held : {&d->held, &d->sending, &d->waiting})
         connect(held, &HeldSockets::dropping, this, dropping);
     connect(&d->turns, &VisitorTurns::turn, this, &CTlsDoor::start);
-    connect(&d->turns, &VisitorTurns::dropped, this, [this](const QHostAddress& address, quint16 port, bool crowded) {
-        report(peerText(address, port),
-               crowded ? QStringLiteral("too many connections without a request") : QStringLiteral("no TLS in time"));
-    });
+    connect(&d->turns, &VisitorTurns::dropped, this,
+            [this](const QHostAddress& address, quint16 port, const QString& reason) {
+                report(peerText(address, port), reason);
+            });
     connect(&d->announcing, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
         drop(static_cast<QSslSocket*>(object), crowded ? QStringLiteral("too many connections without a PROXY header")
                                                        : QStringLiteral("no PROXY header in time"));

@@ -21,6 +21,11 @@ QHostAddress addressOf(qintptr descriptor, quint16& port)
     return QHostAddress(reinterpret_cast<const sockaddr*>(address.bytes));
 }
 
+QString tooMany()
+{
+    return QStringLiteral("too many connections without a request");
+}
+
 } // namespace
 
 // A connection that has said nothing yet.
@@ -61,12 +66,13 @@ VisitorTurns::VisitorTurns(QObject* parent)
     m_turn.setSingleShot(true);
     m_turn.setTimerType(Qt::PreciseTimer);
     connect(&m_turn, &QTimer::timeout, this, &VisitorTurns::admit);
-    connect(&m_silent, &HeldSockets::dropping, this,
-            [this](QObject* visitor, bool crowded) { drop(static_cast<Silent*>(visitor)->take(), crowded); });
+    connect(&m_silent, &HeldSockets::dropping, this, [this](QObject* visitor, bool crowded) {
+        drop(static_cast<Silent*>(visitor)->take(), crowded ? tooMany() : QStringLiteral("no TLS in time"));
+    });
     connect(&m_arriving, &HeldSockets::dropping, this, [this](QObject* object, bool crowded) {
         auto* const visitor = static_cast<Silent*>(object);
         if (crowded)
-            drop(visitor->take(), true);
+            drop(visitor->take(), tooMany());
         else
             await(m_silent, visitor->take(), visitor->accepted, ConnectionTiming::current().request);
     });
@@ -99,13 +105,13 @@ void VisitorTurns::await(HeldSockets& place, qintptr descriptor, const QElapsedT
     });
 }
 
-void VisitorTurns::drop(qintptr descriptor, bool crowded)
+void VisitorTurns::drop(qintptr descriptor, const QString& reason)
 {
     quint16 port = 0;
     const QHostAddress address = addressOf(descriptor, port);
     closeDescriptor(descriptor);
     if (!address.isNull())
-        Q_EMIT dropped(address, port, crowded);
+        Q_EMIT dropped(address, port, reason);
 }
 
 void VisitorTurns::enqueue(qintptr descriptor, const QElapsedTimer& accepted)
@@ -119,9 +125,9 @@ void VisitorTurns::enqueue(qintptr descriptor, const QElapsedTimer& accepted)
         const auto crowd = std::max_element(m_queues.begin(), m_queues.end(),
                                             [](const Queue& a, const Queue& b) { return a.size() < b.size(); });
         if (crowd.key() == network)
-            return drop(descriptor, true);
+            return drop(descriptor, tooMany());
         --m_queued;
-        drop(crowd->takeLast().first, true);
+        drop(crowd->takeLast().first, tooMany());
     }
     Queue& queue = m_queues[network];
     if (queue.isEmpty())
@@ -146,7 +152,7 @@ void VisitorTurns::admit()
             m_round.enqueue(network);
         // Who has given up meanwhile calls again: time spent on TLS with nobody would make the others give up, too.
         if (hasLeft(visitor.first))
-            closeDescriptor(visitor.first);
+            drop(visitor.first, QStringLiteral("TLS failed: the other end has closed the connection"));
         else
             Q_EMIT turn(visitor.first, visitor.second);
     }

@@ -10,6 +10,7 @@
 #include <QtCore/QObject>
 #include <QtCore/QPair>
 #include <QtCore/QQueue>
+#include <QtCore/QString>
 #include <QtCore/QTimer>
 #include <QtNetwork/QHostAddress>
 
@@ -40,14 +41,14 @@ public:
 Q_SIGNALS:
     /// The descriptor is the receiver's, which calls begin() unless the connection has gone already.
     void turn(qintptr descriptor, const QElapsedTimer& accepted);
-    /// Said nothing in time, or (`crowded`) there were too many. It is closed afterwards.
-    void dropped(const QHostAddress& address, quint16 port, bool crowded);
+    /// It was closed before its turn.
+    void dropped(const QHostAddress& address, quint16 port, const QString& reason);
 
 private:
     class Silent;
 
     void await(HeldSockets& place, qintptr descriptor, const QElapsedTimer& accepted, int milliseconds);
-    void drop(qintptr descriptor, bool crowded);
+    void drop(qintptr descriptor, const QString& reason);
     void enqueue(qintptr descriptor, const QElapsedTimer& accepted);
     void admit();
 
