@@ -9,11 +9,13 @@ import os
 import ssl
 import sys
 import tempfile
+import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path[:0] = [f"{ROOT}/tests/apps", f"{ROOT}/scripts"]
 
 from browser import Browser  # noqa: E402
+from test_api import code_of  # noqa: E402
 from test_link import certificate  # noqa: E402
 from tools import BUILD, Running, console, simulator  # noqa: E402
 
@@ -21,6 +23,7 @@ LOCK = "000.123.457"
 CARD, OTHER = "04:A1:22:3B", "04:A1:22:3C"
 HTML = "<img src=x onerror=\"document.title='broken in'\"><script>document.title='broken in'</script>"
 LONG = "Wolfeschlegelsteinhausenbergerdorff" * 60
+SPOOF = "%2 \u2069\u202eevil"  # a placeholder of the page's own texts, and signs that would turn its lines around
 ARABIC = "\u0633\u0627\u0631\u0629 \u0627\u0644\u0645\u0646\u0635\u0648\u0631\u064a"
 PASSWORD = "correct horse battery"
 
@@ -39,7 +42,7 @@ class Site:
         self.database = f"{where}/site.db"
         certificate("console", where, f"{BUILD}/dev-ca", "--name", "IP:127.0.0.1")
         certificate(LOCK, where)
-        for name in (HTML, LONG, ARABIC, "Anna Berger", "Ben Costa"):
+        for name in (HTML, LONG, ARABIC, SPOOF, "Anna Berger", "Ben Costa"):
             self.ask("users", "add", name, "Department=Lab")
         self.ask("media", "add", CARD, "--user", "Anna Berger")
         self.ask("media", "add", OTHER, "--user", HTML)
@@ -52,6 +55,9 @@ class Site:
             file.write(PASSWORD)
         self.ask("logins", "add", "anna", "Anna Berger", "--password-file", f"{where}/password")
         self.ask("logins", "permit", "anna", "Administrator")
+        self.ask("logins", "add", "careful", ARABIC, "--password-file", f"{where}/password")
+        self.ask("logins", "permit", "careful", "AccessPointsRead")
+        self.otp = self.ask("logins", "otp", "careful").strip()
         self.ask("logins", "add", "guest", "Ben Costa", "--password-file", f"{where}/password")
         self.server = Running("kyr_console", "--database", self.database, "--socket", f"{where}/socket", "--log-file", "none",
                               "serve", "--port", 0, "--json", "--certificate", f"{where}/console.pem", "--key",
@@ -84,6 +90,46 @@ def log_in_by_keyboard(page, name):
     page.type(PASSWORD)
     page.press("Enter")
     page.until("!document.getElementById('work').hidden")
+
+
+def tab_to(page, condition, what):
+    for _ in range(60):
+        if page.value(f"(element => {condition})(document.activeElement)"):
+            return
+        page.press("Tab")
+    raise AssertionError(f"the keyboard does not reach {what}")
+
+
+def log_in_with_code(site, page):
+    page.value("document.getElementById('name').value = ''; document.getElementById('name').focus()")
+    page.type("careful")
+    page.press("Tab")
+    page.type(PASSWORD)
+    page.press("Enter")
+    page.until("document.activeElement.id === 'code' && document.getElementById('code').offsetParent", "a one-time password is asked for")
+    page.picture(f"{sys.argv[1]}/code-360.png")
+    page.type("000000")
+    page.press("Enter")
+    page.until("document.getElementById('login-error').textContent.includes('wrong')", "a wrong one is refused")
+    check(page.value("document.activeElement.id === 'password'"), "a wrong one-time password leads back to the password")
+    page.value("document.getElementById('code').value = ''; document.getElementById('code').focus()")
+    page.type(code_of(site.otp, int(time.time()) // 30))
+    page.press("Enter")
+    page.until("!document.getElementById('work').hidden && document.querySelector('#doors li')", "the right one lets in")
+    check(page.value("document.getElementById('events').hidden"), "logs in with a one-time password")
+    click(page, "#logout", "Log out")
+    page.until("!document.getElementById('login').hidden")
+
+
+def open_by_keyboard(page):
+    page.value("document.getElementById('language').focus()")
+    tab_to(page, "element.textContent === 'Open' && element.closest('#doors')", "the door's button")
+    page.press("Enter")
+    page.until("document.activeElement.closest('.really')", "it is asked again")
+    page.press("Enter")
+    page.until("document.querySelector('#doors .note').textContent.includes('is open')", "opened by the keyboard")
+    page.until("document.activeElement.closest('#doors li')", "the focus stays at the door")
+    check(True, "opens the door by the keyboard alone")
 
 
 def click(page, selector, text):
@@ -129,6 +175,13 @@ def try_page(site, page, pictures):
                "the opening is an event")
     check(True, "opens the door, and the opening is an event")
 
+    open_by_keyboard(page)
+    page.value("document.getElementById('find-text').value = 'evil'; document.querySelector('#find button').click()")
+    click(page, "#people li button", "Why")
+    page.value("document.querySelector('#ask button').click()")
+    page.until("document.getElementById('verdict').textContent !== ''")
+    check(page.value("document.getElementById('verdict').textContent") == "\u2068%2 evil\u2069 may not pass \u2068Main Entrance\u2069: \u2068no right\u2069.",
+          "a name turns nothing around, and stands for nothing else")
     for wanted, shown in ((ARABIC[:4], ARABIC), ("Wolfe", LONG), ("<img", HTML)):
         page.value(f"document.getElementById('find-text').value = {json.dumps(wanted)}")
         page.value("document.querySelector('#find button').click()")
@@ -166,6 +219,8 @@ def try_page(site, page, pictures):
     page.until("!document.getElementById('login').hidden")
     check(page.value("document.querySelectorAll('.list li').length") == 0, "after log-out nothing is left to see")
 
+    page.look(360, 740)
+    log_in_with_code(site, page)
     page.value("document.getElementById('name').value = ''; document.getElementById('name').focus()")
     log_in_by_keyboard(page, "guest")
     page.until("document.getElementById('doors').hidden && document.getElementById('events').hidden && "

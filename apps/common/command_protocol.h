@@ -8,8 +8,9 @@
 /// the kind of the message first. Whatever a text holds, line feeds and quotes too, arrives as it was. Kinds that an
 /// end does not know are passed over.
 ///
-///     to the tool      ["hello",1,TERMINAL,COLOUR,FILES]  first; whether somebody reads at a terminal, and wants
-///                                                   colour; whether the client opens files (absent: it does not)
+///     to the tool      ["hello",1,TERMINAL,COLOUR,FILES,SCRIPTS]  first; whether somebody reads at a terminal, and
+///                                                   wants colour; whether the client opens files, and runs scripts
+///                                                   (absent: it does not)
 ///                      ["run",WORD,...]              a command with its arguments
 ///                      ["line",TEXT]                 the same as typed, split by the tool
 ///                      ["input",TEXT], ["end"]       the line that was asked for, or that there is none any more
@@ -38,6 +39,17 @@
 ///     both ways        ["data",ID,BASE64]            a piece of it
 ///                      ["done",ID]                   that was all; to the tool also: it is written
 ///                      ["fault",ID,TEXT]             it comes to nothing, and why
+///
+/// A script is the client's, too: it runs it, and each call is a message. VALUE is as in ScriptWire.
+///
+///     to the client    ["script",FILE,SECONDS,ARG,...]  run it; SECONDS: for so long at most, 0 for ever
+///     to the tool      ["call",ID,OPERATION,[VALUE,...]]  of the script service, "errorString" or "events"
+///                      ["listen",ON]                 notifications are wanted from now on, or no longer
+///                      ["ended",N]                   with that exit code
+///     to the client    ["result",ID,VALUE]           of a call
+///                      ["refusal",ID,TEXT]           it cannot be called so
+///                      ["answer",ID,VALUE]           what a callback is called with
+///                      ["notified",NAME,VALUE,EXTENSION]
 namespace CommandProtocol {
 
 constexpr int version = 1;

@@ -115,6 +115,7 @@ void CommandClient::take(const QByteArray& line)
         m_terminal = message.at(2).toBool();
         m_colour = message.at(3).toBool();
         m_files = message.at(4).toBool();
+        m_scripts = message.at(5).toBool();
         return send(CommandProtocol::message("hello", QJsonArray{CommandProtocol::version}));
     }
     if (kind == QLatin1String("run"))
@@ -129,6 +130,8 @@ void CommandClient::take(const QByteArray& line)
         Q_EMIT cancelRequested();
     else if (kind == QLatin1String("data") || kind == QLatin1String("done") || kind == QLatin1String("fault"))
         Q_EMIT fileMessageReceived(message);
+    else if (kind == QLatin1String("call") || kind == QLatin1String("listen") || kind == QLatin1String("ended"))
+        Q_EMIT scriptMessageReceived(message);
     else if (kind == QLatin1String("complete"))
         Q_EMIT completionRequested(message.at(1).toString());
     else if (kind == QLatin1String("size")) {
@@ -195,7 +198,7 @@ void CommandClient::askForInput()
         send(CommandProtocol::message("ask"));
 }
 
-void CommandClient::sendFileMessage(const char* kind, const QJsonArray& arguments)
+void CommandClient::sendMessage(const char* kind, const QJsonArray& arguments)
 {
     send(CommandProtocol::message(kind, arguments));
 }

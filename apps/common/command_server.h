@@ -38,6 +38,8 @@ public:
     bool canGiveInput() const { return !m_plain; }
     /// It opens the files that its commands name.
     bool hasFiles() const { return m_files; }
+    /// It runs the scripts that its commands name.
+    bool runsScripts() const { return m_scripts; }
     /// Who it is, as the system says.
     const PeerUser& user() const { return m_user; }
     /// Bytes that the client has not taken yet.
@@ -48,8 +50,8 @@ public:
     void sendProgress(const QString& text);
     void sendNews(const QString& text);
     void askForInput();
-    /// A message on a file, see CommandProtocol.
-    void sendFileMessage(const char* kind, const QJsonArray& arguments);
+    /// A message on a file or a script, see CommandProtocol.
+    void sendMessage(const char* kind, const QJsonArray& arguments);
     /// For a line that must not be seen.
     void askForPassword(const QString& question);
     /// Lines that may be more than the screen has. Only where there are rows().
@@ -69,6 +71,7 @@ Q_SIGNALS:
     void inputEnded();
     void cancelRequested();
     void fileMessageReceived(const QJsonArray& message);
+    void scriptMessageReceived(const QJsonArray& message);
     /// Some of what was sent has left; see unread().
     void sentSome();
     /// What may follow a text? sendCompletions() is the answer.
@@ -90,6 +93,7 @@ private:
     bool m_terminal = false;
     bool m_colour = false;
     bool m_files = false;
+    bool m_scripts = false;
     PeerUser m_user;
     int m_columns = 0;
     int m_rows = 0;

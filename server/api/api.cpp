@@ -5,6 +5,7 @@
 #include <server/api/api_operations_p.h>
 #include <server/api/api_subscribers_p.h>
 #include <server/api/api_values_p.h>
+#include <server/api/refusal_trail_p.h>
 #include <server/audit/audit_trail.h>
 #include <server/model/permission_names.h>
 #include <server/model/sql_access_control.h>
@@ -166,6 +167,9 @@ public:
     QVariant concealed(const ApiMethod& method, const QVariantList& arguments, const QVariant& value,
                        const ApiSession& session) const;
     void refuse(const std::shared_ptr<ApiCall>& call, const QString& method, const QString& lacks);
+    /// Whoever names a session that is none is a stranger, with a stranger's limits.
+    void dropSessionThatIsOver(CApiCaller& caller);
+    void dropSession(CApiCaller& caller);
     void unsubscribe(const CApiCaller& caller);
     int classOf(const QString& id) const;
 
@@ -178,6 +182,7 @@ public:
     ApiLogins logins;
     ApiOperations operations;
     ApiSubscribers subscribers;
+    RefusalTrail refusals{trail, mostRefusalsTold};
     QPointer<CNotificationService> hub;
     CallLimit callLimit{mostCalls, callsPerSecond};
     ApiSession acting; // whose call runs now
@@ -252,7 +257,9 @@ QString CApi::Private::lacking(const ApiMethod& method, const QVariantList& argu
         if (use == ApiUse::Reads) {
             if (!session.may(*permission) && !session.may(ofGroups))
                 need(*permission);
-            const QVariantMap filter = method.argument(arguments, "filter").toMap();
+            QVariantMap filter = method.argument(arguments, "filter").toMap();
+            if (method.argument(arguments, "itemClass").toInt() != 0)
+                filter.insert(classKey, method.argument(arguments, "itemClass"));
             if (filter.contains(classKey) && *permission != ofGroups)
                 need(filter.value(classKey).toInt() == UserClassGroup ? ofGroups : *permission);
             // Whether a code is there is as much as the code.
@@ -321,9 +328,23 @@ void CApi::Private::refuse(const std::shared_ptr<ApiCall>& call, const QString& 
                      {QStringLiteral("login"), call->session.login},
                      {QStringLiteral("peer"), call->caller->address},
                      {QStringLiteral("way"), QStringLiteral("api")}};
-    if (!trail->append(event))
-        qWarning("CApi: a refused call cannot be stored: %s", qUtf8Printable(trail->errorString()));
+    refusals.note(call->session.login, event);
     call->fail(ApiError::NotPermitted, QStringLiteral("not permitted: %1 takes %2").arg(method, lacks));
+}
+
+void CApi::Private::dropSession(CApiCaller& caller)
+{
+    if (caller.session.isEmpty())
+        return;
+    unsubscribe(caller);
+    caller.session.clear();
+}
+
+void CApi::Private::dropSessionThatIsOver(CApiCaller& caller)
+{
+    const qint64 failures = model->database()->failures();
+    if (!findSession(caller.session).isValid() && model->database()->failures() == failures)
+        dropSession(caller);
 }
 
 void CApi::Private::unsubscribe(const CApiCaller& caller)
@@ -440,14 +461,16 @@ void CApi::Private::finish(const std::shared_ptr<Message>& message)
 void CApi::Private::perform(const std::shared_ptr<ApiCall>& call, const QString& name, const QJsonValue& params)
 {
     CApiCaller& caller = *call->caller;
+    const qint64 failures = model->database()->failures();
     call->session = findSession(caller.session);
+    // A database that is away for a moment ends no session.
+    if (!call->session.isValid() && model->database()->failures() != failures)
+        return call->fail(ApiError::Refused, model->database()->errorString());
     const QString payer = call->session.isValid() ? call->session.id : LoginLimits::network(caller.address);
     if (!callLimit.take(payer, clock()))
         return call->fail(ApiError::TooMany, QStringLiteral("too many calls per second"));
-    if (!call->session.isValid() && !caller.session.isEmpty()) {
-        unsubscribe(caller);
-        caller.session.clear();
-    }
+    if (!call->session.isValid())
+        dropSession(caller);
     const ApiMethod* method = ApiCatalog::instance().find(name);
     if (method == nullptr)
         return call->fail(ApiError::UnknownMethod, QStringLiteral("there is no such method"));
@@ -570,6 +593,7 @@ void CApi::forgetSubscriber(const QString& subscriber)
 
 void CApi::handle(const QByteArray& request, const std::shared_ptr<CApiCaller>& caller, const Answer& answer)
 {
+    d->dropSessionThatIsOver(*caller);
     const auto message = std::make_shared<Private::Message>();
     message->caller = caller;
     message->answer = answer;

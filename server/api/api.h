@@ -60,7 +60,8 @@ struct CApiAnswer
 ///
 /// A call is done as whoever is logged in: that is whom the trail names. Log-ins are slow on purpose, so their
 /// passwords are looked at by two threads, and only so many wait. What a session may do is looked up for each call.
-/// A refusal for want of permission stands in the trail, as do log-ins and refused ones.
+/// A refusal for want of permission stands in the trail, as do log-ins and refused ones; beyond so many within a minute
+/// as their number.
 ///
 /// Installed at a notification service as the filter, it lets each of its callers hear of what they may read: "Model"
 /// by collection, "Access" with Logs, "Devices" with DevicesRead, other sources as Administrator. Subscribers that it
@@ -76,8 +77,9 @@ public:
     static constexpr int mostInBatch = 100;
     static constexpr int mostWaiting = 128; ///< calls of one caller that are not answered yet
     static constexpr int mostSources = 100;
-    static constexpr int longestSource = 200; ///< characters
-    static constexpr int answerMs = 75000;    ///< after that a call that waits is told so
+    static constexpr int longestSource = 200;    ///< characters
+    static constexpr int mostRefusalsTold = 200; ///< of a login within a minute that are events, one each
+    static constexpr int answerMs = 75000;       ///< after that a call that waits is told so
     /// Calls of one session (or of one address without one): so many at once, and so many a second in the long run.
     static constexpr int mostCalls = 2000;
     static constexpr int callsPerSecond = 1000;

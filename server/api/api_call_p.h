@@ -35,7 +35,13 @@ public:
     {
     }
 
-    void answer(const QJsonValue& result) { finish({{QStringLiteral("result"), result}}); }
+    void answer(const QJsonValue& result)
+    {
+        QJsonObject answer{{QStringLiteral("result"), result}};
+        if (omitted > 0)
+            answer.insert(QStringLiteral("omitted"), double(omitted));
+        finish(answer);
+    }
     void fail(ApiError code, const QString& text)
     {
         finish({{QStringLiteral("error"),
@@ -46,6 +52,7 @@ public:
     std::shared_ptr<CApiCaller> caller;
     ApiSession session;
     bool isKept = false; ///< it is answered later
+    qint64 omitted = 0;  ///< entries that a limit has left out of the result
 
 private:
     void finish(const QJsonObject& resultOrError)

@@ -10,9 +10,11 @@
 #include <QtCore/QPointer>
 #include <QtCore/QRunnable>
 
+#include <algorithm>
+
 namespace {
 
-constexpr int longestName = 200;
+const QString tooManyAtOnce = QStringLiteral("too many log-ins at the same time");
 
 // QThreadPool::start() takes functions only since Qt 5.15, where QRunnable::create() is there, too.
 void startOn(QThreadPool& pool, const std::function<void()>& work)
@@ -26,6 +28,7 @@ ApiLogins::ApiLogins(CSqlAccessControl* model, CAuditTrail* trail, QObject* pare
     : QObject(parent)
     , m_model(model)
     , m_trail(trail)
+    , m_refusals(trail, mostTold)
 {
     m_pool.setMaxThreadCount(workers);
 }
@@ -39,13 +42,13 @@ ApiLogins::~ApiLogins()
 void ApiLogins::login(const std::shared_ptr<ApiCall>& call, const QString& name, const QString& password,
                       const QString& code)
 {
-    Attempt attempt{call, name, password, code};
+    Attempt attempt{call, name, password, code, LoginLimits::network(call->caller->address)};
     if (isBlocked(attempt))
         return;
-    if (m_queue.size() >= mostQueued)
-        return call->fail(ApiError::TooMany, QStringLiteral("too many log-ins at the same time"));
+    if (m_queue.size() >= mostQueued && !makeRoom(attempt.network))
+        return call->fail(ApiError::TooMany, tooManyAtOnce);
     call->isKept = true;
-    m_queue.enqueue(attempt);
+    m_queue.append(attempt);
     startNext();
 }
 
@@ -57,14 +60,50 @@ bool ApiLogins::isBlocked(const Attempt& attempt)
     return true;
 }
 
+int ApiLogins::nextOne() const
+{
+    int next = -1;
+    for (int i = 0; i < m_queue.size(); ++i) {
+        const Attempt& attempt = m_queue.at(i);
+        bool isOther = true; // than what is looked at now
+        bool isSameName = false;
+        for (const Attempt& running : m_running) {
+            isOther = isOther && running.network != attempt.network;
+            isSameName = isSameName || (running.network == attempt.network && running.name == attempt.name);
+        }
+        if (isOther)
+            return i;
+        if (next < 0 && !isSameName)
+            next = i;
+    }
+    return next;
+}
+
+bool ApiLogins::makeRoom(const QString& network)
+{
+    QHash<QString, int> counts;
+    int most = 0;
+    for (const Attempt& attempt : qAsConst(m_queue))
+        most = qMax(most, ++counts[attempt.network]);
+    if (counts.value(network) + 1 >= most)
+        return false;
+    for (int i = m_queue.size() - 1; i >= 0; --i) {
+        if (counts.value(m_queue.at(i).network) < most)
+            continue;
+        m_queue.takeAt(i).call->fail(ApiError::TooMany, tooManyAtOnce);
+        return true;
+    }
+    return false;
+}
+
 void ApiLogins::startNext()
 {
-    while (m_running < workers && !m_queue.isEmpty()) {
-        Attempt attempt = m_queue.dequeue();
+    for (int next = nextOne(); m_running.size() < workers && next >= 0; next = nextOne()) {
+        Attempt attempt = m_queue.takeAt(next);
         // What stood in front of it may have been the tenth wrong one.
         if (isBlocked(attempt))
             continue;
-        ++m_running;
+        m_running.append(attempt);
         attempt.hash = m_model->getPasswordHash(attempt.name);
         startOn(m_pool, [this, attempt] {
             const bool isRight = attempt.hash.matches(attempt.password);
@@ -76,16 +115,19 @@ void ApiLogins::startNext()
 
 void ApiLogins::finish(const Attempt& attempt, bool isRight)
 {
-    --m_running;
+    const auto isThis = [&attempt](const Attempt& running) { return running.call == attempt.call; };
+    m_running.erase(std::find_if(m_running.begin(), m_running.end(), isThis));
     const QPointer<ApiLogins> self(this);
-    const QVariantMap login = isRight ? m_model->getLogin(attempt.name) : QVariantMap();
+    const QVariantMap login = m_model->getLogin(attempt.name);
     // Meanwhile somebody may have taken the login away, or given it another password.
-    const bool isGood = !login.isEmpty() && m_model->getPasswordHash(attempt.name).hash == attempt.hash.hash;
+    const bool isGood = isRight && !login.isEmpty() && m_model->getPasswordHash(attempt.name).hash == attempt.hash.hash;
     const CItemId user = login.value(QStringLiteral("userId")).toLongLong();
-    if (!isGood)
-        refuse(attempt, QStringLiteral("name or password is wrong"));
+    if (login.isEmpty())
+        refuse(attempt, false, QStringLiteral("there is no such login"));
+    else if (!isGood)
+        refuse(attempt, true, QStringLiteral("the password is wrong"));
     else if (m_model->getUserProperty(QStringLiteral("enabled"), user).toString() == QLatin1String("false"))
-        refuse(attempt, QStringLiteral("the user is out of service"));
+        refuse(attempt, true, QStringLiteral("the user is out of service"));
     else if (!login.value(QStringLiteral("otp")).toBool())
         admit(attempt);
     else if (attempt.code.isEmpty())
@@ -93,7 +135,7 @@ void ApiLogins::finish(const Attempt& attempt, bool isRight)
     else if (m_model->checkOneTimePassword(attempt.name, attempt.code))
         admit(attempt);
     else
-        refuse(attempt, QStringLiteral("the one-time password is wrong"));
+        refuse(attempt, true, QStringLiteral("the one-time password is wrong"));
     if (self)
         startNext();
 }
@@ -131,17 +173,17 @@ void ApiLogins::admit(const Attempt& attempt)
                     {QStringLiteral("permissions"), QJsonArray::fromStringList(permissionNames(permissions))}});
 }
 
-void ApiLogins::refuse(const Attempt& attempt, const QString& reason)
+void ApiLogins::refuse(const Attempt& attempt, bool isKnown, const QString& reason)
 {
     m_limits.noteRefusal(attempt.name, attempt.call->caller->address, m_clock());
     AuditEvent event;
     event.kind = AuditKind::LoginRefused;
-    event.details = {{QStringLiteral("login"), attempt.name.left(longestName)},
+    // What is no login's name may be a password that was typed into the wrong field: it is kept nowhere.
+    event.details = {{QStringLiteral("login"), isKnown ? attempt.name : QString()},
                      {QStringLiteral("peer"), attempt.call->caller->address},
                      {QStringLiteral("way"), QStringLiteral("api")},
                      {QStringLiteral("reason"), reason}};
-    if (!m_trail->append(event))
-        qWarning("CApi: a refused log-in cannot be stored: %s", qUtf8Printable(m_trail->errorString()));
+    m_refusals.note(QString(), event);
     // Strangers learn nothing else.
     attempt.call->fail(ApiError::LoginRefused, QStringLiteral("log-in refused"));
 }

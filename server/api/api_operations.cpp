@@ -196,9 +196,15 @@ QVariantList ApiOperations::chains(const CAccessFacts& facts, const QString& at,
     const auto moment = instant(at, zone, CAccessTimeZone::DayEdge::Begin);
     if (!moment)
         return {};
+    if (limit < 0) {
+        m_call->fail(ApiError::BadParams, QStringLiteral("a limit is 1 or more, 0 is none"));
+        return {};
+    }
     QVector<CAccessChain> all = CAccessEvaluator::chains(facts, *moment);
-    if (limit > 0 && limit < all.size())
+    if (limit > 0 && limit < all.size()) {
+        m_call->omitted = all.size() - limit;
         all.resize(limit);
+    }
     return CAccessExplanation::chainsToJson(all).toVariantList();
 }
 
@@ -242,7 +248,7 @@ QVariantList ApiOperations::events_list(const QVariantMap& filter, int limit)
         return {};
     QVariantList result;
     const QList<QVariantMap> rows =
-        EventRows::make(m_model, m_trail, m_trail->events(wanted, limit == 0 ? usualEvents : limit));
+        EventRows::make(m_model, m_trail, m_trail->events(wanted, limit == 0 ? usualEvents : limit, &m_call->omitted));
     for (const QVariantMap& row : rows)
         result.append(row);
     return result;
@@ -255,14 +261,19 @@ QVariantList ApiOperations::devices_list()
 
 // --- Items
 
-QVariantList ApiOperations::items_find(const QString& collection, const QString& text, int limit)
+QVariantList ApiOperations::items_find(const QString& collection, const QString& text, int limit, int itemClass)
 {
     if (limit < 0 || limit > mostFound) {
         m_call->fail(ApiError::BadParams, QStringLiteral("the limit must be from 1 to %1").arg(mostFound));
         return {};
     }
     QVariantList result;
-    const QList<CItemId> found = m_model->findByLabel(collection, text, limit == 0 ? usualFound : limit);
+    // Of users and groups those that may be read.
+    const ApiSession& session = m_call->session;
+    if (itemClass == 0 && collection == usersGroups && !session.may(PermissionUsersRead | PermissionUserGroupsRead))
+        itemClass = session.may(PermissionUsersRead) ? UserClassUser : UserClassGroup;
+    const QList<CItemId> found =
+        m_model->findByLabel(collection, itemClass, text, limit == 0 ? usualFound : limit, &m_call->omitted);
     for (const CItemId id : found)
         result += m_model->getModel(collection, {{QStringLiteral("id"), id.value()}}, {});
     return result;

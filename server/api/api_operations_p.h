@@ -47,7 +47,7 @@ public:
     Q_INVOKABLE QVariantList events_list(const QVariantMap& filter, int limit);
     Q_INVOKABLE QVariantList devices_list();
 
-    Q_INVOKABLE QVariantList items_find(const QString& collection, const QString& text, int limit);
+    Q_INVOKABLE QVariantList items_find(const QString& collection, const QString& text, int limit, int itemClass);
     Q_INVOKABLE QVariant items_add(const QString& collection, const QVariantMap& properties);
     Q_INVOKABLE QVariant items_set(const QString& collection, const QString& id, const QVariantMap& properties);
     Q_INVOKABLE QVariant items_remove(const QString& collection, const QStringList& ids);

@@ -35,7 +35,7 @@ constexpr ApiRule rules[] = {
     reads("access.doors", PermissionAccessRightsRead, 2),
     reads("events.list", PermissionLogs, 2),
     reads("devices.list", PermissionDevicesRead),
-    {"items.find", ApiGate::Collection, PermissionNone, ApiUse::Reads, 2},
+    {"items.find", ApiGate::Collection, PermissionNone, ApiUse::Reads, 3},
     {"items.add", ApiGate::Collection, PermissionNone, ApiUse::Changes},
     {"items.set", ApiGate::Collection, PermissionNone, ApiUse::Changes},
     {"items.remove", ApiGate::Collection, PermissionNone, ApiUse::Changes},

@@ -343,17 +343,26 @@ QList<qint64> ItemStore::idsByParent(Kind kind, qint64 parent)
     return ids;
 }
 
-QList<qint64> ItemStore::findByLabel(Kind kind, const QString& text, int limit)
+QList<qint64> ItemStore::findByLabel(Kind kind, int itemClass, const QString& text, int limit, qint64* left)
 {
     QString pattern = text;
     for (const char special : {'\\', '%', '_'})
         pattern.replace(QLatin1Char(special), QLatin1Char('\\') + QString(QLatin1Char(special)));
-    SqlStatement statement(m_database, QStringLiteral("SELECT id FROM item WHERE kind=? AND lower(label) LIKE lower(?) "
-                                                      "ESCAPE '\\' ORDER BY id LIMIT ?"));
+    QString where =
+        QStringLiteral(" FROM item WHERE kind=%1 AND lower(label) LIKE lower(?) ESCAPE '\\'").arg(int(kind));
+    if (itemClass != anyClass)
+        where += QStringLiteral(" AND class=%1").arg(itemClass);
+    pattern = QLatin1Char('%') + pattern + QLatin1Char('%');
+    SqlStatement statement(m_database, QStringLiteral("SELECT id%1 ORDER BY id LIMIT ?").arg(where));
     QList<qint64> ids;
-    statement.bind(int(kind)).bind(QString(QLatin1Char('%') + pattern + QLatin1Char('%'))).bind(limit);
-    for (statement.exec(); statement.next();)
+    for (statement.bind(pattern).bind(limit).exec(); statement.next();)
         ids.append(statement.integer(0));
+    *left = 0;
+    if (ids.size() < limit)
+        return ids;
+    SqlStatement count(m_database, QStringLiteral("SELECT COUNT(*)") + where);
+    if (count.bind(pattern).exec() && count.next())
+        *left = count.integer(0) - limit;
     return ids;
 }
 

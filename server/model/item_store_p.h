@@ -45,8 +45,8 @@ public:
     /// Of those items that are there, in one go.
     QHash<qint64, QString> labels(const QList<qint64>& ids);
     QList<qint64> idsByParent(Model::Kind kind, qint64 parent);
-    /// Those whose label contains the text.
-    QList<qint64> findByLabel(Model::Kind kind, const QString& text, int limit);
+    /// Those whose label contains the text; in *left how many more than the limit.
+    QList<qint64> findByLabel(Model::Kind kind, int itemClass, const QString& text, int limit, qint64* left);
     /// The items of a kind that have that value, by the canonical text.
     QList<qint64> idsByValue(Model::Kind kind, const QString& name, const QVariant& value);
     QStringList propertyNames(Model::Kind kind);

@@ -87,9 +87,10 @@ public:
     bool setItemProperty(const QString& collection, const QString& name, const QVariant& value, CItemId item);
     /// The names of the properties that items of the collection have.
     QStringList getPropertyNames(const QString& collection) const;
-    /// The first items of a collection whose label contains a text, in whichever case of its letters from A to Z; by
-    /// their ids.
-    QList<CItemId> findByLabel(const QString& collection, const QString& text, int limit) const;
+    /// The first items of a collection, and of that class (0: of any), whose label contains a text, in whichever case of
+    /// its letters from A to Z; by their ids. In *left how many more there are.
+    QList<CItemId> findByLabel(const QString& collection, int itemClass, const QString& text, int limit,
+                               qint64* left) const;
     /// KIND's collection of an item, "" when there is none.
     QString getCollectionOf(CItemId item) const;
 

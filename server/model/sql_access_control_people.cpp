@@ -127,9 +127,11 @@ QStringList CSqlAccessControl::getPropertyNames(const QString& collection) const
     return names;
 }
 
-QList<CItemId> CSqlAccessControl::findByLabel(const QString& collection, const QString& text, int limit) const
+QList<CItemId> CSqlAccessControl::findByLabel(const QString& collection, int itemClass, const QString& text, int limit,
+                                              qint64* left) const
 {
-    return toItemIds(d->items.findByLabel(kindOf(collection), text, limit));
+    return toItemIds(
+        d->items.findByLabel(kindOf(collection), itemClass == 0 ? anyClass : itemClass, text, limit, left));
 }
 
 QString CSqlAccessControl::getCollectionOf(CItemId item) const

@@ -42,6 +42,7 @@ class Client:
             elif "error" in message:
                 raise Refusal(message["error"])
             else:
+                self.omitted = message.get("omitted", 0)
                 return message["result"]
 
     def hear(self, source):

@@ -13,6 +13,7 @@ import unittest
 from urllib.parse import parse_qs, urlsplit
 
 from api_client import AUTHORITY, Client, Post, Refusal, request
+from notification_client import WebSocket
 from test_link import Installation, Server
 from tools import ROOT, main
 
@@ -203,6 +204,34 @@ class Api(Installation):
         medium = admin.call("items.add", "Media", {"uid": "04:A1:22:3B:5C:6D:99", "userId": user})
         self.assertEqual(admin.hear("Model")["data"], {"UsersGroups": [{"id": user}]})
         self.assertEqual(reader.hear("Model")["data"], {"Media": [{"id": medium}]})
+
+    def test_sessions_are_let_in_for_notifications(self):
+        self.login("porter", "33", "Logs")
+        watcher = WebSocket(f"wss://127.0.0.1:{self.server.port}/notifications", AUTHORITY)
+        self.addCleanup(watcher.close)
+        self.client("porter")
+        theirs = self.session
+        admin = self.client()
+        stranger = WebSocket(f"wss://127.0.0.1:{self.server.port}/notifications", AUTHORITY)
+        stranger.send({"id": 1, "method": "login", "params": [""]})
+        self.assertEqual(stranger.receive()["error"]["code"], -32001)
+        for number, (method, params) in enumerate((("login", [theirs]), ("registerObserver", [["Model", "Access"]]),
+                                                   ("registerExtension", ["lift"]))):
+            watcher.send({"id": number, "method": method, "params": params})
+        answers = {m["id"]: m for m in (watcher.receive() for _ in range(4)) if "id" in m}
+        self.assertEqual((answers[0]["result"], answers[1]["result"], answers[2]["error"]["code"]), (True, True, -32004))
+        # What it may hear is its permission's matter at that moment.
+        admin.call("createUser", {"label": "Unheard"})
+        self.server.ask("logins", "permit", "porter", "UsersRead")
+        heard = admin.call("createUser", {"label": "Heard"})
+        self.assertEqual(watcher.receive()["params"][1]["data"], {"UsersGroups": [{"id": heard}]})
+
+    def test_who_names_no_session_stays_a_stranger(self):
+        with Client(self.server.port, ["Authorization: Bearer rubbish"]) as client:
+            client.socket._send(1, b"{")
+            self.assertEqual(client.socket.receive()["error"]["code"], -32700)
+            client.socket.send({"id": 1, "method": "x" * 20000})
+            self.assertEqual(client.socket.receive()["error"]["code"], -32600)
 
     def test_who_reads_nothing_is_cut_off(self):
         admin, lazy = self.client(), self.client()

@@ -89,6 +89,8 @@ class Docs(Installation):
         else:
             try:
                 answer = {"result": client.call(name, *params)}
+                if client.omitted:
+                    answer["omitted"] = client.omitted
             except TimeoutError:
                 raise AssertionError(f"{name} is not answered")
             except Refusal as refusal:

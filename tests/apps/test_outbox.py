@@ -120,6 +120,24 @@ class Lasting(unittest.TestCase):
         self.assertEqual(attachment.get_payload(decode=True), bytes(range(256)) * 500)
         self.assertEqual(len({mail["message-id"] for _, mail in mailbox.mails}), 2)
 
+    def test_the_morning_report_arrives(self):
+        mailbox = Mailbox()
+        controller = Controller(mailbox, hostname=MAIL[0], port=MAIL[1])
+        try:
+            controller.start()
+        except OSError:
+            self.skipTest("the port is taken")
+        self.addCleanup(controller.stop)
+        with self.serve("--mail-server", "%s:%d" % MAIL, "--mail-account", "door@example.com"):
+            report = self.ask("script", f"{ROOT}/examples/scripts/morning_report.js", "--timeout", "60", "office@example.com")
+            self.assertEqual(report, "In the outbox, for office@example.com.\n")
+            with mailbox.came:
+                self.assertTrue(mailbox.came.wait_for(lambda: mailbox.mails, 15))
+            self.eventually(lambda: self.table("mail", "--outbox") == [])
+        (to, mail), = mailbox.mails
+        self.assertEqual((to, mail["from"], mail["subject"]), (["office@example.com"], "door@example.com", "What happened at the doors"))
+        self.assertIn("0 times let in", mail.get_body(("plain",)).get_content())
+
     def test_who_is_absent(self):
         for label in LABELS:
             certificate(label, self.dir)

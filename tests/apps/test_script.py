@@ -1,12 +1,36 @@
 """Scripts in JavaScript: what they find, how they end, and the examples."""
 
+import os
+import signal
 import subprocess
 import tempfile
+import time
 import unittest
 
-from tools import BIN, ROOT, console, main
+from tools import BIN, ROOT, Running, console, main
 
 EXAMPLES = f"{ROOT}/examples/scripts"
+
+# What a script finds, and what it is told.
+SERVICE = """#!/usr/bin/env -S kyr_console script
+    const id = kyr.createUser({label: "Zo\u00eb \U0001f600 <b>", born: new Date(0), tags: ["a", 2], map: {$: {$: 1}}});
+    const user = kyr.getUser({id: id});
+    print(typeof id, user.label, user.born.getTime(), user.tags, user.map, args, typeof user.none);
+    print(kyr.getModel("UsersGroups").length, kyr.getMapping("DeviceType")[41], kyr.getUsersOfGroup(41));
+    print(kyr.setUserProperty("enabled", "perhaps", id), kyr.errorString() !== "");
+    for (const event of events({kinds: ["changed"], from: new Date(0)}))
+        print([event.what, event.at instanceof Date]);
+    for (const wrong of [() => events({kinds: ["granite"]}), () => kyr.getUser("Ada")])
+        try { wrong() } catch (error) { print(error.message) }
+    kyr.setNotificationHandler((name, parameters) => {
+        console.log(name, parameters.event, parameters.data.UsersGroups);
+        kyr.sendTemplateEmail(1, ["a@example.com"], {}, answer => {
+            console.log(typeof answer.status, "answered");
+            setTimeout(() => exit(7), 1);
+        });
+        console.log("not answered yet");
+    });
+    kyr.deleteUser(id);"""
 
 
 class Script(unittest.TestCase):
@@ -24,26 +48,13 @@ class Script(unittest.TestCase):
         return console("script", self.file(name, text), *arguments, database=database)
 
     def test_service(self):
-        code, out, error = self.run_script("""#!/usr/bin/env -S kyr_console script
-            const id = kyr.createUser({label: "Zo\u00eb \U0001f600 <b>", born: new Date(0), tags: ["a", 2]});
-            const user = kyr.getUser({id: id});
-            print(typeof id, user.label, user.born.getTime(), user.tags, args);
-            print(kyr.getModel("UsersGroups").length, kyr.getMapping("DeviceType")[41], kyr.getUsersOfGroup(41));
-            print(kyr.setUserProperty("enabled", "perhaps", id), kyr.errorString() !== "");
-            kyr.setNotificationHandler((name, parameters) => {
-                console.log(name, parameters.event, parameters.data.UsersGroups);
-                kyr.sendTemplateEmail(1, ["a@example.com"], {}, answer => {
-                    console.log(typeof answer.status, "answered");
-                    kyr.setNotificationHandler(null);
-                });
-                console.log("not answered yet");
-            });
-            kyr.deleteUser(id);""", "one", "zw\u00f6lf")
-        self.assertEqual((code, error), (0, ""))
+        code, out, error = self.run_script(SERVICE, "one", "zw\u00f6lf")
+        self.assertEqual((code, error), (7, ""))
         self.assertEqual(out.splitlines(), [
-            'string Zo\u00eb \U0001f600 <b> 0 ["a",2] ["one","zw\u00f6lf"]',
+            'string Zo\u00eb \U0001f600 <b> 0 ["a",2] {"$":{"$":1}} ["one","zw\u00f6lf"] undefined',
             '8 Network Gateway ["31","32","33","34"]',
-            "false true",
+            "false true", '["created Zo\u00eb \U0001f600 <b>",true]', 'events: there is no kind "granite"',
+            'getUser: "filter" takes a value of type map',
             'Model changed [{"id":"75"}]', "not answered yet", "string answered"])
 
     def test_errors_name_the_place(self):
@@ -99,6 +110,35 @@ class Script(unittest.TestCase):
         process.terminate()
         out, error = process.communicate(timeout=6)
         self.assertEqual((process.returncode, out, error), (1, "", "script: interrupted\n"))
+
+    def test_beside_a_console(self):
+        # Its user has no other way to the installation; the console computes nothing for it.
+        socket = f"{self.folder.name}/console"
+        beside = lambda text, *arguments: console("--attach", socket, "script", self.file("f.js", text), *arguments)
+        with Running("kyr_console", "--database", "memory", "--socket", socket):
+            while not os.path.exists(socket):
+                time.sleep(0.02)
+            self.assertEqual(beside(SERVICE, "one", "zw\u00f6lf"), self.run_script(SERVICE, "one", "zw\u00f6lf"))
+            for text, what in (("\n\nkyr.deleteUser()", "f.js:3: "), ("while (true) kyr.getUser({id: 31})", "not done after 1 s"),
+                               ("while (true);", "not done after 1 s"), ("setTimeout(print, 60000)", "not done after 1 s"),
+                               ("readFile('/none')", "cannot read"), ("kyr.createUser({label: 'x'.repeat(17e6)})", "too large")):
+                code, out, error = beside(text, "--timeout", "1")
+                self.assertEqual((code, out, what in error, error.count("\n")), (1, "", True, 1), (text, error))
+            self.assertEqual(console("--attach", socket, "script", "none.js")[0], 1)
+            # The next command of the same conversation is no part of the last one.
+            two = console("--attach", socket, stdin=f"script {self.file('a.js', 'print(1)')}\nmapping UserClass\n")
+            self.assertEqual((two[0], two[1].splitlines()[0], "Group" in two[1]), (0, "1", True))
+            waits = subprocess.Popen([f"{BIN}/kyr_console", "--attach", socket, "script", self.file("w.js", "print('waits'); setTimeout(print, 60000)")],
+                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            self.assertEqual(waits.stdout.readline(), "waits\n")
+            waits.send_signal(signal.SIGINT)
+            self.assertEqual((waits.communicate(timeout=6), waits.returncode), (("", "script: interrupted\n"), 1))
+            lost = subprocess.Popen([f"{BIN}/kyr_console", "--attach", socket, "script", self.file(
+                "l.js", "print('runs'); while (true) try { kyr.getUser({id: 31}) } catch (error) {}")],
+                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            self.assertEqual(lost.stdout.readline(), "runs\n")
+        out, error = lost.communicate(timeout=6)
+        self.assertEqual((lost.returncode, out), (1, ""), error)
 
     def test_examples(self):
         database = f"{self.folder.name}/school.db"

@@ -10,11 +10,12 @@ import socket
 import ssl
 import subprocess
 import tempfile
+import time
 import unittest
 
 from notification_client import WebSocket
 from test_link import Server, certificate
-from tools import BUILD, WAIT, main
+from tools import BUILD, WAIT, Running, main
 
 CA = f"{BUILD}/dev-ca/ca-chain.pem"
 
@@ -134,6 +135,27 @@ class Watch(unittest.TestCase):
                     until("READY=1")
                     server.process.terminate()
                     until("STOPPING=1")
+
+    def test_a_console_that_hangs_gives_no_sign_of_life(self):
+        name, script = f"{self.where}/notify", f"{self.where}/loop.js"
+        with open(script, "w", encoding="ascii") as file:
+            file.write("const end = Date.now() + 2000; while (Date.now() < end);")
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as manager:
+            manager.bind(name)
+            manager.settimeout(WAIT)
+            with Running("kyr_console", "--database", "memory", "--log-file", "none",
+                         env={**os.environ, "NOTIFY_SOCKET": name, "WATCHDOG_USEC": "200000"}) as console:
+                console.process.stdin.write(f"serve --port 0 --certificate {self.where}/console.pem --key {self.where}/console.key\n"
+                                            f"script {script}\n")
+                console.process.stdin.flush()
+                # One comes each 0.1 s, none while the script computes.
+                last, gap = time.monotonic(), 0
+                while gap < 1.5:
+                    manager.recv(1000)
+                    last, gap = time.monotonic(), time.monotonic() - last
+                self.assertEqual(manager.recv(1000), b"WATCHDOG=1")
+                console.process.stdin.write("shutdown\n")
+                console.process.stdin.flush()
 
 
 if __name__ == "__main__":

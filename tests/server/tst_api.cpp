@@ -1,5 +1,6 @@
 #include <server/api/api.h>
 #include <server/api/api_catalog_p.h>
+#include <server/api/api_logins_p.h>
 #include <server/api/login_limits_p.h>
 #include <server/audit/audit_trail.h>
 #include <server/audit/model_audit.h>
@@ -251,6 +252,100 @@ private Q_SLOTS:
         // Who is out of service is in no session.
         m_model->setUserProperty("enabled", false, CItemId(31));
         QCOMPARE(error(anna, "getLoggedInId", QJsonArray()), -32001);
+    }
+
+    // What a limit leaves out is told, whoever may see how much of it.
+    void nothingIsCutSilently()
+    {
+        const auto anna = caller("anna", 31, PermissionAdministrator);
+        const auto clerk = caller("clerk", 32, PermissionUsersRead);
+        for (int i = 0; i < 30; ++i)
+            result(anna, "createUser", QJsonArray{QJsonObject{{"label", QStringLiteral("Lab %1").arg(i)}}});
+        for (int i = 0; i < 5; ++i)
+            result(anna, "createGroup", QJsonArray{QJsonObject{{"label", QStringLiteral("Lab group %1").arg(i)}}});
+        const auto omitted = [&](const auto& by, const QString& method, const QJsonArray& params, int shown) {
+            const QJsonObject answer = ask(by, request(method, params));
+            return answer.value("result").toArray().size() == shown ? answer.value("omitted").toInt() : -1;
+        };
+        QCOMPARE(omitted(anna, "items.find", {"UsersGroups", "lab"}, 20), 15);
+        QCOMPARE(omitted(anna, "items.find", {"UsersGroups", "lab", 35}, 35), 0);
+        QCOMPARE(omitted(anna, "items.find", {"UsersGroups", "lab", 3, 2}, 3), 2);
+        QCOMPARE(omitted(clerk, "items.find", {"UsersGroups", "lab"}, 20), 10);
+        QCOMPARE(error(clerk, "items.find", QJsonArray{"UsersGroups", "lab", 3, 2}), -32003);
+        const int changes = m_trail->events({{}, {}, {AuditKind::Changed}, 0, 0}).size();
+        QCOMPARE(omitted(anna, "events.list", {QJsonObject{{"kind", "changed"}}, 10}, 10), changes - 10);
+        const int rows = result(anna, "access.who", QJsonArray{"3"}).toArray().size();
+        QVERIFY(rows > 1);
+        QCOMPARE(omitted(anna, "access.who", {"3", "", 1}, 1), rows - 1);
+        QCOMPARE(error(anna, "access.who", QJsonArray{"3", "", -1}), -32602);
+    }
+
+    // Nobody fills the trail by what he may not do.
+    void refusalsAreCounted()
+    {
+        const auto nobody = caller("nobody", 32);
+        for (int i = 0; i < CApi::mostRefusalsTold + 50; ++i)
+            QCOMPARE(error(nobody, "quit", QJsonArray()), -32003);
+        const CAuditTrail::Filter refused{{}, CItemId(32), {AuditKind::Refused}, 0, 0};
+        QCOMPARE(m_trail->events(refused).size(), int(CApi::mostRefusalsTold));
+        m_api.reset(); // as the minute's end does
+        const QList<AuditRecord> events = m_trail->events(refused);
+        QCOMPARE(events.size(), CApi::mostRefusalsTold + 1);
+        QCOMPARE(events.last().details().value("count").toInt(), 50);
+        QCOMPARE(events.last().details().value("login").toString(), QString("nobody"));
+    }
+
+    // A name that nobody has may be a password in the wrong field.
+    void unknownNamesAreNotKept()
+    {
+        m_model->addLogin("anna", CItemId(31), password);
+        const auto stranger = std::make_shared<CApiCaller>();
+        QCOMPARE(error(stranger, "login", QJsonArray{"my secret", "anna"}), -32002);
+        QCOMPARE(error(stranger, "login", QJsonArray{"anna", "wrong"}), -32002);
+        const QList<AuditRecord> events = m_trail->events({{}, {}, {AuditKind::LoginRefused}, 0, 0});
+        QCOMPARE(events.size(), 2);
+        QVERIFY(!events.first().payload.contains("secret"));
+        QCOMPARE(events.last().details().value("login").toString(), QString("anna"));
+    }
+
+    // One who sends all at once gets no more than ten looks, and leaves room for others.
+    void loginsAtOnce()
+    {
+        m_model->addLogin("anna", CItemId(31), password);
+        const auto hog = std::make_shared<CApiCaller>();
+        hog->address = "192.0.2.1";
+        QMap<int, int> codes;
+        const auto tryAll = [&](int count, const std::function<QString(int)>& name) {
+            codes.clear();
+            for (int i = 0; i < count; ++i) {
+                send(hog, request("login", QJsonArray{name(i), "wrong"}), [&](const QJsonObject& answer) {
+                    ++codes[answer.value("error").toObject().value("code").toInt()];
+                });
+            }
+        };
+        tryAll(12, [](int) { return QStringLiteral("anna"); });
+        QTRY_COMPARE(codes, (QMap<int, int>{{-32002, int(LoginLimits::wrongPerName)}, {-32029, 2}}));
+        tryAll(40, [](int i) { return QString::number(i); });
+        QCOMPARE(codes.value(-32029), 40 - ApiLogins::mostQueued - ApiLogins::workers);
+        const auto other = std::make_shared<CApiCaller>();
+        other->address = "192.0.2.2";
+        QVERIFY(!result(other, "login", QJsonArray{"anna", password}).toObject().isEmpty());
+        // It was their turn before that of most of the others.
+        QVERIFY(codes.value(-32002) < ApiLogins::mostQueued / 2);
+        QCOMPARE(codes.value(-32029), 41 - ApiLogins::mostQueued - ApiLogins::workers);
+        m_api.reset();
+    }
+
+    // Who names a session that is none is a stranger; while the database is away nobody becomes one.
+    void sessionsThatAreNone()
+    {
+        auto stranger = std::make_shared<CApiCaller>();
+        stranger->session = QString(64, '0');
+        const QByteArray rubbish(CApi::longestOfStrangers + 1, 'x');
+        QVERIFY(handle(stranger, rubbish).body.contains("-32600"));
+        QVERIFY(stranger->session.isEmpty());
+        const auto anna = caller("anna", 31, PermissionAdministrator);
+        QVERIFY(handle(anna, rubbish).body.contains("-32700"));
     }
 
     void limits()

@@ -1,3 +1,5 @@
+#include "common/command_server.h"
+#include "script/script_host.h"
 #include "script/script_run.h"
 #include "shell/command.h"
 #include "shell/terminal.h"
@@ -5,8 +7,6 @@
 #include <server/devices/device_service.h>
 #include <server/model/sql_access_control.h>
 #include <server/outbox/mail_outbox.h>
-
-#include <QtCore/QFile>
 
 namespace {
 
@@ -25,8 +25,6 @@ public:
 
     void start(AppOptions& options) override
     {
-        if (!output().files().areHere())
-            return fail(QStringLiteral("a script runs in its own process: kyr_console --database FILE script ..."));
         ScriptRun::Settings settings;
         if (options.isSet(QStringLiteral("timeout")))
             settings.timeoutSeconds = options.number(QStringLiteral("timeout"), 1, 1000000);
@@ -35,16 +33,41 @@ public:
         settings.fileName = options.positional().constFirst();
         settings.arguments = options.positional().mid(1);
         settings.mayEndProcess = !session().server();
-        if (!read(settings))
-            return;
         QString error;
+        if (output().files().areHere() ? !ScriptRun::read(settings, error) : !isRunByClient(error))
+            return fail(error);
         CAuditTrail* trail = session().trail(error);
         if (!trail)
             return fail(error);
         // Its mails are left to a console that serves with a mail server, as those of the command "mail" are.
         if (!session().server())
             model()->setMail(session().outbox(error));
-        m_run = std::make_unique<ScriptRun>(model(), session().deviceService(), trail);
+        m_target = std::make_unique<OpenInstallation>(model(), session().deviceService(), trail);
+        if (output().files().areHere())
+            run(settings);
+        else
+            runAtClient(*output().scriptClient(), settings);
+    }
+
+    void cancel() override
+    {
+        m_run.reset();
+        m_host.reset();
+        m_target.reset();
+        Command::cancel();
+    }
+
+private:
+    bool isRunByClient(QString& error)
+    {
+        if (!output().scriptClient())
+            error = QStringLiteral("a script is run by who wants it: use kyr_console of this version for it");
+        return error.isEmpty();
+    }
+
+    void run(const ScriptRun::Settings& settings)
+    {
+        m_run = std::make_unique<ScriptRun>(m_target.get());
         connect(m_run.get(), &ScriptRun::printed, this, [this](const QString& text) {
             const QStringList lines = text.split(QLatin1Char('\n'));
             for (const QString& line : lines)
@@ -63,37 +86,28 @@ public:
         m_run->start(settings);
     }
 
-    void cancel() override
+    // A console that serves computes for no script: the client does, and asks for what it needs.
+    void runAtClient(CommandClient& client, const ScriptRun::Settings& settings)
     {
-        m_run.reset();
-        Command::cancel();
+        m_host = std::make_unique<ScriptHost>(*m_target, client);
+        connect(&client, &CommandClient::scriptMessageReceived, m_host.get(), [this](const QJsonArray& message) {
+            const Session::Acting acting(session(), output().user());
+            m_host->take(message);
+        });
+        connect(
+            m_host.get(), &ScriptHost::ended, this, [this](int code) { done(code); }, Qt::QueuedConnection);
+        QJsonArray message{settings.fileName, settings.timeoutSeconds};
+        for (const QString& argument : settings.arguments)
+            message.append(argument);
+        client.sendMessage("script", message);
     }
 
-private:
-    bool read(ScriptRun::Settings& settings)
-    {
-        QFile file(settings.fileName);
-        QByteArray bytes;
-        if (file.open(QIODevice::ReadOnly))
-            bytes = file.read(ScriptRun::longestFile + 1);
-        if (file.error() != QFileDevice::NoError) {
-            fail(QStringLiteral("cannot read \"%1\": %2").arg(settings.fileName, file.errorString()));
-            return false;
-        }
-        if (bytes.size() > ScriptRun::longestFile) {
-            fail(QStringLiteral("\"%1\" is not a script: it is larger than %2 MiB")
-                     .arg(settings.fileName)
-                     .arg(ScriptRun::longestFile >> 20));
-            return false;
-        }
-        settings.source = QString::fromUtf8(bytes);
-        return true;
-    }
-
+    std::unique_ptr<ScriptTarget> m_target; // outlives what works on it
     std::unique_ptr<ScriptRun> m_run;
+    std::unique_ptr<ScriptHost> m_host;
 };
 
 } // namespace
 
 extern const CommandEntry scriptCommand = {"script", "Runs a JavaScript file on the installation.",
-                                           &makeCommand<ScriptCommand>, true};
+                                           &makeCommand<ScriptCommand>};

@@ -4,13 +4,15 @@
     const $ = id => document.getElementById(id);
     const mostEvents = 50;
     const mostFound = 20;
+    const userClass = 1;
 
     // --- Language
 
     let language = "en";
-    const text = (key, ...values) => values.reduce(
-        // Isolated: a name that is written from right to left turns nothing around it.
-        (filled, value, index) => filled.split(`%${index + 1}`).join(`\u2068${value}\u2069`), texts[language][key]);
+    // Isolated, and without signs that would end that: a name that is written from right to left, or says that it is,
+    // turns nothing around it.
+    const isolated = value => `\u2068${String(value).replace(/[\u202a-\u202e\u2066-\u2069]/g, "")}\u2069`;
+    const text = (key, ...values) => texts[language][key].replace(/%([1-9])/g, (_, place) => isolated(values[place - 1]));
     const reason = name => texts[language].reasons[name] || name;
     const shownTime = iso => new Date(iso).toLocaleString(language, {dateStyle: "short", timeStyle: "medium"});
 
@@ -43,6 +45,7 @@
         made.addEventListener("click", act);
         return made;
     };
+    const keyed = (key, line) => { line.dataset.key = key; return line; };
     const listOf = section => $(section).querySelector(".list");
     const note = (section, value) => { $(section).querySelector(".note").textContent = value; };
 
@@ -89,6 +92,8 @@
         waiting.delete(message.id);
         if (!call)
             return;
+        if (message.omitted)
+            message.result.omitted = message.omitted; // what the limit has left out of the list
         if (!message.error)
             return call.resolve(message.result);
         if (message.error.code === notLoggedIn)
@@ -209,13 +214,18 @@
     // --- What is shown
 
     // Fills a section; what this person may not see is not there.
-    const fill = async (section, ask, showAll) => {
+    const fill = async (section, ask, showAll, more = "more") => {
         try {
             const result = await ask();
             $(section).hidden = false;
             const list = listOf(section);
+            // Who is in a row by the keyboard stays there.
+            const key = list.contains(document.activeElement) ? document.activeElement.closest("li").dataset.key : "";
             list.replaceChildren(...showAll(result));
-            note(section, list.children.length > 0 ? "" : text("none"));
+            const same = key ? [...list.children].find(line => line.dataset.key === key) : null;
+            if (same && same.querySelector("button"))
+                same.querySelector("button").focus();
+            note(section, list.children.length === 0 ? text("none") : result.omitted ? text(more, result.omitted) : "");
         } catch (error) {
             if (error.code === notPermitted)
                 $(section).hidden = true;
@@ -227,11 +237,11 @@
     let allDoors = [];
 
     const doorRow = door => {
-        const line = row(element("span", {className: "grow"}, named(door.label), " ",
-                                 named(door.location || "", "more"), " ",
-                                 element("span", {className: "bad", textContent: door.enabled === false ? text("disabled") : ""})));
+        const line = keyed(door.id, row(
+            element("span", {className: "grow"}, named(door.label), " ", named(door.location || "", "more"), " ",
+                    element("span", {className: "bad", textContent: door.enabled === false ? text("disabled") : ""}))));
         const ask = button(text("open"), () => {
-            const really = element("span", {}, text("really", door.label), " ");
+            const really = element("span", {className: "really"}, text("really", door.label), " ");
             const stop = () => { line.replaceChild(ask, really); ask.focus(); };
             const open = button(text("open"), async () => {
                 open.disabled = true;
@@ -264,18 +274,18 @@
 
     const eventRow = event => {
         const bad = ["denied", "forced", "held", "loginRefused", "refused"].includes(event.kind);
-        const line = row(
+        const line = keyed(`${event.chain} ${event.seq}`, row(
             element("time", {dateTime: event.at, textContent: shownTime(event.at)}),
             element("span", {className: bad ? "bad" : event.kind === "granted" ? "good" : "",
                              textContent: texts[language].kinds[event.kind] || event.kind}),
             element("span", {className: "grow"}, named(event.name || event.uid || event.operator || ""), " ",
                     named(event.door || event.device || "", ""), " ",
-                    element("span", {className: "more", textContent: event.reason ? reason(event.reason) : ""})));
+                    element("span", {className: "more", textContent: event.reason ? reason(event.reason) : ""}))));
         if (event.user && event.accessPoint && (event.kind === "denied" || event.kind === "granted"))
             line.append(button(text("why"), () => why({id: event.user, label: event.name}, event), "plain"));
         return line;
     };
-    const showEvents = () => fill("events", () => call("events.list", {}, mostEvents), found => found.reverse().map(eventRow));
+    const showEvents = () => fill("events", () => call("events.list", {}, mostEvents), found => found.reverse().map(eventRow), "older");
 
     const deviceRow = device => row(
         element("span", {className: "grow"}, named(device.label), " ",
@@ -294,7 +304,9 @@
             timer = setTimeout(act, 150);
         };
     };
-    const doorsLater = later(showDoors), eventsLater = later(showEvents), devicesLater = later(showDevices);
+    // Nobody is asked about one door and finds another one under the finger.
+    const doorsLater = later(() => document.querySelector("#doors .really") ? doorsLater() : showDoors());
+    const eventsLater = later(showEvents), devicesLater = later(showDevices);
     const onNotification = params => {
         if (params[0] === "Devices")
             devicesLater();
@@ -313,10 +325,9 @@
     $("find").addEventListener("submit", async event => {
         event.preventDefault();
         try {
-            const found = await call("items.find", "UsersGroups", $("find-text").value, mostFound);
-            const people = found.filter(item => item.class === 1);
-            listOf("people").replaceChildren(...people.map(personRow));
-            note("people", people.length === 0 ? text("nobody") : found.length >= mostFound ? text("more") : "");
+            const found = await call("items.find", "UsersGroups", $("find-text").value, mostFound, userClass);
+            listOf("people").replaceChildren(...found.map(personRow));
+            note("people", found.length === 0 ? text("nobody") : found.omitted ? text("more", found.omitted) : "");
         } catch (error) {
             listOf("people").replaceChildren();
             note("people", error.code === notPermitted ? text("notPermitted") : text("failed", error.message));

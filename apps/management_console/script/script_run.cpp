@@ -5,11 +5,7 @@
 
 #include <foundation/formats/csv_reader.h>
 #include <foundation/services/script_method.h>
-#include <server/api/event_rows.h>
-#include <server/audit/audit_trail.h>
-#include <server/model/sql_access_control.h>
 
-#include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTimer>
@@ -39,22 +35,36 @@ QStringList methodNames()
 
 } // namespace
 
-ScriptRun::ScriptRun(CSqlAccessControl* model, IDeviceService* devices, CAuditTrail* trail)
-    : m_model(model)
-    , m_trail(trail)
+ScriptRun::ScriptRun(ScriptTarget* target)
+    : m_target(target)
     , m_quiet(new QTimer(this))
-    , m_service(std::make_unique<CScriptService>(model, devices))
 {
     QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
     connect(m_quiet, &QTimer::timeout, this, &ScriptRun::endWhenQuiet);
-    m_service->setNotificationHandler(
-        [this](const QString& name, const QVariantMap& parameters, const QString& extension) {
-            if (m_notificationHandler.isCallable())
-                later(m_notificationHandler, {name, parameters, extension});
-        });
+    connect(target, &ScriptTarget::notified, this,
+            [this](const QString& name, const QVariantMap& parameters, const QString& extension) {
+                if (m_notificationHandler.isCallable())
+                    later(m_notificationHandler, {name, parameters, extension});
+            });
 }
 
 ScriptRun::~ScriptRun() = default;
+
+bool ScriptRun::read(Settings& settings, QString& error)
+{
+    QFile file(settings.fileName);
+    QByteArray bytes;
+    if (file.open(QIODevice::ReadOnly))
+        bytes = file.read(longestFile + 1);
+    if (file.error() != QFileDevice::NoError)
+        error = QStringLiteral("cannot read \"%1\": %2").arg(settings.fileName, file.errorString());
+    else if (bytes.size() > longestFile)
+        error = QStringLiteral("\"%1\" is not a script: it is larger than %2 MiB")
+                    .arg(settings.fileName)
+                    .arg(longestFile >> 20);
+    settings.source = QString::fromUtf8(bytes);
+    return error.isEmpty();
+}
 
 bool ScriptRun::prepare()
 {
@@ -142,14 +152,19 @@ void ScriptRun::end(int code, const QString& error)
 {
     if (m_hasEnded)
         return;
-    m_hasEnded = true;
+    stop(); // whatever is still on its way
     m_watchdog.reset();
-    m_engine.setInterrupted(true); // whatever is still on its way
+    QMetaObject::invokeMethod(
+        this, [this, code, error] { Q_EMIT ended(code, error); }, Qt::QueuedConnection);
+}
+
+void ScriptRun::stop()
+{
+    m_hasEnded = true;
+    m_engine.setInterrupted(true);
     m_quiet->stop();
     qDeleteAll(m_timers);
     m_timers.clear();
-    QMetaObject::invokeMethod(
-        this, [this, code, error] { Q_EMIT ended(code, error); }, Qt::QueuedConnection);
 }
 
 // "FILE.js:3: TypeError: ...": the first place in the script itself.
@@ -226,13 +241,15 @@ QJSValue ScriptRun::call(const QString& name, const QJSValue& values)
     }
     // Counted before the call: what it calls back with may come from within.
     m_awaited += method->takesCallback() ? 1 : 0;
-    const auto answer = [this, callee](const QVariantMap& result) {
-        --m_awaited;
-        later(callee, {result});
+    const auto answer = [self = QPointer<ScriptRun>(this), callee](const QVariantMap& result) {
+        if (!self)
+            return;
+        --self->m_awaited;
+        self->later(callee, {result});
     };
     QVariant result;
     QString error;
-    if (!method->call(m_service.get(), arguments, answer, &result, &error)) {
+    if (!m_target->call(name, arguments, answer, &result, &error)) {
         m_awaited -= method->takesCallback() ? 1 : 0;
         return fail(error, QJSValue::TypeError);
     }
@@ -244,12 +261,22 @@ QJSValue ScriptRun::setNotificationHandler(const QJSValue& handler)
     if (!handler.isCallable() && !handler.isNull() && !handler.isUndefined())
         return fail(QStringLiteral("setNotificationHandler takes a function, or null"), QJSValue::TypeError);
     m_notificationHandler = handler;
+    m_target->listen(handler.isCallable());
     return {};
 }
 
 QJSValue ScriptRun::errorString()
 {
-    return m_model->errorString();
+    return asked(QStringLiteral("errorString"), {});
+}
+
+QJSValue ScriptRun::asked(const QString& name, const QVariantList& arguments)
+{
+    QVariant result;
+    QString error;
+    if (!m_target->call(name, arguments, {}, &result, &error))
+        return fail(error, QJSValue::TypeError);
+    return ScriptConversion::toScript(m_engine, result);
 }
 
 void ScriptRun::print(const QString& text)
@@ -351,48 +378,5 @@ QJSValue ScriptRun::events(const QJSValue& filter)
     QVariant wanted;
     if (!conversion.toVariant(filter, &wanted))
         return fail(QStringLiteral("events: %1").arg(conversion.error()), QJSValue::TypeError);
-    CAuditTrail::Filter chosen;
-    int limit = 0;
-    const QVariantMap entries = wanted.toMap();
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
-        const QString& key = entry.key();
-        bool ok = true;
-        if (key == QLatin1String("accessPoint")) {
-            chosen.accessPoint = CItemId(entry->toLongLong(&ok));
-        } else if (key == QLatin1String("user")) {
-            chosen.user = CItemId(entry->toLongLong(&ok));
-        } else if (key == QLatin1String("from") || key == QLatin1String("to")) {
-            const QDateTime time = entry->toDateTime();
-            ok = time.isValid();
-            (key == QLatin1String("from") ? chosen.from : chosen.to) = ok ? time.toMSecsSinceEpoch() : 0;
-        } else if (key == QLatin1String("limit")) {
-            limit = entry->toInt(&ok);
-            ok = ok && limit > 0;
-        } else if (key == QLatin1String("kinds")) {
-            const QVariantList names = entry->toList();
-            for (const QVariant& name : names) {
-                const auto kind = auditKindFromName(name.toString());
-                if (!kind)
-                    return fail(QStringLiteral("events: there is no kind \"%1\"").arg(name.toString()),
-                                QJSValue::RangeError);
-                chosen.kinds.append(*kind);
-            }
-        } else {
-            ok = false;
-        }
-        if (!ok)
-            return fail(QStringLiteral("events: \"%1\" is not valid; the filter takes accessPoint, user, kinds (a "
-                                       "list), from, to (dates) and limit")
-                            .arg(key),
-                        QJSValue::TypeError);
-    }
-    const QList<QVariantMap> rows = EventRows::make(m_model, m_trail, m_trail->events(chosen, limit));
-    QJSValue list = m_engine.newArray(uint(rows.size()));
-    for (int i = 0; i < rows.size(); ++i) {
-        QVariantMap row = rows.at(i);
-        for (const char* key : {"at", "recorded"})
-            row[QLatin1String(key)] = QDateTime::fromString(row.value(QLatin1String(key)).toString(), Qt::ISODate);
-        list.setProperty(quint32(i), ScriptConversion::toScript(m_engine, row));
-    }
-    return list;
+    return asked(QStringLiteral("events"), {wanted});
 }

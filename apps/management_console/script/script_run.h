@@ -1,21 +1,19 @@
 #pragma once
 
-#include <foundation/services/script_service.h>
+#include "script/script_target.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtQml/QJSEngine>
 
 #include <memory>
 #include <optional>
 
-class CAuditTrail;
-class CSqlAccessControl;
-class IDeviceService;
 class QTimer;
 class ScriptWatchdog;
 
-/// One run of a script in JavaScript against the model.
+/// One run of a script in JavaScript against an installation.
 ///
 /// The script finds the globals `kyr` (CScriptService, and errorString()), `args`, print(), `console`, exit(),
 /// setTimeout(), clearTimeout(), readFile(), readCsv() and events(). What calls it back does so from the event loop,
@@ -38,11 +36,16 @@ public:
 
     static constexpr qint64 longestFile = 64 * 1024 * 1024; ///< that a script is, or reads; bytes
 
-    /// Nothing is owned, and all outlives this.
-    ScriptRun(CSqlAccessControl* model, IDeviceService* devices, CAuditTrail* trail);
+    /// Does not own the target, which outlives it.
+    explicit ScriptRun(ScriptTarget* target);
     ~ScriptRun() override;
 
+    /// The script in a file, as start() takes it. False with a reason.
+    static bool read(Settings& settings, QString& error);
+
     void start(const Settings& settings);
+    /// Nothing more of it is run, nor told: what it works on has gone.
+    void stop();
 
     // --- What the prelude calls
 
@@ -68,6 +71,7 @@ Q_SIGNALS:
 private:
     QJSValue fail(const QString& reason, QJSValue::ErrorType type = QJSValue::GenericError);
     bool prepare();
+    QJSValue asked(const QString& name, const QVariantList& arguments);
     void runCallee(const QJSValue& callee, const QJSValueList& values);
     void later(const QJSValue& callee, const QVariantList& values);
     void look(const QJSValue& result);
@@ -76,8 +80,7 @@ private:
     QString described(const QJSValue& error) const;
     QByteArray contentOf(const QString& name, bool* ok);
 
-    CSqlAccessControl* m_model;
-    CAuditTrail* m_trail;
+    ScriptTarget* m_target;
     Settings m_settings;
     QJSEngine m_engine;
     QJSValue m_runner;
@@ -91,6 +94,5 @@ private:
     bool m_hasEnded = false;
     std::optional<int> m_exitCode;
     QTimer* m_quiet;
-    std::unique_ptr<CScriptService> m_service;
     std::unique_ptr<ScriptWatchdog> m_watchdog;
 };

@@ -120,7 +120,7 @@ void ApiServer::onConnection()
         const Arrival arrival = m_arrivals.take(peerKey(socket->peerAddress(), socket->peerPort()));
         if (m_strangers.size() >= mostStrangers) {
             qWarning("ApiServer: too many connections without a log-in");
-            m_strangers.constFirst()->abort();
+            m_strangers.takeFirst()->abort();
         }
         auto* client = new NotificationClient(socket, arrival.socket, ++m_count,
                                               {longestOfStrangers, longestMessage, loginMs}, this);

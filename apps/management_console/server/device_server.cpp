@@ -68,13 +68,12 @@ bool DeviceServer::start(const Settings& settings, QString& error)
         return false;
     m_since = QDateTime::currentDateTime();
     m_connector->setSystemId(settings.system.value());
-    if (!settings.token.isEmpty()) {
-        m_notificationServer = new NotificationServer(*m_notifications, settings.token, this);
-        connect(m_notificationServer, &NotificationServer::loginTried, this, &DeviceServer::clientLogin);
-        m_door->serveWebSockets(NotificationServer::path(), [this](QSslSocket* socket, const CTlsDoor::Request&) {
-            m_notificationServer->takeSocket(socket);
-        });
-    }
+    // Without a token whoever has a session gets in.
+    m_notificationServer = new NotificationServer(*m_notifications, settings.token, this);
+    connect(m_notificationServer, &NotificationServer::loginTried, this, &DeviceServer::clientLogin);
+    m_door->serveWebSockets(NotificationServer::path(), [this](QSslSocket* socket, const CTlsDoor::Request&) {
+        m_notificationServer->takeSocket(socket);
+    });
     if (!m_door->open(settings.port)) {
         error = QStringLiteral("cannot listen on port %1: %2").arg(settings.port).arg(m_door->errorString());
         return false;

@@ -29,6 +29,8 @@ const char* faultText(NotificationFault fault)
         return "too many sources or names, or too long a name";
     case NotificationFault::NotTheirs:
         return "the name belongs to another client";
+    case NotificationFault::NotPermitted:
+        return "a session permits observing only";
     }
     return "";
 }
@@ -94,6 +96,11 @@ bool NotificationRequest::isLogin() const
 QString NotificationRequest::token() const
 {
     return params.value(0).userType() == QMetaType::QString ? params.constFirst().toString() : QString();
+}
+
+bool NotificationRequest::isOfObservers() const
+{
+    return method == QLatin1String("registerObserver") || method == QLatin1String("unregisterObserver");
 }
 
 NotificationFault NotificationRequest::objection(const CNotificationService& service, const QString& address) const

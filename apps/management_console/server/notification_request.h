@@ -17,6 +17,7 @@ enum class NotificationFault : int
     NotLoggedIn = -32001,
     TooMuch = -32002,
     NotTheirs = -32003,
+    NotPermitted = -32004,
 };
 
 /// One text frame of a client: JSON-RPC 2.0, with the parameters as a list.
@@ -40,6 +41,8 @@ struct NotificationRequest
     /// The token of a log-in; empty when there is none.
     QString token() const;
 
+    /// Whether it asks for what whoever has a session may have: to observe. Extensions are trusted by who calls them.
+    bool isOfObservers() const;
     /// What speaks against handing the request on to the service, which would bound neither sources nor names, and let
     /// the client at `address` take over the names of others.
     NotificationFault objection(const CNotificationService& service, const QString& address) const;

@@ -178,10 +178,10 @@ void NotificationServer::onOverdue(NotificationClient* client)
 void NotificationServer::login(NotificationClient* client, const NotificationRequest& request)
 {
     const char* refusal = nullptr;
+    const bool hasToken = equalInConstantTime(hashOf(request.token()), m_tokenHash);
     if (!request.isLogin())
         refusal = "no log-in";
-    else if (!equalInConstantTime(hashOf(request.token()), m_tokenHash)
-             && !(m_admit && m_admit(client->address(), request.token())))
+    else if (!hasToken && !(m_admit && m_admit(client->address(), request.token())))
         refusal = "wrong token";
     else if (m_clients.size() >= mostClients)
         refusal = "too many clients";
@@ -195,6 +195,8 @@ void NotificationServer::login(NotificationClient* client, const NotificationReq
         return;
     }
     client->admit();
+    if (!hasToken)
+        m_observers.insert(client->address());
     m_clients.insert(client->address(), client);
     qInfo("NotificationServer: %s logged in", qUtf8Printable(client->address()));
     const QPointer<NotificationServer> self(this);
@@ -208,8 +210,10 @@ void NotificationServer::onRequest(NotificationClient* client, const Notificatio
 {
     if (request.fault == NotificationFault::None && request.isLogin())
         return reply(client, request.id, success());
-    const NotificationFault fault =
+    NotificationFault fault =
         request.fault != NotificationFault::None ? request.fault : request.objection(m_service, client->address());
+    if (fault == NotificationFault::None && m_observers.contains(client->address()) && !request.isOfObservers())
+        fault = NotificationFault::NotPermitted;
     if (fault != NotificationFault::None)
         return reply(client, request.id, toJson(fault));
     const QPointer<NotificationClient> alive(client);
@@ -259,6 +263,7 @@ void NotificationServer::forget(NotificationClient* client)
 
 void NotificationServer::signOff(const QString& address)
 {
+    m_observers.remove(address);
     if (m_forget)
         m_forget(address);
     ::signOff(m_service, address);

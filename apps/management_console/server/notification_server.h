@@ -5,6 +5,7 @@
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
+#include <QtCore/QSet>
 #include <QtCore/QVariant>
 #include <QtNetwork/QHostAddress>
 
@@ -64,14 +65,15 @@ public:
     /// The request path of these WebSockets on a port that serves others, too.
     static QByteArray path() { return QByteArrayLiteral("/notifications"); }
 
-    /// With an empty token nobody can log in. The service must outlive the server.
+    /// With an empty token only whoever has a session can log in, see setSessions(). The service must outlive the
+    /// server.
     NotificationServer(CNotificationService& service, const QString& token, QObject* parent = nullptr);
     ~NotificationServer() override;
 
     /// Takes over a connection, TLS or not, whose WebSocket request has not been read.
     void takeSocket(QTcpSocket* socket);
     /// `admit` is asked whether a text that is not the token is a session, whose rights are then those of the client at
-    /// that address until `forget` is told. Without the one no session is.
+    /// that address until `forget` is told; it may observe, no more. Without the one no session is.
     void setSessions(const Admit& admit, const Forget& forget)
     {
         m_admit = admit;
@@ -111,6 +113,7 @@ private:
     Forget m_forget;
     QWebSocketServer* m_server;
     QHash<QString, NotificationClient*> m_clients;     // those logged in, by address
+    QSet<QString> m_observers;                         // of these, those that have a session instead of the token
     QList<NotificationClient*> m_strangers;            // the longest-waiting first
     QHash<QString, QPointer<QSslSocket>> m_tlsSockets; // taken over and not yet WebSockets, by peer
     qint64 m_connections = 0;

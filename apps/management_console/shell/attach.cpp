@@ -2,6 +2,7 @@
 
 #include "common/command_protocol.h"
 #include "common/process_setup.h"
+#include "script/attached_script.h"
 #include "shell/command_words.h"
 #include "shell/console.h"
 #include "shell/input_lines.h"
@@ -14,6 +15,7 @@
 #include <foundation/cli/standard_io_handler.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QQueue>
 #include <QtCore/QTimer>
 #include <QtNetwork/QLocalSocket>
 
@@ -54,8 +56,8 @@ public:
         // client whose own output waits for its reader, is not dead.
         connect(&m_signs, &QTimer::timeout, this, &AttachClient::onTick);
         m_signs.setInterval(patienceSeconds * 1000 / mostMissed);
-        m_socket.write(CommandProtocol::message(
-            "hello", QJsonArray{CommandProtocol::version, Terminal::isInteractive(), Terminal::wantsColour(), true}));
+        m_socket.write(CommandProtocol::message("hello", QJsonArray{CommandProtocol::version, Terminal::isInteractive(),
+                                                                    Terminal::wantsColour(), true, true}));
         sendSize();
         m_waiting = true;
         m_signs.start();
@@ -66,7 +68,7 @@ public:
         ++m_lineNumber;
         if (line.trimmed().isEmpty())
             return promptNextLine();
-        m_files.setCommand(commandWords(line));
+        setCommand(commandWords(line));
         request(CommandProtocol::message("line", line));
     }
 
@@ -85,6 +87,8 @@ public:
     void leave(int code)
     {
         m_leaving = true;
+        if (m_script)
+            m_script->stop(); // it may be in the midst of something, and goes with this
         if (code != 0)
             setReturnCode(code);
         m_signs.stop();
@@ -163,8 +167,52 @@ private:
         m_missed = 0;
         m_received.add(m_socket.readAll());
         QByteArray line;
-        while (!m_leaving && m_received.take(line))
-            take(CommandProtocol::parse(line));
+        while (!m_leaving && m_received.take(line)) {
+            const QJsonArray message = CommandProtocol::parse(line);
+            if (m_script && m_script->take(message))
+                continue;
+            m_messages.enqueue(message);
+        }
+        takeMessages();
+    }
+
+    // Not while a call of a script waits for its answer: they may end it.
+    void takeMessages()
+    {
+        while (!m_leaving && !m_messages.isEmpty() && !(m_script && m_script->isWaiting()))
+            take(m_messages.dequeue());
+    }
+
+    // The files and the script that its words name are offered to the console.
+    void setCommand(const QStringList& words)
+    {
+        m_files.setCommand(words);
+        m_words = words;
+        m_script.reset();
+    }
+
+    void startScript(const QJsonArray& message)
+    {
+        if (m_script || !CommandProtocol::isNamedIn(m_words, message.at(1).toString()))
+            return giveUp(QStringLiteral("what listens there asks for a script that was not named"));
+        const auto read = [this] {
+            const bool wasEmpty = m_messages.isEmpty();
+            onReadable();
+            if (wasEmpty && !m_messages.isEmpty())
+                QMetaObject::invokeMethod(this, &AttachClient::takeMessages, Qt::QueuedConnection);
+        };
+        m_script = std::make_unique<AttachedScript>(m_socket, read, m_signs.interval() * mostMissed);
+        connect(m_script.get(), &AttachedScript::printed, this, [this](const QString& text) {
+            const QStringList lines = text.split(QLatin1Char('\n'));
+            for (const QString& line : lines)
+                m_screen.line(Terminal::isInteractive() ? Terminal::printable(line) : line);
+        });
+        connect(m_script.get(), &AttachedScript::warned, this, [this](const QString& text) {
+            const QStringList lines = text.split(QLatin1Char('\n'));
+            for (const QString& line : lines)
+                showError(Terminal::printable(line));
+        });
+        m_script->start(message);
     }
 
     void take(const QJsonArray& message)
@@ -198,6 +246,8 @@ private:
             concludeCommand(message.at(1).toInt());
         else if (kind == QLatin1String("leave"))
             m_last = true;
+        else if (kind == QLatin1String("script"))
+            startScript(message);
         else
             m_files.take(message);
     }
@@ -214,13 +264,13 @@ private:
 
     void runCommand()
     {
-        m_files.setCommand(m_command);
+        setCommand(m_command);
         request(CommandProtocol::message("run", QJsonArray::fromStringList(m_command)));
     }
 
     void concludeCommand(int code)
     {
-        m_files.setCommand({});
+        setCommand({});
         m_waiting = false;
         m_signs.stop();
         m_hidden.reset();
@@ -290,6 +340,9 @@ private:
     Screen m_screen;
     Terminal::Size m_size;
     LineBuffer m_received;
+    QQueue<QJsonArray> m_messages; // that were received and not taken yet
+    QStringList m_words;           // of the command that runs
+    std::unique_ptr<AttachedScript> m_script;
     InputLines m_input;
     std::unique_ptr<Terminal::Hidden> m_hidden;
     QTimer m_signs;

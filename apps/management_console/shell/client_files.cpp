@@ -37,7 +37,7 @@ void ClientFiles::read(const QString& name, qint64 most, QObject* receiver, cons
     transfer.read = then;
     const int id = begin(transfer, receiver);
     if (id != 0)
-        m_client.sendFileMessage("read", {id, name, double(most)});
+        m_client.sendMessage("read", {id, name, double(most)});
 }
 
 void ClientFiles::write(const QString& name, OutputFile::Mode mode, const Content& content, QObject* receiver,
@@ -59,7 +59,7 @@ void ClientFiles::write(const QString& name, OutputFile::Mode mode, const Conten
     const int id = begin(transfer, receiver);
     if (id == 0)
         return;
-    m_client.sendFileMessage("write", {id, name, mode == OutputFile::Mode::New});
+    m_client.sendMessage("write", {id, name, mode == OutputFile::Mode::New});
     sendMore();
 }
 
@@ -71,11 +71,11 @@ void ClientFiles::sendMore()
         while (transfer.toSend && m_client.unread() < CommandProtocol::mostAhead) {
             const QByteArray piece = transfer.toSend->read(CommandProtocol::pieceSize);
             if (!piece.isEmpty()) {
-                m_client.sendFileMessage("data", {id, QString::fromLatin1(piece.toBase64())});
+                m_client.sendMessage("data", {id, QString::fromLatin1(piece.toBase64())});
                 continue;
             }
             transfer.toSend.reset();
-            m_client.sendFileMessage("done", {id});
+            m_client.sendMessage("done", {id});
         }
     }
 }
@@ -110,5 +110,5 @@ void ClientFiles::conclude(int id, const QString& error)
 void ClientFiles::drop(int id)
 {
     if (m_transfers.remove(id) > 0)
-        m_client.sendFileMessage("fault", {id, QStringLiteral("the command has ended")});
+        m_client.sendMessage("fault", {id, QStringLiteral("the command has ended")});
 }

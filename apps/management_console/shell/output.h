@@ -4,6 +4,8 @@
 
 #include <QtCore/QStringList>
 
+class CommandClient;
+
 /// Who gave a command: where its text goes (the program's own terminal, or the client that asked), whose files it
 /// names, and who that is.
 class Output
@@ -21,6 +23,8 @@ public:
     virtual bool colour() const = 0;
     /// The files that the words of the command name.
     virtual Files& files() = 0;
+    /// A client that runs its scripts itself; null where there is none.
+    virtual CommandClient* scriptClient() { return nullptr; }
     /// The name of the user who gave the command, for the trail. Empty: that of this process.
     virtual QString user() const { return {}; }
 

@@ -31,6 +31,7 @@ private:
     void progress(const QString& text) override { m_client.sendProgress(text); }
     bool colour() const override { return m_client.wantsColour(); }
     Files& files() override { return m_files; }
+    CommandClient* scriptClient() override { return m_client.runsScripts() ? &m_client : nullptr; }
     QString user() const override { return m_client.user().name; }
     int columns() const override { return m_client.columns(); }
     int rows() const override { return m_client.rows(); }
