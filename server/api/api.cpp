@@ -15,6 +15,7 @@
 #include <foundation/services/notification_service.h>
 #include <foundation/services/script_service.h>
 
+#include <QtCore/QByteArrayList>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -124,6 +125,9 @@ public:
         operations.subscribing = [this](const CApiCaller& caller) {
             subscribers.add(caller.subscriber, caller.session);
         };
+        operations.isSubscribed = [this](const CApiCaller& caller) {
+            return !caller.session.isEmpty() && subscribers.contains(caller.subscriber);
+        };
         operations.loggedOut = [this](const CApiCaller& caller) { unsubscribe(caller); };
         // What a connection observes goes on under its new session, with the rights of that.
         logins.admitted = [this](const CApiCaller& caller) {
@@ -145,7 +149,7 @@ public:
         bool isResting = false;  // until the event loop comes round
         bool isHeld = false;     // until this one is answered
         int held = -1;
-        QMap<int, QJsonObject> answers; // in the order of the calls
+        QMap<int, QByteArray> answers; // in the order of the calls
         QSet<int> statuses;
         qint64 size = 0; // of the answers so far
     };
@@ -426,15 +430,15 @@ void CApi::Private::keep(const std::shared_ptr<Message>& message, int place, QJs
 {
     if (answer.isEmpty())
         return;
+    QByteArray text = QJsonDocument(answer).toJson(QJsonDocument::Compact);
     // A hundred long ones are no less than one that is longer.
-    qint64 size = QJsonDocument(answer).toJson(QJsonDocument::Compact).size();
-    if (message->size + size > longestAnswer) {
+    if (message->size + text.size() > longestAnswer) {
         const QJsonValue id = answer.value(QLatin1String("id"));
         answer = response(id, errorObject(ApiError::Refused, QStringLiteral("the answer is too large: ask for less")));
-        size = 0;
+        text = QJsonDocument(answer).toJson(QJsonDocument::Compact);
     }
-    message->size += size;
-    message->answers.insert(place, answer);
+    message->size += text.size();
+    message->answers.insert(place, text);
     message->statuses.insert(statusOf(answer));
 }
 
@@ -444,13 +448,10 @@ void CApi::Private::finish(const std::shared_ptr<Message>& message)
     message->answer = nullptr;
     if (!tell)
         return;
-    QJsonArray all;
-    for (const QJsonObject& answer : qAsConst(message->answers))
-        all.append(answer);
     CApiAnswer result;
-    if (!all.isEmpty())
-        result.body = (message->isBatch ? QJsonDocument(all) : QJsonDocument(all.at(0).toObject()))
-                          .toJson(QJsonDocument::Compact);
+    result.body = QByteArrayList(message->answers.values()).join(',');
+    if (message->isBatch && !result.body.isEmpty())
+        result.body = '[' + result.body + ']';
     if (message->statuses.size() == 1)
         result.status = *message->statuses.cbegin();
     tell(result);

@@ -1,6 +1,7 @@
 #include <server/api/api_operations_p.h>
 
 #include <server/api/api_catalog_p.h>
+#include <server/api/api_values_p.h>
 #include <server/api/event_rows.h>
 #include <server/audit/audit_trail.h>
 #include <server/model/access_facts_source.h>
@@ -69,7 +70,10 @@ QVariant ApiOperations::logout()
 
 QVariantList ApiOperations::system_describe()
 {
-    return ApiCatalog::instance().describe();
+    // Strangers ask for it, too: it is made once.
+    static const QJsonValue described = ApiValues::toJson(ApiCatalog::instance().describe());
+    m_call->answer(described);
+    return {};
 }
 
 // --- Notifications
@@ -101,9 +105,13 @@ bool ApiOperations::passToHub(const QString& method, const QVariant& sources)
         return false;
     if (subscribing)
         subscribing(*call->caller);
-    call->answer(true); // before what the hub has to say to it
-    if (notifications)
-        notifications->receiveMessage(call->caller->subscriber, method, {sources}, call->session.user.value());
+    call->answer(true);
+    // What the hub has to say to it comes behind the answer, and only to one that is still there.
+    const auto tell = [this, call, method, sources] {
+        if (notifications && isSubscribed && isSubscribed(*call->caller))
+            notifications->receiveMessage(call->caller->subscriber, method, {sources}, call->session.user.value());
+    };
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
     return true;
 }
 

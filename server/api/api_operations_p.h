@@ -31,6 +31,7 @@ public:
     QPointer<CNotificationService> notifications;
     /// Before it hears of anything, and when its session ends.
     std::function<void(const CApiCaller& caller)> subscribing;
+    std::function<bool(const CApiCaller& caller)> isSubscribed;
     std::function<void(const CApiCaller& caller)> loggedOut;
 
     Q_INVOKABLE QVariantMap login(const QString& name, const QString& password, const QString& oneTimePassword);

@@ -404,6 +404,8 @@ private Q_SLOTS:
         QSignalSpy sent(m_hub.get(), &CNotificationService::messageTransmissionRequested);
         QCOMPARE(result(reader, "registerObserver", QJsonArray{QJsonArray{"Model", "Access", "Other"}}),
                  QJsonValue(true));
+        QVERIFY(sent.isEmpty()); // the answer comes first
+        QCoreApplication::processEvents();
         QVERIFY(m_api->admitSubscriber("elsewhere", reader->session));
         QVERIFY(!m_api->admitSubscriber("elsewhere 2", "0123"));
         m_hub->registerObserver("elsewhere", {"Access"}, 0);

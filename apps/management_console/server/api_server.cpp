@@ -136,6 +136,9 @@ void ApiServer::onConnection()
                 socket->sendTextMessage(
                     QString::fromLatin1(errorBody(ApiError::NoRequest, "the request is too large")));
         });
+        connect(
+            socket, &QWebSocket::binaryMessageReceived, client,
+            [this, client] { cutOff(client, QStringLiteral("text frames are wanted")); }, Qt::QueuedConnection);
         connect(client, &NotificationClient::messageReceived, this,
                 [this, client](const QString& text) { onMessage(client, text); });
         connect(
