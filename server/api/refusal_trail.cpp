@@ -37,7 +37,7 @@ void RefusalTrail::conclude(const QString& key)
     // Whose they are is known of a key; what each of them was is not.
     AuditEvent event = counted.last;
     event.details = {
-        {QStringLiteral("count"), more},
+        {QStringLiteral("leftOut"), more},
         {QStringLiteral("way"), counted.last.details.value(QStringLiteral("way"))},
         {QStringLiteral("reason"), QStringLiteral("%1 more within a minute, which are not listed").arg(more)}};
     if (!key.isEmpty())

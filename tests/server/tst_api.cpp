@@ -291,7 +291,7 @@ private Q_SLOTS:
         m_api.reset(); // as the minute's end does
         const QList<AuditRecord> events = m_trail->events(refused);
         QCOMPARE(events.size(), CApi::mostRefusalsTold + 1);
-        QCOMPARE(events.last().details().value("count").toInt(), 50);
+        QCOMPARE(events.last().details().value("leftOut").toInt(), 50);
         QCOMPARE(events.last().details().value("login").toString(), QString("nobody"));
     }
 

@@ -70,8 +70,9 @@ bool OpenInstallation::events(const QVariantMap& filter, QVariant* result, QStri
             ok = false;
         }
         if (!ok) {
-            *error = QStringLiteral("events: \"%1\" is not valid; the filter takes accessPoint, user, kinds (a list), from, to "
-                                    "(dates) and limit")
+            *error = QStringLiteral(
+                         "events: \"%1\" is not valid; the filter takes accessPoint, user, kinds (a list), from, to "
+                         "(dates) and limit")
                          .arg(key);
             return false;
         }
