@@ -119,8 +119,8 @@ class Script(unittest.TestCase):
             while not os.path.exists(socket):
                 time.sleep(0.02)
             self.assertEqual(beside(SERVICE, "one", "zw\u00f6lf"), self.run_script(SERVICE, "one", "zw\u00f6lf"))
-            for text, what in (("\n\nkyr.deleteUser()", "f.js:3: "), ("while (true) kyr.getUser({id: 31})", "not done after 1 s"),
-                               ("while (true);", "not done after 1 s"), ("setTimeout(print, 60000)", "not done after 1 s"),
+            for text, what in (("\n\nkyr.deleteUser()", "f.js:3: "), ("while (true) kyr.getUser({id: 31})", "not finished after 1 s"),
+                               ("while (true);", "not finished after 1 s"), ("setTimeout(print, 60000)", "not finished after 1 s"),
                                ("readFile('/none')", "cannot read"), ("kyr.createUser({label: 'x'.repeat(17e6)})", "too large")):
                 code, out, error = beside(text, "--timeout", "1")
                 self.assertEqual((code, out, what in error, error.count("\n")), (1, "", True, 1), (text, error))

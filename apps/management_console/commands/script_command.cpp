@@ -61,7 +61,7 @@ private:
     bool isRunByClient(QString& error)
     {
         if (!output().scriptClient())
-            error = QStringLiteral("a script is run by who wants it: use kyr_console of this version for it");
+            error = QStringLiteral("the client runs its scripts itself: use kyr_console of this version");
         return error.isEmpty();
     }
 

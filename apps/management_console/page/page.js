@@ -5,6 +5,7 @@
     const mostEvents = 50;
     const mostFound = 20;
     const userClass = 1;
+    const lookMs = 5000; // whether the session goes on: of one that has ended nothing is heard any more
 
     // --- Language
 
@@ -126,6 +127,9 @@
             pause = Math.min(pause * 2, 30000);
         });
     };
+
+    const look = () => { if (socket && socket.readyState === WebSocket.OPEN) call("getLoggedInId").catch(() => 0); };
+    setInterval(look, lookMs);
 
     const unlink = () => {
         clearTimeout(reconnect);
