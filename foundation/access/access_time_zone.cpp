@@ -146,7 +146,7 @@ std::optional<qint64> CAccessTimeZone::instantFromText(const QString& text, DayE
     }
     if (!hasAt(text, 10, 'T') || !hasAt(text, 13, ':') || !QTime::isValid(hour, minute, second))
         return std::nullopt;
-    const qint64 local = day + hour * 3600 + minute * 60 + second;
+    const qint64 local = day + (hour * 60 + minute) * qint64(60) + second;
     if (position == text.size())
         return fromLocal(local);
     if (hasAt(text, position, 'Z') && position + 1 == text.size())

@@ -44,12 +44,12 @@ qint64 instantOf(const QByteArray& text)
     if (text.size() != length)
         return -1;
     const auto number = [&text](int at, int width) {
-        int value = 0;
+        qint64 value = 0;
         for (int i = at; i < at + width; ++i)
             value = value * 10 + (text.at(i) - '0');
         return value;
     };
-    const QDate date(number(0, 4), number(5, 2), number(8, 2));
+    const QDate date(int(number(0, 4)), int(number(5, 2)), int(number(8, 2)));
     if (!date.isValid())
         return -1;
     return (date.toJulianDay() - julianDayOf1970) * secondsOfDay + number(11, 2) * 3600 + number(14, 2) * 60

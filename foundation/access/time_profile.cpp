@@ -136,7 +136,7 @@ qint64 CTimeProfile::endOfOpen(qint64 local) const
         const auto behind = std::upper_bound(intervals.cbegin(), intervals.cend(), minute,
                                              [](int value, Interval interval) { return value < interval.from; });
         if (behind != intervals.cbegin() && minute < (behind - 1)->to) {
-            const qint64 to = midnight + (behind - 1)->to * 60;
+            const qint64 to = midnight + qint64((behind - 1)->to) * 60;
             end = end == never ? to : qMax(end, to);
         }
     }
@@ -150,9 +150,9 @@ qint64 CTimeProfile::firstOpen(qint64 local, qint64 until) const
     for (qint64 day = dayOf(local) - 1; day * secondsOfDay <= until; ++day) {
         for (const Interval interval : intervalsOf(day)) {
             const qint64 midnight = day * secondsOfDay;
-            if (midnight + interval.to * 60 <= local)
+            if (midnight + qint64(interval.to) * 60 <= local)
                 continue;
-            const qint64 open = qMax(local, midnight + interval.from * 60);
+            const qint64 open = qMax(local, midnight + qint64(interval.from) * 60);
             return open <= until ? open : never;
         }
     }

@@ -22,6 +22,7 @@ qint64 toNumber(T from)
         constexpr T limit = 9223372036854775808.0; // 2^63
         return from >= -limit && from < limit && std::trunc(from) == from ? static_cast<qint64>(from) : 0;
     } else if constexpr (std::is_integral<T>::value) {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse): a number, whose sign counts
         const auto number = static_cast<qint64>(from);
         return (number < 0) == (from < T(0)) ? number : 0;
     } else {

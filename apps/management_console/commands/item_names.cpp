@@ -13,22 +13,22 @@ constexpr int longestList = 100;
 
 struct Place
 {
-    Named kind;
     const char* word;
     const char* collection;
+    Named kind;
     int itemClass;
 };
 
 constexpr Place places[] = {
-    {Named::User, "user", "UsersGroups", UserClassUser},
-    {Named::Group, "group", "UsersGroups", UserClassGroup},
-    {Named::Door, "door", "AccessPoints", 0},
-    {Named::Medium, "medium", "Media", 0},
-    {Named::Code, "code", "Codes", 0},
-    {Named::Schedule, "schedule", "TimeProfiles", 0},
-    {Named::Calendar, "calendar", "HolidayCalendars", 0},
-    {Named::Holiday, "holiday", "Holidays", 0},
-    {Named::Device, "device", "Devices", 0},
+    {"user", "UsersGroups", Named::User, UserClassUser},
+    {"group", "UsersGroups", Named::Group, UserClassGroup},
+    {"door", "AccessPoints", Named::Door, 0},
+    {"medium", "Media", Named::Medium, 0},
+    {"code", "Codes", Named::Code, 0},
+    {"schedule", "TimeProfiles", Named::Schedule, 0},
+    {"calendar", "HolidayCalendars", Named::Calendar, 0},
+    {"holiday", "Holidays", Named::Holiday, 0},
+    {"device", "Devices", Named::Device, 0},
 };
 
 // A kind that stands for two of the others stands for both.
