@@ -37,6 +37,9 @@ constexpr int talkingVisitors = 256;
 constexpr int waitingVisitors = 8192;
 /// Visitors who are new and have said nothing yet: those of a whole installation are there before their words.
 constexpr int arrivingVisitors = 2048;
+/// Descriptors of a process that its visitors leave free, or a quarter of all: operators, the database and helper
+/// programs need some, too.
+constexpr int spareDescriptors = 32;
 /// Bytes of the head of their request.
 constexpr int requestHead = 0x2000;
 /// Visitors whose request has a body that is not there yet. The oldest goes first.
@@ -92,6 +95,8 @@ struct ConnectionTiming
     int refused = 60000;
     /// From a failure to accept, for want of descriptors, until the next attempt.
     int acceptPause = 500;
+    /// While this goes on it is told anew so often.
+    int scarcityTold = 60000;
 
     /// The values in force.
     KYR_FOUNDATION_TEST_EXPORT static ConnectionTiming& current();

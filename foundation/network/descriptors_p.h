@@ -22,5 +22,9 @@ bool peerAddress(std::intptr_t descriptor, SocketAddress& address);
 /// Whether the other end has closed the connection, what it sent before apart. False where the system does not tell.
 bool hasLeft(std::intptr_t descriptor);
 
+/// Whether the newest descriptor of this process is one of the last it may have: no more than `spare`, nor more than a
+/// quarter of all, are left.
+bool isAmongLast(std::intptr_t descriptor, int spare);
+
 /// Ends the connection.
 void closeDescriptor(std::intptr_t descriptor);

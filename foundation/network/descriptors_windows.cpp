@@ -20,6 +20,12 @@ bool hasLeft(std::intptr_t)
     return false;
 }
 
+// Memory is the limit there.
+bool isAmongLast(std::intptr_t, int)
+{
+    return false;
+}
+
 void closeDescriptor(std::intptr_t descriptor)
 {
     closesocket(static_cast<SOCKET>(descriptor));

@@ -33,7 +33,10 @@ CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* n
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
     connect(this, &QTcpServer::acceptError, this, [this] {
         qWarning("CDeviceConnector: cannot accept a connection: %s", qUtf8Printable(errorString()));
-        QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
+        QTimer::singleShot(ConnectionTiming::current().acceptPause, this, [this] {
+            if (isListening())
+                resumeAccepting();
+        });
     });
 }
 

@@ -11,6 +11,7 @@
 #include <foundation/network/tls_door.h>
 #include <foundation/network/visitor_turns_p.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QHash>
 #include <QtCore/QTimer>
 #include <QtNetwork/QSslConfiguration>
@@ -86,6 +87,8 @@ struct CTlsDoor::Private
     qint64 longestBody = 0;
     VisitorTurns turns; // before all this
     QList<QPair<QHostAddress, int>> proxies;
+    QTimer pause; // for want of descriptors
+    QDeadlineTimer scarcityTold{0};
     bool finiteFieldDh = false;
 
     void release(QSslSocket* socket)
@@ -113,9 +116,11 @@ CTlsDoor::CTlsDoor(QObject* parent)
     , d(std::make_unique<Private>())
 {
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
-    connect(this, &QTcpServer::acceptError, this, [this] {
-        qWarning("CTlsDoor: Cannot accept: %s", qUtf8Printable(errorString()));
-        QTimer::singleShot(ConnectionTiming::current().acceptPause, this, &QTcpServer::resumeAccepting);
+    connect(this, &QTcpServer::acceptError, this, &CTlsDoor::pauseForDescriptors);
+    d->pause.setSingleShot(true);
+    connect(&d->pause, &QTimer::timeout, this, [this] {
+        if (isListening())
+            resumeAccepting();
     });
     const auto dropping = [this](QObject* object, bool crowded) {
         auto* const socket = static_cast<QSslSocket*>(object);
@@ -198,8 +203,23 @@ QString CTlsDoor::peerText(const QHostAddress& address, quint16 port)
     return plainAddress(address).toString() + QLatin1Char(':') + QString::number(port);
 }
 
+void CTlsDoor::pauseForDescriptors()
+{
+    if (d->scarcityTold.hasExpired()) {
+        qWarning("CTlsDoor: Cannot accept: out of file descriptors");
+        d->scarcityTold.setRemainingTime(ConnectionTiming::current().scarcityTold);
+    }
+    pauseAccepting();
+    if (!d->pause.isActive())
+        d->pause.start(ConnectionTiming::current().acceptPause);
+}
+
 void CTlsDoor::incomingConnection(qintptr descriptor)
 {
+    if (isAmongLast(descriptor, ConnectionLimits::spareDescriptors)) {
+        closeDescriptor(descriptor);
+        return pauseForDescriptors();
+    }
     if (d->proxies.isEmpty())
         return d->turns.arrive(descriptor);
     QElapsedTimer accepted;

@@ -100,6 +100,7 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
+    void pauseForDescriptors();
     void start(qintptr descriptor, const QElapsedTimer& accepted);
     void report(const QString& peer, const QString& reason);
     void release(QSslSocket* socket);
