@@ -29,13 +29,13 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND KYR_BUILD_APPS)
         PATTERN Doxyfile EXCLUDE PATTERN tools.md EXCLUDE PATTERN deployment.md EXCLUDE PATTERN audit.md EXCLUDE
         PATTERN scripts.md EXCLUDE PATTERN scripts EXCLUDE)
     set(documents ${CMAKE_INSTALL_DATADIR}/doc/${kyr_package_tools})
-    foreach(page tools deployment audit scripts access door device-link notifications security data-model)
+    foreach(page tools deployment api audit scripts access door device-link notifications security data-model)
         install(FILES docs/${page}.md DESTINATION ${documents} COMPONENT tools)
     endforeach()
     install(FILES SECURITY.md DESTINATION ${documents} COMPONENT tools)
-    # For trials: an authority, certificates of it, a client for notifications.
+    # For trials: an authority, certificates of it, clients for notifications and the API.
     install(PROGRAMS scripts/development-ca scripts/device-certificate DESTINATION ${documents}/examples COMPONENT tools)
-    install(FILES examples/notifications.py DESTINATION ${documents}/examples COMPONENT tools)
+    install(FILES examples/notifications.py examples/new_user.py DESTINATION ${documents}/examples COMPONENT tools)
     # Auditors take it elsewhere: it needs nothing of this system.
     install(PROGRAMS scripts/audit_verify.py DESTINATION ${documents}/examples COMPONENT tools)
     install(DIRECTORY examples/scripts DESTINATION ${documents}/examples COMPONENT tools)

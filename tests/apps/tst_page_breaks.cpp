@@ -38,7 +38,7 @@ private Q_SLOTS:
         QTest::newRow("sections") << section.repeated(40) << 1;
         QTest::newRow("paragraphs") << QString("<p>" + QString("word ").repeated(150) + "</p>").repeated(30) << 0;
         QTest::newRow("a row above a page") << rows(3, QString("word ").repeated(4000)) << 1;
-        QTest::newRow("a heading above a page") << name + section << 1;
+        QTest::newRow("a heading above a page") << name + "<h4>Heading</h4>" + rows(100, "short") << 1;
         QTest::newRow("nested") << "<table border='1'><tr><td>" + rows(100, "inner") + "</td><td>b</td></tr></table>"
                                 << 0;
         QTest::newRow("spanning") << "<table><tr><td rowspan='60'>a</td><td>b</td></tr>"
