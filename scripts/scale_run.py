@@ -26,7 +26,7 @@ SERVERS = ("north", "south", "east")
 SIMULATORS = 3
 DOORS_OF_A_USER = 20
 DOWN_SECONDS = 3               # for which a part stays away
-RECOVERY_SECONDS = 120         # of a stalled machine
+RECOVERY_SECONDS = 300         # of a stalled machine
 CARDS_A_SECOND = 20
 CHANGES_A_SECOND = 4
 
