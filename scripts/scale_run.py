@@ -178,6 +178,7 @@ class Account:
 class Scale:
     def __init__(self, where, arguments):
         self.where = where
+        os.environ["XDG_DATA_HOME"] = where  # what servers keep beside a database
         self.findings = Findings()
         self.random = random.Random(1)
         self.count = arguments.devices - arguments.devices % SIMULATORS
@@ -266,19 +267,21 @@ class Scale:
                                 capture_output=True, text=True)
         return json.loads(result.stdout) if result.returncode == 0 and result.stdout else None
 
-    def missing(self):
-        """What is not as it should be, in words; empty when everything is."""
+    def links(self):
+        """How many links each lock has at all servers, and how many of them have their list."""
         linked = collections.Counter()
         ready = 0
         for name in SERVERS:
-            rows = self.ask(name, "devices")
-            if rows is None:
-                return f"{name} does not answer"
-            # Where a server shows the devices of others too, it names them.
-            for row in rows:
-                if row.get("server", name) == name and row.get("linked", True):
+            # Each shows the devices of all, and names the server.
+            for row in self.ask(name, "devices") or []:
+                if row["server"] == name and row.get("linked", True):
                     linked[row["label"]] += 1
                     ready += bool(row["upToDate"])
+        return linked, ready
+
+    def missing(self):
+        """What is not as it should be, in words; empty when everything is."""
+        linked, ready = self.links()
         if sum(linked.values()) != self.count or len(linked) != self.count or ready != self.count:
             return f"{len(linked)} of {self.count} locks are linked, {ready} up to date"
         given = {(server, source, epoch): int(seq) for server, source, epoch, seq in self.given}
@@ -393,8 +396,12 @@ class Scale:
             server.start()
         self.account = Account(self.broker)
         self.account.subscribe()
-        for simulator in self.simulators:
+        # One third after the other: what it takes when all call at once ./run bench measures.
+        for number, simulator in enumerate(self.simulators, 1):
             simulator.start()
+            end = time.monotonic() + RECOVERY_SECONDS
+            while len(self.links()[0]) < number * self.count // SIMULATORS and time.monotonic() < end:
+                time.sleep(0.3)
 
     def end(self):
         if self.account:
@@ -406,11 +413,10 @@ class Scale:
 
     def run(self):
         try:
-            self.begin()
             begin = time.monotonic()
+            self.begin()
             self.until_whole("the start")
-            print(f"{self.count} locks linked, up to date and told by {len(SERVERS)} servers {time.monotonic() - begin:.1f} s after the "
-                  "start", flush=True)
+            print(f"all made, started, linked, up to date and told after {time.monotonic() - begin:.1f} s", flush=True)
             self.cost()
             self.busy.set()
             people = [threading.Thread(target=work) for work in (self.hold_cards, self.change)]
@@ -448,7 +454,6 @@ def main():
     arguments = parser.parse_args()
     for time_ in range(arguments.times):
         where = tempfile.mkdtemp(prefix="kyr-scale-")
-        os.environ["XDG_DATA_HOME"] = where  # what servers keep beside a database
         begin = time.monotonic()
         scale = Scale(where, arguments)
         try:
