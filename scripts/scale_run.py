@@ -27,6 +27,7 @@ SIMULATORS = 3
 DOORS_OF_A_USER = 20
 DOWN_SECONDS = 3               # for which a part stays away
 RECOVERY_SECONDS = 300         # of a stalled machine
+PING_SECONDS = 20              # as by default; a stalled machine drops links for less
 CARDS_A_SECOND = 20
 CHANGES_A_SECOND = 4
 
@@ -197,7 +198,7 @@ class Scale:
 
     def server(self, name):
         return Process(name, [f"{BIN}/kyr_console", "--database", self.database.url, "--socket", f"{self.where}/{name}.socket",
-                              "--log-file", f"{self.where}/{name}.log", *serve_options(self.ports[name]),
+                              "--log-file", f"{self.where}/{name}.log", *serve_options(self.ports[name], PING_SECONDS),
                               *self.broker.options(name)], log=f"{self.where}/{name}.out")
 
     def simulator(self, number):

@@ -69,8 +69,8 @@ def device_options(first, count, port):
             "--key", f"{CERTIFICATES}/console.key"]
 
 
-def serve_options(port):
-    return ["serve", "--port", str(port), "--json", "--ping", "2", "--certificate", f"{CERTIFICATES}/console.pem",
+def serve_options(port, ping=2):
+    return ["serve", "--port", str(port), "--json", "--ping", str(ping), "--certificate", f"{CERTIFICATES}/console.pem",
             "--key", f"{CERTIFICATES}/console.key", "--system", SYSTEM]
 
 
