@@ -52,7 +52,7 @@ public:
         Closed,
         Awaited, ///< nothing is stored yet; an empty installation in memory stands for it
         Open,
-        Away ///< the server cannot be reached
+        Away ///< the server cannot be reached, or the file was moved
     };
 
     bool fail(const QString& text)
@@ -390,6 +390,7 @@ void CDatabase::watch()
             d->isLost();
         return;
     }
+    d->place->look();
     const bool hasChanged = d->place->hasChanged();
     if (settle() && !d->isLost() && hasChanged)
         Q_EMIT changedByOthers();
@@ -462,6 +463,8 @@ bool CDatabase::begin()
 bool CDatabase::Private::beginOutermost()
 {
     isHeld = false;
+    if (place)
+        place->look();
     if (!q->isOpen() || isLost())
         return false;
     if (reading > 0)

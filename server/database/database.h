@@ -73,7 +73,7 @@ public:
     int version() const;
     /// Whether something was ever stored: false for a file that the first change will make.
     bool exists();
-    /// The server cannot be reached now.
+    /// The server cannot be reached now, or the file is no longer the one that was opened.
     bool isAway() const;
     /// Whether the last end() is stored is not known yet.
     bool isUnsettled() const;

@@ -19,6 +19,8 @@ public:
     virtual QString backend() const = 0;
     /// Goes where it is, if that is a way; false with a reason.
     virtual bool connectTo(QString*) { return true; }
+    /// Looks whether what was opened is still what stands there, where nothing else tells: isLost() knows it then.
+    virtual void look() {}
     /// What was connected is no longer there; a reason.
     virtual bool isLost(QString*) const { return false; }
     /// Whether something was ever stored there.

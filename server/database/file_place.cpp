@@ -24,9 +24,12 @@ public:
     QString backend() const override { return QStringLiteral("sqlite"); }
     // An empty file is one that a program was killed over before it had made anything.
     bool isThere() override { return QFileInfo(m_path).isDir() || QFileInfo(m_path).size() > 0; }
+    void look() override;
+    bool isLost(QString* error) const override;
     bool make(QString* error) override;
     std::shared_ptr<SqlConnection> open(QString* error) override;
     bool hasChanged() override;
+    void reach() override;
 
 private:
     bool copyBeforeMigration(int version, SqliteConnection& connection, QString* error);
@@ -35,6 +38,8 @@ private:
     QString m_location;
     QList<QStringList> m_scripts;
     std::weak_ptr<SqliteConnection> m_connection;
+    QByteArray m_identity; // of the file that is open
+    bool m_isReplaced = false;
     qint64 m_seenVersion = 0;
 };
 
@@ -75,7 +80,33 @@ std::shared_ptr<SqlConnection> FilePlace::open(QString* error)
     connection->run(QStringLiteral("PRAGMA journal_mode=WAL"));
     m_seenVersion = connection->dataVersion();
     m_connection = connection;
+    m_identity = NewFile::identity(m_path);
     return connection;
+}
+
+// A file that was moved away under this program would take changes that nobody finds again.
+void FilePlace::look()
+{
+    m_isReplaced = !m_identity.isEmpty() && NewFile::identity(m_path) != m_identity;
+}
+
+bool FilePlace::isLost(QString* error) const
+{
+    if (m_isReplaced)
+        *error = QStringLiteral("%1 is no longer the file that was opened: end this program, move the files %1-wal and "
+                                "%1-shm to where the old file is, and start it again")
+                     .arg(m_location);
+    return m_isReplaced;
+}
+
+// Another file is not opened beside what the old one has left, which would be taken for its own.
+void FilePlace::reach()
+{
+    look();
+    if (m_isReplaced)
+        Q_EMIT missed();
+    else
+        Q_EMIT reached();
 }
 
 bool FilePlace::hasChanged()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 /// Files that only their owner may read, from the first byte on, whatever the umask.
@@ -16,6 +17,9 @@ enum Result
 Result make(const QString& path, QString* errorString);
 /// Makes the folder of a file, and what is missing above it, mode 0700.
 bool makeFolder(const QString& file, QString* errorString);
+/// Which file stands there, whatever its name; the same as long as it is not replaced or moved. Empty when there is
+/// none.
+QByteArray identity(const QString& path);
 /// What was written to the file survives a power failure, its name included.
 bool sync(const QString& path);
 

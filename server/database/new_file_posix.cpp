@@ -39,6 +39,14 @@ bool NewFile::makeFolder(const QString& file, QString* errorString)
     return false;
 }
 
+QByteArray NewFile::identity(const QString& path)
+{
+    struct stat file = {};
+    if (::stat(QFile::encodeName(path).constData(), &file) != 0)
+        return {};
+    return QByteArray::number(quint64(file.st_dev)) + ':' + QByteArray::number(quint64(file.st_ino));
+}
+
 bool NewFile::sync(const QString& path)
 {
     bool good = true;

@@ -24,6 +24,12 @@ bool NewFile::makeFolder(const QString& file, QString* errorString)
     return false;
 }
 
+// A file that is open cannot be moved there.
+QByteArray NewFile::identity(const QString& path)
+{
+    return path.toUtf8();
+}
+
 bool NewFile::sync(const QString&)
 {
     return true;

@@ -412,6 +412,29 @@ private Q_SLOTS:
         QCOMPARE(copy.getUser({}).value("label").toString(), QString("Ada"));
     }
 
+    // A file that was moved away, or replaced, takes no changes that nobody would find again; back at its place it
+    // does.
+    void movedAway()
+    {
+        const QString path = m_folder->filePath("a.db");
+        const QString elsewhere = m_folder->filePath("elsewhere.db");
+        CSqlAccessControl model;
+        QVERIFY(model.open(path) && model.createUser({{"label", "Ada"}}) > CItemId());
+        QVERIFY(QFile::rename(path, elsewhere));
+        for (const bool isReplaced : {false, true}) {
+            if (isReplaced)
+                QVERIFY(QFile::copy(elsewhere, path));
+            QCOMPARE(model.createUser({{"label", "Bob"}}), CItemId());
+            QVERIFY(model.database()->isAway());
+            QVERIFY2(model.database()->errorString().contains("no longer the file"),
+                     qPrintable(model.database()->errorString()));
+        }
+        QVERIFY(QFile::remove(path) && QFile::rename(elsewhere, path));
+        QTRY_VERIFY(!model.database()->isAway());
+        QVERIFY(model.createUser({{"label", "Bob"}}) > CItemId());
+        QCOMPARE(model.getUser({{"label", "Ada"}}).value("label").toString(), QString("Ada"));
+    }
+
     // One that is used again is not prepared again, and those of ever new texts do not pile up.
     void statementsAreKept()
     {
