@@ -93,8 +93,7 @@ else()
     set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "qt6-base-dev, qt6-websockets-dev")
 endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "foundation library of the access-control system: development files
-Headers, examples, and the files by which CMake and pkg-config find the
-library.")
+Headers, examples, and the files for CMake and pkg-config.")
 
 set(CPACK_DEBIAN_SERVER_PACKAGE_NAME ${kyr_package_server})
 set(CPACK_DEBIAN_SERVER_PACKAGE_SECTION libs)
@@ -106,7 +105,7 @@ else()
 endif()
 set(CPACK_COMPONENT_SERVER_DESCRIPTION "server library of the access-control system
 The model of an installation in a database: users, groups, doors, media,
-rights, schedules, logins and sessions; and the trail of what happened in it.")
+rights, schedules, logins and sessions; and its audit trail.")
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/server/shlibs CONTENT
 "libkyr_server @PROJECT_VERSION_MAJOR@ @kyr_package_server@ (>= @PROJECT_VERSION@)
 " @ONLY)
@@ -116,7 +115,7 @@ set(CPACK_DEBIAN_SERVER_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/server/shlib
 set(CPACK_DEBIAN_SERVER_DEVELOPMENT_PACKAGE_NAME ${kyr_package_server_development})
 set(CPACK_DEBIAN_SERVER_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_SERVER_DEVELOPMENT_DESCRIPTION "server library of the access-control system: development files
-Headers, and the files by which CMake and pkg-config find the library.")
+Headers, and the files for CMake and pkg-config.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ${kyr_package_tools})
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION admin)
@@ -125,8 +124,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "fonts-dejavu-core, adduser")
 # The authorities by which mail servers are checked.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "ca-certificates")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "management console and device simulator of the access-control system
-The console finds devices, lets them call in, and talks to them, at a prompt
-or as a service. The simulator plays devices. The report plugin makes PDF.")
+The console manages an installation and serves its devices, at a prompt or as
+a service. The simulator plays devices. The report plugin writes PDF.")
 foreach(script conffiles postinst prerm postrm)
     list(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/tools/${script})
 endforeach()

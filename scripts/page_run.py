@@ -172,7 +172,7 @@ def try_page(site, page, pictures):
     click(page, "#doors li button", "Open")
     click(page, "#doors li span button", "Open")
     page.until("document.querySelector('#doors .note').textContent.includes('is open')", "the door is opened")
-    page.until("[...document.querySelectorAll('#events li')].some(line => line.textContent.includes('opened from afar'))",
+    page.until("[...document.querySelectorAll('#events li')].some(line => line.textContent.includes('opened remotely'))",
                "the opening is an event")
     check(True, "opens the door, and the opening is an event")
 

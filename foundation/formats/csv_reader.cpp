@@ -79,7 +79,7 @@ bool CCsvReader::readQuotedField(QString* field)
     for (;;) {
         const int end = m_text.indexOf(quote, m_place);
         if (end < 0)
-            return fail("a quote is open");
+            return fail("a quote is not closed");
         for (; m_place < end; ++m_place) {
             m_line += m_text.at(m_place) == lineFeed;
             field->append(m_text.at(m_place));

@@ -42,8 +42,10 @@ public:
     /// passes as a text, for ids. False with a reason when the arguments are not what it takes: then nothing was
     /// called.
     /// \param service must be there; the operation may delete it.
+    /// \param arguments by position, without the callback.
     /// \param callback of an operation that takes one, and only of these; see CScriptService.
     /// \param result may be nullptr; invalid when the operation has none.
+    /// \param error why nothing was called; not nullptr.
     bool call(CScriptService* service, const QVariantList& arguments, const CScriptService::Callback& callback,
               QVariant* result, QString* error) const;
 

@@ -38,7 +38,7 @@ bool checkFlag(const QString& name, QVariant* value, QString* errorString)
         return true;
     const QString text = value->userType() == QMetaType::QString ? value->toString() : QString();
     if (text != QLatin1String("true") && text != QLatin1String("false"))
-        return refuse(errorString, name, "is \"true\" or \"false\"");
+        return refuse(errorString, name, "must be \"true\" or \"false\"");
     *value = text == QLatin1String("true");
     return true;
 }
@@ -78,7 +78,7 @@ bool isLocalSecond(const QVariant& value)
 bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QString* errorString)
 {
     if (name.isEmpty() || name.size() > longestName)
-        return refuse(errorString, name.left(40), "is no name of a property");
+        return refuse(errorString, name.left(40), "is not a valid name of a property");
     if (isFixed(name) || isRelation(name))
         return refuse(errorString, name, "cannot be set");
     if (!value->isValid() && name != labelKey)
@@ -98,7 +98,7 @@ bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QStri
         const auto edge = name == validToKey ? CAccessTimeZone::DayEdge::End : CAccessTimeZone::DayEdge::Begin;
         const std::optional<qint64> instant = accessInstantFromVariant(*value, AccessFactsBuilder::ownZone(), edge);
         if (!instant)
-            return refuse(errorString, name, "is a time such as 2026-11-22T03:10, or a date");
+            return refuse(errorString, name, "must be a time such as 2026-11-22T03:10, or a date");
         *value = QDateTime::fromSecsSinceEpoch(*instant);
         return true;
     }
@@ -115,26 +115,26 @@ bool CheckedValues::check(Kind kind, const QString& name, QVariant* value, QStri
     if (kind == KindMedium && name == uidKey) {
         const QByteArray uid = uidOf(*value);
         if (uid.isEmpty())
-            return refuse(errorString, name, "is 4, 7 or 8 pairs of hexadecimal digits");
+            return refuse(errorString, name, "must be 4, 7 or 8 pairs of hexadecimal digits");
         *value = uid;
         return true;
     }
     if (kind == KindCode && name == codeKey) {
         static const QRegularExpression form(QStringLiteral("\\A[0-9]{1,12}\\z"));
         if (!form.match(value->toString()).hasMatch())
-            return refuse(errorString, name, "is 1 to 12 digits");
+            return refuse(errorString, name, "must be 1 to 12 digits");
         *value = value->toString();
         return true;
     }
     if (kind == KindAccessPoint && name == timeZoneKey && !isTimeZone(value->toString()))
-        return refuse(errorString, name, "is a time zone such as Europe/Berlin");
+        return refuse(errorString, name, "must be a time zone such as Europe/Berlin");
     if (kind == KindHoliday && name == QLatin1String("date")) {
         const QDate date =
             value->userType() == QMetaType::QDate ? value->toDate() : QDate::fromString(value->toString(), Qt::ISODate);
         // Qt reads no further than the day.
         const bool isWhole = value->userType() == QMetaType::QDate || value->toString() == date.toString(Qt::ISODate);
         if (!date.isValid() || !isWhole)
-            return refuse(errorString, name, "is a date such as 2026-12-25");
+            return refuse(errorString, name, "must be a date such as 2026-12-25");
         *value = date;
     }
     return true;

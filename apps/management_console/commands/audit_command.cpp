@@ -160,7 +160,7 @@ private:
     {
         const bool isJsonLines = options.isSet(QStringLiteral("jsonl"));
         if (isJsonLines == options.isSet(QStringLiteral("csv")))
-            return options.setError(QStringLiteral("takes either --jsonl FILE or --csv FILE"));
+            return options.setError(QStringLiteral("either --jsonl FILE or --csv FILE is needed"));
         CAuditTrail* found = trail();
         if (!found)
             return;

@@ -33,8 +33,7 @@ public:
         } while (m_firmware.toNextPart());
         const qint64 end = m_partOffset + m_firmware.partEnd();
         if (m_firmware.partEnd() > 0 && end < m_fileSize)
-            tellFault(m_faults, QString(), end,
-                      QStringLiteral("%1 bytes after the last part").arg(m_fileSize - end));
+            tellFault(m_faults, QString(), end, QStringLiteral("%1 bytes after the last part").arg(m_fileSize - end));
     }
 
     QString text() const { return m_text; }
