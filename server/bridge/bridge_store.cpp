@@ -208,7 +208,8 @@ bool BridgeStore::renewEpoch(const QString& source)
                                                  "AND source=?"));
     if (!note.bind(epoch).bind(given).bind(m_server).bind(source).exec())
         return false;
-    qInfo("The database is not the one of which the broker was told last: %s is counted anew", qUtf8Printable(source));
+    qInfo("The database is not the one of the last message to the broker: %s begins a new epoch",
+          qUtf8Printable(source));
     m_epochs.insert(source, epoch);
     m_acknowledged.insert(source, 0);
     return true;

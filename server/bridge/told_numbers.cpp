@@ -55,7 +55,7 @@ bool ToldNumbers::write()
         file.exists() || (NewFile::makeFolder(m_file, &reason) && NewFile::make(m_file, &reason) != NewFile::Failed);
     const bool isWritten = isMade && file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush();
     if (!isWritten && !std::exchange(m_isFaulty, true))
-        qWarning("\"%s\" cannot be written: %s; with the next start numbers begin anew for subscribers of the broker",
+        qWarning("\"%s\" cannot be written: %s; the next start begins a new epoch for subscribers of the broker",
                  qUtf8Printable(m_file), qUtf8Printable(isMade ? file.errorString() : reason));
     return isWritten;
 }

@@ -197,7 +197,8 @@ class Installation(unittest.TestCase):
         before = self.rows("users")
         for line, content in ((3, "Name;x\nA;1\n;2\n"), (3, "Name;x\nA;1\nB;2;3\n"), (4, "Name;x\n\"A\nB\";1\n\"C;1\nD;2\n"), (2, "Name;Groups\nA;None\n"),
                               (1, "Department\nIT\n"), (1, "Name;class\nA;1\n"), (1, ""), (3, f"Id;Name\n{bo['id']};B\n{bo['id']};C\n"),
-                              (2, "Name;enabled\nA;perhaps\n"), (3, "Name;Media\nA;blue\nB;blue\n"), (1, "Name;\0\nA;1\n")):
+                              (2, "Name;enabled\nA;perhaps\n"), (3, "Name;Media\nA;blue\nB;blue\n"), (1, "Name;\0\nA;1\n"),
+                              (1, "Name" + "".join(f";x{i}" for i in range(2000)) + "\nA\n")):
             for option in ([], ["--dry-run"]):
                 code, out, error = self.imported(content, *option)
                 self.assertEqual((code, out, error.count("\n")), (1, "", 1), content)

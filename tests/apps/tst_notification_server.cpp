@@ -289,8 +289,9 @@ private Q_SLOTS:
             peer->send(request("registerObserver", {"Devices"}));
             QCOMPARE(peer->messages(2).size(), 2);
         }
-        QTest::ignoreMessage(QtWarningMsg,
-                             QRegularExpression(QStringLiteral(":%1 #. does not read fast enough").arg(lazy.socket.localPort())));
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            QRegularExpression(QStringLiteral(":%1 #. does not read fast enough").arg(lazy.socket.localPort())));
         const QVariantMap big{{"text", QString(50000, QChar(0xe4))}};
         int sent = 0;
         for (; m_server->clients() == 2 && sent < 500; ++sent) {

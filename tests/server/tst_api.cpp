@@ -389,6 +389,10 @@ private Q_SLOTS:
         }
         QCOMPARE(refused, QList<int>{-32029});
         m_devices->actions.first()->finished();
+        QCOMPARE(error(boris, "events.list", QJsonArray{QJsonObject(), 1001}), -32602);
+        QCOMPARE(error(boris, "items.find", QJsonArray{"Media", "", 101}), -32602);
+        QVERIFY(!m_model->addLogin(QString(201, 'x'), CItemId(31), password));
+        QVERIFY(!m_model->addLogin("clara", CItemId(31), QString(1001, 'x')));
         QJsonArray sources;
         for (int i = 0; i < CApi::mostSources; ++i)
             sources += QString::number(i);

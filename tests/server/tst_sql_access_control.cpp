@@ -67,6 +67,14 @@ private Q_SLOTS:
         }
         // Texts that are equal as far as the index looks, and differ behind that.
         QVERIFY(m_model->getUser({{"Long", QString(QString(9999, 'x') + QChar(0x20ad))}}).isEmpty());
+        QVariant deep;
+        for (int i = 0; i < 40; ++i)
+            deep = QVariantList{deep};
+        for (const auto& [name, value] : QList<QPair<QString, QVariant>>{{"Deep", deep},
+                                                                         {"Endless", QString(1000001, 'x')},
+                                                                         {QString(201, 'x'), 1},
+                                                                         {"label", QString(10001, 'x')}})
+            QVERIFY2(!m_model->setUserProperty(name, value, user), qPrintable(name.left(9)));
         QVERIFY(m_model->setUserProperty("label", QString(9999, 'L'), user));
         QCOMPARE(m_model->getUserProperty("label", user).toString().size(), 9999);
         QCOMPARE(idOf(m_model->getUser({{"label", QString(9999, 'L')}})), user);
