@@ -1,5 +1,6 @@
 """Clients of a console's local socket: each has a conversation of its own, and nothing that it says changes on the way."""
 
+import contextlib
 import json
 import os
 import signal
@@ -93,6 +94,16 @@ class Attach(unittest.TestCase):
         finally:
             self.server.process.send_signal(signal.SIGCONT)
         self.assertEqual((code, error), (1, "kyr_console: the console does not answer\n"))
+
+    def test_a_crowd_of_clients(self):
+        with contextlib.ExitStack() as crowd:
+            for _ in range(500):
+                crowd.enter_context(socket.socket(socket.AF_UNIX)).connect(self.socket)
+            last = crowd.enter_context(socket.socket(socket.AF_UNIX))
+            last.connect(self.socket)
+            last.settimeout(WAIT)
+            self.assertEqual(last.recv(1), b"")
+        self.eventually(lambda: self.ask("version")[0] == 0)
 
     def test_answers_go_to_who_asked(self):
         # Two clients in one conversation each, both busy: neither sees a line of the other's.

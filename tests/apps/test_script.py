@@ -85,6 +85,9 @@ class Script(unittest.TestCase):
         self.assertEqual((code, "a text" in error), (1, True))
         self.assertEqual(console("script", "none.js")[0], 1)
         self.assertEqual(console("script", self.folder.name)[0], 1)
+        with open(f"{self.folder.name}/large.js", "wb") as large:
+            large.truncate(64 * 1024 * 1024 + 1)
+        self.assertIn("larger than 64 MiB", console("script", large.name)[2])
         self.assertEqual(console("script")[0], 2)
 
     def test_exit(self):
