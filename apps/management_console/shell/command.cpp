@@ -76,7 +76,7 @@ void Command::run(const QString& name, const QString& summary, QStringList argum
                 if (qstrlen(known.name) > 0)
                     names.append(QLatin1String(known.name));
             }
-            return misuse(QStringLiteral("use one of %1").arg(names.join(QLatin1String(", "))));
+            return misuse(QStringLiteral("takes %1").arg(names.join(QLatin1String(", "))));
         }
         m_name = verbName(name, *verb);
     }
