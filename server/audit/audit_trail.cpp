@@ -322,13 +322,16 @@ QList<AuditRecord> CAuditTrail::events(const Filter& filter, int limit, qint64* 
     const QString where = terms.isEmpty() ? QString() : QStringLiteral(" WHERE ") + terms.join(QStringLiteral(" AND "));
     QString sql = QStringLiteral("SELECT ") + auditColumns() + QStringLiteral(" FROM event") + where
                   + QStringLiteral(" ORDER BY at DESC,chain DESC,seq DESC");
+    // Bound, as each text is kept ready by the connection.
     if (limit > 0)
-        sql += QStringLiteral(" LIMIT %1").arg(limit);
+        sql += QStringLiteral(" LIMIT ?");
 
     QList<AuditRecord> found;
     SqlStatement find(d->database, sql);
     for (const QVariant& value : qAsConst(values))
         find.bind(value);
+    if (limit > 0)
+        find.bind(limit);
     for (find.exec(); find.next();)
         found.append(readRecord(find));
     std::reverse(found.begin(), found.end());

@@ -93,8 +93,9 @@ void FilePlace::look()
 bool FilePlace::isLost(QString* error) const
 {
     if (m_isReplaced)
-        *error = QStringLiteral("%1 is no longer the file that was opened: end this program, move the files %1-wal and "
-                                "%1-shm to where the old file is, and start it again")
+        *error = QStringLiteral(
+                     "%1 is no longer the file that was opened: move it back, or end this program, move %1-wal and "
+                     "%1-shm to where it is now, and start again")
                      .arg(m_location);
     return m_isReplaced;
 }

@@ -38,6 +38,8 @@ constexpr int tickMs = 200;
 constexpr int compilingMs = 5;
 // Of what devices have said of their lists, together.
 constexpr int storeMs = 20;
+// When the model could not be read, until it is tried again.
+constexpr int unreadMs = 1000;
 // How often it is looked whether a door needs new rules of local time.
 constexpr qint64 zoneCheckMs = 3600 * 1000;
 // Events that wait for the database, of one device; what is more is sent again by the device.
@@ -64,6 +66,7 @@ public:
 
         CDeviceId device;
         CItemId accessPoint;
+        bool isDoorKnown = false; // else the model could not be read yet
         CProvisioner provisioner;
         std::optional<CLockState> state;
         qint64 clockAhead = 0;
@@ -112,7 +115,7 @@ public:
     void modelChanged(const QVariantMap& data);
     void markDirty(CDeviceId device);
     void compileSome();
-    void compile(Session& session);
+    bool compile(Session& session);
     void sendTime(Session& session, bool isAlways);
     void tick();
     void send(const Session& session, const CProvisioner::Commands& commands);
@@ -128,7 +131,8 @@ public:
     QByteArray notedRevision(CDeviceId device) const;
     bool isUpToDate(const Session& session) const;
     void checkUpToDate(CDeviceId device);
-    CItemId doorOf(CDeviceId device) const;
+    /// Nothing when the model cannot be read.
+    std::optional<CItemId> doorOf(CDeviceId device) const;
     void notify(const char* source, const QVariantMap& parameters);
     void notifyEvent(CDeviceId device, const AuditEvent& event);
 
@@ -144,6 +148,8 @@ public:
     QMap<qint64, Waiting> waiting;
     QVector<CDeviceId> dirty;
     QTimer compileTimer;
+    QVector<CDeviceId> unread; // those whose list could not be read from the model
+    QTimer unreadTimer;
     QTimer tickTimer;
     QElapsedTimer clock;
     /// Not stored yet, by device.
@@ -156,11 +162,12 @@ public:
 // --- The model
 
 // Devices by label: a door has one, a device has one door.
-CItemId CDoorController::Private::doorOf(CDeviceId device) const
+std::optional<CItemId> CDoorController::Private::doorOf(CDeviceId device) const
 {
     SqlStatement find(model->database(), QStringLiteral("SELECT parent FROM item WHERE kind=? AND label=?"));
     find.bind(int(KindDevice)).bind(device.toLabel());
-    return find.exec() && find.next() ? CItemId(find.integer(0)) : CItemId();
+    const CItemId door = find.exec() && find.next() ? CItemId(find.integer(0)) : CItemId();
+    return find.isGood() ? std::optional<CItemId>(door) : std::nullopt;
 }
 
 CDeviceId CDoorController::deviceOf(CItemId accessPoint) const
@@ -221,7 +228,11 @@ void CDoorController::Private::compileSome()
         Session* session = find(device);
         if (!session)
             continue;
-        compile(*session);
+        if (!compile(*session)) {
+            unread.append(device);
+            if (!unreadTimer.isActive())
+                unreadTimer.start();
+        }
         checkUpToDate(device);
         if (guard)
             Q_EMIT guard->statusChanged(device);
@@ -232,13 +243,25 @@ void CDoorController::Private::compileSome()
         compileTimer.stop();
 }
 
-void CDoorController::Private::compile(Session& session)
+// False when the model cannot be read now: the device keeps what it has. To take "no answer" for "no door" would take
+// its list away.
+bool CDoorController::Private::compile(Session& session)
 {
-    session.accessPoint = doorOf(session.device);
-    const CCompiledDoor door = compiler.compile(session.accessPoint);
+    CDatabase* const database = model->database();
+    const qint64 failures = database->failures();
+    const std::optional<CItemId> accessPoint = doorOf(session.device);
+    CCompiledDoor door;
+    if (accessPoint)
+        door = compiler.compile(*accessPoint);
+    if (!accessPoint || database->failures() != failures) {
+        session.fault = QStringLiteral("cannot read the model: %1").arg(database->errorString());
+        return false;
+    }
+    session.accessPoint = *accessPoint;
+    session.isDoorKnown = true;
     session.fault = door.error;
     if (!door.error.isEmpty())
-        return;
+        return true;
     session.sources.clear();
     for (const CItemId id : door.sources)
         session.sources.insert(id.value());
@@ -258,16 +281,19 @@ void CDoorController::Private::compile(Session& session)
     if (isNeeded)
         send(session, session.provisioner.want(list, now()));
     sendTime(session, false);
+    return true;
 }
 
 void CDoorController::Private::sendTime(Session& session, bool isAlways)
 {
     const qint64 utc = QDateTime::currentMSecsSinceEpoch();
+    const qint64 failures = model->database()->failures();
     const QString name = session.accessPoint != CItemId()
                              ? model->getAccessPointProperty(timeZoneKey, session.accessPoint).toString()
                              : QString();
     const CDeviceTimeZoneSettings zone = DoorTimeZone::settings(name, utc / 1000);
-    if (!session.state || (!isAlways && session.zone == zone))
+    const bool isRead = session.isDoorKnown && model->database()->failures() == failures;
+    if (!session.state || !isRead || (!isAlways && session.zone == zone))
         return;
     session.zone = zone;
     sendCommand(session.device, CLockTime{utc, zone});
@@ -279,7 +305,9 @@ void CDoorController::Private::come(CDeviceId device)
 {
     leave(device);
     auto session = std::make_unique<Session>(device);
-    session->accessPoint = doorOf(device);
+    const std::optional<CItemId> accessPoint = doorOf(device);
+    session->accessPoint = accessPoint.value_or(CItemId());
+    session->isDoorKnown = accessPoint.has_value();
     sessions[device.value()] = std::move(session);
     markDirty(device);
 }
@@ -288,6 +316,7 @@ void CDoorController::Private::leave(CDeviceId device)
 {
     sessions.erase(device.value());
     dirty.removeAll(device);
+    unread.removeAll(device);
     for (auto entry = waiting.begin(); entry != waiting.end();) {
         if (entry->device != device) {
             ++entry;
@@ -367,7 +396,7 @@ void CDoorController::Private::takeState(Session& session, const CLockState& sta
         if (const auto reminder = CEventIntake::reminder(state, session.stored))
             sendCommand(device, *reminder);
         // Whether a device without a door has a list to be taken away is known now.
-        if (session.accessPoint == CItemId() && !state.revision.isEmpty())
+        if (session.isDoorKnown && session.accessPoint == CItemId() && !state.revision.isEmpty())
             markDirty(device);
     }
     noteRevision(device, state.revision);
@@ -407,9 +436,11 @@ void CDoorController::Private::takeAsk(Session& session, const CLockAsk& ask)
 void CDoorController::Private::takeEvents(CDeviceId device, const CLockEvents& message)
 {
     Session* session = find(device);
-    const DoorEventStore::Result result = events.take(device, session->accessPoint, message);
+    DoorEventStore::Result result;
+    if (session->isDoorKnown)
+        result = events.take(device, session->accessPoint, message);
     if (!result.isStored) {
-        // The database is busy: once more with the next tick. What does not fit the device sends again.
+        // The database is busy or away: once more with the next tick. What does not fit the device sends again.
         if (session->waiting.size() < mostWaitingMessages)
             session->waiting.append(message);
         return;
@@ -591,7 +622,14 @@ CDoorController::CDoorController(CSqlAccessControl* model, CAuditTrail* trail, I
     connect(&d->compileTimer, &QTimer::timeout, this, [this] { d->compileSome(); });
     connect(&d->tickTimer, &QTimer::timeout, this, [this] { d->tick(); });
     connect(&d->storeTimer, &QTimer::timeout, this, [this] { d->storeRevisions(); });
+    connect(&d->unreadTimer, &QTimer::timeout, this, [this] {
+        const QVector<CDeviceId> devices = std::exchange(d->unread, {});
+        for (const CDeviceId device : devices)
+            d->markDirty(device);
+    });
     d->compileTimer.setInterval(0);
+    d->unreadTimer.setSingleShot(true);
+    d->unreadTimer.setInterval(unreadMs);
     d->storeTimer.setSingleShot(true);
     d->storeTimer.setInterval(storeMs);
     d->tickTimer.start(tickMs);
@@ -621,7 +659,7 @@ CDoorController::Status CDoorController::status(CDeviceId device) const
     status.device = device;
     const Private::Session* session = d->find(device);
     if (!session) {
-        status.accessPoint = d->doorOf(device);
+        status.accessPoint = d->doorOf(device).value_or(CItemId());
         status.revision = d->notedRevision(device);
         status.fault = QStringLiteral("not linked");
         return status;

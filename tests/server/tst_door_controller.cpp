@@ -151,6 +151,7 @@ class DoorControllerTest : public QObject
 
 private Q_SLOTS:
     void aCardAtADoor();
+    void theModelCannotBeRead();
     void onlineAccess();
     void aTransferThatBreaksOffAnywhere();
     void eventsOverRestartsOfEitherSide();
@@ -209,6 +210,36 @@ void DoorControllerTest::aCardAtADoor()
     QVERIFY(b.model.deleteDevice(front.toLabel()));
     b.wire.settle();
     QVERIFY(!b.wire.present(b.uid).isAllowed);
+}
+
+// A device that comes meanwhile keeps what it has, and a change is made up for by itself.
+void DoorControllerTest::theModelCannotBeRead()
+{
+    if (DatabasePlaces::onPostgres())
+        QSKIP("a file is simply moved away");
+    Building b;
+    b.model.addAccessRight(b.user, b.door, {});
+    b.wire.link();
+    b.wire.settle();
+    QVERIFY(b.wire.present(b.uid).isAllowed);
+    b.wire.settle();
+    const QString path = b.model.database()->location();
+    QVERIFY(QFile::rename(path, path + ".away"));
+    QVERIFY(b.model.createUser({{"label", "Bob"}}) <= CItemId() && b.model.database()->isAway());
+    b.wire.unlink();
+    b.wire.link();
+    b.wire.settle();
+    QVERIFY(b.wire.present(b.uid).isAllowed);
+    b.wire.settle();
+    QVERIFY(!b.controller->status(front).isUpToDate && !b.controller->status(front).fault.isEmpty());
+    QVERIFY(QFile::rename(path + ".away", path));
+    QTRY_VERIFY((b.wire.settle(), b.controller->status(front).isUpToDate));
+    QCOMPARE(b.controller->status(front).accessPoint, b.door);
+    QVERIFY(b.wire.present(b.uid).isAllowed);
+    CAuditTrail::Filter ofDoor;
+    ofDoor.accessPoint = b.door;
+    ofDoor.kinds = {AuditKind::Granted};
+    QTRY_COMPARE((b.wire.settle(), b.trail->events(ofDoor).size()), 3);
 }
 
 void DoorControllerTest::onlineAccess()
