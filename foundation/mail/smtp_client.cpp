@@ -4,6 +4,8 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QPointer>
 #include <QtCore/QTimerEvent>
 #include <QtCore/QUrl>
@@ -45,7 +47,8 @@ const CSmtpClient::Step CSmtpClient::steps[] = {
     {AuthLogin,        Event::Data,      "334", "AUTH LOGIN",       &CSmtpClient::sendLoginName},
     {LoginName,        Event::Data,      "334", "user name",        &CSmtpClient::sendLoginPassword},
     {LoginPassword,    Event::Data,      "235", "authentication",   &CSmtpClient::sendSender},
-    {TokenLogin,       Event::Data,      "235", "authentication",   &CSmtpClient::sendSender},
+    {TokenLogin,       Event::Data,      "",    "authentication",   &CSmtpClient::takeTokenAnswer},
+    {TokenRefused,     Event::Data,      "235", "authentication",   &CSmtpClient::sendSender},
     {Sender,           Event::Data,      "250", "sender",           &CSmtpClient::sendRecipient},
     {Recipients,       Event::Data,      "250", "recipients",       &CSmtpClient::sendDataCommand},
     {DataCommand,      Event::Data,      "354", "DATA",             &CSmtpClient::sendMessage},
@@ -263,6 +266,37 @@ CSmtpClient::State CSmtpClient::sendToken()
 {
     sendData("AUTH XOAUTH2 " + tokenCredentials() + "\r\n");
     return TokenLogin;
+}
+
+CSmtpClient::State CSmtpClient::takeTokenAnswer()
+{
+    const QString reply = m_rxLines.last();
+    if (reply.startsWith(QLatin1String("235")))
+        return sendSender();
+    if (!reply.startsWith(QLatin1String("334")))
+        return fail(QCoreApplication::translate("@default", "Server (%1)").arg(harmless(reply)));
+    // The refusal's details; the refusal itself comes when these were acknowledged.
+    m_cause = tokenFault(reply.mid(4));
+    sendData("\r\n");
+    return TokenRefused;
+}
+
+// What a server says of a token that it does not take: a JSON object in Base64, whose "status" is that of HTTP.
+QString CSmtpClient::tokenFault(const QString& details) const
+{
+    const QByteArray json = QByteArray::fromBase64(details.trimmed().toLatin1());
+    const QJsonObject object = QJsonDocument::fromJson(json).object();
+    const QString status = harmless(object.value(QLatin1String("status")).toVariant().toString());
+    const QString scope = harmless(object.value(QLatin1String("scope")).toString());
+    QString fault = status == QLatin1String("400")   ? QStringLiteral("the token is not one for sending mail")
+                    : status == QLatin1String("401") ? QStringLiteral("the token is wrong or has expired")
+                    : status == QLatin1String("403") ? QStringLiteral("the token does not permit sending mail")
+                                                     : QStringLiteral("the token is refused");
+    if (!status.isEmpty())
+        fault += QStringLiteral(", status %1").arg(status);
+    if (!scope.isEmpty())
+        fault += QStringLiteral(", needed is the scope %1").arg(scope);
+    return fault;
 }
 
 CSmtpClient::State CSmtpClient::sendLoginName()

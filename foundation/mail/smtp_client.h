@@ -69,8 +69,9 @@ public:
     /// Why a list of recipients as a person typed it is refused, for example "\"bad\" is no mail address"; empty when
     /// each has the form `local@domain`. Runs are less strict: they leave it to the server what an address is.
     static QString addressFault(const QString& addresses);
-    /// What the system says about the connection that could not be made or was lost in the last run, for example that
-    /// the host was not found; empty when the run ended otherwise. A run's error does not name it.
+    /// What the run's error does not name: what the system says about the connection that could not be made or was lost
+    /// in the last run, for example that the host was not found, or why the provider refused the token. Empty when the
+    /// run ended otherwise.
     QString connectionFault() const { return m_cause; }
 
 Q_SIGNALS:
@@ -106,6 +107,7 @@ private:
         LoginName,
         LoginPassword,
         TokenLogin,
+        TokenRefused,
         Sender,
         Recipients,
         DataCommand,
@@ -125,6 +127,8 @@ private:
     State sendPlainCredentials();
     QByteArray tokenCredentials() const;
     State sendToken();
+    State takeTokenAnswer();
+    QString tokenFault(const QString& details) const;
     State sendLoginName();
     State sendLoginPassword();
     State sendSender();
