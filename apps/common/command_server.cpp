@@ -18,7 +18,8 @@
 
 namespace {
 
-constexpr int mostColumns = 100000; // of a terminal, or rows
+constexpr int mostColumns = 100000;       // of a terminal, or rows
+constexpr qint64 readAhead = 1024 * 1024; // bytes
 constexpr int probeMs = 1000;
 constexpr int drainMs = 2000;
 constexpr int drainStepMs = 10;
@@ -56,6 +57,7 @@ CommandClient::CommandClient(QLocalSocket* socket, QObject* parent)
     , m_user(PeerUser::of(*socket))
 {
     socket->setParent(this);
+    socket->setReadBufferSize(readAhead);
     connect(socket, &QLocalSocket::bytesWritten, this, &CommandClient::sentSome);
     connect(socket, &QLocalSocket::readyRead, this, &CommandClient::onReadable);
     connect(socket, &QLocalSocket::disconnected, this, &CommandClient::onGone, Qt::QueuedConnection);
@@ -77,17 +79,23 @@ qint64 CommandClient::unread() const
 
 void CommandClient::onReadable()
 {
-    const QByteArray data = m_socket->readAll();
-    if (data.isEmpty() || m_left)
+    if (m_left) {
+        m_socket->readAll();
         return;
-    if (!m_known) {
+    }
+    if (m_paused)
+        return;
+    const QByteArray data = m_socket->readAll();
+    if (!m_known && !data.isEmpty()) {
         m_known = true;
         m_plain = !data.startsWith('[');
     }
     m_received.add(data);
     QByteArray line;
-    while (!m_left && m_received.take(line))
+    while (!m_left && !m_paused && m_received.take(line))
         take(line);
+    if (m_paused)
+        return;
     if (m_plain && !m_left && m_received.pending() > 0)
         take(m_received.takeRest());
     if (!m_left && m_received.pending() > CommandProtocol::longestMessage) {
@@ -95,6 +103,15 @@ void CommandClient::onReadable()
             QStringLiteral("a command is at most %1 MiB long").arg(CommandProtocol::longestMessage / 1024 / 1024));
         leave(2);
     }
+}
+
+void CommandClient::setPaused(bool isPaused)
+{
+    if (isPaused == m_paused)
+        return;
+    m_paused = isPaused;
+    if (!m_paused)
+        QMetaObject::invokeMethod(this, &CommandClient::onReadable, Qt::QueuedConnection);
 }
 
 void CommandClient::take(const QByteArray& line)

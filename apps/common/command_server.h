@@ -44,6 +44,8 @@ public:
     const PeerUser& user() const { return m_user; }
     /// Bytes that the client has not taken yet.
     qint64 unread() const;
+    /// Takes nothing from the client for a while, who has to wait when it goes on sending.
+    void setPaused(bool isPaused);
 
     void sendLine(const QString& text);
     void sendError(const QString& text);
@@ -97,6 +99,7 @@ private:
     PeerUser m_user;
     int m_columns = 0;
     int m_rows = 0;
+    bool m_paused = false;
     bool m_left = false; // nothing is taken any more
     bool m_gone = false;
 };

@@ -19,6 +19,7 @@ QString userName(unsigned int uid)
 PeerUser PeerUser::of(const QLocalSocket& socket)
 {
     PeerUser user;
+    user.name = QStringLiteral("unknown");
 #ifdef Q_OS_LINUX
     ucred peer{};
     socklen_t size = sizeof(peer);

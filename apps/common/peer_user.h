@@ -13,7 +13,7 @@ struct PeerUser
 {
     bool isKnown = false; ///< false where the system does not say
     unsigned int uid = 0;
-    QString name;
+    QString name; ///< never empty: who is not known is nobody else
 
     static PeerUser of(const QLocalSocket& socket);
 };

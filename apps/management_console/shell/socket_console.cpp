@@ -6,6 +6,22 @@
 
 #include <QtCore/QCoreApplication>
 
+#include <numeric>
+
+namespace {
+
+// So many characters of commands may wait for the one that runs; then the client waits, too.
+constexpr int mostWaiting = CommandProtocol::longestMessage;
+constexpr int wordOverhead = 32; // bytes that a word takes beside its characters
+
+int sizeOf(const QStringList& words)
+{
+    return std::accumulate(words.begin(), words.end(), wordOverhead,
+                           [](int size, const QString& word) { return size + int(word.size()) + wordOverhead; });
+}
+
+} // namespace
+
 ClientDialogue::ClientDialogue(Session& session, CommandClient& client, QObject* parent)
     : QObject(parent)
     , m_client(client)
@@ -36,7 +52,7 @@ ClientDialogue::ClientDialogue(Session& session, CommandClient& client, QObject*
     connect(&m_runner, &CommandRunner::leaveWanted, this, [this] { m_leaving = true; });
     connect(&m_runner, &CommandRunner::finished, this, [this](int code) {
         if (m_leaving) {
-            m_waiting.clear();
+            forgetWaiting();
             m_client.leave(code);
         } else {
             m_client.sendCode(code);
@@ -68,15 +84,20 @@ void ClientDialogue::redraw(const QStringList& texts)
 
 void ClientDialogue::add(const QStringList& words)
 {
-    m_waiting.append(words);
+    m_waiting.push_back(words);
+    m_waitingSize += sizeOf(words);
+    m_client.setPaused(m_waitingSize > mostWaiting);
     if (!m_runner.isRunning())
         runNext();
 }
 
 void ClientDialogue::runNext()
 {
-    while (!m_runner.isRunning() && !m_waiting.isEmpty()) {
-        const QStringList words = m_waiting.takeFirst();
+    while (!m_runner.isRunning() && !m_waiting.empty()) {
+        const QStringList words = m_waiting.front();
+        m_waiting.pop_front();
+        m_waitingSize -= sizeOf(words);
+        m_client.setPaused(m_waitingSize > mostWaiting);
         if (words.isEmpty())
             m_client.sendCode(0); // a blank line, a remark
         else
@@ -86,9 +107,15 @@ void ClientDialogue::runNext()
         Q_EMIT idle();
 }
 
-void ClientDialogue::cancelAll()
+void ClientDialogue::forgetWaiting()
 {
     m_waiting.clear();
+    m_waitingSize = 0;
+}
+
+void ClientDialogue::cancelAll()
+{
+    forgetWaiting();
     m_runner.cancel();
 }
 

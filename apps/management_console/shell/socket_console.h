@@ -8,6 +8,8 @@
 
 #include <QtCore/QStringList>
 
+#include <deque>
+
 /// The conversation with one client: its commands run one after the other, beside those of other clients, and what they
 /// say goes to it alone. When the client goes its command ends.
 class ClientDialogue : public QObject, private Output
@@ -40,11 +42,13 @@ private:
 
     void add(const QStringList& words);
     void runNext();
+    void forgetWaiting();
 
     CommandClient& m_client;
     ClientFiles m_files; // before what uses it
     CommandRunner m_runner;
-    QVector<QStringList> m_waiting;
+    std::deque<QStringList> m_waiting;
+    int m_waitingSize = 0; // characters in those
     bool m_leaving = false;
 };
 
