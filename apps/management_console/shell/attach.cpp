@@ -10,6 +10,7 @@
 #include "shell/offered_files.h"
 #include "shell/screen.h"
 #include "shell/terminal.h"
+#include "shell/terminal_signals.h"
 
 #include <foundation/cli/abstract_cli.h>
 #include <foundation/cli/standard_io_handler.h>
@@ -52,6 +53,7 @@ public:
             connect(m_editor.data(), &LineEditor::completionWanted, this,
                     [this](const QString& text) { send("complete", text); });
         }
+        connect(TerminalSignals::instance(), &TerminalSignals::resized, this, &AttachClient::sendSize);
         // Two signs of life may be missed, which takes all of the time: a tool that was stopped for a moment, or a
         // client whose own output waits for its reader, is not dead.
         connect(&m_signs, &QTimer::timeout, this, &AttachClient::onTick);

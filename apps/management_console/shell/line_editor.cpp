@@ -1,173 +1,30 @@
 #include "shell/line_editor.h"
 
+#include "shell/choices.h"
 #include "shell/command_words.h"
+#include "shell/line_keys.h"
 #include "shell/terminal.h"
+#include "shell/terminal_signals.h"
 
 #include <foundation/core/environment_variable.h>
 
-#include <QtCore/QDir>
-#include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtCore/QSocketNotifier>
 
-#include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <cstring>
-#include <fcntl.h>
 #include <histedit.h>
 #include <unistd.h>
+
+using namespace LineKeys;
 
 namespace {
 
 constexpr int mostHistory = LineHistory::mostLines;
-constexpr int mostChoices = 200; // that are shown for one Tab
-constexpr int longestKey = 64;   // of a sequence; what is longer is none
 
-constexpr char ctrlC = 3;
-constexpr char ctrlD = 4;
-constexpr char ctrlG = 7;
-constexpr char backspace = 8;
-constexpr char ctrlR = 18;
-constexpr char ctrlU = 21;
-constexpr char escape = 27;
-constexpr char rubout = 127;
-
-// Written to by signal handlers: the window has another size, the process goes on after it was stopped.
-int signalPipe[2] = {-1, -1};
-
-void onTerminalSignal(int number)
+// The library takes a change in the middle of such a line for one of as many columns as characters.
+bool hasUnevenWidth(const QString& text)
 {
-    const int error = errno;
-    const char byte = number == SIGWINCH ? 'w' : 'c';
-    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
-    errno = error;
-}
-
-bool catchTerminalSignals()
-{
-    if (signalPipe[0] >= 0)
-        return true;
-    if (::pipe(signalPipe) != 0)
-        return false;
-    for (const int descriptor : signalPipe) {
-        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
-        ::fcntl(descriptor, F_SETFL, O_NONBLOCK);
-    }
-    struct sigaction action = {};
-    action.sa_handler = onTerminalSignal;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(SIGWINCH, &action, nullptr);
-    ::sigaction(SIGCONT, &action, nullptr);
-    return true;
-}
-
-bool isControl(char byte)
-{
-    return quint8(byte) < 0x20 || byte == rubout;
-}
-
-// How many bytes a character has that begins so; 1 for a byte that begins none.
-int bytesOfCharacter(char first)
-{
-    const auto byte = quint8(first);
-    return byte < 0xC0 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
-}
-
-// The length of the key that the bytes begin with: one control character, an escape sequence, or characters that are
-// inserted. 0: its rest has not come.
-int keyLength(const QByteArray& bytes)
-{
-    const char first = bytes.at(0);
-    if (first == escape) {
-        if (bytes.size() < 2)
-            return 0;
-        if (bytes.at(1) != '[' && bytes.at(1) != 'O')
-            return 1 + qMin(bytesOfCharacter(bytes.at(1)), int(bytes.size()) - 1);
-        for (int i = 2; i < bytes.size(); ++i) {
-            if (quint8(bytes.at(i)) >= 0x40 || isControl(bytes.at(i)))
-                return i + 1;
-            if (i > longestKey)
-                return i;
-        }
-        return 0;
-    }
-    if (isControl(first))
-        return 1;
-    int length = 0;
-    while (length < bytes.size() && !isControl(bytes.at(length))) {
-        const int next = length + bytesOfCharacter(bytes.at(length));
-        if (next > bytes.size())
-            break;
-        length = next;
-    }
-    return length;
-}
-
-// What the library takes for a key of one byte; others ask it to wait for more, or mean nothing here.
-constexpr char plainKeys[] = "\001\002\004\005\006\010\013\014\016\020\024\025\027\031\177\r\n";
-
-// Keys of several bytes, and those of one that do the same.
-struct Sequence
-{
-    const char* bytes; // without the escape
-    const char* key;
-};
-constexpr Sequence sequences[] = {
-    {"[A", "\020"},     {"OA", "\020"},     {"[B", "\016"},     {"OB", "\016"},   {"[C", "\006"},   {"OC", "\006"},
-    {"[D", "\002"},     {"OD", "\002"},     {"[H", "\001"},     {"OH", "\001"},   {"[1~", "\001"},  {"[7~", "\001"},
-    {"[F", "\005"},     {"OF", "\005"},     {"[4~", "\005"},    {"[8~", "\005"},  {"[3~", "\004"},  {"[1;5C", "\033f"},
-    {"[1;3C", "\033f"}, {"[1;5D", "\033b"}, {"[1;3D", "\033b"}, {"f", "\033f"},   {"b", "\033b"},   {"d", "\033d"},
-    {"u", "\033u"},     {"l", "\033l"},     {"c", "\033c"},     {"\177", "\027"}, {"\010", "\027"},
-};
-
-// The key as the library knows it; empty when it means nothing.
-QByteArray knownKey(const QByteArray& key)
-{
-    if (key.at(0) != escape)
-        return !isControl(key.at(0)) || (key.at(0) != 0 && std::strchr(plainKeys, key.at(0))) ? key : QByteArray();
-    for (const Sequence& sequence : sequences) {
-        if (key.mid(1) == sequence.bytes)
-            return sequence.key;
-    }
-    return {};
-}
-
-QString commonBegin(const QStringList& words)
-{
-    QString common = words.constFirst();
-    for (const QString& word : words) {
-        int length = 0;
-        while (length < common.size() && length < word.size() && common.at(length) == word.at(length))
-            ++length;
-        common.truncate(length);
-    }
-    if (!common.isEmpty() && common.at(common.size() - 1).isHighSurrogate())
-        common.chop(1);
-    return common;
-}
-
-// Names of files that begin so; those of folders end in "/".
-QStringList filesThatBeginWith(const QString& text)
-{
-    const int slash = int(text.lastIndexOf(QLatin1Char('/'))) + 1;
-    const QString typedFolder = text.left(slash);
-    QString folder = typedFolder;
-    if (folder == QLatin1String("~/") || folder.startsWith(QLatin1String("~/")))
-        folder.replace(0, 1, QDir::homePath());
-    const QString name = text.mid(slash);
-    QDir::Filters filters = QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot;
-    if (name.startsWith(QLatin1Char('.')))
-        filters |= QDir::Hidden;
-    QStringList found;
-    const QFileInfoList entries =
-        QDir(folder.isEmpty() ? QStringLiteral(".") : folder).entryInfoList(filters, QDir::Name);
-    for (const QFileInfo& entry : entries) {
-        if (entry.fileName().startsWith(name) && Terminal::printable(entry.fileName()) == entry.fileName())
-            found.append(folder + entry.fileName() + (entry.isDir() ? QStringLiteral("/") : QString()));
-    }
-    return found;
+    return Terminal::width(text) != text.size();
 }
 
 } // namespace
@@ -193,10 +50,8 @@ LineEditor::LineEditor(const QString& prompt, const QString& historyFile, QObjec
     m_input = std::make_unique<QSocketNotifier>(0, QSocketNotifier::Read);
     m_input->setEnabled(false);
     connect(m_input.get(), &QSocketNotifier::activated, this, &LineEditor::onReadable);
-    if (catchTerminalSignals()) {
-        m_signals = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
-        connect(m_signals.get(), &QSocketNotifier::activated, this, &LineEditor::onSignal);
-    }
+    connect(TerminalSignals::instance(), &TerminalSignals::resized, this, &LineEditor::onResized);
+    connect(TerminalSignals::instance(), &TerminalSignals::continued, this, &LineEditor::onContinued);
 }
 
 LineEditor::~LineEditor()
@@ -314,22 +169,29 @@ bool LineEditor::clearLine()
     return true;
 }
 
-void LineEditor::onSignal()
+void LineEditor::onContinued()
 {
-    char bytes[64];
-    const ssize_t count = ::read(signalPipe[0], bytes, sizeof bytes);
-    if (count <= 0 || m_state == State::Idle)
+    if (m_state == State::Idle)
         return;
-    if (std::find(bytes, bytes + count, 'c') != bytes + count) {
-        // Whoever had the terminal meanwhile may have changed it.
-        el_wset(m_editor, EL_PREP_TERM, 0);
-        el_wset(m_editor, EL_PREP_TERM, 1);
-        refresh();
+    // Whoever had the terminal meanwhile may have changed it.
+    el_wset(m_editor, EL_PREP_TERM, 0);
+    el_wset(m_editor, EL_PREP_TERM, 1);
+    refresh();
+}
+
+void LineEditor::onResized()
+{
+    if (m_state == State::Idle)
         return;
-    }
     m_columns = Terminal::size().columns;
     erase();
     el_resize(m_editor);
+    refresh();
+}
+
+void LineEditor::showAnew()
+{
+    erase();
     refresh();
 }
 
@@ -349,19 +211,12 @@ void LineEditor::processKeys()
 {
     m_keysPending = false;
     const QPointer<LineEditor> self(this);
-    QByteArray key;
-    while (self && m_state != State::Idle && takeKey(key))
+    while (self && m_state != State::Idle) {
+        const QByteArray key = LineKeys::take(m_received);
+        if (key.isEmpty())
+            return;
         handleKey(key);
-}
-
-bool LineEditor::takeKey(QByteArray& key)
-{
-    const int length = m_received.isEmpty() ? 0 : keyLength(m_received);
-    if (length == 0)
-        return false;
-    key = m_received.left(length);
-    m_received.remove(0, length);
-    return true;
+    }
 }
 
 void LineEditor::handleKey(const QByteArray& key)
@@ -387,7 +242,7 @@ void LineEditor::handleKey(const QByteArray& key)
     } else if (!isControl(first) && key.size() > 1) {
         insert(QString::fromUtf8(key));
     } else {
-        const QByteArray known = knownKey(key);
+        const QByteArray known = LineKeys::known(key);
         // Delete at the end of a line is not the end of the input.
         if (!known.isEmpty() && (key.at(0) != escape || known.at(0) != ctrlD || cursor() < typed().size()))
             feed(known);
@@ -470,12 +325,13 @@ void LineEditor::feed(const QByteArray& key)
     m_keys.clear();
     if (line && count > 0 && line[count - 1] == L'\n')
         finishLine(QString::fromWCharArray(line, count - 1));
+    else if (hasUnevenWidth(typed()))
+        showAnew();
 }
 
 void LineEditor::finishLine(QString line)
 {
     end();
-    m_listed.clear();
     line.remove(QChar(0));
     const int known = int(m_history.lines().size());
     m_history.add(line);
@@ -593,31 +449,6 @@ void LineEditor::insertCompletion(int place, const QString& word, bool isWhole)
     setTyped(line.left(place) + text + line.mid(end), place + int(text.size()));
 }
 
-void LineEditor::showChoices(const QStringList& words)
-{
-    const int columns = m_columns > 0 ? m_columns : 80;
-    int width = 1;
-    for (const QString& word : words.mid(0, mostChoices))
-        width = qMax(width, qMin(Terminal::width(word), columns - 2));
-    const int across = qMax(1, columns / (width + 2));
-    const int shown = qMin(int(words.size()), mostChoices);
-    const int down = (shown + across - 1) / across;
-    QStringList lines;
-    for (int row = 0; row < down; ++row) {
-        QString line;
-        for (int i = row; i < shown; i += down) {
-            const QString word = Terminal::cut(words.at(i), width);
-            line += word;
-            if (i + down < shown)
-                line += QString(width + 2 - Terminal::width(word), QLatin1Char(' '));
-        }
-        lines.append(line);
-    }
-    if (shown < words.size())
-        lines.append(QStringLiteral("and %1 more").arg(words.size() - shown));
-    writeLine(lines.join(QLatin1Char('\n')));
-}
-
 void LineEditor::complete(const QString& text, const Completion& completion)
 {
     if (m_state != State::Typing || typed().left(cursor()) != text)
@@ -636,5 +467,5 @@ void LineEditor::complete(const QString& text, const Completion& completion)
     const QString common = commonBegin(words);
     if (common.size() > begin.word.size())
         return insertCompletion(begin.place, common, false);
-    showChoices(words);
+    writeLine(choicesInColumns(words, m_columns).join(QLatin1Char('\n')));
 }

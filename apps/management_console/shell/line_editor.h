@@ -67,9 +67,9 @@ private:
     void begin(State state);
     void end();
     void onReadable();
-    void onSignal();
+    void onResized();
+    void onContinued();
     void processKeys();
-    bool takeKey(QByteArray& key);
     void handleKey(const QByteArray& key);
     void handleHidden(const QByteArray& key);
     bool handleSearch(const QByteArray& key);
@@ -84,9 +84,9 @@ private:
     void setTyped(const QString& text, int cursor);
     void erase();
     void refresh();
+    void showAnew();
     void insert(const QString& text);
     void insertCompletion(int place, const QString& word, bool isWhole);
-    void showChoices(const QStringList& words);
     int shownRow() const;
 
     editline* m_editor;
@@ -95,7 +95,6 @@ private:
     std::wstring m_prompt;
     std::wstring m_shownPrompt;
     std::unique_ptr<QSocketNotifier> m_input;
-    std::unique_ptr<QSocketNotifier> m_signals;
     State m_state = State::Idle;
     QByteArray m_received;      // keys that were not taken yet
     std::deque<wchar_t> m_keys; // of the key that the editor takes
@@ -103,7 +102,6 @@ private:
     QString m_before;           // the line before the search
     QString m_pattern;          // what is searched
     int m_found = -1;           // line of the history
-    QString m_listed;           // the text for which Tab was pressed last
     int m_columns = 0;
     bool m_keysPending = false;
 };

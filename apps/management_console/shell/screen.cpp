@@ -1,6 +1,7 @@
 #include "shell/screen.h"
 
 #include "shell/terminal.h"
+#include "shell/terminal_signals.h"
 
 #include <foundation/cli/abstract_cli.h>
 
@@ -15,6 +16,16 @@ Screen::Screen(CAbstractCli& cli, const QString& prompt)
             write(one.text, one.isError);
         Q_EMIT paged();
     });
+    connect(TerminalSignals::instance(), &TerminalSignals::continued, this, &Screen::showAgain);
+}
+
+// Whoever had the terminal meanwhile has written below it.
+void Screen::showAgain()
+{
+    const QStringList live = m_live;
+    m_live.clear();
+    if (!live.isEmpty())
+        show(live);
 }
 
 void Screen::write(const QString& text, bool isError)
@@ -74,18 +85,22 @@ void Screen::show(const QStringList& texts)
 {
     const Terminal::Size size = Terminal::size();
     m_live = size.rows > 1 ? QStringList(texts.mid(0, size.rows - 1)) : texts;
-    QStringList cut;
-    for (const QString& text : qAsConst(m_live))
-        cut.append(Terminal::cut(text, size.columns > 1 ? size.columns - 1 : 0));
-    Terminal::show(cut.join(QLatin1Char('\n')));
+    for (QString& text : m_live)
+        text = Terminal::cut(text, size.columns > 1 ? size.columns - 1 : 0);
+    Terminal::show(m_live.join(QLatin1Char('\n')));
 }
 
 void Screen::clear()
 {
     if (m_live.isEmpty())
         return;
-    if (m_live.size() > 1)
-        Terminal::show(QStringLiteral("\r\033[%1A\033[J").arg(m_live.size() - 1));
+    // A window that has become narrower has wrapped them.
+    const int columns = Terminal::size().columns;
+    int rows = 0;
+    for (const QString& text : qAsConst(m_live))
+        rows += columns > 0 ? qMax(1, (Terminal::width(text) + columns - 1) / columns) : 1;
+    if (rows > 1)
+        Terminal::show(QStringLiteral("\r\033[%1A\033[J").arg(rows - 1));
     else
         Terminal::clearLine();
     m_live.clear();

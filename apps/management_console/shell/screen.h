@@ -40,6 +40,7 @@ Q_SIGNALS:
 private:
     void write(const QString& text, bool isError);
     void show(const QStringList& texts);
+    void showAgain();
     void clear();
 
     struct Held

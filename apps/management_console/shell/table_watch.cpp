@@ -24,7 +24,7 @@ void TableWatch::look()
         return;
     m_shown = lines;
     QStringList shown = fitting(lines, m_output.rows() - 1, false);
-    shown.append(isoTime(QDateTime::currentDateTime()) + QLatin1String("  (Ctrl+C ends)"));
+    shown.append(QStringLiteral("Last change %1  (Ctrl+C ends)").arg(isoTime(QDateTime::currentDateTime())));
     m_output.redraw(shown);
 }
 
