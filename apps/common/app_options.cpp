@@ -1,5 +1,7 @@
 #include "app_options.h"
 
+#include "spelling.h"
+
 #include <foundation/core/environment_variable.h>
 
 AppOptions::AppOptions(const QString& description, const QByteArray& variablePrefix)
@@ -29,7 +31,7 @@ bool AppOptions::add(const QCommandLineOption& option)
         if (known.name == name)
             return false;
     }
-    m_options.append({name, option.valueName()});
+    m_options.append({name, option.valueName(), option.description()});
     m_parser.addOption(option);
     return true;
 }
@@ -62,10 +64,21 @@ bool AppOptions::parse(const QStringList& arguments)
 {
     // The parser takes the program's name first.
     if (!m_parser.parse(QStringList(QString()) + arguments))
-        setError(m_parser.errorText());
+        setError(m_parser.errorText() + meantOptions());
     else if (!m_anyPositional && !m_parser.isSet(QStringLiteral("help")))
         checkPositional();
     return m_error.isEmpty();
+}
+
+// What was meant by the first one that is unknown.
+QString AppOptions::meantOptions() const
+{
+    QStringList names;
+    for (const Option& option : m_options)
+        names.append(option.name);
+    const QString unknown = m_parser.unknownOptionNames().value(0);
+    const QString meant = unknown.isEmpty() ? QString() : meantWord(unknown, names);
+    return meant.isEmpty() ? QString() : QStringLiteral(" Did you mean --%1?").arg(meant);
 }
 
 void AppOptions::checkPositional()

@@ -50,6 +50,7 @@ public:
     {
         QString name;      ///< without the dashes
         QString valueName; ///< empty: a switch
+        QString description;
     };
     /// In the order in which they were added.
     const QVector<Option>& options() const { return m_options; }
@@ -61,6 +62,7 @@ public:
 private:
     bool add(const QCommandLineOption& option);
     void checkPositional();
+    QString meantOptions() const;
     QByteArray variable(const QString& name) const;
     /// Whether the option's variable decides.
     bool isInEnvironment(const QString& name) const;

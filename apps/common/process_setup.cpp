@@ -2,9 +2,6 @@
 
 #include "common/peer_user.h"
 
-#include <foundation/core/debug.h>
-
-#include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QThread>
@@ -15,56 +12,6 @@
 #    include <fcntl.h>
 #    include <unistd.h>
 #endif
-
-namespace {
-
-constexpr int mostTalkative = 5; // of the log levels
-
-} // namespace
-
-void addLogOptions(AppOptions& options, const QString& defaultLevel, const QString& defaultFile)
-{
-    options.addValue(QStringLiteral("log-level"), QStringLiteral("LEVEL"),
-                     QStringLiteral("DBG, INF, WRN, CRT, FTL or a number from 0 to 5"), defaultLevel);
-    options.addValue(QStringLiteral("log-file"), QStringLiteral("FILE"),
-                     QStringLiteral("a file (\">>\" before its name appends), stderr, stdout or none"), defaultFile);
-    options.addValue(QStringLiteral("log-format"), QStringLiteral("FORM"),
-                     QStringLiteral("text, or json: one object per line"), QStringLiteral("text"));
-}
-
-bool applyLogOptions(AppOptions& options)
-{
-    bool ok = false;
-    const QString level = options.value(QStringLiteral("log-level"));
-    const int number = CDebug::logLevelStringToInt(level, &ok);
-    if (!ok) {
-        options.setError(
-            QStringLiteral("--log-level takes DBG, INF, WRN, CRT, FTL or a number, not \"%1\"").arg(level));
-        return false;
-    }
-    const QString form = options.value(QStringLiteral("log-format"));
-    if (form != QLatin1String("text") && form != QLatin1String("json")) {
-        options.setError(QStringLiteral("--log-format takes text or json, not \"%1\"").arg(form));
-        return false;
-    }
-    CDebug::setJsonLines(form == QLatin1String("json"));
-    qInstallMessageHandler(&CDebug::messageOutput);
-    const QString file = options.value(QStringLiteral("log-file"));
-    if (!CDebug::setMessageOutputFile(file)) {
-        options.setError(QStringLiteral("cannot write the log file \"%1\"").arg(file));
-        return false;
-    }
-    // The lines of a file have the time of day alone. The date is said whatever the level is.
-    const QString target = file.startsWith(QLatin1String(">>")) ? file.mid(2) : file;
-    if (!QStringList{QStringLiteral("none"), QStringLiteral("stderr"), QStringLiteral("stdout"), QStringLiteral("-")}
-             .contains(target)) {
-        const QDateTime now = QDateTime::currentDateTime();
-        CDebug::setLogLevel(mostTalkative);
-        qInfo("The log begins at %s", qUtf8Printable(now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)));
-    }
-    CDebug::setLogLevel(number);
-    return true;
-}
 
 #ifdef Q_OS_WIN
 

@@ -1,15 +1,9 @@
 #pragma once
 
-#include "app_options.h"
-
 #include <QtCore/QObject>
+#include <QtCore/QString>
 
 #include <functional>
-
-/// The logging options that every tool has: --log-level, --log-file and --log-format.
-void addLogOptions(AppOptions& options, const QString& defaultLevel, const QString& defaultFile);
-/// Installs the message handler as the options say. False with an error in `options`.
-bool applyLogOptions(AppOptions& options);
 
 enum class Termination
 {

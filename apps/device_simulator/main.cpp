@@ -1,5 +1,6 @@
 // kyr_device_simulator: plays devices of the system, for trying out and testing applications without any hardware.
 #include "common/app_options.h"
+#include "common/log_setup.h"
 #include "common/process_setup.h"
 #include "simulator.h"
 

@@ -1,6 +1,7 @@
 // kyr_console: finds, serves and manages the devices of an installation.
 #include "commands/command_table.h"
 #include "common/app_options.h"
+#include "common/log_setup.h"
 #include "common/process_setup.h"
 #include "monitoring/service_manager.h"
 #include "server/open_model.h"
@@ -9,6 +10,7 @@
 #include "shell/console.h"
 #include "shell/find_console.h"
 #include "shell/global_options.h"
+#include "shell/help_text.h"
 #include "shell/line_editor.h"
 #include "shell/session.h"
 #include "shell/socket_console.h"
@@ -101,7 +103,9 @@ int run(int argc, char** argv)
         return failed(options.error());
     const QStringList command = options.positional();
     if (options.isSet(QStringLiteral("help"))) {
-        std::printf("%s\n", qUtf8Printable(options.help(QStringLiteral("kyr_console"))));
+        const QStringList lines = options.help(QStringLiteral("kyr_console")).split(QLatin1Char('\n'));
+        for (const QString& line : wrappedHelp(lines, Terminal::size().columns))
+            std::puts(qUtf8Printable(line));
         return 0;
     }
     if (options.isSet(QStringLiteral("version"))) {

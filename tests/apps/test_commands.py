@@ -1,6 +1,7 @@
 """The console's commands on the installation in memory, on files and on mail servers."""
 
 import csv
+import datetime
 import email
 import email.policy
 import json
@@ -10,6 +11,7 @@ import ssl
 import struct
 import subprocess
 import tempfile
+import time
 import unittest
 import zlib
 
@@ -96,9 +98,39 @@ class Commands(unittest.TestCase):
                 broken.write(os.urandom(1000))
             code, out, _ = console("firmware", f"{where}/firmware", "--json")
             self.assertEqual((code, json.loads(out)["faultless"], len(json.loads(out)["parts"])), (1, False, 1))
+            # What a spreadsheet would take for a formula, in any table.
+            lines = "doors add =1+1\ndoors add -- -5\ndoors --csv - --columns label --sort id"
+            self.assertEqual(console(stdin=lines + " --csv-guard")[1].splitlines()[-2:], ["'=1+1", "-5"])
+            self.assertEqual(console(stdin=lines)[1].splitlines()[-2:], ["=1+1", "-5"])
         code, out, error = console("users", "--columns", "label,flat")
         self.assertEqual((code, out, 'no column "flat"' in error), (2, "", True))
         self.assertEqual(console("users", "--json", "--csv", "-")[0], 2)
+
+    def test_json(self):
+        """What is no table is an object; the last line of each command."""
+        with tempfile.TemporaryDirectory() as where:
+            def last(command, code=0):
+                done = console(*command.split(), "--json", cwd=where, database=f"{where}/a.db")
+                self.assertEqual(done[0], code, done)
+                return json.loads(done[1].splitlines()[-1])
+            with open(f"{where}/users.csv", "w", encoding="utf-8") as file:
+                file.write("Name\nAda\n")
+            self.assertEqual(last("users import users.csv --dry-run"), {"added": 1, "changed": 0, "unchanged": 0, "dryRun": True})
+            self.assertEqual(last("users add Ben"), 1)
+            self.assertEqual(last("database fill --users 3 --doors 1 --groups 1"), {"users": 3, "doors": 1, "groups": 1})
+            self.assertEqual(last("database check"), {"location": f"{where}/a.db", "ok": True, "faults": []})
+            self.assertEqual(last("database backup b.db"), {"file": "b.db"})
+            self.assertIn("signature", last("audit head")[0])
+            self.assertEqual(last("audit head --out heads"), {"file": "heads", "heads": 1})
+            self.assertIn("PUBLIC KEY", last("audit key")["publicKey"])
+            self.assertEqual(last("audit export --jsonl trail"), {"file": "trail", "heads": "trail.heads"})
+            self.assertEqual((last("audit retain --days 7"), last("audit erase 1")["erased"] > 0), ({"removed": 0}, True))
+            self.assertEqual(last("mail --queue --to a@example.com --subject x"), {"result": "queued"})
+            with open(f"{where}/password", "w", encoding="utf-8") as file:
+                file.write("correct horse battery\n")
+            self.assertEqual(last("logins add ben Ben --password-file password"), {"name": "ben"})
+            self.assertTrue(last("logins otp ben")["uri"].startswith("otpauth://totp/"))
+            self.assertEqual([call["verb"] for call in last("help groups")["calls"]][:2], ["", "add"])
 
     def test_scripts(self):
         """Lines of a script are told; it may end at the first mistake. Variables that mean nothing are told, too."""
@@ -108,6 +140,9 @@ class Commands(unittest.TestCase):
         code, _, error = console("version", env={"KYR_CONSOLE_LOGFILE": "x", "KYR_CONSOLE_SERVE_PORT": "1"})
         self.assertEqual((code, error.count("\n"), "did you mean KYR_CONSOLE_LOG_FILE?" in error), (0, 1, True))
         self.assertEqual(console("-h")[1], console("--help")[1])
+        for line, told in (("usres", 'did you mean "users"?'), ("users improt", 'did you mean "import"?'), ("users --colums id", "Did you mean --columns?")):
+            code, _, error = console(stdin=line)
+            self.assertEqual((code, error.count("\n"), told in error), (2, 1, True), error)
 
     def test_completion(self):
         """What may follow a word, as a shell asks for it."""
@@ -121,9 +156,11 @@ class Commands(unittest.TestCase):
         self.assertEqual(words("events", "--kind", "den"), ["denied"])
         self.assertEqual(words("doors", "set", "1", "time"), ["timeZone="])
         self.assertEqual(words("codes", "remove", ""), [])
+        self.assertEqual(words("logins", "permit", "anna", "UsersRead", "AccessP"), ["AccessPointsWrite", "AccessPointsRead"])
         self.assertEqual(line("kyr_console users set Cl"), ["words", "Clara\\ Dubois "])
         self.assertEqual(line('kyr_console users set "Cl'), ["words", "Clara Dubois"])
         self.assertEqual(line("kyr_console users import /et"), ["files "])
+        self.assertEqual(line("kyr_console --database=/et"), ["files --database="])
         if shutil.which("bash"):
             script = 'source <("$0" completion bash); COMP_LINE="x --database memory media give Dav" COMP_POINT=33 ' \
                      'COMP_WORDS=(x --database memory media give Dav) COMP_CWORD=5; _kyr_console "$0"; printf "%s" "${COMPREPLY[@]}"'
@@ -143,7 +180,7 @@ class Commands(unittest.TestCase):
                 openssl("genpkey", "-algorithm", kind, "-out", f"{kind}.key")
                 openssl("pkey", "-in", f"{kind}.key", "-pubout", "-out", f"{kind}.pem")
             self.assertEqual(run("verify", "fw", "--key", "RSA.pem"),
-                             (1, "", 'firmware verify: "fw" is not signed: cannot read "fw.sig": No such file or directory\n'))
+                             (1, "", 'firmware verify: "fw": not signed: cannot read "fw.sig": No such file or directory\n'))
             for kind, other in (("RSA", "ED25519"), ("ED25519", "RSA")):
                 self.assertEqual(run("sign", "fw", "--key", f"{kind}.key"), (0, "Wrote fw.sig.\n", ""))
                 # The same as other people's tools make.
@@ -163,10 +200,10 @@ class Commands(unittest.TestCase):
     def test_report(self):
         with tempfile.TemporaryDirectory() as where:
             file = f"{where}/users.pdf"
-            code, out, error = console("report", "--users", "33,31", "--pdf", file)
+            code, out, error = console("report", "--users", "33,31", "--pdf", file, "--json")
             if "no report plugin" in error:
                 self.skipTest(error)
-            self.assertEqual((code, error), (0, ""))
+            self.assertEqual((code, json.loads(out), error), (0, {"file": file, "users": 2}, ""))
             with open(file, "rb") as pdf:
                 self.assertEqual(pdf.read(5), b"%PDF-")
             self.assertEqual(console("report", "--users", "33, 31", "--pdf", file)[:2],
@@ -271,6 +308,7 @@ class Commands(unittest.TestCase):
         code, out, _ = console(stdin="discover --wait 20 --port 9\nlog --lines 1 --json\nlog --match nonsense")
         line = json.loads(out)[0]
         self.assertEqual((code, line["level"]), (1, "INF"))
+        self.assertLess(abs(datetime.datetime.fromisoformat(line["time"].replace("Z", "+00:00")).timestamp() - time.time()), 60)
         self.assertTrue(line["text"].startswith("CDeviceDiscovery: Send UDP query"), line)
 
 

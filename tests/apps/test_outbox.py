@@ -18,7 +18,7 @@ from aiosmtpd.controller import Controller
 from test_door import CA, LABELS, TOKEN, Server
 from test_link import certificate
 from test_servers import WHERE, postgresql, psql
-from tools import BUILD, ROOT, WAIT, console, main, simulator
+from tools import BIN, BUILD, ROOT, WAIT, console, main, simulator
 
 MAIL = ("127.0.0.3", 2525)  # a port on which mail begins in plain text
 
@@ -156,8 +156,19 @@ class Lasting(unittest.TestCase):
             self.assertIsNone(watcher.poll())
         device = simulator("--label", LABELS[0], "--call", f"https://127.0.0.1:{first.port}", "--certificate", f"{self.dir}/%1.pem",
                            "--key", f"{self.dir}/%1.key", "--state", f"{self.dir}/state", "--ca", CA)[0]
+        # In a pipe a table that is watched is a line for each row that is new or different.
+        watched = subprocess.Popen([f"{BIN}/kyr_console", "--attach", f"{self.dir}/console.socket", "devices", "--watch", "--json"],
+                                   stdout=subprocess.PIPE, text=True)
+        self.addCleanup(watched.stdout.close)
+        self.addCleanup(watched.wait)
+        self.addCleanup(watched.kill)
         with device:
             self.eventually(lambda: state()["Main"][1] == "linked")
+            lines = [json.loads(watched.stdout.readline())]
+            while lines[-1]["label"] != LABELS[0] or not lines[-1]["upToDate"]:
+                lines.append(json.loads(watched.stdout.readline()))
+            self.assertLess(len(lines), 5)
+            self.assertEqual(self.ask("sync", "--watch", LABELS[0]).splitlines()[-1], f"{LABELS[0]}  Main  true")
             self.assertEqual([row["door"] for row in self.table("devices", "--absent", code=1)], ["Side"])
             # A row is a link to programs that have read this table before.
             self.assertEqual([row["door"] for row in self.table("devices")], ["Main"])
@@ -170,6 +181,10 @@ class Lasting(unittest.TestCase):
             self.assertIn(("Devices", "came"), [(message["params"][0], message["params"][1]["event"]) for message in heard if "params" in message])
         self.assertEqual(console("doors", "assign", "Side", "none", database=self.database)[0], 0)
         self.eventually(lambda: state()["Main"][1] == "absent")
+        while json.loads(watched.stdout.readline()) != {"label": LABELS[0], "gone": True}:
+            pass
+        watched.send_signal(signal.SIGINT)
+        self.assertEqual(watched.wait(WAIT), 0)
         first.__exit__()
         # The next server knows it, too.
         with self.serve():

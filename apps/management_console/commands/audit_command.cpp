@@ -5,7 +5,6 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
 
 #include <memory>
 
@@ -108,7 +107,7 @@ private:
                                      {QStringLiteral("events"), report.events},
                                      {QStringLiteral("faults"), faults},
                                      {QStringLiteral("moreFaults"), report.moreFaults}};
-            output().line(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+            say(QString(), object);
             return done(report.ok() ? 0 : 1);
         }
         for (const CAuditTrail::Fault& fault : report.faults)
@@ -132,8 +131,12 @@ private:
                                                        : found->errorString());
         const QString name = options.value(QStringLiteral("out"));
         if (name.isEmpty()) {
+            QStringList lines;
             for (const AuditHead& one : heads)
-                output().line(QString::fromLatin1(one.toLine()));
+                lines.append(QString::fromLatin1(one.toLine()));
+            // Each is a JSON object already.
+            output().lines(isJson() ? QStringList(QLatin1Char('[') + lines.join(QLatin1Char(',')) + QLatin1Char(']'))
+                                    : lines);
             return done();
         }
         const auto content = [heads](QIODevice& file) {
@@ -141,7 +144,10 @@ private:
                 file.write(one.toLine() + '\n');
             return QString();
         };
-        writeFile(name, content, [this] { done(); });
+        writeFile(name, content, [this, name, count = int(heads.size())] {
+            doneWriting(name, QStringLiteral("Wrote %1 heads to %2.").arg(count).arg(name),
+                        {{QStringLiteral("heads"), count}});
+        });
     }
 
     void key(AppOptions&)
@@ -152,7 +158,8 @@ private:
         const QByteArray pem = found->publicKey();
         if (pem.isEmpty())
             return fail(found->errorString());
-        output().line(QString::fromLatin1(pem.trimmed()));
+        const QString key = QString::fromLatin1(pem.trimmed());
+        say(key, {{QStringLiteral("publicKey"), key}});
         done();
     }
 
@@ -180,7 +187,8 @@ private:
                 return QString();
             };
             writeFile(name + QStringLiteral(".heads"), headLines, [this, name] {
-                doneWriting(name, QStringLiteral("Wrote the trail to %1, its heads to %1.heads.").arg(name));
+                doneWriting(name, QStringLiteral("Wrote the trail to %1, its heads to %1.heads.").arg(name),
+                            {{QStringLiteral("heads"), QString(name + QStringLiteral(".heads"))}});
             });
         });
     }
@@ -198,7 +206,7 @@ private:
         const qint64 removed = found->retain(CDataRetainPeriod(days), QDateTime::currentMSecsSinceEpoch());
         if (removed < 0)
             return fail(found->errorString());
-        output().line(QStringLiteral("Removed %1 events.").arg(removed));
+        say(QStringLiteral("Removed %1 events.").arg(removed), {{QStringLiteral("removed"), removed}});
         done();
     }
 
@@ -215,7 +223,7 @@ private:
         const qint64 erased = found->erase(user);
         if (erased < 0)
             return fail(found->errorString());
-        output().line(QStringLiteral("Erased %1 events.").arg(erased));
+        say(QStringLiteral("Erased %1 events.").arg(erased), {{QStringLiteral("erased"), erased}});
         done();
     }
 };

@@ -141,10 +141,12 @@ private:
         QStringList words = typed;
         const QString last = words.isEmpty() ? QString() : words.takeLast();
         QString database;
+        const auto nameOf = [](const QString& option) {
+            return option.section(QLatin1Char('='), 0, 0).remove(0, option.startsWith(QLatin1String("--")) ? 2 : 1);
+        };
         while (!words.isEmpty() && words.constFirst().startsWith(QLatin1Char('-'))) {
             const QString option = words.takeFirst();
-            const QString name =
-                option.section(QLatin1Char('='), 0, 0).remove(0, option.startsWith(QLatin1String("--")) ? 2 : 1);
+            const QString name = nameOf(option);
             QString value = option.contains(QLatin1Char('=')) ? option.section(QLatin1Char('='), 1) : QString();
             const QString valueName = valueNameOf(global, name);
             if (!valueName.isEmpty() && value.isNull()) {
@@ -156,6 +158,9 @@ private:
                 database = value;
         }
         if (words.isEmpty() && last.startsWith(QLatin1Char('-'))) {
+            const int equals = int(last.indexOf(QLatin1Char('=')));
+            if (equals > 0)
+                return valuesOf(valueNameOf(global, nameOf(last)), last.left(equals + 1));
             Completion found;
             for (const AppOptions::Option& option : global.options()) {
                 const QString text = QLatin1String("--") + option.name;
@@ -179,9 +184,10 @@ private:
         return {};
     }
 
-    static Completion valuesOf(const QString& valueName)
+    static Completion valuesOf(const QString& valueName, const QString& prefix = {})
     {
         Completion found;
+        found.filePrefix = prefix;
         found.files = valueName == QLatin1String("FILE") || valueName == QLatin1String("LOCATION")
                       || valueName == QLatin1String("NAME");
         return found;

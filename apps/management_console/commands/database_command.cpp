@@ -3,6 +3,7 @@
 
 #include <server/model/sql_access_control.h>
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QTemporaryDir>
 
 namespace {
@@ -80,12 +81,17 @@ private:
             return;
         output().progress(QStringLiteral("checking the database"));
         const QStringList faults = installation->database()->check();
-        output().lines(faults);
-        if (!faults.isEmpty())
-            return fail(QStringLiteral("%1 is damaged: %2 faults")
-                            .arg(installation->database()->location())
-                            .arg(faults.size()));
-        output().line(QStringLiteral("%1 is in order.").arg(installation->database()->location()));
+        const QString location = installation->database()->location();
+        const bool isGood = faults.isEmpty();
+        if (isJson() || isGood)
+            say(QStringLiteral("%1 is in order.").arg(location),
+                {{QStringLiteral("location"), location},
+                 {QStringLiteral("ok"), isGood},
+                 {QStringLiteral("faults"), QJsonArray::fromStringList(faults)}});
+        else
+            output().lines(faults);
+        if (!isGood)
+            return fail(QStringLiteral("%1 is damaged: %2 faults").arg(location).arg(faults.size()));
         done();
     }
 
@@ -129,10 +135,13 @@ private:
         trial.groups = options.number(QStringLiteral("groups"), 0, mostGroups);
         if (!options.error().isEmpty())
             return;
-        const QStringList said{QStringLiteral("Added %1 users, %2 doors and %3 groups.")
-                                   .arg(trial.users)
-                                   .arg(trial.doors)
-                                   .arg(trial.groups)};
+        const QStringList said{resultLine(QStringLiteral("Added %1 users, %2 doors and %3 groups.")
+                                              .arg(trial.users)
+                                              .arg(trial.doors)
+                                              .arg(trial.groups),
+                                          {{QStringLiteral("users"), trial.users},
+                                           {QStringLiteral("doors"), trial.doors},
+                                           {QStringLiteral("groups"), trial.groups}})};
         change(
             [&](CSqlAccessControl& model) {
                 return trial.add(model, [this](const QString& text) { output().progress(text); });

@@ -8,6 +8,7 @@
 #include <server/model/sql_access_control.h>
 
 #include <QtCore/QPointer>
+#include <QtCore/QSize>
 #include <QtCore/QTimer>
 
 namespace {
@@ -109,16 +110,16 @@ private:
                       column("door", "Door"),
                       column("user"),
                       column("name", "User"),
+                      column("reason", "Reason"),
+                      column("what", "What"),
                       column("medium"),
                       column("credential", "Credential"),
-                      column("reason", "Reason"),
                       column("serverReason", "Server says"),
                       column("way", "Way"),
                       column("uid", "UID"),
                       column("operator", "Operator"),
                       column("device", "Device"),
                       column("deviceSeq"),
-                      column("what", "What"),
                       column("details")});
     }
 
@@ -192,7 +193,8 @@ private:
                         return QString();
                     };
                     writeFile(file, content, [this, file, count] {
-                        doneWriting(file, QStringLiteral("Wrote %1 events to %2.").arg(count).arg(file));
+                        doneWriting(file, QStringLiteral("Wrote %1 events to %2.").arg(count).arg(file),
+                                    {{QStringLiteral("events"), count}});
                     });
                 });
     }
@@ -201,8 +203,10 @@ private:
     // how wide the next one is.
     void show(const QList<AuditRecord>& events)
     {
-        if (events.isEmpty() && !m_newest.isEmpty())
+        const QSize size(output().columns(), output().rows());
+        if (events.isEmpty() && !m_newest.isEmpty() && (!m_redraws || size == m_shownSize))
             return;
+        m_shownSize = size;
         m_newest = m_redraws ? m_newest + events : events;
         while (m_redraws && m_newest.size() > qMax(followedTail, output().rows()))
             m_newest.removeFirst();
@@ -234,6 +238,7 @@ private:
     QPointer<ReportHelperRun> m_report;
     QMap<qint64, qint64> m_ends;
     QList<AuditRecord> m_newest; // that are shown on a terminal
+    QSize m_shownSize;           // of that terminal
     bool m_redraws = false;
     bool m_isOver = false;
 };

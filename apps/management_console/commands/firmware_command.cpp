@@ -2,7 +2,6 @@
 #include "commands/firmware_signature.h"
 #include "shell/command.h"
 
-#include <QtCore/QJsonDocument>
 #include <QtCore/QTimer>
 
 namespace {
@@ -99,18 +98,28 @@ private:
                     QString fault;
                     bool isFaultless = false;
                     if (!error.isEmpty())
-                        return fail(QStringLiteral("\"%1\" is not signed: %2").arg(name, error));
+                        return conclude(name, QStringLiteral("not signed: %1").arg(error));
                     if (!FirmwareSignature::verify(bytes, signature, key, fault))
-                        return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
+                        return conclude(name, fault);
                     firmwareReport(bytes, &isFaultless);
                     if (!isFaultless)
-                        return fail(QStringLiteral("\"%1\" has faults (see: firmware)").arg(name));
+                        return conclude(name, QStringLiteral("has faults (see: firmware)"));
                     if (hasLeast && !FirmwareSignature::isRecent(bytes, quint32(least), fault))
-                        return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
-                    output().line(QStringLiteral("%1 has no faults and is signed by this key.").arg(name));
-                    done();
+                        return conclude(name, fault);
+                    conclude(name, QString());
                 });
         });
+    }
+
+    void conclude(const QString& name, const QString& fault)
+    {
+        const bool isGood = fault.isEmpty();
+        if (isGood || isJson())
+            say(QStringLiteral("%1 has no faults and is signed by this key.").arg(name),
+                {{QStringLiteral("file"), name}, {QStringLiteral("ok"), isGood}, {QStringLiteral("fault"), fault}});
+        if (!isGood)
+            return fail(QStringLiteral("\"%1\": %2").arg(name, fault));
+        done();
     }
 
     void check(const QString& name, const QByteArray& bytes)
@@ -120,10 +129,7 @@ private:
         QString report = firmwareReport(bytes, &faultless, &json);
         while (report.endsWith(QLatin1Char('\n')))
             report.chop(1);
-        if (isJson())
-            output().line(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
-        else
-            output().lines(report.split(QLatin1Char('\n')));
+        output().lines(resultLine(report, json).split(QLatin1Char('\n')));
         if (!faultless)
             return fail(QStringLiteral("\"%1\" has faults").arg(name));
         done();

@@ -1,5 +1,7 @@
 #include "commands/model_command.h"
 
+#include <QtCore/QJsonArray>
+
 namespace {
 
 class HelpCommand : public Command
@@ -21,12 +23,10 @@ public:
                          {QStringLiteral("summary"), QStringLiteral("What it does")}});
             for (const CommandEntry* entry : session().commands())
                 table.addRow({QString::fromUtf8(entry->name), QString::fromUtf8(entry->summary)});
-            print(table);
-            if (!isJson() && tableOptions().csvFile().isNull())
-                output().lines(
-                    QStringList{QString(), QStringLiteral("`help COMMAND` shows the arguments and options of a "
-                                                          "command. Name items by id or label. To begin:")}
-                    + firstSteps());
+            if (isJson() || !tableOptions().isPlain())
+                print(table);
+            else
+                showOverview(table);
             return done();
         }
         const CommandEntry* entry = session().findCommand(names.constFirst());
@@ -34,8 +34,53 @@ public:
             return fail(QStringLiteral("there is no command \"%1\"").arg(names.constFirst()));
         const std::unique_ptr<Command> command(entry->create(session(), output()));
         const QString help = command->help(QLatin1String(entry->name), QString::fromUtf8(entry->summary));
-        output().lines(help.split(QLatin1Char('\n')));
+        if (isJson())
+            say(QString(), describe(*entry, *command));
+        else
+            showHelp(help);
         done();
+    }
+
+private:
+    // Whole sentences: a table would cut them.
+    void showOverview(const Table& table)
+    {
+        int width = 0;
+        for (int row = 0; row < table.rowCount(); ++row)
+            width = qMax(width, int(table.text(row, 0).size()));
+        QStringList lines;
+        for (int row = 0; row < table.rowCount(); ++row)
+            lines.append(table.text(row, 0).leftJustified(width + 2) + table.text(row, 1));
+        lines +=
+            QStringList{QString(), QStringLiteral("`help COMMAND` tells how one is called; items are named by id or "
+                                                  "label. To begin:")};
+        showHelp((lines + firstSteps()).join(QLatin1Char('\n')));
+    }
+
+    // For programs that call this one.
+    static QJsonObject describe(const CommandEntry& entry, const Command& command)
+    {
+        QJsonArray calls;
+        QStringList verbs;
+        for (const Verb& verb : command.verbs())
+            verbs.append(QLatin1String(verb.name));
+        if (verbs.isEmpty())
+            verbs.append(QString());
+        for (const QString& verb : qAsConst(verbs)) {
+            QStringList arguments = verb.isEmpty() ? QStringList() : QStringList(verb);
+            const std::unique_ptr<AppOptions> options = command.optionsBehind(QLatin1String(entry.name), arguments);
+            QJsonArray described;
+            for (const AppOptions::Option& option : options->options())
+                described.append(QJsonObject{{QStringLiteral("name"), option.name},
+                                             {QStringLiteral("value"), option.valueName},
+                                             {QStringLiteral("description"), option.description}});
+            calls.append(QJsonObject{{QStringLiteral("verb"), verb},
+                                     {QStringLiteral("arguments"), options->positionalSyntax()},
+                                     {QStringLiteral("options"), described}});
+        }
+        return {{QStringLiteral("command"), QLatin1String(entry.name)},
+                {QStringLiteral("summary"), QString::fromUtf8(entry.summary)},
+                {QStringLiteral("calls"), calls}};
     }
 };
 

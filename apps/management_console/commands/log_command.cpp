@@ -1,7 +1,8 @@
+#include "common/log_setup.h"
 #include "shell/command.h"
 #include "shell/terminal.h"
 
-#include <foundation/core/circular_log_buffer.h>
+#include <algorithm>
 
 namespace {
 
@@ -23,23 +24,21 @@ public:
         const int most = options.number(QStringLiteral("lines"), 1, 1000000);
         if (!options.error().isEmpty())
             return;
-        CCircularLogBuffer* buffer = CCircularLogBuffer::getInstanceUsedAsMessageHandler();
-        QStringList lines = QString::fromUtf8(buffer ? buffer->readAll() : QByteArray()).split(QLatin1Char('\n'));
-        lines.removeLast(); // behind the last line feed
-        if (options.isSet(QStringLiteral("match")))
-            lines = lines.filter(options.value(QStringLiteral("match")));
+        const QString wanted = options.value(QStringLiteral("match"));
+        QVector<LogLine> lines = keptLog();
+        lines.erase(std::remove_if(lines.begin(), lines.end(),
+                                   [&wanted](const LogLine& line) { return !line.line.contains(wanted); }),
+                    lines.end());
         lines = lines.mid(qMax(0, int(lines.size()) - most));
         if (!isJson()) {
-            for (const QString& line : qAsConst(lines))
-                output().line(Terminal::printable(line));
+            for (const LogLine& line : qAsConst(lines))
+                output().line(Terminal::printable(line.line));
             return done();
         }
-        // "12:34:56.789 INF text"; lines without that are the rest of a text of several.
         Table table({{QStringLiteral("time"), {}}, {QStringLiteral("level"), {}}, {QStringLiteral("text"), {}}});
-        for (const QString& line : qAsConst(lines)) {
-            const bool whole = line.size() > 17 && line.at(2) == QLatin1Char(':') && line.at(8) == QLatin1Char('.');
-            table.addRow(
-                {whole ? line.left(12) : QString(), whole ? line.mid(13, 3) : QString(), whole ? line.mid(17) : line});
+        for (const LogLine& line : qAsConst(lines)) {
+            const QDateTime time = line.time.toOffsetFromUtc(line.time.offsetFromUtc());
+            table.addRow({line.time.isValid() ? time.toString(Qt::ISODateWithMs) : QString(), line.level, line.text});
         }
         print(table);
         done();

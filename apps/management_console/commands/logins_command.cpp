@@ -86,7 +86,7 @@ private:
         if (!stored)
             return fail(installation->errorString());
         if (m_isNew)
-            output().line(m_login);
+            say(m_login, {{QStringLiteral("name"), m_login}});
         done();
     }
 
@@ -130,8 +130,9 @@ private:
         const QString system = installation->getSystemInfo().value(QStringLiteral("systemName")).toString();
         const auto escaped = [](const QString& text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
         const QString issuer = escaped(system.isEmpty() ? QStringLiteral("Access control") : system);
-        output().line(QStringLiteral("otpauth://totp/%1:%2?secret=%3&issuer=%1&algorithm=SHA1&digits=6&period=30")
-                          .arg(issuer, escaped(login), secret));
+        const QString uri = QStringLiteral("otpauth://totp/%1:%2?secret=%3&issuer=%1&algorithm=SHA1&digits=6&period=30")
+                                .arg(issuer, escaped(login), secret);
+        say(uri, {{QStringLiteral("uri"), uri}});
         done();
     }
 

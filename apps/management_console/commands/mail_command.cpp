@@ -109,9 +109,9 @@ private:
         CMailOutbox* outbox = session().outbox(error);
         if (!outbox || !outbox->queue(m_message, {m_to}, error))
             return fail(error);
-        output().line(session().sendsMail()
-                          ? QStringLiteral("Put into the outbox.")
-                          : QStringLiteral("Put into the outbox. A console that serves with --mail-server sends it."));
+        say(session().sendsMail() ? QStringLiteral("Put into the outbox.")
+                                  : QStringLiteral("Put into the outbox. A console that serves with --mail-server sends it."),
+            {{QStringLiteral("result"), QStringLiteral("queued")}});
         done();
     }
 
@@ -125,7 +125,8 @@ private:
                 const QString cause = m_client->connectionFault();
                 return fail(cause.isEmpty() ? error : QStringLiteral("%1 (%2)").arg(error, cause));
             }
-            output().line(m_check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."));
+            say(m_check ? QStringLiteral("The settings are in order.") : QStringLiteral("Sent."),
+                {{QStringLiteral("result"), m_check ? QStringLiteral("checked") : QStringLiteral("sent")}});
             done();
         });
         output().progress(QStringLiteral("talking to %1").arg(m_server));

@@ -116,7 +116,8 @@ private:
             doneWriting(m_file,
                         QStringLiteral("Wrote a report of %1 %2 to %3.")
                             .arg(m_users.size())
-                            .arg(m_users.size() == 1 ? QStringLiteral("user") : QStringLiteral("users"), m_file));
+                            .arg(m_users.size() == 1 ? QStringLiteral("user") : QStringLiteral("users"), m_file),
+                        {{QStringLiteral("users"), int(m_users.size())}});
         });
     }
 

@@ -2,6 +2,8 @@
 
 #include <server/devices/door_controller.h>
 #include <server/devices/remote_devices.h>
+#include <server/model/model_reader.h>
+#include <server/model/sql_access_control.h>
 
 #include <QtCore/QMap>
 #include <QtCore/QPointer>
@@ -136,15 +138,24 @@ private:
     Table table()
     {
         Table table({{QStringLiteral("label"), QStringLiteral("Label")},
-                     {QStringLiteral("accessPoint"), QStringLiteral("Door")},
+                     {QStringLiteral("accessPoint"), {}},
+                     {QStringLiteral("door"), QStringLiteral("Door")},
                      {QStringLiteral("upToDate"), QStringLiteral("Up to date")},
                      {QStringLiteral("revision"), {}},
                      {QStringLiteral("fault"), QStringLiteral("Fault")}});
+        QList<CItemId> doors;
+        for (const CDeviceId device : qAsConst(m_devices))
+            doors.append(statusOf(device).accessPoint);
+        QString error;
+        const CSqlAccessControl* installation = session().model(error);
+        const QMap<CItemId, QString> names =
+            installation ? CModelReader(installation).labels(doors) : QMap<CItemId, QString>();
         for (const CDeviceId device : qAsConst(m_devices)) {
             const CDoorController::Status status = statusOf(device);
             table.addRow({device.toLabel(),
                           status.accessPoint == CItemId() ? QString() : QString::number(status.accessPoint.value()),
-                          status.isUpToDate, QString::fromLatin1(status.revision), status.fault});
+                          names.value(status.accessPoint), status.isUpToDate, QString::fromLatin1(status.revision),
+                          status.fault});
         }
         return table;
     }

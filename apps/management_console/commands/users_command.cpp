@@ -39,8 +39,6 @@ private:
         options.addValue(
             QStringLiteral("csv"), QStringLiteral("FILE"),
             QStringLiteral("write the users to a CSV file, with all properties unless --columns is given"));
-        options.addSwitch(QStringLiteral("csv-guard"),
-                          QStringLiteral("put an apostrophe before texts that a spreadsheet would take for formulas"));
         ListOptions::add(options);
     }
 
@@ -65,13 +63,13 @@ private:
         QString mistake;
         if (!sortRows(Table(columns), page.rows, mistake))
             return options.setError(mistake);
-        writeCsv(page, tableOptions().csvFile(), options.isSet(QStringLiteral("csv-guard")));
+        writeCsv(page, tableOptions().csvFile());
     }
 
-    void writeCsv(const CModelReader::Page& page, const QString& name, bool isGuarded)
+    void writeCsv(const CModelReader::Page& page, const QString& name)
     {
         output().progress(QStringLiteral("writing %1 rows").arg(page.rows.size()));
-        const auto content = [page, isGuarded](QIODevice& file) {
+        const auto content = [page, isGuarded = tableOptions().isCsvGuarded()](QIODevice& file) {
             UsersCsv::write(file, page.rows, isGuarded);
             return QString();
         };
@@ -121,7 +119,11 @@ private:
             return fail(installation.errorString());
         const char* text = isTrial ? "Would add %1 users, change %2 and leave %3 as they are."
                                    : "Added %1 users, changed %2 and left %3 as they were.";
-        output().line(QString::fromLatin1(text).arg(outcome.added).arg(outcome.changed).arg(outcome.unchanged));
+        say(QString::fromLatin1(text).arg(outcome.added).arg(outcome.changed).arg(outcome.unchanged),
+            {{QStringLiteral("added"), outcome.added},
+             {QStringLiteral("changed"), outcome.changed},
+             {QStringLiteral("unchanged"), outcome.unchanged},
+             {QStringLiteral("dryRun"), isTrial}});
         done();
     }
 };

@@ -11,10 +11,8 @@ public:
 
     void start(AppOptions&) override
     {
-        if (isJson())
-            output().line(QStringLiteral("{\"version\":\"%1\"}").arg(QCoreApplication::applicationVersion()));
-        else
-            output().line(QCoreApplication::applicationVersion());
+        const QString version = QCoreApplication::applicationVersion();
+        say(version, {{QStringLiteral("version"), version}});
         done();
     }
 };

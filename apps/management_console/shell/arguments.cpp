@@ -39,6 +39,8 @@ void TableOptions::add(AppOptions& options)
                      QStringLiteral("sort the rows by this column; -COLUMN: in descending order"));
     options.addValue(QStringLiteral("csv"), QStringLiteral("FILE"),
                      QStringLiteral("write the table to a CSV file, or to standard output (-)"));
+    options.addSwitch(QStringLiteral("csv-guard"),
+                      QStringLiteral("put an apostrophe before texts that a spreadsheet would take for formulas"));
 }
 
 void TableOptions::read(AppOptions& options)
@@ -62,6 +64,7 @@ void TableOptions::read(AppOptions& options)
     }
     if (has("csv"))
         m_csvFile = options.value(QStringLiteral("csv"));
+    m_isCsvGuarded = has("csv-guard");
 }
 
 bool TableOptions::apply(Table& table, QString& mistake) const

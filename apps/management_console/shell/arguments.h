@@ -17,7 +17,7 @@ struct KeyValue
 /// given twice.
 bool readKeyValues(const QStringList& words, QVector<KeyValue>& read, AppOptions& options);
 
-/// How a table is shown: --columns A,B, --sort COLUMN, --csv FILE.
+/// How a table is shown: --columns A,B, --sort COLUMN, --csv FILE with --csv-guard.
 class TableOptions
 {
 public:
@@ -31,14 +31,19 @@ public:
     QString sortColumn() const { return m_sort; }
     bool isDescending() const { return m_descending; }
     bool hasColumns() const { return !m_columns.isEmpty(); }
+    /// None of them is given.
+    bool isPlain() const { return m_columns.isEmpty() && m_sort.isEmpty() && m_csvFile.isNull(); }
     /// Where a CSV file is wanted; null: nowhere.
     QString csvFile() const { return m_csvFile; }
+    /// Texts that a spreadsheet would take for formulas are marked in it.
+    bool isCsvGuarded() const { return m_isCsvGuarded; }
 
 private:
     QStringList m_columns;
     QString m_sort;
     bool m_descending = false;
     QString m_csvFile;
+    bool m_isCsvGuarded = false;
 };
 
 /// Which rows of a list are wanted: --filter KEY=VALUE (repeatable, all must match), --after ID, --limit N. The table

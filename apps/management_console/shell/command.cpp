@@ -1,7 +1,11 @@
 #include "shell/command.h"
 
+#include "common/spelling.h"
+#include "shell/help_text.h"
 #include "shell/table_watch.h"
 #include "shell/terminal.h"
+
+#include <QtCore/QJsonDocument>
 
 namespace {
 
@@ -33,11 +37,11 @@ std::unique_ptr<AppOptions> Command::makeOptions(const QString& name, const QStr
     } else {
         const_cast<Command*>(this)->addOptions(*options);
     }
-    options->addSwitch(QStringLiteral("json"), QStringLiteral("print tables as JSON"));
+    options->addSwitch(QStringLiteral("json"), QStringLiteral("print the result as JSON"));
     return options;
 }
 
-const Verb* Command::takeVerb(const QString& name, QStringList& arguments) const
+const Verb* Command::takeVerb(const QString& name, QStringList& arguments, QString* mistake) const
 {
     // Options may stand in front of the verb, so that all have to be known to find it.
     AppOptions all(QString(), variablePrefix(name));
@@ -49,15 +53,29 @@ const Verb* Command::takeVerb(const QString& name, QStringList& arguments) const
     all.stopAtPositional();
     all.parse(arguments);
     const int place = arguments.size() - all.positional().size();
+    QStringList names;
     for (const Verb& verb : verbs()) {
         if (place < arguments.size() && arguments.at(place) == QLatin1String(verb.name)) {
             arguments.removeAt(place);
             return &verb;
         }
+        if (qstrlen(verb.name) > 0)
+            names.append(QLatin1String(verb.name));
     }
     const Verb& first = verbs().front();
     const bool fits = place >= arguments.size() || qstrlen(first.arguments) > 0;
-    return qstrlen(first.name) == 0 && fits ? &first : nullptr;
+    if (qstrlen(first.name) == 0 && fits)
+        return &first;
+    if (mistake) {
+        *mistake = QStringLiteral("takes %1").arg(names.join(QLatin1String(", ")));
+        // Behind an option that is unknown the place of the verb is not known either.
+        if (!all.error().isEmpty())
+            *mistake = all.error();
+        else if (place < arguments.size())
+            *mistake +=
+                QStringLiteral(", not \"%1\"%2").arg(arguments.at(place), meantText(arguments.at(place), names));
+    }
+    return nullptr;
 }
 
 void Command::run(const QString& name, const QString& summary, QStringList arguments)
@@ -66,25 +84,20 @@ void Command::run(const QString& name, const QString& summary, QStringList argum
     const Verb* verb = nullptr;
     if (!verbs().empty()) {
         if (arguments == QStringList(QStringLiteral("--help")) || arguments == QStringList(QStringLiteral("-h"))) {
-            m_output.lines(help(name, summary).split(QLatin1Char('\n')));
+            showHelp(help(name, summary));
             return done();
         }
-        verb = takeVerb(name, arguments);
-        if (!verb) {
-            QStringList names;
-            for (const Verb& known : verbs()) {
-                if (qstrlen(known.name) > 0)
-                    names.append(QLatin1String(known.name));
-            }
-            return misuse(QStringLiteral("takes %1").arg(names.join(QLatin1String(", "))));
-        }
+        QString mistake;
+        verb = takeVerb(name, arguments, &mistake);
+        if (!verb)
+            return misuse(mistake);
         m_name = verbName(name, *verb);
     }
     const QString what = verb ? QString::fromUtf8(verb->summary) : summary;
     const std::unique_ptr<AppOptions> options = makeOptions(m_name, what, verb);
     options->parse(arguments);
     if (options->isSet(QStringLiteral("help"))) {
-        m_output.lines(options->help(m_name).split(QLatin1Char('\n')));
+        showHelp(options->help(m_name));
         return done();
     }
     m_json = options->isSet(QStringLiteral("json"));
@@ -99,6 +112,11 @@ void Command::run(const QString& name, const QString& summary, QStringList argum
     }
     if (!options->error().isEmpty())
         misuse(options->error());
+}
+
+void Command::showHelp(const QString& text)
+{
+    m_output.page(wrappedHelp(text.split(QLatin1Char('\n')), m_output.columns()));
 }
 
 QString Command::help(const QString& name, const QString& summary) const
@@ -121,7 +139,7 @@ QString Command::help(const QString& name, const QString& summary) const
         text += QStringList{QString(), QStringLiteral("Options of %1:").arg(verbName(name, verb))};
         text += options.optionHelp().mid(1); // the first is --help
     }
-    text += QStringList{QString(), QStringLiteral("All of them take --json (print tables as JSON) and --help.")};
+    text += QStringList{QString(), QStringLiteral("All of them take --json (print the result as JSON) and --help.")};
     return text.join(QLatin1Char('\n'));
 }
 
@@ -176,11 +194,17 @@ void Command::writeFile(const QString& name, const Files::Content& content, cons
     });
 }
 
-void Command::doneWriting(const QString& name, const QString& text)
+void Command::doneWriting(const QString& name, const QString& text, QJsonObject json)
 {
+    json.insert(QStringLiteral("file"), name);
     if (name != QLatin1String("-"))
-        m_output.line(text);
+        say(text, json);
     done();
+}
+
+QString Command::resultLine(const QString& text, const QJsonObject& json) const
+{
+    return m_json ? QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)) : text;
 }
 
 void Command::cancel()
@@ -267,8 +291,8 @@ void Command::print(Table table)
 
 void Command::writeTable(const Table& table)
 {
-    const auto content = [table](QIODevice& file) {
-        table.writeCsv(file);
+    const auto content = [table, isGuarded = m_tableOptions.isCsvGuarded()](QIODevice& file) {
+        table.writeCsv(file, isGuarded);
         return QString();
     };
     ++m_filesBegun;

@@ -6,6 +6,7 @@
 #include "shell/session.h"
 #include "shell/table.h"
 
+#include <QtCore/QJsonObject>
 #include <QtCore/QObject>
 
 #include <functional>
@@ -91,8 +92,13 @@ protected:
     /// command fails with that.
     void writeFile(const QString& name, const Files::Content& content, const std::function<void()>& then,
                    OutputFile::Mode mode = OutputFile::Mode::Replace);
-    /// Says that a file was written, unless that would stand in it, and ends the command.
-    void doneWriting(const QString& name, const QString& text);
+    /// Says that a file was written, unless that would stand in it, and ends the command. As JSON its name is said,
+    /// too.
+    void doneWriting(const QString& name, const QString& text, QJsonObject json = {});
+    /// A result that is no table: the text, or with --json the object.
+    void showHelp(const QString& text);
+    void say(const QString& text, const QJsonObject& json) { m_output.line(resultLine(text, json)); }
+    QString resultLine(const QString& text, const QJsonObject& json) const;
 
     bool isTriedAgain() const { return m_tryAgain && m_tryAgain(); }
     void done(int code = 0);
@@ -117,7 +123,8 @@ private:
     void writeTable(const Table& table);
 
     std::unique_ptr<AppOptions> makeOptions(const QString& name, const QString& summary, const Verb* verb) const;
-    const Verb* takeVerb(const QString& name, QStringList& arguments) const;
+    /// Null: there is no such verb.
+    const Verb* takeVerb(const QString& name, QStringList& arguments, QString* mistake = nullptr) const;
 
     Session& m_session;
     Output& m_output;

@@ -1,5 +1,7 @@
 #include "shell/command_runner.h"
 
+#include "common/spelling.h"
+
 namespace {
 
 // A change waits as long for another program's as in a console of its own, but the event loop turns meanwhile.
@@ -33,7 +35,10 @@ void CommandRunner::start()
     const QString name = m_words.value(0);
     const CommandEntry* entry = m_session.findCommand(name);
     if (!entry) {
-        m_output.error(QStringLiteral("unknown command \"%1\" (see: help)").arg(name));
+        QStringList known;
+        for (const CommandEntry* command : m_session.commands())
+            known.append(QLatin1String(command->name));
+        m_output.error(QStringLiteral("unknown command \"%1\"%2 (see: help)").arg(name, meantText(name, known)));
         QMetaObject::invokeMethod(
             this, [this] { conclude(2); }, Qt::QueuedConnection);
         return;

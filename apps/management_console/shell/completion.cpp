@@ -10,6 +10,7 @@
 #include <foundation/services/script_service.h>
 #include <server/audit/audit_event.h>
 #include <server/model/model_reader.h>
+#include <server/model/permission_names.h>
 #include <server/model/sql_access_control.h>
 
 #include <memory>
@@ -85,6 +86,12 @@ public:
             const QStringList kinds = auditKindNames();
             for (const QString& kind : kinds)
                 offer(prefix + kind);
+        } else if (name == QLatin1String("PERMISSION")) {
+            const QStringList names = allPermissionNames();
+            for (const QString& one : names)
+                offer(prefix + one);
+            offer(prefix + QStringLiteral("Administrator"));
+            offer(prefix + QStringLiteral("none"));
         } else if (name == QLatin1String("LOGIN")) {
             offerLogins(prefix);
         }

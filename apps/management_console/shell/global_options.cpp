@@ -1,6 +1,7 @@
 #include "shell/global_options.h"
 
-#include "common/process_setup.h"
+#include "common/log_setup.h"
+#include "common/spelling.h"
 #include "server/open_model.h"
 #include "shell/command.h"
 #include "shell/no_output.h"
@@ -9,32 +10,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <numeric>
-
-namespace {
-
-// So many letters may differ from a name for it to have been meant.
-constexpr int mostDifferences = 2;
-
-// Letters to change, add or take away to make one text of the other.
-int differences(const QString& a, const QString& b)
-{
-    std::vector<int> row(size_t(b.size()) + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (int i = 1; i <= a.size(); ++i) {
-        int diagonal = row[0];
-        row[0] = i;
-        for (int j = 1; j <= b.size(); ++j) {
-            const int above = row[size_t(j)];
-            const int changed = diagonal + (a.at(i - 1) == b.at(j - 1) ? 0 : 1);
-            row[size_t(j)] = std::min({above + 1, row[size_t(j) - 1] + 1, changed});
-            diagonal = above;
-        }
-    }
-    return row.back();
-}
-
-} // namespace
 
 void addGlobalOptions(AppOptions& options)
 {
@@ -82,12 +57,10 @@ QStringList mistakenVariables(const AppOptions& global, const std::vector<const 
     strange.erase(std::remove_if(strange.begin(), strange.end(), isKnown(all)), strange.end());
     QStringList told;
     for (const QString& name : qAsConst(strange)) {
-        const auto nearest = std::min_element(all.begin(), all.end(), [&](const QString& a, const QString& b) {
-            return differences(name, a) < differences(name, b);
-        });
-        told.append(differences(name, *nearest) <= mostDifferences
-                        ? QStringLiteral("unknown environment variable %1: did you mean %2?").arg(name, *nearest)
-                        : QStringLiteral("the environment variable %1 does not belong to any option").arg(name));
+        const QString meant = meantWord(name, all);
+        told.append(meant.isEmpty()
+                        ? QStringLiteral("the environment variable %1 does not belong to any option").arg(name)
+                        : QStringLiteral("unknown environment variable %1: did you mean %2?").arg(name, meant));
     }
     return told;
 }

@@ -1,5 +1,6 @@
 #include "shell/table.h"
 
+#include "shell/table_text.h"
 #include "shell/terminal.h"
 
 #include <foundation/core/qt_compat_p.h>
@@ -14,9 +15,6 @@
 #include <algorithm>
 
 namespace {
-
-// A column of a table that is too wide for the terminal keeps so much.
-constexpr int narrowest = 8;
 
 QString plainText(const QVariant& value)
 {
@@ -39,21 +37,6 @@ QJsonObject rowObject(const QVector<Table::Column>& columns, const QVariantList&
     for (int c = 0; c < columns.size(); ++c)
         object.insert(columns.at(c).key, QJsonValue::fromVariant(row.value(c)));
     return object;
-}
-
-// Of the widths of columns with two blanks between them: what the widest ones may take so that all have room.
-int widestThatFits(const QVector<int>& widths, int room)
-{
-    int widest = *std::max_element(widths.begin(), widths.end());
-    const auto total = [&widths](int most) {
-        int sum = -2;
-        for (const int width : widths)
-            sum += qMin(width, most) + 2;
-        return sum;
-    };
-    while (widest > narrowest && total(widest) > room)
-        --widest;
-    return widest;
 }
 
 } // namespace
@@ -136,52 +119,20 @@ void Table::sort(int column, bool descending)
 
 QStringList Table::toText(bool colour, int columns) const
 {
-    QVector<int> shown;
+    QVector<TextColumn> shown;
     for (int c = 0; c < m_columns.size(); ++c) {
-        if (!m_columns.at(c).title.isEmpty())
-            shown.append(c);
-    }
-    if (shown.isEmpty())
-        return {};
-    QVector<QStringList> cells(m_rows.size() + 1);
-    QVector<int> widths;
-    QVector<bool> numeric;
-    for (int c : qAsConst(shown)) {
-        int width = Terminal::width(m_columns.at(c).title);
-        bool numbers = !m_rows.isEmpty();
-        cells[0].append(m_columns.at(c).title);
-        for (int r = 0; r < m_rows.size(); ++r) {
-            const QVariant value = m_rows.at(r).value(c);
-            const QString text = cellText(value);
-            numbers = numbers && (value.userType() == QMetaType::Int || value.userType() == QMetaType::Double);
-            width = qMax(width, Terminal::width(text));
-            cells[r + 1].append(text);
+        if (m_columns.at(c).title.isEmpty())
+            continue;
+        TextColumn column{m_columns.at(c).title, {}, !m_rows.isEmpty()};
+        for (const QVariantList& row : m_rows) {
+            const QVariant value = row.value(c);
+            column.cells.append(cellText(value));
+            column.isNumeric =
+                column.isNumeric && (value.userType() == QMetaType::Int || value.userType() == QMetaType::Double);
         }
-        widths.append(width);
-        numeric.append(numbers);
+        shown.append(column);
     }
-    if (columns > 0) {
-        const int widest = widestThatFits(widths, columns);
-        for (int& width : widths)
-            width = qMin(width, widest);
-    }
-    QStringList lines;
-    for (const QStringList& row : qAsConst(cells)) {
-        QString line;
-        for (int c = 0; c < row.size(); ++c) {
-            const QString cell = columns > 0 ? Terminal::cut(row.at(c), widths.at(c)) : row.at(c);
-            const QString filling(widths.at(c) - Terminal::width(cell), QLatin1Char(' '));
-            line += numeric.at(c) ? QString(filling + cell) : QString(cell + filling);
-            line += QLatin1String("  ");
-        }
-        while (line.endsWith(QLatin1Char(' ')))
-            line.chop(1);
-        line = Terminal::cut(line, columns);
-        if (lines.isEmpty() && colour)
-            line = QLatin1String("\033[1m") + line + QLatin1String("\033[0m");
-        lines.append(line);
-    }
-    return lines;
+    return alignedLines(shown, colour, columns);
 }
 
 QString Table::toJson() const
@@ -200,9 +151,10 @@ QStringList Table::toJsonLines() const
     return lines;
 }
 
-void Table::writeCsv(QIODevice& file) const
+void Table::writeCsv(QIODevice& file, bool isGuarded) const
 {
     CCsvWriter writer;
+    writer.setFormulaGuard(isGuarded);
     QList<int> order;
     QStringList titles;
     for (int c = 0; c < m_columns.size(); ++c) {

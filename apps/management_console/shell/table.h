@@ -50,14 +50,13 @@ public:
     /// Orders the rows by a column; those that are equal in it stay in their order.
     void sort(int column, bool descending);
 
-    /// Aligned under the titles. `columns` is the width of a terminal: what is wider is cut, the widest columns first;
-    /// 0: nothing is.
+    /// Aligned under the titles; see alignedLines().
     QStringList toText(bool colour, int columns = 0) const;
     QString toJson() const;
     /// An object for each row.
     QStringList toJsonLines() const;
-    /// The titled columns as CSV, in the form that CCsvWriter describes.
-    void writeCsv(QIODevice& file) const;
+    /// The titled columns as CSV, in the form that CCsvWriter describes; `isGuarded`: see its setFormulaGuard().
+    void writeCsv(QIODevice& file, bool isGuarded) const;
 
     /// Of a table with one row: a line for each column, and an object instead of an array.
     QStringList toTextOfOne() const;
