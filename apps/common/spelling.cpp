@@ -40,6 +40,9 @@ QString meantWord(const QString& word, const QStringList& words)
     QString nearest;
     int least = word.size() < shortWord ? 1 : mostDifferences;
     for (const QString& known : words) {
+        // What is typed may be of any length.
+        if (qAbs(word.size() - known.size()) > least)
+            continue;
         const int count = differences(word, known);
         if (count < least || (count == least && nearest.isEmpty())) {
             nearest = known;

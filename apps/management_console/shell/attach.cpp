@@ -120,7 +120,7 @@ private:
     {
         const Terminal::Size size = Terminal::size();
         const int rows = Terminal::isInteractive() ? size.rows : 0;
-        if (size.columns > 0 && (size.columns != m_size.columns || rows != m_size.rows))
+        if (!m_leaving && size.columns > 0 && (size.columns != m_size.columns || rows != m_size.rows))
             m_socket.write(CommandProtocol::message("size", QJsonArray{size.columns, rows}));
         m_size = {size.columns, rows};
     }
