@@ -8,6 +8,7 @@
 
 #include <QtTest/QtTest>
 
+#include <clocale>
 #include <ctime>
 
 class tst_ConsoleTexts : public QObject
@@ -15,6 +16,9 @@ class tst_ConsoleTexts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The system knows the width of characters in such a one alone.
+    void initTestCase() { QVERIFY(std::setlocale(LC_ALL, "C.UTF-8")); }
+
     void tablesFitTheTerminal()
     {
         const QVector<TextColumn> events{
@@ -45,7 +49,8 @@ private Q_SLOTS:
         // What has no room is left out, and an ellipsis where it would stand.
         const QString wide(40, 'x');
         QCOMPARE(alignedLines({{"Id", {"1"}}, {"A", {wide}}, {"B", {wide}}, {"C", {wide}}}, false, 36),
-                 QStringList({"Id  A             B             \u2026", "1   xxxxxxxxxxx\u2026  xxxxxxxxxxx\u2026  \u2026"}));
+                 QStringList({"Id  A              B               \u2026",
+                              "1   xxxxxxxxxxxx\u2026  xxxxxxxxxxxxx\u2026  \u2026"}));
     }
 
     void logLinesHaveTheirDay()
