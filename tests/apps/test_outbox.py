@@ -158,7 +158,8 @@ class Lasting(unittest.TestCase):
                            "--key", f"{self.dir}/%1.key", "--state", f"{self.dir}/state", "--ca", CA)[0]
         # In a pipe a table that is watched is a line for each row that is new or different.
         watched = subprocess.Popen([f"{BIN}/kyr_console", "--attach", f"{self.dir}/console.socket", "devices", "--watch", "--json"],
-                                   stdout=subprocess.PIPE, text=True)
+                                   # Also where this test runs in the background, which has no Ctrl+C.
+                                   preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL), stdout=subprocess.PIPE, text=True)
         self.addCleanup(watched.stdout.close)
         self.addCleanup(watched.wait)
         self.addCleanup(watched.kill)
