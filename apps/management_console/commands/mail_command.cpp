@@ -109,8 +109,9 @@ private:
         CMailOutbox* outbox = session().outbox(error);
         if (!outbox || !outbox->queue(m_message, {m_to}, error))
             return fail(error);
-        say(session().sendsMail() ? QStringLiteral("Put into the outbox.")
-                                  : QStringLiteral("Put into the outbox. A console that serves with --mail-server sends it."),
+        say(session().sendsMail()
+                ? QStringLiteral("Put into the outbox.")
+                : QStringLiteral("Put into the outbox. A console that serves with --mail-server sends it."),
             {{QStringLiteral("result"), QStringLiteral("queued")}});
         done();
     }
