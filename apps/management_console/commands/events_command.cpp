@@ -218,7 +218,8 @@ private:
             return misuse(mistake);
         }
         if (m_redraws)
-            return output().redraw(fitting(table.toText(output().colour(), output().columns()), output().rows(), true));
+            return output().redraw(
+                fitting(table.toText(output().colour(), output().columns() - 1), output().rows(), true));
         const QStringList json = isJson() ? table.toJsonLines() : QStringList();
         for (int row = 0; row < table.rowCount(); ++row)
             output().line(isJson() ? json.at(row) : rowAsLine(table, row));

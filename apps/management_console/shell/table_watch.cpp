@@ -19,7 +19,7 @@ void TableWatch::look()
     const Table table = m_view();
     if (m_json || m_output.rows() == 0)
         return printChanges(table);
-    const QStringList lines = table.toText(m_output.colour(), m_output.columns());
+    const QStringList lines = table.toText(m_output.colour(), m_output.columns() - 1); // the cursor stands behind it
     if (lines == m_shown)
         return;
     m_shown = lines;
