@@ -101,8 +101,8 @@ class Discover(unittest.TestCase):
 
         pid, terminal = start()
         until(b"kyr> ")
-        os.write(terminal, b"help\n")
-        until(b"\033[1mCommand")
+        os.write(terminal, b"mapping\n")
+        until(b"\033[1mEnumeration")
         until(b"kyr> ")
         os.write(terminal, b"discover --wait 60000 --port 9\n")
         until(b"0 found, 59.")
