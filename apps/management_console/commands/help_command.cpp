@@ -51,9 +51,9 @@ private:
         QStringList lines;
         for (int row = 0; row < table.rowCount(); ++row)
             lines.append(table.text(row, 0).leftJustified(width + 2) + table.text(row, 1));
-        lines +=
-            QStringList{QString(), QStringLiteral("`help COMMAND` tells how one is called; items are named by id or "
-                                                  "label. To begin:")};
+        lines += QStringList{
+            QString(), QStringLiteral("`help COMMAND` shows the arguments and options of a command. Name items by "
+                                      "id or label. To begin:")};
         showHelp((lines + firstSteps()).join(QLatin1Char('\n')));
     }
 
