@@ -40,7 +40,8 @@ bool belongTogether(const QSslCertificate& certificate, const QSslKey& key)
 // The group ffdhe2048 of RFC 7919. What Qt 5 would take has 1024 bits, which OpenSSL refuses.
 QSslDiffieHellmanParameters finiteField()
 {
-    return QSslDiffieHellmanParameters::fromEncoded(
+    // Made once: Qt does not free what it reads them with.
+    static const auto parameters = QSslDiffieHellmanParameters::fromEncoded(
         QByteArrayLiteral("-----BEGIN DH PARAMETERS-----\n"
                           "MIIBCAKCAQEA//////////+t+FRYortKmq/cViAnPTzx2LnFg84tNpWp4TZBFGQz\n"
                           "+8yTnc4kmz75fS/jY2MMddj2gbICrsRhetPfHtXV/WVhJDP1H18GbtCFY2VVPe0a\n"
@@ -49,6 +50,7 @@ QSslDiffieHellmanParameters finiteField()
                           "7MA0BM0oNC9hkXL+nOmFg/+OTxIy7vKBg8P+OxtMb61zO7X8vC7CIAXFjvGDfRaD\n"
                           "ssbzSibBsu/6iGtCOGEoXJf//////////wIBAg==\n"
                           "-----END DH PARAMETERS-----\n"));
+    return parameters;
 }
 
 // Of those that the system allows. Each takes time in each handshake, as Qt hands the list to OpenSSL as text.
