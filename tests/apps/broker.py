@@ -36,7 +36,6 @@ class Broker:
 
     def __init__(self, where, users, access_list=ACCESS_LIST):
         self.where = where
-        self.port = free_port()
         self.process = None
         self.ca = f"{BUILD}/dev-ca/ca-chain.pem"
         self.password_file = f"{where}/broker.password"
@@ -49,6 +48,7 @@ class Broker:
         subprocess.run(["mosquitto_passwd", "-U", f"{where}/passwords"], check=True)
         with open(f"{where}/access", "w", encoding="utf-8") as file:
             file.write(access_list)
+        self.port = free_port() # late: nobody else shall have it before the broker does
         with open(f"{where}/mosquitto.conf", "w", encoding="utf-8") as file:
             file.write(f"""listener {self.port} 127.0.0.1
 cafile {self.ca}
