@@ -188,10 +188,10 @@ void userPropertyPeer(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK(userByFilterOurs)->Name("postgres_user_by_filter/ours")->Arg(100000)->UseRealTime();
-BENCHMARK(userByFilterPeer)->Name("postgres_user_by_filter/libpq")->Arg(100000)->UseRealTime();
-BENCHMARK(userPropertyOurs)->Name("postgres_property/ours")->Arg(100000)->UseRealTime();
-BENCHMARK(userPropertyPeer)->Name("postgres_property/libpq")->Arg(100000)->UseRealTime();
+BENCHMARK(userByFilterOurs)->Name("postgres_user_by_filter/ours")->Arg(10000)->UseRealTime();
+BENCHMARK(userByFilterPeer)->Name("postgres_user_by_filter/libpq")->Arg(10000)->UseRealTime();
+BENCHMARK(userPropertyOurs)->Name("postgres_property/ours")->Arg(10000)->UseRealTime();
+BENCHMARK(userPropertyPeer)->Name("postgres_property/libpq")->Arg(10000)->UseRealTime();
 
 int main(int argc, char** argv)
 {
