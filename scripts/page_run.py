@@ -127,7 +127,7 @@ def open_by_keyboard(page):
     page.press("Enter")
     page.until("!!document.activeElement.closest('.really')", "it is asked again")
     page.press("Enter")
-    page.until("[...document.querySelectorAll('#events li')].filter(line => line.textContent.includes('opened from afar')).length > 1",
+    page.until("[...document.querySelectorAll('#events li')].filter(line => line.textContent.includes('opened remotely')).length > 1",
                "opened by the keyboard")
     page.until("!!document.activeElement.closest('#doors li')", "the focus stays at the door")
     check(True, "opens the door by the keyboard alone")

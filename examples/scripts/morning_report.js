@@ -28,7 +28,7 @@ const lines = [
     "", "Let in:", ...counted(of("granted"), door),
     "", "Refused:", ...counted(of("denied"), event => `${door(event)}: ${event.reason}`),
     "", "Forced, or held open:", ...counted([...of("forced"), ...of("held")], door),
-    "", "Opened from afar:", ...counted(of("opened"), event => `${door(event)} by ${event.operator}`),
+    "", "Opened remotely:", ...counted(of("opened"), event => `${door(event)} by ${event.operator}`),
     "", `Log-ins refused: ${of("loginRefused").length}. Calls without permission: ${of("refused").length}.`,
 ];
 
