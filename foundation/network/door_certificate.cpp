@@ -37,20 +37,18 @@ bool belongTogether(const QSslCertificate& certificate, const QSslKey& key)
     return result;
 }
 
-// The group ffdhe2048 of RFC 7919. What Qt 5 would take has 1024 bits, which OpenSSL refuses.
+// The group ffdhe2048 of RFC 7919. What Qt 5 would take has 1024 bits, which OpenSSL refuses. As DER, since Qt loses
+// memory with each PEM.
 QSslDiffieHellmanParameters finiteField()
 {
-    // Made once: Qt does not free what it reads them with.
-    static const auto parameters = QSslDiffieHellmanParameters::fromEncoded(
-        QByteArrayLiteral("-----BEGIN DH PARAMETERS-----\n"
-                          "MIIBCAKCAQEA//////////+t+FRYortKmq/cViAnPTzx2LnFg84tNpWp4TZBFGQz\n"
-                          "+8yTnc4kmz75fS/jY2MMddj2gbICrsRhetPfHtXV/WVhJDP1H18GbtCFY2VVPe0a\n"
-                          "87VXE15/V8k1mE8McODmi3fipona8+/och3xWKE2rec1MKzKT0g6eXq8CrGCsyT7\n"
-                          "YdEIqUuyyOP7uWrat2DX9GgdT0Kj3jlN9K5W7edjcrsZCwenyO4KbXCeAvzhzffi\n"
-                          "7MA0BM0oNC9hkXL+nOmFg/+OTxIy7vKBg8P+OxtMb61zO7X8vC7CIAXFjvGDfRaD\n"
-                          "ssbzSibBsu/6iGtCOGEoXJf//////////wIBAg==\n"
-                          "-----END DH PARAMETERS-----\n"));
-    return parameters;
+    return QSslDiffieHellmanParameters::fromEncoded(
+        QByteArray::fromBase64("MIIBCAKCAQEA//////////+t+FRYortKmq/cViAnPTzx2LnFg84tNpWp4TZBFGQz"
+                               "+8yTnc4kmz75fS/jY2MMddj2gbICrsRhetPfHtXV/WVhJDP1H18GbtCFY2VVPe0a"
+                               "87VXE15/V8k1mE8McODmi3fipona8+/och3xWKE2rec1MKzKT0g6eXq8CrGCsyT7"
+                               "YdEIqUuyyOP7uWrat2DX9GgdT0Kj3jlN9K5W7edjcrsZCwenyO4KbXCeAvzhzffi"
+                               "7MA0BM0oNC9hkXL+nOmFg/+OTxIy7vKBg8P+OxtMb61zO7X8vC7CIAXFjvGDfRaD"
+                               "ssbzSibBsu/6iGtCOGEoXJf//////////wIBAg=="),
+        QSsl::Der);
 }
 
 // Of those that the system allows. Each takes time in each handshake, as Qt hands the list to OpenSSL as text.
