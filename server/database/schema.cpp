@@ -98,11 +98,17 @@ bool Schema::migrate(SqlConnection& connection, const QString& location, const Q
                 *errorString = newerText(location, present, scripts.size());
             return present == scripts.size();
         }
-        for (const QString& statement : scripts.at(present)) {
-            if (!connection.run(statement))
+        // A new installation is made at once: what is half made would be taken for an older one, and copied.
+        const int last = present == 0 ? int(scripts.size()) : present + 1;
+        for (int version = present; version < last; ++version) {
+            for (const QString& statement : scripts.at(version)) {
+                if (!connection.run(statement))
+                    return failed();
+            }
+            if (!connection.setVersion(version + 1))
                 return failed();
         }
-        if (!connection.setVersion(present + 1) || !connection.run(QStringLiteral("COMMIT")))
+        if (!connection.run(QStringLiteral("COMMIT")))
             return failed();
     }
 }
