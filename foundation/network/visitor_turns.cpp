@@ -124,7 +124,7 @@ void VisitorTurns::enqueue(qintptr descriptor, const QElapsedTimer& accepted)
         // The newest of the largest crowd goes: those who have waited keep their turns.
         const auto crowd = std::max_element(m_queues.begin(), m_queues.end(),
                                             [](const Queue& a, const Queue& b) { return a.size() < b.size(); });
-        if (crowd.key() == network)
+        if (crowd.key() == network || crowd->size() == 1)
             return drop(descriptor, tooMany());
         --m_queued;
         drop(crowd->takeLast().first, tooMany());

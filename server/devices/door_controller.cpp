@@ -623,6 +623,8 @@ CDoorController::CDoorController(CSqlAccessControl* model, CAuditTrail* trail, I
     connect(&d->tickTimer, &QTimer::timeout, this, [this] { d->tick(); });
     connect(&d->storeTimer, &QTimer::timeout, this, [this] { d->storeRevisions(); });
     connect(&d->unreadTimer, &QTimer::timeout, this, [this] {
+        if (d->model->database()->isAway())
+            return d->unreadTimer.start();
         const QVector<CDeviceId> devices = std::exchange(d->unread, {});
         for (const CDeviceId device : devices)
             d->markDirty(device);

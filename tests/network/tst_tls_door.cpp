@@ -12,6 +12,9 @@
 #include <QtTest/QTest>
 
 #include <memory>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
 
@@ -235,6 +238,69 @@ private Q_SLOTS:
         turns.end(served.at(10).get());
         QVERIFY(waitUntil([&] { return turns.waiting() == 0; }));
         QCOMPARE(served.size(), all + 10); // nobody has a turn who has gone
+    }
+
+    // As many networks as there are places, one visitor of each: the newcomer goes, and the others keep their turns.
+    void turnsOfManyNetworks()
+    {
+        const int all = ConnectionLimits::talkingVisitors + ConnectionLimits::waitingVisitors;
+        ConnectionTiming::current().talking = 60000;
+        ConnectionTiming::current().arriving = 60000;
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        if (limit.rlim_max < rlim_t(all) + 200)
+            QSKIP("too few descriptors");
+        const rlimit before = limit;
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        {
+            VisitorTurns turns;
+            QStringList reasons;
+            std::vector<std::pair<std::unique_ptr<QObject>, qintptr>> served;
+            connect(&turns, &VisitorTurns::dropped, this,
+                    [&](const QHostAddress&, quint16, const QString& reason) { reasons += reason; });
+            connect(&turns, &VisitorTurns::turn, this, [&](qintptr descriptor) {
+                served.emplace_back(std::make_unique<QObject>(), descriptor);
+                turns.begin(served.back().first.get());
+            });
+            std::vector<int> stayed;
+            const int listener = socket(AF_INET, SOCK_STREAM, 0);
+            sockaddr_in address = {};
+            socklen_t size = sizeof address;
+            address.sin_family = AF_INET;
+            address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            QVERIFY(bind(listener, reinterpret_cast<sockaddr*>(&address), size) == 0 && listen(listener, 10) == 0);
+            getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+            for (int i = 0; i < all + 3; ++i) {
+                const int visitor = socket(AF_INET, SOCK_STREAM, 0);
+                sockaddr_in own = {};
+                own.sin_family = AF_INET;
+                own.sin_addr.s_addr = htonl(0x7F010001U + uint(i));
+                QVERIFY(bind(visitor, reinterpret_cast<sockaddr*>(&own), sizeof own) == 0);
+                QVERIFY(::connect(visitor, reinterpret_cast<sockaddr*>(&address), size) == 0);
+                QVERIFY(write(visitor, "x", 1) == 1);
+                turns.arrive(accept(listener, nullptr, nullptr));
+                if (i < ConnectionLimits::talkingVisitors)
+                    stayed.push_back(visitor);
+                else
+                    close(visitor);
+                if (i % 200 == 0 && i < all)
+                    QVERIFY(waitUntil([&] { return turns.waiting() + int(served.size()) == i + 1; }));
+                QCoreApplication::processEvents();
+            }
+            QVERIFY(waitUntil([&] { return reasons.size() >= 3; }));
+            QCOMPARE(reasons.first(), QStringLiteral("too many connections without a request"));
+            QCOMPARE(turns.waiting(), ConnectionLimits::waitingVisitors);
+            // All of them have gone meanwhile.
+            turns.end(served.front().first.get());
+            QVERIFY(waitUntil([&] { return turns.waiting() == 0; }));
+            stayed.push_back(listener);
+            for (const int descriptor : stayed)
+                close(descriptor);
+            for (const auto& visitor : served)
+                close(static_cast<int>(visitor.second));
+        }
+        setrlimit(RLIMIT_NOFILE, &before);
     }
 
     // What a visitor offers, and what comes of it: devices of any age get in, with forward secrecy, or not at all.
