@@ -78,6 +78,15 @@ class Lasting(unittest.TestCase):
         self.database = postgresql() + name
         self.survive()
 
+    def mail_server(self):
+        mailbox = Mailbox()
+        controller = Controller(mailbox, hostname=MAIL[0], port=MAIL[1])
+        try:
+            controller.start()
+        except OSError:
+            self.skipTest("the port is taken")
+        return mailbox, controller
+
     def survive(self):
         sends = ("--mail-server", "%s:%d" % MAIL, "--mail-account", "door@example.com")
         with open(f"{self.dir}/T\u00fcren.csv", "wb") as file:
@@ -93,12 +102,7 @@ class Lasting(unittest.TestCase):
         self.ask("mail", "--to", "late@example.com", "--subject", "b")
         before.process.send_signal(signal.SIGKILL)
         before.process.wait(WAIT)
-        mailbox = Mailbox()
-        controller = Controller(mailbox, hostname=MAIL[0], port=MAIL[1])
-        try:
-            controller.start()
-        except OSError:
-            self.skipTest("the port is taken")
+        mailbox, controller = self.mail_server()
         try:
             with self.serve(*sends):
                 # What was being sent when the first one was killed is held for 15 s.
@@ -121,12 +125,7 @@ class Lasting(unittest.TestCase):
         self.assertEqual(len({mail["message-id"] for _, mail in mailbox.mails}), 2)
 
     def test_the_morning_report_arrives(self):
-        mailbox = Mailbox()
-        controller = Controller(mailbox, hostname=MAIL[0], port=MAIL[1])
-        try:
-            controller.start()
-        except OSError:
-            self.skipTest("the port is taken")
+        mailbox, controller = self.mail_server()
         self.addCleanup(controller.stop)
         with self.serve("--mail-server", "%s:%d" % MAIL, "--mail-account", "door@example.com"):
             report = self.ask("script", f"{ROOT}/examples/scripts/morning_report.js", "--timeout", "60", "office@example.com")
