@@ -1,5 +1,6 @@
 #include "command_server.h"
 
+#include <foundation/cli/local_server_guard_p.h>
 #include <foundation/core/environment_variable.h>
 
 #include <QtCore/QDebug>
@@ -265,6 +266,7 @@ void CommandClient::leave(int code)
 CommandServer::CommandServer(QObject* parent)
     : QObject(parent)
     , m_server(new QLocalServer(this))
+    , m_guard(new LocalServerGuard(m_server))
 {
     // Whoever reaches the socket commands the program.
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
@@ -282,8 +284,10 @@ bool CommandServer::listen(const QString& name, QString& error)
 {
     const int handedOver = handedOverSocket(name);
     if (handedOver >= 0) {
-        if (m_server->listen(qintptr(handedOver)))
+        if (m_server->listen(qintptr(handedOver))) {
+            m_guard->watch();
             return true;
+        }
         error = QStringLiteral("cannot take commands at \"%1\": %2").arg(name, m_server->errorString());
         return false;
     }
@@ -295,6 +299,7 @@ bool CommandServer::listen(const QString& name, QString& error)
     }
     QLocalServer::removeServer(name);
     if (m_server->listen(name)) {
+        m_guard->watch();
         qDebug("Started listening at %s", qUtf8Printable(m_server->fullServerName()));
         return true;
     }

@@ -7,6 +7,7 @@
 
 #include <functional>
 
+class LocalServerGuard;
 class QLocalServer;
 class QLocalSocket;
 
@@ -134,4 +135,5 @@ private:
     void onConnection();
 
     QLocalServer* m_server;
+    LocalServerGuard* m_guard;
 };

@@ -1,5 +1,7 @@
 #include <foundation/cli/local_socket_cli_io.h>
 
+#include <foundation/cli/local_server_guard_p.h>
+
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QDebug>
 #include <QtNetwork/QLocalServer>
@@ -17,6 +19,7 @@ constexpr int turnMs = 20;
 CLocalSocketCliIO::CLocalSocketCliIO(const QString& serverName)
     : CAbstractCliIO(nullptr)
     , m_server(new QLocalServer(this))
+    , m_guard(new LocalServerGuard(m_server))
     , m_serverName(serverName)
 {
     // Whoever reaches the socket commands the program.
@@ -32,10 +35,12 @@ void CLocalSocketCliIO::start()
         m_server->close();
     QLocalServer::removeServer(m_serverName);
     m_stopped = false;
-    if (m_server->listen(m_serverName))
-        qDebug("CLI: Started listening at %s", qUtf8Printable(m_server->fullServerName()));
-    else
+    if (!m_server->listen(m_serverName)) {
         qWarning("CLI: Cannot listen at %s: %s", qUtf8Printable(m_serverName), qUtf8Printable(m_server->errorString()));
+        return;
+    }
+    m_guard->watch();
+    qDebug("CLI: Started listening at %s", qUtf8Printable(m_server->fullServerName()));
 }
 
 void CLocalSocketCliIO::stop()

@@ -177,6 +177,19 @@ class Scarcity(Installation):
                 peer.close()
             self.gets_in(server)
 
+            # With none left at all who connects has to wait, and does not keep others from it for ever.
+            resource.prlimit(server.process.pid, resource.RLIMIT_NOFILE, (used(), limit))
+            with socket.socket(socket.AF_UNIX) as client:
+                client.connect(server.socket)
+                client.sendall(b"status\n")
+                client.settimeout(1)
+                with self.assertRaises(TimeoutError):
+                    client.recv(1)
+                resource.prlimit(server.process.pid, resource.RLIMIT_NOFILE, (limit, limit))
+                client.settimeout(WAIT)
+                self.assertTrue(client.recv(1))
+            self.gets_in(server)
+
 
 if __name__ == "__main__":
     main()
