@@ -6,7 +6,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QUuid>
 #include <QtSql/QSqlError>
-#include <QtSql/QSqlQuery>
 
 #include <utility>
 
@@ -97,6 +96,7 @@ std::unique_ptr<SqliteConnection> SqliteConnection::open(const QString& name, co
 
 SqliteConnection::~SqliteConnection()
 {
+    m_kept.clear();
     const QString name = m_connection.connectionName();
     m_connection = QSqlDatabase();
     QSqlDatabase::removeDatabase(name);
@@ -114,11 +114,19 @@ std::unique_ptr<SqlCursor> SqliteConnection::prepare(const QString& sql)
 
 bool SqliteConnection::run(const QString& sql)
 {
-    QSqlQuery query(m_connection);
-    if (query.exec(sql))
+    // What each change begins and ends with is prepared once.
+    const bool isKept = sql == dialect().beginWrite || sql == QLatin1String("COMMIT");
+    const auto [kept, isNew] = isKept ? m_kept.try_emplace(sql, m_connection) : std::pair(m_kept.end(), false);
+    QSqlQuery once(m_connection);
+    QSqlQuery& query = isKept ? kept->second : once;
+    if (isNew)
+        query.prepare(sql);
+    if (isKept ? query.exec() : query.exec(sql))
         return true;
     m_isHeld = isHeldBy(query.lastError());
     m_error = explain(m_location, query.lastError());
+    if (isKept)
+        m_kept.erase(kept);
     return false;
 }
 

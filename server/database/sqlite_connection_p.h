@@ -3,6 +3,9 @@
 #include <server/database/sql_connection_p.h>
 
 #include <QtSql/QSqlDatabase>
+#include <QtSql/QSqlQuery>
+
+#include <map>
 
 class QSqlError;
 
@@ -38,6 +41,7 @@ private:
     qint64 number(const QString& sql, qint64 otherwise);
 
     QSqlDatabase m_connection;
+    std::map<QString, QSqlQuery> m_kept; ///< prepared, by their text
     QString m_location;
     QString m_error;
     bool m_isHeld = false;
