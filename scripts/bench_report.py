@@ -78,7 +78,7 @@ GROWTH = [
     ("json_write", (1000, 4000, 16000), None),
     ("murmurhash3", (1 << 18, 1 << 20, 1 << 22), None),
     ("quoted_printable", (1 << 20, 1 << 22, 1 << 24), None),
-    ("csv_write", (25000, 100000, 400000), None),
+    ("csv_write", (25000, 100000, 400000), "plain loop"),
     ("template", (10 << 10, 40 << 10, 160 << 10), None),
     ("notification", (10000, 40000, 160000), None),
     ("tcp_throughput", (64, 256, 1024), None),

@@ -2,9 +2,9 @@
 
 #include <foundation/core/json_text.h>
 #include <foundation/core/random.h>
+#include <server/database/id_list_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/devices/device_links.h>
-#include <server/model/item_store_p.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QJsonDocument>
@@ -344,9 +344,10 @@ void CRemoteDevices::Private::findMoved()
         return;
     QList<qint64> moved;
     {
-        SqlStatement find(database, QLatin1String("SELECT device FROM device_link WHERE holder<>? AND device IN ")
-                                        + dialectOf(database).idList);
-        for (find.bind(holder).bind(idListText(devices)).exec(); find.next();)
+        const IdList list(database, devices);
+        SqlStatement find(database,
+                          QLatin1String("SELECT device FROM device_link WHERE holder<>? AND device IN ") + list.sql());
+        for (find.bind(holder).bind(list.value()).exec(); find.next();)
             moved.append(find.integer(0));
     }
     const QPointer<CRemoteDevices> guard(q);
@@ -447,9 +448,10 @@ void CRemoteDevices::Private::takeCommands()
     }
     qint64 known = 0;
     if (good && !others.isEmpty()) {
+        const IdList list(database, others);
         SqlStatement count(database, QStringLiteral("SELECT count(*) FROM device_command WHERE state<>%1 AND id IN %2")
-                                         .arg(QString::number(Waiting), dialectOf(database).idList));
-        known = count.bind(idListText(others)).exec() && count.next() ? count.integer(0) : 0;
+                                         .arg(QString::number(Waiting), list.sql()));
+        known = count.bind(list.value()).exec() && count.next() ? count.integer(0) : 0;
     }
     if (!database->end(good))
         return lookLater(retryMs);
@@ -501,13 +503,13 @@ void CRemoteDevices::Private::storeAnswers()
 
 void CRemoteDevices::Private::takeAnswers()
 {
-    const QList<qint64> ids = asked.keys();
+    const IdList ids(database, asked.keys());
     QList<std::pair<qint64, std::pair<QString, QJsonObject>>> answers;
     {
         SqlStatement find(database,
                           QStringLiteral("SELECT id,error,answer FROM device_command WHERE state=%1 AND id IN %2")
-                              .arg(QString::number(Answered), dialectOf(database).idList));
-        for (find.bind(idListText(ids)).exec(); find.next();)
+                              .arg(QString::number(Answered), ids.sql()));
+        for (find.bind(ids.value()).exec(); find.next();)
             answers.append({find.integer(0), {find.text(1), toObject(find.text(2))}});
     }
     for (const auto& [id, answer] : qAsConst(answers))
@@ -529,12 +531,13 @@ void CRemoteDevices::Private::giveUp()
     }
     if (late.isEmpty())
         return;
+    const IdList ids(database, late);
     int changed = 0;
     const bool good = database->begin();
     if (database->end(good
                       && run(QStringLiteral("UPDATE device_command SET state=%1 WHERE state=%2 AND id IN %3")
-                                 .arg(QString::number(Expired), QString::number(Waiting), dialectOf(database).idList),
-                             {idListText(late)}, &changed)))
+                                 .arg(QString::number(Expired), QString::number(Waiting), ids.sql()),
+                             {ids.value()}, &changed)))
         expired += changed;
 }
 

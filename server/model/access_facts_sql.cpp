@@ -1,7 +1,7 @@
 #include <server/model/access_facts_sql_p.h>
 
+#include <server/database/id_list_p.h>
 #include <server/database/sql_statement_p.h>
-#include <server/model/item_store_p.h>
 #include <server/model/model_vocabulary_p.h>
 #include <server/model/stored_value_p.h>
 
@@ -314,25 +314,25 @@ void SqlAccessFacts::describeSchedules(AccessFactsBuilder* builder)
     QList<qint64> ids;
     for (const CAccessSchedule& schedule : builder->schedules())
         ids.append(schedule.id.value());
-    const QString chosen = idListText(ids);
+    const IdList chosen(m_database, ids);
 
     QHash<qint64, QVector<QDate>> holidays;
     const QString holidaySql =
         QStringLiteral("SELECT h.parent,d.value FROM item h")
         + joinValue("d", "h.id", KindHoliday, QStringLiteral("date"))
         + QStringLiteral(" WHERE h.kind=%1 AND h.parent IN (SELECT parent FROM item WHERE id IN %2)")
-              .arg(QString::number(KindHoliday), dialectOf(m_database).idList);
+              .arg(QString::number(KindHoliday), chosen.sql());
     SqlStatement dates(m_database, holidaySql);
-    for (dates.bind(chosen).exec(); dates.next();)
+    for (dates.bind(chosen.value()).exec(); dates.next();)
         holidays[dates.integer(0)].append(QDate::fromString(dates.text(1), Qt::ISODate));
     look(dates);
 
-    const QString scheduleSql = QStringLiteral("SELECT s.id,s.label,s.parent,t.type,t.value,t.data FROM item s")
-                                       + joinValue("t", "s.id", KindTimeProfile, slotsKey)
-                                       + QStringLiteral(" WHERE s.kind=%1 AND s.id IN %2")
-                                             .arg(QString::number(KindTimeProfile), dialectOf(m_database).idList);
+    const QString scheduleSql =
+        QStringLiteral("SELECT s.id,s.label,s.parent,t.type,t.value,t.data FROM item s")
+        + joinValue("t", "s.id", KindTimeProfile, slotsKey)
+        + QStringLiteral(" WHERE s.kind=%1 AND s.id IN %2").arg(QString::number(KindTimeProfile), chosen.sql());
     SqlStatement rows(m_database, scheduleSql);
-    for (rows.bind(chosen).exec(); rows.next();) {
+    for (rows.bind(chosen.value()).exec(); rows.next();) {
         const QVariant timeSlots = StoredValues::decode(static_cast<int>(rows.integer(3)), rows.text(4), rows.bytes(5));
         builder->describeSchedule(rows.integer(0), rows.text(1), timeSlots, holidays.value(rows.integer(2)));
     }

@@ -2,6 +2,7 @@
 
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
+#include <server/database/id_list_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/relation_store_p.h>
 #include <server/model/stored_value_p.h>
@@ -25,18 +26,6 @@ bool isNumber(const QString& text, qint64* number)
 
 } // namespace
 
-QString idListText(const QList<qint64>& ids, int from, int count)
-{
-    const int end = count < 0 ? ids.size() : qMin(int(ids.size()), from + count);
-    QString text = QStringLiteral("[");
-    for (int i = from; i < end; ++i) {
-        if (i > from)
-            text += QLatin1Char(',');
-        text += QString::number(ids[i]);
-    }
-    return text + QLatin1Char(']');
-}
-
 ItemStore::ItemStore(CDatabase* database)
     : m_database(database)
 {
@@ -45,11 +34,6 @@ ItemStore::ItemStore(CDatabase* database)
 void ItemStore::forget()
 {
     m_ids.clear();
-}
-
-QString ItemStore::idList() const
-{
-    return dialectOf(m_database).idList;
 }
 
 // --- Finding
@@ -124,8 +108,9 @@ QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool*
     from += QLatin1String(" AND ") + plus + QLatin1String("i.id>?");
     *values << query.after;
     if (!query.among.isEmpty()) {
-        from += QLatin1String(" AND i.id IN ") + idList();
-        *values << idListText(query.among);
+        const IdList among(m_database, query.among);
+        from += QLatin1String(" AND i.id IN ") + among.sql();
+        *values << among.value();
     }
     *values << itemValues << valueValues;
     return from + byItem + byValue;
@@ -220,18 +205,18 @@ QList<QVariantMap> ItemStore::load(Kind kind, const QList<qint64>& ids)
     QList<QVariantMap> items;
     items.reserve(ids.size());
     for (int from = 0; from < ids.size(); from += chunkSize)
-        loadChunk(kind, idListText(ids, from, chunkSize), &items);
+        loadChunk(kind, IdList(m_database, ids, from, chunkSize), &items);
     return items;
 }
 
-void ItemStore::loadChunk(Kind kind, const QString& ids, QList<QVariantMap>* items)
+void ItemStore::loadChunk(Kind kind, const IdList& ids, QList<QVariantMap>* items)
 {
     QHash<qint64, int> places;
     const QString key = parentKey(kind);
     {
         SqlStatement statement(m_database, QLatin1String("SELECT id,class,label,parent FROM item WHERE id IN ")
-                                               + idList() + QLatin1String(" ORDER BY id"));
-        for (statement.bind(ids).exec(); statement.next();) {
+                                               + ids.sql() + QLatin1String(" ORDER BY id"));
+        for (statement.bind(ids.value()).exec(); statement.next();) {
             QVariantMap item{
                 {idKey, statement.integer(0)}, {classKey, int(statement.integer(1))}, {labelKey, statement.text(2)}};
             if (!key.isEmpty())
@@ -243,8 +228,8 @@ void ItemStore::loadChunk(Kind kind, const QString& ids, QList<QVariantMap>* ite
     {
         SqlStatement statement(m_database,
                                QLatin1String("SELECT item,property,type,value,data FROM property_value WHERE item IN ")
-                                   + idList() + QLatin1String(" ORDER BY item"));
-        for (statement.bind(ids).exec(); statement.next();) {
+                                   + ids.sql() + QLatin1String(" ORDER BY item"));
+        for (statement.bind(ids.value()).exec(); statement.next();) {
             const auto place = places.constFind(statement.integer(0));
             if (place == places.constEnd())
                 continue;
@@ -294,8 +279,9 @@ bool ItemStore::haveAll(Kind kind, int itemClass, const QList<qint64>& ids)
         return exists(kind, itemClass, ids.first());
     const QSet<qint64> distinct(ids.cbegin(), ids.cend());
     qint64 found = 0;
-    SqlStatement statement(m_database, QLatin1String("SELECT class FROM item WHERE kind=? AND id IN ") + idList());
-    for (statement.bind(int(kind)).bind(idListText(distinct.values())).exec(); statement.next();)
+    const IdList list(m_database, distinct.values());
+    SqlStatement statement(m_database, QLatin1String("SELECT class FROM item WHERE kind=? AND id IN ") + list.sql());
+    for (statement.bind(int(kind)).bind(list.value()).exec(); statement.next();)
         found += itemClass == anyClass || statement.integer(0) == itemClass;
     return found == distinct.size();
 }
@@ -315,18 +301,18 @@ int ItemStore::classOf(qint64 id)
 QHash<qint64, QString> ItemStore::labels(const QList<qint64>& ids)
 {
     QHash<qint64, QString> result;
-    const QString list = idListText(QSet<qint64>(ids.cbegin(), ids.cend()).values());
+    const IdList list(m_database, QSet<qint64>(ids.cbegin(), ids.cend()).values());
     {
-        SqlStatement statement(m_database, QLatin1String("SELECT id,label FROM item WHERE id IN ") + idList());
-        for (statement.bind(list).exec(); statement.next();)
+        SqlStatement statement(m_database, QLatin1String("SELECT id,label FROM item WHERE id IN ") + list.sql());
+        for (statement.bind(list.value()).exec(); statement.next();)
             result.insert(statement.integer(0), statement.text(1));
     }
     // Those that the column does not hold whole.
     SqlStatement statement(m_database,
                            QLatin1String("SELECT item,value,data FROM property_value WHERE property IN (SELECT id FROM "
                                          "property WHERE name='label') AND item IN ")
-                               + idList());
-    for (statement.bind(list).exec(); statement.next();)
+                               + list.sql());
+    for (statement.bind(list.value()).exec(); statement.next();)
         result.insert(statement.integer(0),
                       StoredValues::decode(StoredValues::Text, statement.text(1),
                                            statement.isNull(2) ? QByteArray() : statement.bytes(2))
@@ -484,9 +470,10 @@ bool ItemStore::eraseProperty(Kind kind, int itemClass, const QString& name, QLi
             had->append(statement.integer(0));
     }
     {
+        const IdList list(m_database, *had);
         SqlStatement statement(m_database, QLatin1String("DELETE FROM property_value WHERE ") + ofProperty
-                                               + QLatin1String(" AND item IN ") + idList());
-        if (!statement.bind(int(kind)).bind(name).bind(idListText(*had)).exec())
+                                               + QLatin1String(" AND item IN ") + list.sql());
+        if (!statement.bind(int(kind)).bind(name).bind(list.value()).exec())
             return false;
     }
     // The definition goes with its last value: users and groups share theirs.

@@ -6,6 +6,8 @@
 #include <QtCore/QHash>
 #include <QtCore/QVariantMap>
 
+class IdList;
+
 /// Which items are wanted.
 struct ItemQuery
 {
@@ -16,8 +18,8 @@ struct ItemQuery
     /// None of these may be there with that value.
     QVariantMap unlike;
     QList<qint64> among; ///< only these; empty: all
-    qint64 after = 0; ///< ids above this one only
-    int limit = -1;   ///< -1: all
+    qint64 after = 0;    ///< ids above this one only
+    int limit = -1;      ///< -1: all
 };
 
 /// Items and their properties as rows. Knows nothing of who may change what, nor of transactions: the caller holds one
@@ -66,17 +68,13 @@ public:
     void forget();
 
 private:
-    QString idList() const;
     qint64 propertyId(Model::Kind kind, const QString& name);
     const QString& nameOf(qint64 property);
     QString condition(const ItemQuery& query, QVariantList* values, bool* exact) const;
-    void loadChunk(Model::Kind kind, const QString& ids, QList<QVariantMap>* items);
+    void loadChunk(Model::Kind kind, const IdList& ids, QList<QVariantMap>* items);
     bool matches(const QVariantMap& item, const QVariantMap& filter) const;
 
     CDatabase* m_database;
     QHash<qint64, QString> m_names;
     QHash<QPair<int, QString>, qint64> m_ids;
 };
-
-/// The ids as the JSON list that SqlDialect::idList reads.
-QString idListText(const QList<qint64>& ids, int from = 0, int count = -1);

@@ -23,7 +23,7 @@ public:
         QString login;
         qint64 user = 0;
         unsigned int permissions = 0; ///< of that login
-        qint64 expires = 0; ///< seconds since 1970; 0: there is none
+        qint64 expires = 0;           ///< seconds since 1970; 0: there is none
     };
 
     explicit LoginStore(CDatabase* database);

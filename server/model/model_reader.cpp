@@ -2,6 +2,7 @@
 
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
+#include <server/database/id_list_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/checked_value_p.h>
 #include <server/model/login_store_p.h>
@@ -107,9 +108,10 @@ QList<qint64> ownDoors(const QVariantMap& item)
 // Two columns: whom the second belongs to.
 Related related(CDatabase* database, const QString& sql, const QList<qint64>& ids)
 {
-    SqlStatement statement(database, sql.arg(dialectOf(database).idList));
+    const IdList list(database, ids);
+    SqlStatement statement(database, sql.arg(list.sql()));
     Related result;
-    for (statement.bind(idListText(ids)).exec(); statement.next();)
+    for (statement.bind(list.value()).exec(); statement.next();)
         result[statement.integer(0)].append(statement.integer(1));
     return result;
 }

@@ -2,12 +2,15 @@
 
 #include <foundation/core/canonical_text.h>
 #include <foundation/datatypes/data_type.h>
+#include <server/database/id_list_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/checked_value_p.h>
 #include <server/model/item_store_p.h>
 #include <server/model/stored_value_p.h>
 
 #include <QtCore/QDateTime>
+
+#include <algorithm>
 
 using namespace Model;
 
@@ -121,9 +124,10 @@ bool RelationStore::addUsers(const QList<qint64>& users, qint64 group)
 
 bool RelationStore::removeUsers(const QList<qint64>& users, qint64 group)
 {
-    SqlStatement statement(m_database, QLatin1String("DELETE FROM membership WHERE group_id=? AND user_id IN ")
-                                           + dialectOf(m_database).idList);
-    return statement.bind(group).bind(idListText(users)).exec();
+    const IdList list(m_database, users);
+    SqlStatement statement(m_database,
+                           QLatin1String("DELETE FROM membership WHERE group_id=? AND user_id IN ") + list.sql());
+    return statement.bind(group).bind(list.value()).exec();
 }
 
 bool RelationStore::removeAllUsers(qint64 group)
@@ -225,9 +229,10 @@ bool RelationStore::removeRight(qint64 right)
 
 bool RelationStore::removeRights(qint64 holder, const QList<qint64>& accessPoints)
 {
-    SqlStatement statement(m_database, QLatin1String("DELETE FROM access_right WHERE holder=? AND access_point IN ")
-                                           + dialectOf(m_database).idList);
-    return statement.bind(holder).bind(idListText(accessPoints)).exec();
+    const IdList list(m_database, accessPoints);
+    SqlStatement statement(m_database,
+                           QLatin1String("DELETE FROM access_right WHERE holder=? AND access_point IN ") + list.sql());
+    return statement.bind(holder).bind(list.value()).exec();
 }
 
 bool RelationStore::removeAllRights(qint64 holder)
@@ -281,27 +286,27 @@ bool RelationStore::checkRight(QVariantMap* properties, QString* errorString)
 
 // --- Both, for many items at once
 
-void RelationStore::addRelations(const QString& ids, const QHash<qint64, int>& places, QList<QVariantMap>* items)
+void RelationStore::addRelations(const IdList& ids, const QHash<qint64, int>& places, QList<QVariantMap>* items)
 {
+    const auto isGroup = [items](int place) { return items->at(place).value(classKey).toInt() == UserClassGroup; };
     QHash<qint64, CItemIdList> members;
-    {
+    if (std::any_of(places.cbegin(), places.cend(), isGroup)) {
         SqlStatement statement(m_database, QLatin1String("SELECT group_id,user_id FROM membership WHERE group_id IN ")
-                                               + dialectOf(m_database).idList
-                                               + QLatin1String(" ORDER BY group_id,position"));
-        for (statement.bind(ids).exec(); statement.next();)
+                                               + ids.sql() + QLatin1String(" ORDER BY group_id,position"));
+        for (statement.bind(ids.value()).exec(); statement.next();)
             members[statement.integer(0)].append(statement.integer(1));
     }
     QHash<qint64, QVariantList> rights;
     {
         SqlStatement statement(m_database, QStringLiteral("SELECT %1 FROM access_right WHERE holder IN %2 "
                                                           "ORDER BY holder,id")
-                                               .arg(rightColumns, dialectOf(m_database).idList));
-        for (statement.bind(ids).exec(); statement.next();)
+                                               .arg(rightColumns, ids.sql()));
+        for (statement.bind(ids.value()).exec(); statement.next();)
             rights[statement.integer(1)].append(rightOf(statement));
     }
     for (auto place = places.cbegin(); place != places.cend(); ++place) {
         QVariantMap& item = (*items)[*place];
-        if (item.value(classKey).toInt() == UserClassGroup)
+        if (isGroup(*place))
             item.insert(membersKey, QVariant::fromValue(members.value(place.key())));
         item.insert(rightsKey, rights.value(place.key()));
     }

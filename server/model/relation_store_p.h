@@ -5,6 +5,8 @@
 #include <QtCore/QHash>
 #include <QtCore/QVariantMap>
 
+class IdList;
+
 /// Memberships and access rights as rows. The caller has looked whether the items are there, and holds a transaction
 /// around changes.
 class RelationStore
@@ -39,7 +41,7 @@ public:
     qint64 rightsWith(qint64 timeProfile);
 
     /// Puts "Members" and "Access Points" into the items, which stand at `places` by their ids.
-    void addRelations(const QString& ids, const QHash<qint64, int>& places, QList<QVariantMap>* items);
+    void addRelations(const IdList& ids, const QHash<qint64, int>& places, QList<QVariantMap>* items);
 
     /// Brings the properties of a right into the form in which they are stored, and refuses what must not stand there.
     /// Whether the schedule exists is the caller's to look.
