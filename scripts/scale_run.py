@@ -309,6 +309,10 @@ class Scale:
         begin = time.monotonic()
         self.given = None
         while True:
+            for server in self.servers.values():
+                if server.process.poll() is not None:
+                    self.findings.add(f"{server.name} has ended by itself, with code {server.process.returncode}")
+                    return RECOVERY_SECONDS
             try:
                 # What goes on meanwhile is for the next time.
                 if self.given is None:
@@ -356,13 +360,31 @@ class Scale:
 
     # --- The account
 
-    def settle(self):
-        journals = {}
+    def journals(self):
+        found = {}
         for number in range(SIMULATORS):
             share = self.count // SIMULATORS
             for label in self.labels[number * share:(number + 1) * share]:
                 lines, _ = lines_of(f"{self.where}/simulator{number}", f"journal {label}")
-                journals[label] = json.loads(lines[0])
+                found[label] = json.loads(lines[0])
+        return found
+
+    def until_taken_up(self):
+        """What happened last has reached the database, and the bridges have seen it there."""
+        end = time.monotonic() + RECOVERY_SECONDS
+        while time.monotonic() < end:
+            behind = self.query("SELECT (SELECT count(*) FROM event e LEFT JOIN bridge_position p ON p.stream='event '||e.chain "
+                                "WHERE e.seq>coalesce(p.position,0))+(SELECT count(*) FROM change WHERE seq>(SELECT max(position) "
+                                "FROM bridge_position WHERE stream LIKE 'change%'))")
+            unsaid = sum(journal["next"] - 1 - journal["acknowledged"] for journal in self.journals().values())
+            if behind == [["0"]] and unsaid == 0:
+                return
+            time.sleep(0.5)
+
+    def settle(self):
+        self.until_taken_up()
+        self.until_whole("the end")
+        journals = self.journals()
         noted = sum(journal["next"] - 1 for journal in journals.values())
         lost = sum(journal["lost"] for journal in journals.values())
         unsaid = sum(journal["next"] - 1 - journal["acknowledged"] for journal in journals.values())
@@ -439,8 +461,6 @@ class Scale:
             self.busy.clear()
             for person in people:
                 person.join()
-            time.sleep(1)  # until the last event has been stored and taken up
-            self.until_whole("the end")
             self.settle()
         finally:
             self.busy.clear()
