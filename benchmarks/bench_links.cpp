@@ -228,9 +228,10 @@ void memory(benchmark::State& state)
                       {QStringLiteral("--call"), QString::number(server.serverPort()), QString::number(count),
                        QString::number(std::is_same_v<Kind, AuthenticatedServer>)});
         spinUntil([&] { return server.linked == count; });
-        // Let what the last handshakes left behind go first.
-        for (int i = 0; i < 100; ++i)
-            QCoreApplication::processEvents();
+        // Let what the last handshakes left behind go first: an idle link is one that rests for a while.
+        QElapsedTimer rest;
+        rest.start();
+        spinUntil([&] { return rest.hasExpired(2000); });
         const auto after = mallinfo2();
         const auto used = [](const struct mallinfo2& info) { return info.uordblks + info.hblkhd; };
         state.counters["value"] = static_cast<double>(used(after) - used(before)) / count;

@@ -1,5 +1,7 @@
 #include <server/audit/audit_trail_p.h>
 
+#include <server/database/id_list_p.h>
+
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
 
@@ -378,16 +380,16 @@ QMap<CItemId, QString> CAuditTrail::formerLabels(const QList<CItemId>& items)
     constexpr int page = 500;
     QMap<CItemId, QString> labels;
     for (int first = 0; first < items.size(); first += page) {
-        const QList<CItemId> some = items.mid(first, page);
-        const QString places =
-            QStringList(QVector<QString>(some.size(), QStringLiteral("?")).toList()).join(QLatin1Char(','));
+        QList<qint64> some;
+        for (const CItemId item : items.mid(first, page))
+            some.append(item.value());
+        const IdList list(d->database, some);
         for (const char* column : {"access_point", "\"user\"", "medium"}) {
-            SqlStatement find(d->database, QStringLiteral("SELECT %1,payload FROM event WHERE %1 IN (%2) AND kind=%3 "
+            SqlStatement find(d->database, QStringLiteral("SELECT %1,payload FROM event WHERE %1 IN %2 AND kind=%3 "
                                                           "AND payload IS NOT NULL ORDER BY at,chain,seq")
-                                               .arg(QLatin1String(column), places)
+                                               .arg(QLatin1String(column), list.sql())
                                                .arg(quint32(AuditKind::Changed)));
-            for (const CItemId item : some)
-                find.bind(item.value());
+            find.bind(list.value());
             for (find.exec(); find.next();) {
                 const QString label =
                     QJsonDocument::fromJson(find.text(1).toUtf8()).object().value(QStringLiteral("label")).toString();

@@ -428,9 +428,14 @@ void CDatabase::giveCursor(const QString& sql, std::unique_ptr<SqlCursor> cursor
     --d->inUse;
     if (!cursor || connection != d->connectionNumber)
         return;
-    // Texts that differ each time, as those with a limit in them, shall not pile up.
-    if (d->idle.size() >= mostIdleCursors)
+    // Texts that differ each time, as those with many filters, shall not pile up, here nor at a server.
+    if (d->idle.size() >= mostIdleCursors) {
+        cursor.reset();
         d->idle.clear();
+        if (d->inUse == 0)
+            d->connection->forgetPrepared();
+        return;
+    }
     d->idle.insert_or_assign(sql, std::move(cursor));
 }
 

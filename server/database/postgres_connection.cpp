@@ -467,6 +467,13 @@ std::unique_ptr<SqlCursor> PostgresConnection::prepare(const QString& sql)
     return std::make_unique<PostgresCursor>(this, *known, m_location);
 }
 
+void PostgresConnection::forgetPrepared()
+{
+    // Not within a transaction in which something has failed: then the next time.
+    if (run(QStringLiteral("DEALLOCATE ALL")))
+        m_prepared.clear();
+}
+
 bool PostgresConnection::run(const QString& sql)
 {
     const bool isCommit = sql == QLatin1String("COMMIT");

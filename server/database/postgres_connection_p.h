@@ -53,6 +53,7 @@ public:
 
     const SqlDialect& dialect() const override { return SqlDialect::postgresql(); }
     std::unique_ptr<SqlCursor> prepare(const QString& sql) override;
+    void forgetPrepared() override;
     bool run(const QString& sql) override;
     QString error() const override { return m_error; }
     bool isLost() const override;

@@ -46,6 +46,8 @@ public:
     virtual const SqlDialect& dialect() const = 0;
     /// Null with a reason in error().
     virtual std::unique_ptr<SqlCursor> prepare(const QString& sql) = 0;
+    /// Nobody uses a prepared statement now: what is kept for them may go.
+    virtual void forgetPrepared() {}
     /// A statement without rows.
     virtual bool run(const QString& sql) = 0;
     /// Why the last call failed, in one line for a person.

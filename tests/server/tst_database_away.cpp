@@ -1,5 +1,6 @@
 #include <server/audit/audit_trail.h>
 #include <server/audit/trail_keeper.h>
+#include <server/database/sql_statement_p.h>
 #include <server/model/sql_access_control.h>
 
 #include <QtTest/QtTest>
@@ -105,6 +106,22 @@ class TestDatabaseAway : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The server keeps what was prepared until it is told that nobody needs it any more.
+    void statementsDoNotPileUp()
+    {
+        Served served(m_cluster.url());
+        QVERIFY(served.add("kept") > CItemId());
+        const auto run = [&served](const QString& sql) {
+            SqlStatement statement(served.model.database(), sql);
+            return statement.exec() && statement.next() ? statement.integer(0) : -1;
+        };
+        for (int i = 0; i < 1000; ++i)
+            QCOMPARE(run(QStringLiteral("SELECT %1").arg(i)), qint64(i));
+        const qint64 kept = run("SELECT count(*) FROM pg_prepared_statements");
+        QVERIFY2(kept > 0 && kept < 500, qPrintable(QString::number(kept)));
+        QVERIFY(served.add("behind") > CItemId());
+    }
+
     void killed()
     {
         Served served(m_cluster.url());
