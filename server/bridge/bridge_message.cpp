@@ -60,6 +60,16 @@ std::optional<BridgeTopics::Place> BridgeTopics::parse(const QString& topic) con
     return Place{topic.mid(m_base.size(), end - m_base.size()), topic.mid(end + 1)};
 }
 
+QString BridgeTopics::sourceOf(const QString& rest)
+{
+    for (const char* source : {"Model", "Access", "Devices"}) {
+        const QString name = QLatin1String(source);
+        if (rest == restOf(name))
+            return name;
+    }
+    return {};
+}
+
 QByteArray BridgeNotification::toPayload() const
 {
     return compact({{QStringLiteral("source"), source},

@@ -29,6 +29,9 @@ public:
         return m_base + server + QLatin1Char('/') + rest;
     }
     QString ofAll(const QString& rest) const { return m_base + QLatin1Char('+') + QLatin1Char('/') + rest; }
+    /// Where the messages of a source stand: "notify/model"; and the source of such a place, of others none.
+    static QString restOf(const QString& source) { return QStringLiteral("notify/") + source.toLower(); }
+    static QString sourceOf(const QString& rest);
     /// In lower case.
     QString server() const { return m_server; }
     /// As the source of an event: "/kyr/SYSTEM/SERVER".
