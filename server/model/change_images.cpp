@@ -68,20 +68,19 @@ void ChangeImages::keep(ItemStore& items, Kind kind, qint64 id)
         m_before.insert(key, items.load(kind, {id}).value(0));
 }
 
-QVector<CModelChange> ChangeImages::differences(ItemStore& items,
-                                                const QVector<std::pair<std::pair<int, qint64>, int>>& changes)
+QVector<CModelChange> ChangeImages::differences(ItemStore& items, const QVector<ItemChange>& changes)
 {
     // Read in one go for each kind, however many there are.
     QMap<int, QList<qint64>> ids;
     QHash<QPair<int, qint64>, bool> created;
     QVector<QPair<int, qint64>> order;
-    for (const auto& [item, what] : changes) {
-        const QPair<int, qint64> key(item.first, item.second);
+    for (const ItemChange& change : changes) {
+        const QPair<int, qint64> key(change.kind, change.id);
         if (!created.contains(key)) {
             order.append(key);
-            ids[item.first].append(item.second);
+            ids[change.kind].append(change.id);
         }
-        created[key] = created.value(key) || what == int(Created);
+        created[key] = created.value(key) || change.what == Created;
     }
     QHash<QPair<int, qint64>, QVariantMap> now;
     for (auto entry = ids.cbegin(); entry != ids.cend(); ++entry) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <server/model/change_log_p.h>
 #include <server/model/item_store_p.h>
 #include <server/model/model_recorder.h>
 
@@ -11,8 +12,8 @@ class ChangeImages
 public:
     /// Keeps what the item holds now, unless it was kept in this transaction already.
     void keep(ItemStore& items, Model::Kind kind, qint64 id);
-    /// What the noted changes ({kind, id}, what) come to, each item once, in the order of their first note.
-    QVector<CModelChange> differences(ItemStore& items, const QVector<std::pair<std::pair<int, qint64>, int>>& changes);
+    /// What the noted changes come to, each item once, in the order of their first note.
+    QVector<CModelChange> differences(ItemStore& items, const QVector<ItemChange>& changes);
     void clear() { m_before.clear(); }
 
 private:

@@ -1,5 +1,6 @@
-// What reaches to the devices that are linked.
+// Devices: what reaches to those that are linked, and which door has which.
 #include <foundation/access/access_evaluator.h>
+#include <foundation/core/string_utils.h>
 #include <foundation/datatypes/data_type.h>
 #include <server/model/access_facts_sql_p.h>
 #include <server/model/model_devices.h>
@@ -109,4 +110,47 @@ bool CSqlAccessControl::simulateRfidMedium(const QString& device, unsigned int f
         return d->refuse(QStringLiteral("a UID has 4, 7 or 8 bytes"));
     return (d->devices && d->devices->simulateMedium(CDeviceId::fromLabel(device), uid))
            || d->refuse(QStringLiteral("device %1 is not linked").arg(device));
+}
+
+// --- Devices as items
+
+bool CSqlAccessControl::addDeviceToAccessPoint(const QString& device, CItemId accessPoint,
+                                               const QVariantMap& parameters)
+{
+    return d->change([&] {
+        const CDeviceId deviceId = CDeviceId::fromLabel(device);
+        if (!deviceId.isValid())
+            return d->refuse(QStringLiteral("%1 is not the label of a device").arg(CStringUtils::printable(device)));
+        if (!d->items.exists(KindAccessPoint, anyClass, accessPoint.value()))
+            return d->refuseUnknown(KindAccessPoint, anyClass, accessPoint.value());
+        const QVariantMap known = d->items.first(KindDevice, anyClass, {{labelKey, deviceId.toLabel()}});
+        qint64 id = toId(known.value(idKey));
+        const qint64 at = toId(known.value(accessPointIdKey));
+        if (at != 0 && at != accessPoint.value())
+            return d->refuse(
+                QStringLiteral("device %1 is already assigned to door %2").arg(deviceId.toLabel()).arg(at));
+        const QList<qint64> there = d->items.idsByParent(KindDevice, accessPoint.value());
+        if (!there.isEmpty() && there != QList<qint64>{id})
+            return d->refuse(QStringLiteral("door %1 already has a device").arg(accessPoint.value()));
+        if (id == 0)
+            id = d->create(KindDevice, 0,
+                           {{labelKey, deviceId.toLabel()}, {QStringLiteral("deviceId"), deviceId.value()}});
+        if (id == 0 || !d->setParent(KindDevice, id, accessPoint.value()))
+            return false;
+        for (auto entry = parameters.cbegin(); entry != parameters.cend(); ++entry) {
+            if (!d->set(KindDevice, anyClass, entry.key(), entry.value(), id))
+                return false;
+        }
+        d->record(KindDevice, id, Changed);
+        return true;
+    });
+}
+
+bool CSqlAccessControl::deleteDevice(const QString& device)
+{
+    return d->change([&] {
+        const QVariantMap known = d->items.first(KindDevice, anyClass, {{labelKey, device}});
+        return known.isEmpty() ? d->refuse(QStringLiteral("there is no device %1").arg(CStringUtils::printable(device)))
+                               : d->remove(KindDevice, anyClass, toId(known.value(idKey)));
+    });
 }

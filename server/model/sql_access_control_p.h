@@ -1,14 +1,13 @@
 #pragma once
 
 #include <server/model/change_images_p.h>
+#include <server/model/change_log_p.h>
 #include <server/model/item_store_p.h>
 #include <server/model/relation_store_p.h>
 #include <server/model/sql_access_control.h>
 
 #include <QtCore/QMap>
 #include <QtCore/QPointer>
-
-#include <utility>
 
 /// What the families of operations share: the stores, the frame around a change, and the reasons of refusals.
 class CSqlAccessControl::Private
@@ -18,6 +17,7 @@ public:
         : q(model)
         , items(&database)
         , relations(&database)
+        , log(&database)
     {
     }
 
@@ -41,9 +41,8 @@ public:
     bool tellRecorder();
     /// Notes what is to be told when it is stored.
     void record(Model::Kind kind, qint64 id, Model::Change what);
-    /// Tells of changes that have a number above the last one told, whoever made them.
+    /// Tells of changes that were not told yet, whoever made them.
     void announce();
-    qint64 lastChange();
 
     // Items, within a transaction
     qint64 create(Model::Kind kind, int itemClass, const QVariantMap& properties, qint64 id = 0);
@@ -80,12 +79,11 @@ public:
     mutable RelationStore relations;
     QString error;
     QStringList transactions;
-    QVector<std::pair<std::pair<int, qint64>, int>> changes;
+    ChangeLog log;
     IModelRecorder* recorder = nullptr;
     ChangeImages images;
     /// Of logins, and of properties that all items have lost.
     QVector<CModelChange> furtherChanges;
-    qint64 toldChange = 0;
     bool areLoginsChanged = false;
     QString server;
     int sessionLength = 3600;

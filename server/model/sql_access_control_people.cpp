@@ -1,4 +1,4 @@
-// The operations on items and their relations.
+// Doors, users, groups and media, and the relations between them.
 #include <foundation/datatypes/data_type.h>
 #include <server/model/sql_access_control_p.h>
 
@@ -12,132 +12,6 @@ QVariantMap errorMap(const QString& text)
 }
 
 } // namespace
-
-// --- Collections
-
-QVariantList CSqlAccessControl::getModel(const QString& name, const QVariantMap& filter,
-                                         const QStringList& fields) const
-{
-    ItemQuery query;
-    query.kind = kindOf(name);
-    query.filter = filter;
-    QVariantList result;
-    if (query.kind == KindUnknown || query.kind == KindSystem)
-        return result;
-    const auto items = d->items.load(query.kind, d->items.find(query));
-    result.reserve(items.size());
-    for (const QVariantMap& item : items) {
-        if (fields.isEmpty()) {
-            result.append(item);
-            continue;
-        }
-        QVariantMap chosen;
-        for (const QString& field : fields) {
-            const auto value = item.constFind(field);
-            if (value != item.constEnd())
-                chosen.insert(field, *value);
-        }
-        result.append(chosen);
-    }
-    return result;
-}
-
-bool CSqlAccessControl::setModel(const QString& name, const QVariantMap& data)
-{
-    const Kind kind = kindOf(name);
-    if (kind == KindHoliday) {
-        const QString request = data.value(QStringLiteral("request")).toString();
-        const auto requested = [&](const QString& key) { return request == key || data.contains(key); };
-        const auto labelIn = [&](const QString& key) {
-            return data.value(data.contains(labelKey) ? labelKey : key).toString();
-        };
-        const auto hasLabel = [&](Kind collection, const QString& label) {
-            return !d->items.first(collection, anyClass, {{labelKey, label}}).isEmpty();
-        };
-        const QString insertCalendar = QStringLiteral("insertCalendar");
-        if (requested(QStringLiteral("exists")))
-            return hasLabel(KindHoliday, labelIn(QStringLiteral("exists")));
-        if (requested(QStringLiteral("existsCalendar")))
-            return hasLabel(KindCalendar, labelIn(QStringLiteral("existsCalendar")));
-        if (requested(insertCalendar)) {
-            const QString label = labelIn(insertCalendar);
-            return d->change([&] {
-                return (!label.isEmpty() || d->refuse(QStringLiteral("a calendar needs a label")))
-                       && d->create(KindCalendar, 0, {{labelKey, label}}) != 0;
-            });
-        }
-    }
-    const QVariant replacement = data.value(data.contains(name) ? name : QStringLiteral("data"));
-    return d->change([&] {
-        if (kind == KindUnknown || kind == KindSystem)
-            return d->refuse(QStringLiteral("there is no collection %1").arg(name.left(100)));
-        if (replacement.userType() != QMetaType::QVariantList)
-            return d->refuse(QStringLiteral("a collection is replaced by a list of maps"));
-        return d->replace(kind, replacement.toList());
-    });
-}
-
-bool CSqlAccessControl::changeAll(const std::function<bool()>& work)
-{
-    return d->change(work);
-}
-
-CItemId CSqlAccessControl::createItem(const QString& collection, const QVariantMap& properties)
-{
-    const Kind kind = kindOf(collection);
-    qint64 id = 0;
-    const bool done = d->change([&] {
-        if (kind == KindUnknown || kind == KindSystem)
-            return d->refuse(QStringLiteral("there is no collection %1").arg(collection.left(100)));
-        int itemClass = properties.value(classKey).toInt();
-        if (kind == KindUserOrGroup && itemClass != UserClassGroup)
-            itemClass = UserClassUser;
-        if (kind == KindAccessPoint && !properties.contains(classKey))
-            itemClass = CDataType::AccessPointFunctionSimpleDoor;
-        id = d->create(kind, itemClass, properties);
-        return id != 0;
-    });
-    return done ? CItemId(id) : CItemId();
-}
-
-bool CSqlAccessControl::deleteItem(const QString& collection, CItemId item)
-{
-    return d->change([&] {
-        const Kind kind = kindOf(collection);
-        return kind != KindSystem && kind != KindUnknown ? d->remove(kind, anyClass, item.value())
-                                                         : d->refuseUnknown(kind, anyClass, item.value());
-    });
-}
-
-QVariant CSqlAccessControl::getItemProperty(const QString& collection, const QString& name, CItemId item) const
-{
-    return d->items.property(kindOf(collection), anyClass, name, item.value());
-}
-
-bool CSqlAccessControl::setItemProperty(const QString& collection, const QString& name, const QVariant& value,
-                                        CItemId item)
-{
-    return d->change([&] { return d->set(kindOf(collection), anyClass, name, value, item.value()); });
-}
-
-QStringList CSqlAccessControl::getPropertyNames(const QString& collection) const
-{
-    QStringList names = d->items.propertyNames(kindOf(collection));
-    names.removeAll(labelKey);
-    return names;
-}
-
-QList<CItemId> CSqlAccessControl::findByLabel(const QString& collection, int itemClass, const QString& text, int limit,
-                                              qint64* left) const
-{
-    return toItemIds(
-        d->items.findByLabel(kindOf(collection), itemClass == 0 ? anyClass : itemClass, text, limit, left));
-}
-
-QString CSqlAccessControl::getCollectionOf(CItemId item) const
-{
-    return nameOf(d->items.kindOf(item.value()));
-}
 
 // --- Access points and authorization points
 
@@ -476,4 +350,45 @@ bool CSqlAccessControl::deleteAccessRight(CItemId right)
         d->record(KindUserOrGroup, holder, Changed);
         return d->relations.removeRight(right.value());
     });
+}
+
+// --- What users may open, by rights of their own and of their groups
+
+QVariantList CSqlAccessControl::getUserRelatedOpenerActions(const QVariantMap& filter, bool)
+{
+    const qint64 user = filter.isEmpty() ? d->loggedIn.value() : toId(getUser(filter).value(idKey));
+    QVariantList openers;
+    const QSet<qint64> doors = d->doorsOf(user);
+    ItemQuery query;
+    query.kind = KindAuthorizationPoint;
+    query.itemClass = AuthPointClassOpener;
+    const auto found = d->items.load(query.kind, doors.isEmpty() ? QList<qint64>() : d->items.find(query));
+    for (const QVariantMap& opener : found) {
+        if (doors.contains(toId(opener.value(accessPointIdKey))))
+            openers.append(opener);
+    }
+    return openers;
+}
+
+QVariantList CSqlAccessControl::getAccessPointsRelatedToLoggedInUser(const QString& text)
+{
+    QVariantList doors;
+    const auto found = d->items.load(KindAccessPoint, d->doorsOf(d->loggedIn.value()).values());
+    for (const QVariantMap& door : found) {
+        if (door.value(labelKey).toString().contains(text, Qt::CaseInsensitive))
+            doors.append(door);
+    }
+    return doors;
+}
+
+QSet<qint64> CSqlAccessControl::Private::doorsOf(qint64 user) const
+{
+    const QList<qint64> own = relations.accessPointsOf(user);
+    QSet<qint64> doors(own.cbegin(), own.cend());
+    const QList<qint64> groups = relations.groupsOfUser(user);
+    for (const qint64 group : groups) {
+        const QList<qint64> ofGroup = relations.accessPointsOf(group);
+        doors.unite(QSet<qint64>(ofGroup.cbegin(), ofGroup.cend()));
+    }
+    return doors;
 }

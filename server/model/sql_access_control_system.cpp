@@ -1,27 +1,19 @@
-// The system: properties, log, export and import, reports, notifications.
-#include <foundation/core/device_id.h>
+// The system: properties, log, reports, mail and notifications.
 #include <foundation/core/foundation_translator.h>
-#include <foundation/core/json_text.h>
 #include <foundation/core/string_utils.h>
 #include <foundation/datatypes/data_type.h>
 #include <foundation/mail/mail_message.h>
 #include <foundation/services/notification_service.h>
 #include <foundation/services/report_generator.h>
 #include <server/database/sql_statement_p.h>
-#include <server/model/checked_value_p.h>
 #include <server/model/login_store_p.h>
 #include <server/model/model_mail.h>
 #include <server/model/sql_access_control_p.h>
-#include <server/model/stored_value_p.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
 #include <QtCore/QMessageAuthenticationCode>
-#include <QtCore/QTextStream>
 #include <QtCore/QTimer>
 
 using namespace Model;
@@ -32,16 +24,11 @@ namespace {
 constexpr int keptLogLines = 100000;
 constexpr int readLogLines = 1000;
 constexpr int longestLogText = 2000;
-// Of a file that is imported.
-constexpr qint64 largestImport = 1024LL * 1024 * 1024;
 // How long an extension may take to answer.
 constexpr int customAnswerWait = 30000;
 
 const QString systemNameKey = QStringLiteral("systemName");
 const QString systemIdKey = QStringLiteral("systemid");
-
-// First line of an export: what it is, and its version.
-const QString exportMark = QStringLiteral("{\"kyr\":\"installation\",\"version\":1}");
 
 QVariantMap answer(const char* status, const QString& error)
 {
@@ -197,143 +184,6 @@ QStringList CSqlAccessControl::getSystemLog()
                           .arg(statement.integer(5))
                           .arg(statement.integer(6)));
     return lines;
-}
-
-// --- Devices as items
-
-bool CSqlAccessControl::addDeviceToAccessPoint(const QString& device, CItemId accessPoint,
-                                               const QVariantMap& parameters)
-{
-    return d->change([&] {
-        const CDeviceId deviceId = CDeviceId::fromLabel(device);
-        if (!deviceId.isValid())
-            return d->refuse(QStringLiteral("%1 is not the label of a device").arg(CStringUtils::printable(device)));
-        if (!d->items.exists(KindAccessPoint, anyClass, accessPoint.value()))
-            return d->refuseUnknown(KindAccessPoint, anyClass, accessPoint.value());
-        const QVariantMap known = d->items.first(KindDevice, anyClass, {{labelKey, deviceId.toLabel()}});
-        qint64 id = toId(known.value(idKey));
-        const qint64 at = toId(known.value(accessPointIdKey));
-        if (at != 0 && at != accessPoint.value())
-            return d->refuse(
-                QStringLiteral("device %1 is already assigned to door %2").arg(deviceId.toLabel()).arg(at));
-        const QList<qint64> there = d->items.idsByParent(KindDevice, accessPoint.value());
-        if (!there.isEmpty() && there != QList<qint64>{id})
-            return d->refuse(QStringLiteral("door %1 already has a device").arg(accessPoint.value()));
-        if (id == 0)
-            id = d->create(KindDevice, 0,
-                           {{labelKey, deviceId.toLabel()}, {QStringLiteral("deviceId"), deviceId.value()}});
-        if (id == 0 || !d->setParent(KindDevice, id, accessPoint.value()))
-            return false;
-        for (auto entry = parameters.cbegin(); entry != parameters.cend(); ++entry) {
-            if (!d->set(KindDevice, anyClass, entry.key(), entry.value(), id))
-                return false;
-        }
-        d->record(KindDevice, id, Changed);
-        return true;
-    });
-}
-
-bool CSqlAccessControl::deleteDevice(const QString& device)
-{
-    return d->change([&] {
-        const QVariantMap known = d->items.first(KindDevice, anyClass, {{labelKey, device}});
-        return known.isEmpty() ? d->refuse(QStringLiteral("there is no device %1").arg(CStringUtils::printable(device)))
-                               : d->remove(KindDevice, anyClass, toId(known.value(idKey)));
-    });
-}
-
-QVariantList CSqlAccessControl::getUserRelatedOpenerActions(const QVariantMap& filter, bool)
-{
-    const qint64 user = filter.isEmpty() ? d->loggedIn.value() : toId(getUser(filter).value(idKey));
-    QVariantList openers;
-    const QSet<qint64> doors = d->doorsOf(user);
-    ItemQuery query;
-    query.kind = KindAuthorizationPoint;
-    query.itemClass = AuthPointClassOpener;
-    const auto found = d->items.load(query.kind, doors.isEmpty() ? QList<qint64>() : d->items.find(query));
-    for (const QVariantMap& opener : found) {
-        if (doors.contains(toId(opener.value(accessPointIdKey))))
-            openers.append(opener);
-    }
-    return openers;
-}
-
-QVariantList CSqlAccessControl::getAccessPointsRelatedToLoggedInUser(const QString& text)
-{
-    QVariantList doors;
-    const auto found = d->items.load(KindAccessPoint, d->doorsOf(d->loggedIn.value()).values());
-    for (const QVariantMap& door : found) {
-        if (door.value(labelKey).toString().contains(text, Qt::CaseInsensitive))
-            doors.append(door);
-    }
-    return doors;
-}
-
-QSet<qint64> CSqlAccessControl::Private::doorsOf(qint64 user) const
-{
-    const QList<qint64> own = relations.accessPointsOf(user);
-    QSet<qint64> doors(own.cbegin(), own.cend());
-    const QList<qint64> groups = relations.groupsOfUser(user);
-    for (const qint64 group : groups) {
-        const QList<qint64> ofGroup = relations.accessPointsOf(group);
-        doors.unite(QSet<qint64>(ofGroup.cbegin(), ofGroup.cend()));
-    }
-    return doors;
-}
-
-// --- Export and import: a line of JSON an item, its types kept
-
-void CSqlAccessControl::exportStream(QTextStream* stream, const QString& name, const QVariantMap& parameters,
-                                     std::function<void(bool)> callback)
-{
-    const Kind wanted = kindOf(name);
-    const bool isGood = stream != nullptr && (name.isEmpty() || wanted != KindUnknown);
-    if (isGood) {
-        *stream << exportMark << '\n';
-        for (const Kind kind : kinds()) {
-            if (!name.isEmpty() && kind != wanted)
-                continue;
-            ItemQuery query;
-            query.kind = kind;
-            query.filter = parameters;
-            const QList<qint64> ids = d->items.find(query);
-            for (int from = 0; from < ids.size(); from += 1000) {
-                const auto items = d->items.load(kind, ids.mid(from, 1000));
-                for (const QVariantMap& item : items)
-                    *stream << "{\"collection\":\"" << nameOf(kind) << "\",\"item\":" << StoredValues::mapToText(item)
-                            << "}\n";
-            }
-        }
-        stream->flush();
-    }
-    if (callback)
-        callback(isGood && stream->status() == QTextStream::Ok);
-}
-
-bool CSqlAccessControl::importData(const QString& path)
-{
-    return d->change([&] {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            return d->refuse(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
-        if (file.size() > largestImport)
-            return d->refuse(QStringLiteral("%1 is too large").arg(path));
-        if (QString::fromUtf8(file.readLine(1000)).trimmed() != exportMark)
-            return d->refuse(QStringLiteral("%1 is not an export of an installation").arg(path));
-        QMap<QString, QVariantList> collections;
-        for (int number = 2; !file.atEnd(); ++number) {
-            const QByteArray line = file.readLine();
-            if (line.trimmed().isEmpty())
-                continue;
-            QJsonParseError fault{};
-            const QJsonObject entry = CJsonText::read(line, &fault).object();
-            const QString collection = entry.value(QLatin1String("collection")).toString();
-            if (fault.error != QJsonParseError::NoError || kindOf(collection) == KindUnknown)
-                return d->refuse(QStringLiteral("%1: line %2 is not an item").arg(path).arg(number));
-            collections[collection].append(StoredValues::mapFromJson(entry.value(QLatin1String("item")).toObject()));
-        }
-        return d->import(collections);
-    });
 }
 
 // --- Reports, mail and notifications
