@@ -71,15 +71,15 @@ class KYR_SERVER_EXPORT CApi : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int longestRequest = 256 * 1024; ///< bytes
-    static constexpr int longestOfStrangers = 16 * 1024;
-    static constexpr int longestAnswer = 8 * 1024 * 1024;
-    static constexpr int mostInBatch = 100;
-    static constexpr int mostWaiting = 128; ///< calls of one caller that are not answered yet
-    static constexpr int mostSources = 100;
-    static constexpr int longestSource = 200;    ///< characters
-    static constexpr int mostRefusalsTold = 200; ///< of a login within a minute that are events, one each
-    static constexpr int answerMs = 75000;       ///< after that a call that waits is told so
+    static constexpr int longestRequest = 256 * 1024;     ///< bytes
+    static constexpr int longestOfStrangers = 16 * 1024;  ///< bytes, of who is not logged in
+    static constexpr int longestAnswer = 8 * 1024 * 1024; ///< bytes; beyond it a call is told to ask for less
+    static constexpr int mostInBatch = 100;               ///< calls
+    static constexpr int mostWaiting = 128;               ///< calls of one caller that are not answered yet
+    static constexpr int mostSources = 100;               ///< of notifications, in one registration
+    static constexpr int longestSource = 200;             ///< characters
+    static constexpr int mostRefusalsTold = 200;          ///< of a login within a minute that are events, one each
+    static constexpr int answerMs = 75000;                ///< after so many milliseconds a call that waits is told so
     /// Calls of one session (or of one address without one): so many at once, and so many a second in the long run.
     static constexpr int mostCalls = 2000;
     static constexpr int callsPerSecond = 1000;
@@ -90,14 +90,14 @@ public:
     CApi(CSqlAccessControl* model, CAuditTrail* trail, IDeviceService* devices, QObject* parent = nullptr);
     ~CApi() override;
 
-    /// For registerObserver; nullptr: none. Installs the filter.
+    /// For registerObserver; not taken over, nullptr for none. Installs the filter.
     void setNotificationService(CNotificationService* service);
     /// What devices.list answers: a list of maps.
     void setDeviceList(const std::function<QVariantList()>& list);
 
     /// Answers once, before it returns or later; not after this object is gone.
     void handle(const QByteArray& request, const std::shared_ptr<CApiCaller>& caller, const Answer& answer);
-    /// The connection has ended: it hears of nothing more.
+    /// The caller's connection has ended: it hears of nothing more. Its session goes on.
     void forget(const CApiCaller& caller);
 
     /// Another transport's subscriber hears of what this session may read, until forgetSubscriber(). False when there
@@ -105,7 +105,7 @@ public:
     bool admitSubscriber(const QString& subscriber, const QString& session);
     void forgetSubscriber(const QString& subscriber);
 
-    /// For tests: milliseconds that a clock of its own shows.
+    /// For tests: counts calls and log-ins by this clock, in milliseconds that only grow.
     void setClock(const std::function<qint64()>& clock);
 
 private:

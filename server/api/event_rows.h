@@ -15,10 +15,11 @@ class CSqlAccessControl;
 ///     const QList<QVariantMap> rows = EventRows::make(model, trail, trail->events(filter, 100));
 namespace EventRows {
 
-/// "chain" "seq" "at" "recorded" "kind" "accessPoint" "door" "user" "name" "medium" "credential" "reason"
-/// "serverReason" "way" "uid" "operator" "device" "deviceSeq" "what" "details". Ids are texts or invalid; times have an
-/// offset. Names are those of now; what is gone since has the name that it had. "serverReason" is what the model says
-/// where the door decided otherwise: its list was not up to date, or its clock was wrong.
+/// One row for each event, in their order: "chain" "seq" "at" "recorded" "kind" "accessPoint" "door" "user" "name"
+/// "medium" "credential" "reason" "serverReason" "way" "uid" "operator" "device" "deviceSeq" "what" "details". Ids are
+/// texts or invalid; times have an offset. Names are those of now; what is gone since has the name that it had.
+/// "serverReason" is what the model says where the door decided otherwise: its list was not up to date, or its clock
+/// was wrong.
 KYR_SERVER_EXPORT QList<QVariantMap> make(const CSqlAccessControl* model, CAuditTrail* trail,
                                           const QList<AuditRecord>& events);
 

@@ -18,7 +18,7 @@ public:
     /// longest.
     static constexpr int mostRemembered = 20000;
 
-    /// Neither the right password nor a wrong one counts.
+    /// Then neither the right password nor a wrong one is looked at.
     bool isBlocked(const QString& name, const QString& address, qint64 now);
     void noteRefusal(const QString& name, const QString& address, qint64 now);
 

@@ -7,6 +7,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <optional>
 
@@ -31,9 +32,9 @@ enum class AuditKind : quint32
 
 /// The name that programs see, "" for a number without one.
 KYR_SERVER_EXPORT QString auditKindName(AuditKind kind);
-/// The kind of a name; nothing for an unknown one.
-/// All of them.
+/// The names of all kinds, in the order of their numbers.
 KYR_SERVER_EXPORT QStringList auditKindNames();
+/// The kind of a name; nothing for an unknown one.
 KYR_SERVER_EXPORT std::optional<AuditKind> auditKindFromName(const QString& name);
 
 /// Something that happened, before it has its place in the trail.
@@ -70,7 +71,7 @@ struct KYR_SERVER_EXPORT AuditRecord
     void seal(const QByteArray& previous);
     /// The hash that this record should have.
     QByteArray expectedHash(const QByteArray& previous) const;
-    /// The payload as an object; empty when it was erased.
+    /// The payload as an object: ids as decimal texts, the operator, and the details. Empty when it was erased.
     QJsonObject details() const;
 
     static QByteArray sha256(const QByteArray& bytes);

@@ -25,10 +25,11 @@ public:
     bool generate(QString& error);
     bool isValid() const;
 
-    /// 64 bytes; empty without a key.
+    /// A signature of 64 bytes; empty without a key.
     QByteArray sign(const QByteArray& data) const;
+    /// Whether this key has made the signature; false without a key.
     bool verify(const QByteArray& data, const QByteArray& signature) const;
-    /// The public part, PEM.
+    /// The public part, PEM; empty without a key.
     QByteArray publicPem() const;
 
 private:

@@ -38,7 +38,7 @@ public:
     static constexpr int eventsPerHead = 1000;
     /// Of a retention, in one transaction: one of half a million would hold up every other change for seconds.
     static constexpr int rowsPerCut = 5000;
-    /// Of a payload; an event with more is stored without its details and says so.
+    /// Of a payload, in bytes; an event with more is stored without its details and says so.
     static constexpr int largestPayload = 65536;
 
     struct Filter
@@ -87,8 +87,8 @@ public:
     bool append(const AuditEvent& event);
     bool append(const QList<AuditEvent>& events);
 
-    /// Where each chain stands now, signed and kept; one that was signed there already is not signed again. Empty when
-    /// nothing was recorded, and when it failed.
+    /// Where each chain stands now, signed and kept; one that was signed there already is not signed again. `reason` as
+    /// AuditHead has it. Empty when nothing was recorded, and when it failed.
     QList<AuditHead> signHeads(const QString& reason);
     /// Heads that are kept, by chain and number.
     QList<AuditHead> heads();
@@ -98,7 +98,7 @@ public:
     /// Oldest first: by time, then chain and number. With a limit above 0 the newest so many, and in *left how many of
     /// those that fit the filter were left out.
     QList<AuditRecord> events(const Filter& filter, int limit = 0, qint64* left = nullptr);
-    /// What came behind these numbers of each chain, by time; `ends` then names the last ones.
+    /// What came behind the numbers of `ends`, one for each chain, by time; those are moved to the last ones then.
     QList<AuditRecord> newEvents(const Filter& filter, QMap<qint64, qint64>* ends);
     /// The last number of each chain.
     QMap<qint64, qint64> ends();
@@ -115,10 +115,12 @@ public:
     bool exportJsonLines(QIODevice& file, QIODevice& heads);
     bool exportCsv(QIODevice& file, QIODevice& heads);
 
-    /// Removes the beginnings that are older than the period and notes it; events removed, -1 when it failed. What was
-    /// removed before a failure stays removed, each cut with its head.
+    /// Removes the beginnings of all chains that were recorded longer than the period before `now` (milliseconds since
+    /// 1970 UTC), and notes it. The number of events removed, -1 when it failed: what was removed before a failure
+    /// stays removed, each cut with its head.
     qint64 retain(CDataRetainPeriod period, qint64 now);
-    /// Takes the contents out of all events that concern this user; places and hashes stay. Events, -1 when it failed.
+    /// Takes the contents out of all events that concern this user; places and hashes stay. The number of
+    /// events, -1 when it failed.
     qint64 erase(CItemId user);
 
 Q_SIGNALS:

@@ -11,7 +11,7 @@
 class CClockWatch
 {
 public:
-    /// What is less is kept in mind, and added up.
+    /// In milliseconds. What is less is kept in mind, and added up.
     static constexpr qint64 tolerance = 2000;
 
     CClockWatch(qint64 wall, qint64 steadyNow)
@@ -19,7 +19,8 @@ public:
     {
     }
 
-    /// By how much the clock was set forward since this was told last; 0 while that is within the tolerance.
+    /// By how many milliseconds the clock was set forward (negative: back) since this was told last; 0 while that is
+    /// within the tolerance.
     qint64 look(qint64 wall, qint64 steadyNow)
     {
         const qint64 moved = wall - steadyNow - m_base;
@@ -29,7 +30,7 @@ public:
         return moved;
     }
 
-    /// Runs while the machine sleeps, too.
+    /// A clock that nobody sets; it runs while the machine sleeps, too.
     KYR_SERVER_EXPORT static qint64 steady();
 
 private:

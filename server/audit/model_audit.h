@@ -16,6 +16,7 @@ public:
     {
     }
 
+    /// False, and errorString() of the trail says why, when the trail does not take it.
     bool record(const QVector<CModelChange>& changes, CItemId operatorId) override;
 
 private:

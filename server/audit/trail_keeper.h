@@ -9,7 +9,7 @@
 /// logs in, and each hour where the chains stand, signed.
 ///
 ///     auto keeper = std::make_unique<CTrailKeeper>(&trail, QStringLiteral("root"));       // "start"
-///     keeper->noteLogin(true, {}, peer, QStringLiteral("notifications"));
+///     keeper->noteLogin(QString(), peer, QStringLiteral("notifications"));
 ///     keeper.reset();                                              // "end", and the heads
 ///
 /// What the database does not take at once is stored later, with the time at which it happened, and once, whatever the
@@ -31,11 +31,11 @@ public:
     /// Who ends the server, if it ends now; by default who has started it.
     void setOperatorName(const QString& name) { m_operatorName = name; }
 
-    /// A log-in from that address by that way; refused when there is a reason.
+    /// A log-in from the address `peer` by that way; with a `reason` it was refused.
     void noteLogin(const QString& reason, const QString& peer, const QString& way);
 
 Q_SIGNALS:
-    /// By how many milliseconds it was set forward.
+    /// The clock of this machine was set forward by so many milliseconds (negative: back).
     void clockSet(qint64 by);
 
 private:

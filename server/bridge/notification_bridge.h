@@ -47,7 +47,9 @@ class KYR_SERVER_EXPORT CNotificationBridge : public QObject
     Q_OBJECT
 
 public:
+    /// Messages that the broker has not acknowledged yet.
     static constexpr int mostInFlight = 20;
+    /// Messages that are sent again for one question.
     static constexpr int mostReplayed = 10000;
 
     struct Settings
@@ -78,6 +80,7 @@ public:
     void wake();
 
 Q_SIGNALS:
+    /// Something in the status has changed, beside its counts. A receiver may delete the bridge.
     void statusChanged();
 
 private:

@@ -17,13 +17,16 @@ public:
     using QObject::QObject;
     ~IDeviceLinks() override;
 
+    /// In any order.
     virtual QList<CDeviceId> linkedDevices() const = 0;
     virtual bool isLinked(CDeviceId device) const = 0;
-    /// False when it is not linked. True does not mean that the message arrives. Emits nothing before it returns.
+    /// Sends a message as CLockMessage makes them. False when the device is not linked. True does not mean that the
+    /// message arrives. Emits nothing before it returns.
     virtual bool send(CDeviceId device, const QByteArray& message) = 0;
 
 Q_SIGNALS:
     void deviceCame(CDeviceId device);
     void deviceLeft(CDeviceId device);
+    /// Bytes from a device, not looked at yet.
     void messageReceived(CDeviceId device, const QByteArray& message);
 };

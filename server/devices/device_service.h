@@ -12,22 +12,23 @@
 /// | operation | ends when | its properties |
 /// |---|---|---|
 /// | "transferAuthorizations" | the device has its list, or a minute has passed | "revision" |
-/// | "readEvents" | all that the device noted so far is in the trail, or a minute has passed | "storedEvents",
-/// "lostEvents" |
+/// | "readEvents" | its events so far are in the trail, or a minute has passed | "storedEvents", "lostEvents" |
 ///
 /// Each has "deviceId", and "errorString", empty when it was done.
 ///
 /// | action | parameters | its result |
 /// |---|---|---|
 /// | "open" | "seconds" (3), "comment", "operator" (who gives the command) | "opened", and "errorString" where not |
-/// | "status" | | "linked", "upToDate", "revision", "accessPoint", "fault", "clockAhead" (ms), "storedEvents",
-/// "lostEvents" |
+/// | "status" | | what CDoorController::Status has |
+///
+/// The names of the last one: "linked", "upToDate", "revision", "accessPoint", "fault", "clockAhead" (milliseconds),
+/// "storedEvents" and "lostEvents".
 class KYR_SERVER_EXPORT CDeviceService : public IDeviceService
 {
     Q_OBJECT
 
 public:
-    /// Milliseconds.
+    /// Until an operation ends without having reached what it waits for; milliseconds.
     static constexpr int operationWait = 60000;
 
     /// The controller is not taken over; without it nothing can be made.
@@ -35,6 +36,7 @@ public:
     ~CDeviceService() override;
     void setController(CDoorController* controller);
 
+    /// Null, with "errorString" in `params`, for an unknown name, without a controller, and where no device is named.
     IDeviceOperation* createDeviceOperation(const QString& name, QVariantMap& params) override;
     void startDeviceOperation(IDeviceOperation* operation) override;
     void cancelDeviceOperation(IDeviceOperation* operation) override;

@@ -11,7 +11,7 @@
 ///     CDoorLag lag(&model);
 ///     lag.watch({card});                             // before the change
 ///     ...
-///     lag.refresh();                                 // behind it, and whenever there is time
+///     lag.refresh(50);                               // behind it, and whenever there is time
 ///     for (const CDoorLag::Door& door : lag.doors()) ...
 ///
 /// What devices have is known by their last words, whichever server heard them.
@@ -39,6 +39,7 @@ public:
     bool refresh(int milliseconds);
     /// Compiles anew what is not forgotten: the model may have been changed once more.
     void restart();
+    /// The doors that are not forgotten, by their ids.
     QList<Door> doors() const;
 
 private:

@@ -32,11 +32,11 @@ class KYR_SERVER_EXPORT CProvisioner
 public:
     using Commands = QVector<CLockCommand>;
 
-    /// Parts that are not answered yet.
+    /// Commands that are sent and not answered yet, at the most.
     static constexpr int window = 4;
-    /// Without an answer for so long a transfer is begun anew.
+    /// Without an answer for so many milliseconds a transfer is begun anew.
     static constexpr qint64 patience = 10000;
-    /// A lock that has refused the whole list is tried again after that.
+    /// A lock that has refused the whole list is tried again after so many milliseconds.
     static constexpr qint64 retryPause = 30000;
 
     /// Its commands have numbers above `lastNumber`.
@@ -45,12 +45,15 @@ public:
     {
     }
 
+    /// The list that the lock is to have from now on.
     Commands want(const CProvisionedList& list, qint64 now);
     /// Nothing is sent before the lock has told its state.
     void linked();
     void unlinked();
+    /// What the lock has said. Answers to commands of others are passed over.
     Commands take(const CLockState& state, qint64 now);
     Commands take(const CLockAnswer& answer, qint64 now);
+    /// Looks whether a transfer has stood still, or is to be tried again.
     Commands tick(qint64 now);
 
     bool isUpToDate() const { return m_isKnown && !m_list.revision.isEmpty() && m_revision == m_list.revision; }

@@ -29,7 +29,8 @@ struct KYR_SERVER_EXPORT CDemonstrationFill
     /// Called now and then with how many users are made, from within run().
     std::function<void(int made)> progress;
 
-    /// All or nothing. Refused for an installation that has users, doors or groups.
+    /// All or nothing: false with the reason in *errorString, which must not be null. Refused for an installation that
+    /// has users, doors or groups.
     bool run(CSqlAccessControl* model, QString* errorString) const;
 
 private:

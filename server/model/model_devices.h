@@ -12,8 +12,10 @@ class KYR_SERVER_EXPORT IModelDevices
 public:
     virtual ~IModelDevices();
 
+    /// Opens a door by its device.
     virtual bool open(CItemId accessPoint, const CLockOpen& command) = 0;
-    /// The next medium shown there is to be told by the model's rfidMediumDetected().
+    /// For so many seconds (0 to CLockWait::mostSeconds; 0 ends it) the next medium shown there is to be told by the
+    /// model's rfidMediumDetected().
     virtual bool waitForMedium(CDeviceId device, int seconds) = 0;
     /// As if that medium had been shown there.
     virtual bool simulateMedium(CDeviceId device, const QByteArray& uid) = 0;

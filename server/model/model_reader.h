@@ -86,7 +86,7 @@ public:
     QStringList labelsThatBegin(const QString& collection, int itemClass, const QString& begin, int limit) const;
     /// Names of the properties that items of a collection have, beside those that are columns of its table.
     QStringList propertyNames(const QString& collection) const;
-    /// The labels of items.
+    /// The labels of items; those that are not there are left out.
     QMap<CItemId, QString> labels(const QList<CItemId>& ids) const;
 
 private:

@@ -30,17 +30,15 @@ struct CPasswordHash;
 ///   texts), "validFrom" and "validTo" are date-times, dates (the begin, the end of the day) or ISO 8601 texts of both,
 ///   without an offset in local time; "slots" of a schedule are a text that CTimeProfile reads; "uid" of a medium 4, 7
 ///   or 8 bytes or such a label, "code" of a code 1 to 12 digits, each once; "timeZone" of a door is one that is known.
-/// - An invalid value takes a property of an item away. "Members", "Access Points", "userId" and "class" are given when
-/// an
-///   item is made, and then changed by the operations of relations alone; addRfidMediaToUser() with user 0 frees media.
+/// - An invalid value takes a property of an item away. "Members", "Access Points", "userId" and "class" are given
+///   when an item is made, and then changed by the operations of relations alone; addRfidMediaToUser() with user 0
+///   frees media.
 /// - A holder may have several rights at a door, each a map with its "id", "accessPointId" and, as far as they are
-/// given,
-///   "timeProfileId" (without one: always), "options" (CDataType::AccessRightOption), "validFrom", "validTo" and
-///   others. setAccessRightProperties() changes all of them, or the one whose "id" is given; addAccessRight() adds
-///   another one.
+///   given, "timeProfileId" (without one: always), "options" (CDataType::AccessRightOption), "validFrom", "validTo"
+///   and others. setAccessRightProperties() changes all of them, or the one whose "id" is given; addAccessRight()
+///   adds another one.
 /// - Who is deleted takes codes, memberships, rights and logins along. A schedule that a right names, and a calendar
-/// that
-///   a schedule names, cannot be deleted.
+///   that a schedule names, cannot be deleted.
 /// - There is a collection "TimeProfiles": schedules, with "slots" and "calendarId".
 ///
 /// Operations that need a device go over setDevices(), and answer false, with errorString(), where the device is not
@@ -73,12 +71,12 @@ public:
 
     // --- Beyond the interface: any collection, one item at a time
 
-    /// Runs several changes as one: they are stored when `work` answers true and none of them was refused; else none
-    /// is. False with the reason in errorString().
+    /// Runs several changes as one, before it returns: they are stored when `work` answers true and none of them was
+    /// refused; else none is. False with the reason in errorString().
     bool changeAll(const std::function<bool()>& work);
 
     /// Codes, holidays, calendars, schedules, devices and authorization points, too. Relations may be given by their
-    /// keys.
+    /// keys. The new id; 0 when it was refused.
     CItemId createItem(const QString& collection, const QVariantMap& properties);
     bool deleteItem(const QString& collection, CItemId item);
     QVariant getItemProperty(const QString& collection, const QString& name, CItemId item) const;
@@ -87,11 +85,11 @@ public:
     bool setItemProperty(const QString& collection, const QString& name, const QVariant& value, CItemId item);
     /// The names of the properties that items of the collection have.
     QStringList getPropertyNames(const QString& collection) const;
-    /// The first items of a collection, and of that class (0: of any), whose label contains a text, in whichever case of
-    /// its letters from A to Z; by their ids. In *left how many more there are.
+    /// The first items of a collection, and of that class (0: of any), whose label contains a text, in whichever case
+    /// of its letters from A to Z; by their ids. In *left how many more there are.
     QList<CItemId> findByLabel(const QString& collection, int itemClass, const QString& text, int limit,
                                qint64* left) const;
-    /// KIND's collection of an item, "" when there is none.
+    /// The name of the collection that an item is in; "" when there is no such item.
     QString getCollectionOf(CItemId item) const;
 
     /// Adds a right; the same again adds none. Its id, 0 when it was refused.
@@ -106,7 +104,7 @@ public:
     /// "name", "userId", "permissions" (bits), "otp" (whether one-time passwords are asked for); empty for an unknown
     /// name.
     QVariantMap getLogin(const QString& name) const;
-    /// To check a password on another thread; an unknown name has one that matches nothing.
+    /// For checking a password on another thread; an unknown name has a hash that matches nothing.
     CPasswordHash getPasswordHash(const QString& name) const;
     bool addLogin(const QString& name, CItemId user, const QString& password);
     bool setLoginPassword(const QString& name, const QString& password);
@@ -115,8 +113,8 @@ public:
     bool removeLogin(const QString& name);
     /// Asks for one-time passwords from now on (an empty secret: no longer).
     bool setLoginSecret(const QString& name, const QByteArray& secret);
-    /// The same with a new secret, which it answers with in base 32, as authenticator programs take it; empty when it was
-    /// refused.
+    /// The same with a new secret, which it answers with in base 32, as authenticator programs take it; empty when it
+    /// was refused.
     QString makeLoginSecret(const QString& name);
     /// Whether the code is right now; a code counts once.
     bool checkOneTimePassword(const QString& name, const QString& code);
@@ -128,10 +126,10 @@ public:
     QString startSession(const QString& login, const QString& client, const QString& address, int* secondsToLive);
     /// "userId", "login", its "permissions" (bits) and "expires" of a session that has not ended; empty otherwise.
     QVariantMap getSession(const QString& sessionId) const;
-    /// Seconds that a new session lasts, 1 to 31 days; 3600 by default.
+    /// How long a new session lasts: 1 second to 31 days, in seconds; 3600 by default.
     void setSessionLength(int seconds);
 
-    /// Under which changes are noted from now on, so that others know whose they are; a name of chance by default.
+    /// The name under which changes are noted from now on, so that others know whose they are; by default a random one.
     void setServerName(const QString& name);
     /// Reaches the devices that are linked; not taken over, nullptr for none.
     void setDevices(IModelDevices* devices);

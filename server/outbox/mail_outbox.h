@@ -68,10 +68,12 @@ public:
     /// Sends what waits, and what will. What waited for its next try is tried at once.
     void start(const Settings& settings);
 
+    /// What is not sent yet, given up ones included, in the order in which it was queued.
     QList<Entry> entries() const;
+    /// How many recipients wait for their mail, and how many were given up.
     int waiting() const;
     int givenUp() const;
-    /// False when there is none of that number.
+    /// Takes a recipient out of the list, by Entry::id. False when there is none of that number.
     bool remove(qint64 id);
 
 Q_SIGNALS:
