@@ -1,13 +1,12 @@
 // Who may open which door, facts and verdict, and sqlite3 only fetching the rows that the verdict is made from: the
 // same joins on the same file. 10,000 doors, 1,000 groups with rights at 100 doors each, half of them with a schedule,
 // 5 groups a user. Argument: users.
+#include "model_work.h"
 #include "sqlite_peer.h"
 
 #include <foundation/access/access_evaluator.h>
 #include <server/model/access_facts_source.h>
 #include <server/model/access_facts_sql_p.h>
-#include <server/model/demonstration_fill.h>
-#include <server/model/sql_access_control.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
@@ -33,12 +32,10 @@ struct Installation
         fill.groups = 1000;
         fill.groupsOfUser = 5;
         fill.doorsOfGroup = 100;
-        QString error;
-        if (!model.open(path) || !fill.run(&model, &error) || !addSchedules())
-            throw std::runtime_error(QString(model.errorString() + error).toStdString());
-        if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK)
-            throw std::runtime_error("sqlite3_open");
-        sqlite3_exec(database, "PRAGMA cache_size=-16384", nullptr, nullptr, nullptr);
+        makeInstallation(model, path, fill);
+        if (!addSchedules())
+            throw std::runtime_error(model.errorString().toStdString());
+        database = openPeer(path.toStdString());
         source = IAccessFactsSource::of(&model);
         choosePairs();
     }
@@ -72,7 +69,7 @@ struct Installation
     {
         Statement groupOf(database, "SELECT group_id FROM membership WHERE user_id=?1 LIMIT 1");
         Statement doorOf(database,
-                               "SELECT access_point FROM access_right WHERE holder=?1 ORDER BY id LIMIT 1 OFFSET ?2");
+                         "SELECT access_point FROM access_right WHERE holder=?1 ORDER BY id LIMIT 1 OFFSET ?2");
         Statement first(database, "SELECT min(user_id) FROM membership");
         Statement last(database, "SELECT max(user_id) FROM membership");
         std::mt19937 random(1);

@@ -42,10 +42,7 @@ struct Trail
             if (!trail.append(group))
                 throw std::runtime_error(trail.errorString().toStdString());
         }
-        if (sqlite3_open(path.toUtf8().constData(), &peer) != SQLITE_OK)
-            throw std::runtime_error("sqlite3_open");
-        sqlite3_exec(peer, "PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON; PRAGMA cache_size=-16384", nullptr,
-                     nullptr, nullptr);
+        peer = openPeer(path.toStdString());
     }
     ~Trail() { sqlite3_close_v2(peer); }
     Q_DISABLE_COPY(Trail)

@@ -64,9 +64,7 @@ struct Installation
         model.endTransaction();
         if (!model.addDeviceToAccessPoint(device.toLabel(), door, {}))
             throw std::runtime_error(model.errorString().toStdString());
-        if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK)
-            throw std::runtime_error("sqlite3_open");
-        sqlite3_exec(database, "PRAGMA cache_size=-16384", nullptr, nullptr, nullptr);
+        database = openPeer(path.toStdString());
     }
     ~Installation() { sqlite3_close_v2(database); }
     Q_DISABLE_COPY(Installation)

@@ -1,12 +1,10 @@
 // The model over SQLite, and sqlite3 doing the same with the same file: the same statements, stepped to the end and
 // every column read. Argument: users of the installation.
-#include <server/model/demonstration_fill.h>
-#include <server/model/sql_access_control.h>
+#include "model_work.h"
+#include "sqlite_peer.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTemporaryDir>
-
-#include "sqlite_peer.h"
 
 #include <map>
 #include <memory>
@@ -22,17 +20,8 @@ struct Installation
     explicit Installation(int users)
         : path(folder.filePath(QStringLiteral("a.db")))
     {
-        CDemonstrationFill fill;
-        fill.users = users;
-        fill.doors = 200;
-        fill.groups = 50;
-        QString error;
-        if (!model.open(path) || !fill.run(&model, &error))
-            throw std::runtime_error(QString(model.errorString() + error).toStdString());
-        if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK)
-            throw std::runtime_error("sqlite3_open");
-        sqlite3_exec(database, "PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON; PRAGMA cache_size=-16384", nullptr,
-                     nullptr, nullptr);
+        makeInstallation(model, path, users);
+        database = openPeer(path.toStdString());
     }
 
     ~Installation() { sqlite3_close_v2(database); }
@@ -62,12 +51,7 @@ const char findSql[] =
 void userByFilterOurs(benchmark::State& state)
 {
     const int users = int(state.range(0));
-    CSqlAccessControl& model = installation(users).model;
-    int number = 0;
-    for (auto _ : state) {
-        number = (number + 7919) % users;
-        benchmark::DoNotOptimize(model.getUser({{QStringLiteral("Personnel Number"), 1 + number}}));
-    }
+    findUsers(state, installation(users).model, users);
 }
 
 void userByFilterPeer(benchmark::State& state)
@@ -84,7 +68,7 @@ void userByFilterPeer(benchmark::State& state)
     find.bind(1, std::string("Personnel Number"));
     int number = 0;
     for (auto _ : state) {
-        number = (number + 7919) % users;
+        number = nextUser(number, users);
         find.bind(2, std::to_string(1 + number));
         const qint64 id = find.run();
         for (Statement* statement : {&item, &values, &rights, &members}) {
@@ -94,32 +78,15 @@ void userByFilterPeer(benchmark::State& state)
     }
 }
 
-std::vector<CItemId> someUsers(Installation& where)
-{
-    std::vector<CItemId> ids;
-    for (const char* department : {"IT", "Sales"}) {
-        const QVariantList found =
-            where.model.getModel(QStringLiteral("UsersGroups"),
-                                 {{QStringLiteral("Department"), QLatin1String(department)}}, {QStringLiteral("id")});
-        for (const QVariant& user : found)
-            ids.push_back(user.toMap().value(QStringLiteral("id")).toLongLong());
-    }
-    return ids;
-}
-
 void userPropertyOurs(benchmark::State& state)
 {
-    Installation& where = installation(int(state.range(0)));
-    const std::vector<CItemId> ids = someUsers(where);
-    size_t i = 0;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(where.model.getUserProperty(QStringLiteral("Email"), ids[(i += 31) % ids.size()]));
+    readProperties(state, installation(int(state.range(0))).model);
 }
 
 void userPropertyPeer(benchmark::State& state)
 {
     Installation& where = installation(int(state.range(0)));
-    const std::vector<CItemId> ids = someUsers(where);
+    const std::vector<CItemId> ids = someUsers(where.model);
     Statement statement(where.database,
                         "SELECT v.type,v.value,v.data,i.class FROM property_value v JOIN item i ON "
                         "i.id=v.item WHERE v.item=?1 AND v.property=(SELECT id FROM property WHERE kind=5 "
@@ -156,7 +123,7 @@ void readAllPeer(benchmark::State& state)
 void setPropertyOurs(benchmark::State& state)
 {
     Installation& where = installation(int(state.range(0)));
-    const std::vector<CItemId> ids = someUsers(where);
+    const std::vector<CItemId> ids = someUsers(where.model);
     int i = 0;
     for (auto _ : state) {
         ++i;
@@ -167,7 +134,7 @@ void setPropertyOurs(benchmark::State& state)
 void setPropertyPeer(benchmark::State& state)
 {
     Installation& where = installation(int(state.range(0)));
-    const std::vector<CItemId> ids = someUsers(where);
+    const std::vector<CItemId> ids = someUsers(where.model);
     Statement begin(where.database, "BEGIN IMMEDIATE");
     Statement commit(where.database, "COMMIT");
     Statement look(where.database, "SELECT kind,class FROM item WHERE id=?1");

@@ -1,14 +1,12 @@
 // The model over PostgreSQL, and libpq asking the same server the same in its simplest way: prepared statements, one
 // after the other, every field of the answers read. Argument: users of the installation.
-#include <server/model/demonstration_fill.h>
-#include <server/model/sql_access_control.h>
+#include "model_work.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 
-#include <benchmark/benchmark.h>
 #include <libpq-fe.h>
 
 #include <memory>
@@ -50,13 +48,7 @@ struct Installation
 {
     explicit Installation(int users)
     {
-        CDemonstrationFill fill;
-        fill.users = users;
-        fill.doors = 200;
-        fill.groups = 50;
-        QString error;
-        if (!model.open(cluster.url) || !fill.run(&model, &error))
-            throw std::runtime_error(QString(model.errorString() + error).toStdString());
+        makeInstallation(model, cluster.url, users);
         connection = PQconnectdb(cluster.url.toUtf8().constData());
         if (PQstatus(connection) != CONNECTION_OK)
             throw std::runtime_error(PQerrorMessage(connection));
@@ -125,12 +117,7 @@ int Statement::s_count = 0;
 void userByFilterOurs(benchmark::State& state)
 {
     const int users = int(state.range(0));
-    CSqlAccessControl& model = installation(users).model;
-    int number = 0;
-    for (auto _ : state) {
-        number = (number + 7919) % users;
-        benchmark::DoNotOptimize(model.getUser({{QStringLiteral("Personnel Number"), 1 + number}}));
-    }
+    findUsers(state, installation(users).model, users);
 }
 
 void userByFilterPeer(benchmark::State& state)
@@ -148,30 +135,16 @@ void userByFilterPeer(benchmark::State& state)
     const Statement members(connection, "SELECT user_id FROM membership WHERE group_id=$1 ORDER BY position");
     int number = 0;
     for (auto _ : state) {
-        number = (number + 7919) % users;
+        number = nextUser(number, users);
         const std::string id = find.run({"Personnel Number", std::to_string(1 + number)});
         for (const Statement* statement : {&item, &values, &rights, &members})
             statement->run({id});
     }
 }
 
-std::vector<CItemId> someUsers(CSqlAccessControl& model)
-{
-    std::vector<CItemId> ids;
-    const QVariantList found = model.getModel(
-        QStringLiteral("UsersGroups"), {{QStringLiteral("Department"), QStringLiteral("IT")}}, {QStringLiteral("id")});
-    for (const QVariant& user : found)
-        ids.push_back(user.toMap().value(QStringLiteral("id")).toLongLong());
-    return ids;
-}
-
 void userPropertyOurs(benchmark::State& state)
 {
-    CSqlAccessControl& model = installation(int(state.range(0))).model;
-    const std::vector<CItemId> ids = someUsers(model);
-    size_t i = 0;
-    for (auto _ : state)
-        benchmark::DoNotOptimize(model.getUserProperty(QStringLiteral("Email"), ids[(i += 31) % ids.size()]));
+    readProperties(state, installation(int(state.range(0))).model);
 }
 
 void userPropertyPeer(benchmark::State& state)

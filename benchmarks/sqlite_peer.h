@@ -8,6 +8,17 @@
 #include <stdexcept>
 #include <string>
 
+/// A connection of its own to a file, with the settings of ours. The caller's to close.
+inline sqlite3* openPeer(const std::string& file)
+{
+    sqlite3* database = nullptr;
+    if (sqlite3_open(file.c_str(), &database) != SQLITE_OK)
+        throw std::runtime_error("sqlite3_open");
+    sqlite3_exec(database, "PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON; PRAGMA cache_size=-16384", nullptr,
+                 nullptr, nullptr);
+    return database;
+}
+
 /// A prepared statement of sqlite3's own interface, as a program without Qt would use it.
 class Statement
 {
