@@ -1,5 +1,6 @@
 #pragma once
 
+#include <server/bridge/bridge_intake_p.h>
 #include <server/bridge/bridge_message_p.h>
 #include <server/bridge/told_numbers_p.h>
 
@@ -20,8 +21,6 @@ class KYR_SERVER_TEST_EXPORT BridgeStore
 public:
     /// Kept behind the last acknowledged one, for those who missed some.
     static constexpr int keptMessages = 10000;
-    /// Taken up in one transaction.
-    static constexpr int rowsPerStep = 200;
 
     BridgeStore(CDatabase* database, const BridgeTopics& topics, const QString& server);
 
@@ -39,13 +38,8 @@ public:
     /// A name for the database, which tells nothing of it.
     QString installation();
 
-    enum Result
-    {
-        Failed, ///< to be tried again
-        Done,
-        More ///< rows are left
-    };
-    /// Makes messages of what happened meanwhile.
+    using Result = BridgeIntake::Result;
+    /// Makes messages of what happened meanwhile; what failed is to be tried again.
     Result collect();
     /// Takes the publisher's lock over from a server that does not renew it any more, or renews it. Called each
     /// `beatMs`.
@@ -70,14 +64,7 @@ private:
     bool end(bool good);
     bool ensureSource(const QString& source);
     bool renewEpoch(const QString& source);
-    qint64 position(const QString& stream);
-    bool setPosition(const QString& stream, qint64 position);
-    qint64 highest(const QString& sql);
-    Result collectChanges();
-    Result collectChains();
-    Result collectChain(qint64 chain);
-    bool append(const QString& source, QVariantMap data, const QStringList& topics);
-    bool appendLine(const QByteArray& line);
+    bool append(const BridgeNews& news);
     bool store(const QString& source, const BridgeMessage& message);
     qint64 nextSeq(const QString& source);
     void noteTold();
@@ -85,6 +72,7 @@ private:
     CDatabase* m_database;
     BridgeTopics m_topics;
     QString m_server;
+    BridgeIntake m_intake;
     QString m_installation;
     QMap<QString, QString> m_epochs;
     QMap<QString, qint64> m_acknowledged;

@@ -106,10 +106,10 @@ void CNotificationBridge::Private::collect()
         sender.begin();
     }
     const BridgeStore::Result result = store.collect();
-    if (result == BridgeStore::Failed)
+    if (result == BridgeIntake::Failed)
         return collectAgain();
     busy = 0;
-    if (result == BridgeStore::More)
+    if (result == BridgeIntake::More)
         collectLater(0);
     sender.fill();
 }

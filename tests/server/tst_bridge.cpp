@@ -104,9 +104,9 @@ private Q_SLOTS:
         console.add("2");
         north.add("3");
         south.add("4");
-        QCOMPARE(south.store.collect(), BridgeStore::Done);
-        QCOMPARE(north.store.collect(), BridgeStore::Done);
-        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(south.store.collect(), BridgeIntake::Done);
+        QCOMPARE(north.store.collect(), BridgeIntake::Done);
+        QCOMPARE(north.store.collect(), BridgeIntake::Done);
         QCOMPARE(north.changes(), (QList<qint64>{2, 3}));
         QCOMPARE(south.changes(), (QList<qint64>{4}));
 
@@ -118,9 +118,9 @@ private Q_SLOTS:
             south.store.beat();
         }
         QVERIFY(south.store.isPublisher());
-        QCOMPARE(south.store.collect(), BridgeStore::Done);
+        QCOMPARE(south.store.collect(), BridgeIntake::Done);
         QCOMPARE(south.changes(), (QList<qint64>{4, 5}));
-        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.store.collect(), BridgeIntake::Done);
         QVERIFY(!north.store.isPublisher());
         QCOMPARE(north.changes(), (QList<qint64>{2, 3, 6}));
 
@@ -147,7 +147,7 @@ private Q_SLOTS:
         Server north(file, "north");
         for (const char* label : {"2", "3", "4", "5"})
             north.add(label);
-        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.store.collect(), BridgeIntake::Done);
         QVERIFY(north.store.acknowledge({{"Model", 4}}));
         const QString epoch = north.store.epoch("Model");
         // The copy was made when three were numbered, and one of them was acknowledged.
@@ -159,7 +159,7 @@ private Q_SLOTS:
         QCOMPARE(again.store.acknowledged("Model"), qint64(0));
         QCOMPARE(again.changes(), (QList<qint64>{3, 4}));
         again.add("another 5");
-        QCOMPARE(again.store.collect(), BridgeStore::Done);
+        QCOMPARE(again.store.collect(), BridgeIntake::Done);
         QCOMPARE(again.changes(), (QList<qint64>{3, 4, 6}));
         const auto last = BridgeNotification::fromPayload(again.store.messages("Model", 0, 10).last().payload);
         QVERIFY(last && last->epoch == again.store.epoch("Model"));
@@ -182,11 +182,11 @@ private Q_SLOTS:
         QVERIFY(other.open(file) && other.begin());
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(north.store.collect(), BridgeStore::Failed);
+        QCOMPARE(north.store.collect(), BridgeIntake::Failed);
         QVERIFY(!north.store.acknowledge({{"Model", 1}}));
         QVERIFY2(timer.elapsed() < 250, "it has waited for the other one");
         other.end(true);
-        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.store.collect(), BridgeIntake::Done);
         QCOMPARE(north.changes(), (QList<qint64>{2}));
     }
 
@@ -209,7 +209,7 @@ private Q_SLOTS:
         changed.kind = AuditKind::Changed;
         QVERIFY(trail.append({event, changed}));
         QVERIFY(!trail.signHeads("request").isEmpty());
-        QCOMPARE(north.store.collect(), BridgeStore::Done);
+        QCOMPARE(north.store.collect(), BridgeIntake::Done);
         const QList<BridgeMessage> messages = north.store.messages("Access", 0, 10);
         QCOMPARE(messages.size(), 1);
         QCOMPARE(messages.first().topics, (QStringList{"notify/access", "event/3/denied"}));
