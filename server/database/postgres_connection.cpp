@@ -1,54 +1,22 @@
 #include <server/database/postgres_connection_p.h>
 
+#include <server/database/postgres_connecting_p.h>
+#include <server/database/postgres_cursor_p.h>
 #include <server/database/schema_p.h>
 #include <server/database/socket_wait_p.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QRegularExpression>
-#include <QtCore/QVarLengthArray>
-#include <QtCore/QtEndian>
 
 #include <libpq-fe.h>
 
-#include <cstring>
 #include <utility>
 
 namespace {
 
-// Types of columns as the server numbers them.
-constexpr Oid boolType = 16;
-constexpr Oid bytesType = 17;
-constexpr Oid bigintType = 20;
-constexpr Oid smallintType = 21;
-constexpr Oid integerType = 23;
-constexpr Oid numericType = 1700; // of sums
 constexpr int binary = 1;
 // For reading a whole table.
 constexpr int maintenanceWaitMs = 600000;
-
-// Without the library's guesses and advice behind it.
-QString oneLine(const char* text)
-{
-    QString line = QString::fromUtf8(text).simplified();
-    for (const char* advice : {" Is the server running", " This probably means", " server closed the connection"}) {
-        const int at = line.indexOf(QLatin1String(advice));
-        if (at > 0)
-            line.truncate(at);
-    }
-    return line;
-}
-
-// Four decimal digits a word, behind a head of their number, the weight of the first, the sign, and digits of a
-// fraction.
-qint64 wholeNumeric(const char* at)
-{
-    const auto word = [at](int index) { return qFromBigEndian<qint16>(at + 2 * index); };
-    constexpr int base = 10000;
-    qint64 number = 0;
-    for (int i = 0; i <= word(1); ++i)
-        number = number * base + (i < word(0) ? word(4 + i) : 0);
-    return word(2) == 0 ? number : -number;
-}
 
 // "?" is a place in all statements of this system; PostgreSQL numbers them.
 QByteArray numbered(const QString& sql)
@@ -71,254 +39,7 @@ QByteArray numbered(const QString& sql)
     return result;
 }
 
-class PostgresCursor : public SqlCursor
-{
-public:
-    PostgresCursor(PostgresConnection* connection, const QByteArray& name, const QString& location)
-        : m_connection(connection)
-        , m_name(name)
-        , m_location(location)
-    {
-    }
-
-    void bind(const QVariant& value) override;
-    bool exec() override;
-    bool next() override { return m_result && ++m_row < m_rows; }
-    bool hasFailed() const override { return !m_result; }
-    qint64 integer(int column) const override;
-    QString text(int column) const override;
-    QByteArray bytes(int column) const override;
-    QVariant value(int column) const override;
-    bool isNull(int column) const override { return PQgetisnull(m_result.get(), m_row, column) != 0; }
-    int changed() const override { return m_result ? QByteArray(PQcmdTuples(m_result.get())).toInt() : 0; }
-    void finish() override
-    {
-        m_values.clear();
-        m_result.reset();
-    }
-    QString error() const override { return m_error; }
-
-private:
-    struct Value
-    {
-        QByteArray bytes;
-        bool isNull;
-        bool isBinary;
-    };
-
-    // As the server wrote it, without an end mark.
-    QByteArray raw(int column) const
-    {
-        return QByteArray::fromRawData(PQgetvalue(m_result.get(), m_row, column),
-                                       PQgetlength(m_result.get(), m_row, column));
-    }
-    bool isNumber(int column, qint64* number) const;
-
-    PostgresConnection* m_connection;
-    QByteArray m_name;
-    QString m_location;
-    QString m_error;
-    QVarLengthArray<Value, 16> m_values;
-    PostgresConnection::Result m_result;
-    int m_row = -1;
-    int m_rows = 0;
-};
-
-void PostgresCursor::bind(const QVariant& value)
-{
-    switch (value.userType()) {
-    case QMetaType::UnknownType:
-        m_values.append({{}, true, false});
-        break;
-    case QMetaType::QByteArray:
-        m_values.append({value.toByteArray(), value.toByteArray().isNull(), true});
-        break;
-    case QMetaType::QString:
-        m_values.append({value.toString().toUtf8(), value.toString().isNull(), false});
-        break;
-    case QMetaType::Bool:
-        m_values.append({value.toBool() ? "1" : "0", false, false});
-        break;
-    default:
-        m_values.append({value.toString().toUtf8(), value.isNull(), false});
-        break;
-    }
-}
-
-bool PostgresCursor::exec()
-{
-    QVarLengthArray<const char*, 16> values;
-    QVarLengthArray<int, 16> lengths;
-    QVarLengthArray<int, 16> formats;
-    bool good = true;
-    for (const Value& value : m_values) {
-        // What the server would take as the end of the text.
-        good =
-            good && (value.isBinary || std::memchr(value.bytes.constData(), 0, size_t(value.bytes.size())) == nullptr);
-        values.append(value.isNull ? nullptr : value.bytes.constData());
-        lengths.append(int(value.bytes.size()));
-        formats.append(value.isBinary ? binary : 0);
-    }
-    m_result.reset();
-    m_row = -1;
-    m_rows = 0;
-    if (good) {
-        m_result = m_connection->askPrepared(m_name, int(values.size()), values.constData(), lengths.constData(),
-                                             formats.constData());
-        m_error = m_result ? QString() : m_connection->error();
-    } else {
-        m_error = m_location + QLatin1String(" cannot keep a text with a zero character");
-    }
-    m_values.clear();
-    if (m_result)
-        m_rows = PQntuples(m_result.get());
-    return m_result != nullptr;
-}
-
-bool PostgresCursor::isNumber(int column, qint64* number) const
-{
-    const char* at = PQgetvalue(m_result.get(), m_row, column);
-    switch (PQftype(m_result.get(), column)) {
-    case bigintType:
-        *number = qFromBigEndian<qint64>(at);
-        return true;
-    case integerType:
-        *number = qFromBigEndian<qint32>(at);
-        return true;
-    case smallintType:
-        *number = qFromBigEndian<qint16>(at);
-        return true;
-    case boolType:
-        *number = *at;
-        return true;
-    case numericType:
-        *number = wholeNumeric(at);
-        return true;
-    default:
-        return false;
-    }
-}
-
-qint64 PostgresCursor::integer(int column) const
-{
-    qint64 number = 0;
-    if (isNull(column) || isNumber(column, &number))
-        return number;
-    return raw(column).toLongLong();
-}
-
-QString PostgresCursor::text(int column) const
-{
-    qint64 number = 0;
-    if (isNull(column))
-        return {};
-    return isNumber(column, &number) ? QString::number(number) : QString::fromUtf8(raw(column));
-}
-
-QByteArray PostgresCursor::bytes(int column) const
-{
-    if (isNull(column))
-        return {};
-    const QByteArray there = raw(column);
-    return QByteArray(there.constData(), there.size());
-}
-
-QVariant PostgresCursor::value(int column) const
-{
-    qint64 number = 0;
-    if (isNull(column))
-        return {};
-    if (isNumber(column, &number))
-        return number;
-    return PQftype(m_result.get(), column) == bytesType ? QVariant(bytes(column)) : QVariant(text(column));
-}
-
-void ignoreNotice(void*, const PGresult*) {}
-
 } // namespace
-
-// --- Connecting
-
-PostgresConnecting::PostgresConnecting(const PostgresLocation::Options& options)
-{
-    QVarLengthArray<const char*, 32> keys;
-    QVarLengthArray<const char*, 32> values;
-    for (const auto& [key, value] : options) {
-        keys.append(key.constData());
-        values.append(value.constData());
-    }
-    keys.append(nullptr);
-    values.append(nullptr);
-    m_connection = PQconnectStartParams(keys.constData(), values.constData(), 0);
-    // The library asks for a wait until the socket can be written before the first step.
-    m_state = m_connection && PQstatus(m_connection) != CONNECTION_BAD ? Writing : Failed;
-    if (m_connection)
-        PQsetNoticeReceiver(m_connection, &ignoreNotice, nullptr);
-}
-
-PostgresConnecting::~PostgresConnecting()
-{
-    if (m_connection)
-        PQfinish(m_connection);
-}
-
-PostgresConnecting::State PostgresConnecting::step()
-{
-    if (m_state != Reading && m_state != Writing)
-        return m_state;
-    switch (PQconnectPoll(m_connection)) {
-    case PGRES_POLLING_READING:
-        m_state = Reading;
-        break;
-    case PGRES_POLLING_OK:
-        m_state = Done;
-        break;
-    case PGRES_POLLING_FAILED:
-        m_state = Failed;
-        break;
-    default:
-        m_state = Writing;
-        break;
-    }
-    return m_state;
-}
-
-PostgresConnecting::State PostgresConnecting::finish(int milliseconds)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (m_state == Reading || m_state == Writing) {
-        const int left = milliseconds - int(clock.elapsed());
-        if (left <= 0)
-            break;
-        if (waitForSocket(socket(), m_state == Writing, left))
-            step();
-    }
-    return m_state;
-}
-
-long long PostgresConnecting::socket() const
-{
-    return PQsocket(m_connection);
-}
-
-QString PostgresConnecting::error() const
-{
-    if (m_state != Failed)
-        return QStringLiteral("it does not answer");
-    QString text = m_connection ? oneLine(PQerrorMessage(m_connection)) : QStringLiteral("out of memory");
-    // Where it is stands before it already.
-    const QString failed = QStringLiteral(" failed: ");
-    if (const int at = text.lastIndexOf(failed); at >= 0)
-        text.remove(0, at + failed.size());
-    return text;
-}
-
-pg_conn* PostgresConnecting::take()
-{
-    m_state = Failed;
-    return std::exchange(m_connection, nullptr);
-}
 
 // --- Asking
 
@@ -358,7 +79,7 @@ PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_co
     QElapsedTimer clock;
     clock.start();
     if (send(m_connection) == 0) {
-        lose(oneLine(PQerrorMessage(m_connection)));
+        lose(postgresMessage(PQerrorMessage(m_connection)));
         return nullptr;
     }
     Result last;
@@ -369,7 +90,7 @@ PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_co
             const bool isReady = left > 0 && waitForSocket(socket(), unsent > 0, int(left));
             if (!isReady || unsent < 0 || PQconsumeInput(m_connection) == 0) {
                 m_isAwaited = !isReady && unsent == 0;
-                lose(isReady || unsent < 0 ? oneLine(PQerrorMessage(m_connection))
+                lose(isReady || unsent < 0 ? postgresMessage(PQerrorMessage(m_connection))
                                            : QStringLiteral("it does not answer"));
                 return nullptr;
             }
@@ -383,8 +104,8 @@ PostgresConnection::Result PostgresConnection::ask(const std::function<int(pg_co
             last = result;
     }
     if (isLost()) {
-        lose(last ? oneLine(PQresultErrorField(last.get(), PG_DIAG_MESSAGE_PRIMARY))
-                  : oneLine(PQerrorMessage(m_connection)));
+        lose(last ? postgresMessage(PQresultErrorField(last.get(), PG_DIAG_MESSAGE_PRIMARY))
+                  : postgresMessage(PQerrorMessage(m_connection)));
         return nullptr;
     }
     const bool hadNews = m_hasNews;
@@ -398,7 +119,7 @@ bool PostgresConnection::takeLateAnswer()
 {
     if (m_isAwaited && PQconsumeInput(m_connection) == 0) {
         m_isAwaited = false;
-        lose(oneLine(PQerrorMessage(m_connection)));
+        lose(postgresMessage(PQerrorMessage(m_connection)));
     }
     while (m_isAwaited && PQisBusy(m_connection) == 0) {
         if (const Result late(PQgetResult(m_connection), &PQclear); late)
@@ -431,7 +152,8 @@ bool PostgresConnection::fail(const Result& result)
     else if (state == "53100")
         m_error = m_location + QLatin1String(" cannot grow: there is no room on the server's disk");
     else
-        m_error = m_location + QLatin1String(": ") + oneLine(PQresultErrorField(result.get(), PG_DIAG_MESSAGE_PRIMARY));
+        m_error = m_location + QLatin1String(": ")
+                  + postgresMessage(PQresultErrorField(result.get(), PG_DIAG_MESSAGE_PRIMARY));
     return true;
 }
 
@@ -596,7 +318,7 @@ bool PostgresConnection::takeNews()
     if (isLost())
         return false;
     if (PQconsumeInput(m_connection) == 0 || PQstatus(m_connection) == CONNECTION_BAD) {
-        lose(oneLine(PQerrorMessage(m_connection)));
+        lose(postgresMessage(PQerrorMessage(m_connection)));
         return false;
     }
     collectNews();

@@ -1,44 +1,11 @@
 #pragma once
 
-#include <server/database/postgres_location_p.h>
 #include <server/database/sql_connection_p.h>
 
 #include <QtCore/QHash>
 
 struct pg_conn;
 struct pg_result;
-
-/// Connects step by step, so that nobody has to stand and wait for it.
-class PostgresConnecting
-{
-public:
-    enum State
-    {
-        Reading, ///< step() again when the socket can be read
-        Writing, ///< step() again when the socket can be written
-        Done,
-        Failed
-    };
-
-    explicit PostgresConnecting(const PostgresLocation::Options& options);
-    ~PostgresConnecting();
-    Q_DISABLE_COPY(PostgresConnecting)
-
-    State state() const { return m_state; }
-    State step();
-    /// Steps until it is done or has failed, at most so many milliseconds.
-    State finish(int milliseconds);
-    /// May be another one after each step.
-    long long socket() const;
-    /// In one line for a person.
-    QString error() const;
-    /// The caller's to finish.
-    pg_conn* take();
-
-private:
-    pg_conn* m_connection;
-    State m_state;
-};
 
 /// PostgreSQL through its client library, in whose asynchronous way no call waits longer than it is told: Qt's driver
 /// would wait for as long as a server that has stopped keeps silent.

@@ -1,6 +1,7 @@
 #include <server/database/database_place_p.h>
 
 #include <server/database/database.h>
+#include <server/database/postgres_connecting_p.h>
 #include <server/database/postgres_connection_p.h>
 #include <server/database/schema_p.h>
 
