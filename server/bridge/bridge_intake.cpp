@@ -18,6 +18,8 @@ const QString accessSource = QStringLiteral("Access");
 const QString auditSource = QStringLiteral("Audit");
 // Of changes that no server with a bridge has made.
 const QString othersStream = QStringLiteral("change");
+// Rows of others behind which the place in the list of changes is moved, though there is nothing to tell.
+constexpr int farBehind = 1000;
 
 // What the trail knows of a door's event and a subscriber may: ids and reasons, no names, no numbers of cards.
 constexpr std::array<const char*, 10> accessKeys = {
@@ -36,6 +38,12 @@ QString eventsOf(qint64 chain)
 QString headsOf(qint64 chain)
 {
     return QStringLiteral("head %1").arg(chain);
+}
+
+// As a part of a statement: the place up to which a stream was taken up.
+QString positionOf(const QString& stream)
+{
+    return QStringLiteral("coalesce((SELECT position FROM bridge_position WHERE stream=%1),0)").arg(stream);
 }
 
 QVariantMap accessData(const QJsonObject& payload, AuditKind kind, qint64 at)
@@ -111,6 +119,31 @@ bool BridgeIntake::setPosition(const QString& stream, qint64 position)
     SqlStatement set(m_database, QStringLiteral("INSERT INTO bridge_position(stream,position) VALUES(?,?) ON "
                                                 "CONFLICT(stream) DO UPDATE SET position=excluded.position"));
     return set.bind(stream).bind(position).exec();
+}
+
+bool BridgeIntake::hasNews(bool isPublisher)
+{
+    const QString ofNoServer = QStringLiteral("NOT IN (SELECT server FROM bridge_source)");
+    const QString place = positionOf(QStringLiteral("?"));
+    const QString ofChain =
+        isPublisher ? QStringLiteral("(c.name=? OR c.name %1)").arg(ofNoServer) : QStringLiteral("c.name=?");
+    QStringList terms{
+        QStringLiteral("EXISTS(SELECT 1 FROM change WHERE seq>%1 AND server=?)").arg(place),
+        QStringLiteral("(SELECT max(seq)-%1 FROM change)>%2").arg(QString::number(farBehind), place),
+        QStringLiteral(
+            "EXISTS(SELECT 1 FROM audit_chain c WHERE %1 AND (EXISTS(SELECT 1 FROM event WHERE chain=c.id AND "
+            "seq>%2) OR EXISTS(SELECT 1 FROM audit_head WHERE chain=c.id AND seq>%3)))")
+            .arg(ofChain, positionOf(QStringLiteral("'event '||c.id")), positionOf(QStringLiteral("'head '||c.id")))};
+    if (isPublisher)
+        terms.append(QStringLiteral("EXISTS(SELECT 1 FROM change WHERE seq>%1 AND server %2)").arg(place, ofNoServer));
+    SqlStatement find(m_database, QStringLiteral("SELECT 1 WHERE ") + terms.join(QLatin1String(" OR ")));
+    const QString own = changesOf(m_server);
+    find.bind(own).bind(m_server).bind(own).bind(m_server);
+    if (isPublisher)
+        find.bind(othersStream);
+    const bool isFound = find.exec() && find.next();
+    // When it cannot be read, take() says so.
+    return isFound || !find.isGood();
 }
 
 BridgeIntake::Result BridgeIntake::take(bool isPublisher, QVector<BridgeNews>* news)

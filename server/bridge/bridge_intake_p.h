@@ -39,6 +39,10 @@ public:
     /// Of a server that had no bridge: what happened before is history, or was told by others.
     bool begin();
 
+    /// Whether take() would find any. Asked before a transaction is begun: of all servers that a change wakes one
+    /// mostly tells it, and each of the others would keep the next writers waiting for nothing.
+    bool hasNews(bool isPublisher);
+
     enum Result
     {
         Failed, ///< nothing may be stored

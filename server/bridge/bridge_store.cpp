@@ -46,13 +46,10 @@ bool BridgeStore::begin()
     // Within a change that is not finished nothing is looked at.
     if (m_database->depth() > 0)
         return false;
-    const int wait = m_database->writeWait();
-    m_database->setWriteWait(0);
-    const bool good = m_database->begin();
-    m_database->setWriteWait(wait);
-    if (!good)
-        m_database->end(false);
-    return good;
+    if (m_database->tryBegin())
+        return true;
+    m_database->end(false);
+    return false;
 }
 
 bool BridgeStore::end(bool good)
@@ -109,6 +106,7 @@ bool BridgeStore::ensureSource(const QString& source)
         m_epochs.insert(source, find.text(0));
         m_acknowledged.insert(source, find.integer(1));
         seq = find.integer(2);
+        m_last.insert(source, seq);
     }
     return m_told.isContinued(source, epoch(source), seq) || renewEpoch(source);
 }
@@ -156,6 +154,7 @@ bool BridgeStore::renewEpoch(const QString& source)
           qUtf8Printable(source));
     m_epochs.insert(source, epoch);
     m_acknowledged.insert(source, 0);
+    m_last.insert(source, given);
     return true;
 }
 
@@ -210,7 +209,11 @@ void BridgeStore::beat()
 
 BridgeStore::Result BridgeStore::collect()
 {
-    if (!isOpen() || !begin())
+    if (!isOpen())
+        return BridgeIntake::Failed;
+    if (!m_intake.hasNews(m_isPublisher))
+        return BridgeIntake::Done;
+    if (!begin())
         return BridgeIntake::Failed;
     m_given.clear();
     if (m_isPublisher) {
@@ -229,7 +232,11 @@ BridgeStore::Result BridgeStore::collect()
         if (!note.bind(*given).bind(m_server).bind(given.key()).exec())
             result = BridgeIntake::Failed;
     }
-    return end(result != BridgeIntake::Failed) ? result : BridgeIntake::Failed;
+    if (!end(result != BridgeIntake::Failed))
+        return BridgeIntake::Failed;
+    for (auto given = m_given.cbegin(); given != m_given.cend(); ++given)
+        m_last.insert(given.key(), *given);
+    return result;
 }
 
 qint64 BridgeStore::nextSeq(const QString& source)

@@ -39,7 +39,7 @@ public:
     QString installation();
 
     using Result = BridgeIntake::Result;
-    /// Makes messages of what happened meanwhile; what failed is to be tried again.
+    /// Makes messages of what happened meanwhile; what failed is to be tried again. Writes nothing when nothing did.
     Result collect();
     /// Takes the publisher's lock over from a server that does not renew it any more, or renews it. Called each
     /// `beatMs`.
@@ -52,6 +52,8 @@ public:
     QString epoch(const QString& source) const { return m_epochs.value(source); }
     /// The last number that the broker is known to have.
     qint64 acknowledged(const QString& source) const { return m_acknowledged.value(source); }
+    /// Whether numbers were given behind that one.
+    bool hasMore(const QString& source, qint64 seq) const { return m_last.value(source) > seq; }
     /// Messages behind `seq` up to `upTo`, in order.
     QList<BridgeMessage> messages(const QString& source, qint64 seq, int limit,
                                   qint64 upTo = std::numeric_limits<qint64>::max());
@@ -77,6 +79,7 @@ private:
     QMap<QString, QString> m_epochs;
     QMap<QString, qint64> m_acknowledged;
     QMap<QString, qint64> m_given; ///< numbers given within the transaction that is open
+    QMap<QString, qint64> m_last;  ///< numbers given so far
     ToldNumbers m_told;
     qint64 m_waiting = 0; ///< when it could be read last
     bool m_isPublisher = false;

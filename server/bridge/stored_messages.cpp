@@ -11,6 +11,8 @@ std::optional<BridgeMessage> StoredMessages::next(int room)
     if (m_isRefused || !m_store->isOpen())
         return std::nullopt;
     if (m_ready.isEmpty()) {
+        if (!m_store->hasMore(m_source, m_read))
+            return std::nullopt;
         const QList<BridgeMessage> more = m_store->messages(m_source, m_read, prefetched);
         for (const BridgeMessage& message : more)
             m_ready.enqueue(message);

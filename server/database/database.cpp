@@ -28,7 +28,6 @@ CDatabase::CDatabase(QObject* parent)
     d->retry.setSingleShot(true);
     connect(&d->watcher, &QTimer::timeout, this, &CDatabase::watch);
     d->impatience.setSingleShot(true);
-    connect(&d->impatience, &QTimer::timeout, this, [this] { setWriteWait(d->writeWait); });
     connect(&d->retry, &QTimer::timeout, this, [this] { d->place->reach(); });
 }
 

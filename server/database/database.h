@@ -99,6 +99,8 @@ public:
     /// Opens a transaction or goes one level deeper; each begin() takes one end(). False when it cannot be: end() will
     /// answer false, too.
     bool begin();
+    /// The same, but does not wait for another program's change: then it fails at once, and isHeld() tells.
+    bool tryBegin();
     /// Ends a level; `good` false, or a statement that failed inside, makes the outermost end undo everything. True
     /// when what was done is stored, or may still be by the levels around.
     bool end(bool good);

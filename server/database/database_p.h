@@ -38,7 +38,8 @@ public:
     bool isLost();
     void tryAgain();
     bool isBusy() const { return depth > 0 || reading > 0; }
-    bool beginOutermost();
+    bool begin(bool isPatient);
+    bool beginOutermost(bool isPatient);
     bool endOutermost();
     void noteChange(bool isStored);
 

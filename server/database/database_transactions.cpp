@@ -14,16 +14,26 @@ constexpr int longestHold = 10000;
 
 bool CDatabase::begin()
 {
-    if (d->depth++ > 0)
-        return !d->failed;
-    d->begun = d->beginOutermost();
-    d->failed = !d->begun;
-    if (!d->begun)
-        d->noteChange(false);
-    return d->begun;
+    return d->begin(true);
 }
 
-bool CDatabase::Private::beginOutermost()
+bool CDatabase::tryBegin()
+{
+    return d->begin(false);
+}
+
+bool CDatabase::Private::begin(bool isPatient)
+{
+    if (depth++ > 0)
+        return !failed;
+    begun = beginOutermost(isPatient && !impatience.isActive());
+    failed = !begun;
+    if (!begun)
+        noteChange(false);
+    return begun;
+}
+
+bool CDatabase::Private::beginOutermost(bool isPatient)
 {
     isHeld = false;
     if (place)
@@ -44,17 +54,15 @@ bool CDatabase::Private::beginOutermost()
             return false;
         }
     }
-    if (connection->run(connection->dialect().beginWrite))
+    if (connection->beginWrite(isPatient))
         return true;
     isHeld = connection->isHeld();
     fail(connection->error());
     if (isLost())
         return false;
     connection->run(QStringLiteral("ROLLBACK"));
-    if (isHeld && writeWait > 0 && !impatience.isActive()) {
-        connection->setWriteWait(0);
+    if (isHeld && isPatient && writeWait > 0)
         impatience.start(writeWait);
-    }
     return false;
 }
 

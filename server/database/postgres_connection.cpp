@@ -131,6 +131,11 @@ bool PostgresConnection::takeLateAnswer()
     return false;
 }
 
+QString PostgresConnection::heldByAnother() const
+{
+    return m_location + QLatin1String(" is being changed by another program; try again");
+}
+
 bool PostgresConnection::fail(const Result& result)
 {
     m_isHeld = false;
@@ -144,7 +149,7 @@ bool PostgresConnection::fail(const Result& result)
     if (state == "55P03" || state == "40001" || state == "40P01")
         m_isHeld = true;
     if (m_isHeld)
-        m_error = m_location + QLatin1String(" is being changed by another program; try again");
+        m_error = heldByAnother();
     else if (state == "57014")
         m_error = m_location + QLatin1String(" took too long to answer, and the query was cancelled");
     else if (state == "25006")
@@ -196,12 +201,23 @@ void PostgresConnection::forgetPrepared()
         m_prepared.clear();
 }
 
+bool PostgresConnection::beginWrite(bool isPatient)
+{
+    const bool isWaited = isPatient && m_writeWait > 0;
+    const Result result = query(isWaited ? dialect().beginWrite : dialect().tryBeginWrite, m_answerWait);
+    const bool isBegun = result && PQntuples(result.get()) > 0;
+    m_transaction = isBegun ? QString::fromLatin1(PQgetvalue(result.get(), 0, 0)) : QString();
+    if (result && !isBegun) {
+        m_isHeld = true;
+        m_error = heldByAnother();
+    }
+    return isBegun;
+}
+
 bool PostgresConnection::run(const QString& sql)
 {
     const bool isCommit = sql == QLatin1String("COMMIT");
     const Result result = query(sql, m_answerWait);
-    if (sql == dialect().beginWrite)
-        m_transaction = result ? QString::fromLatin1(PQgetvalue(result.get(), 0, 0)) : QString();
     // A transaction in which something has failed ends well, too: by being undone.
     if (result && (!isCommit || qstrcmp(PQcmdStatus(result.get()), "COMMIT") == 0))
         return true;

@@ -21,6 +21,7 @@ public:
     const SqlDialect& dialect() const override { return SqlDialect::postgresql(); }
     std::unique_ptr<SqlCursor> prepare(const QString& sql) override;
     void forgetPrepared() override;
+    bool beginWrite(bool isPatient) override;
     bool run(const QString& sql) override;
     QString error() const override { return m_error; }
     bool isLost() const override;
@@ -65,6 +66,7 @@ private:
     void lose(const QString& reason);
     void collectNews();
     void tellWaits();
+    QString heldByAnother() const;
     /// First field of the first row; empty when there is none.
     QString single(const QString& sql);
 

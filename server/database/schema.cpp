@@ -86,7 +86,7 @@ bool Schema::migrate(SqlConnection& connection, const QString& location, const Q
         return false;
     };
     for (;;) {
-        if (!connection.run(connection.dialect().beginWrite))
+        if (!connection.beginWrite(true))
             return failed();
         // Looked up under the lock: another process may have been here meanwhile.
         const int present = connection.version();

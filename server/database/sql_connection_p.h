@@ -48,6 +48,8 @@ public:
     virtual std::unique_ptr<SqlCursor> prepare(const QString& sql) = 0;
     /// Nobody uses a prepared statement now: what is kept for them may go.
     virtual void forgetPrepared() {}
+    /// Begins a transaction that changes something. Without patience it does not wait for another program's.
+    virtual bool beginWrite(bool isPatient) = 0;
     /// A statement without rows.
     virtual bool run(const QString& sql) = 0;
     /// Why the last call failed, in one line for a person.

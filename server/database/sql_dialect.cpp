@@ -5,6 +5,7 @@ const SqlDialect& SqlDialect::sqlite()
     static const SqlDialect dialect{
         QStringLiteral(":/kyr_server/migrations/sqlite"),
         QStringLiteral("BEGIN IMMEDIATE"),
+        QStringLiteral("BEGIN IMMEDIATE"),
         QStringLiteral("BEGIN"),
         QStringLiteral("(SELECT value FROM json_each(?))"),
         QStringLiteral("CROSS JOIN"),
@@ -24,6 +25,8 @@ const SqlDialect& SqlDialect::postgresql()
         // time to answer.
         QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED;SELECT pg_advisory_xact_lock(1264144945);SELECT "
                        "pg_current_xact_id()"),
+        QStringLiteral("BEGIN ISOLATION LEVEL READ COMMITTED;SELECT pg_current_xact_id() WHERE "
+                       "pg_try_advisory_xact_lock(1264144945)"),
         QStringLiteral("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"),
         QStringLiteral("(SELECT unnest(translate(?,'[]','{}')::bigint[]))"),
         QStringLiteral("JOIN"),

@@ -10,6 +10,8 @@ struct SqlDialect
     QString migrations;
     /// Takes the write lock at once; later it could be refused without a wait.
     QString beginWrite;
+    /// The same; where another program has the lock it answers nothing, or fails, at once.
+    QString tryBeginWrite;
     /// All that is read until the end is of one moment; nobody waits.
     QString beginRead;
     /// The ids of a JSON list bound to one place.

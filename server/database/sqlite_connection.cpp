@@ -112,6 +112,17 @@ std::unique_ptr<SqlCursor> SqliteConnection::prepare(const QString& sql)
     return nullptr;
 }
 
+bool SqliteConnection::beginWrite(bool isPatient)
+{
+    if (isPatient || m_writeWait == 0)
+        return run(dialect().beginWrite);
+    const int wait = m_writeWait;
+    setWriteWait(0);
+    const bool good = run(dialect().tryBeginWrite);
+    setWriteWait(wait);
+    return good;
+}
+
 bool SqliteConnection::run(const QString& sql)
 {
     // What each change begins and ends with is prepared once.
@@ -142,6 +153,7 @@ qint64 SqliteConnection::number(const QString& sql, qint64 otherwise)
 
 void SqliteConnection::setWriteWait(int milliseconds)
 {
+    m_writeWait = milliseconds;
     run(QStringLiteral("PRAGMA busy_timeout=%1").arg(milliseconds));
 }
 

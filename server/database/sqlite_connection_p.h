@@ -19,6 +19,7 @@ public:
 
     const SqlDialect& dialect() const override { return SqlDialect::sqlite(); }
     std::unique_ptr<SqlCursor> prepare(const QString& sql) override;
+    bool beginWrite(bool isPatient) override;
     bool run(const QString& sql) override;
     QString error() const override { return m_error; }
     bool isHeld() const override { return m_isHeld; }
@@ -45,4 +46,5 @@ private:
     QString m_location;
     QString m_error;
     bool m_isHeld = false;
+    int m_writeWait = 0; ///< milliseconds
 };
