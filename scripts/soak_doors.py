@@ -112,6 +112,7 @@ class DoorSoak:
         self.answered = {}
         self.unanswered = []
         self.rights = set()
+        self.online = None
         self.counters = collections.Counter()
 
     @staticmethod
@@ -145,10 +146,11 @@ class DoorSoak:
             self.console("doors", "assign", label, label)
         # At the first door the server has to be asked about one user.
         self.console("grant", "User 1", labels[0], "--online")
-        self.rights.add((1, labels[0]))
+        self.online = (1, labels[0])
+        self.rights.add(self.online)
         self.locks = [Locks(self, i, labels[i * LOCKS:(i + 1) * LOCKS]) for i in range(PROCESSES)]
         self.pairs = [(user, label) for user in range(1, USERS + 1) for label in labels]
-        self.pairs.remove((1, labels[0]))
+        self.pairs.remove(self.online)
         for _ in range(10):
             self.change_rights(False)
 
@@ -239,6 +241,10 @@ class DoorSoak:
             for door in locks.labels:
                 for user in range(USERS + 1):
                     answer = locks.present(door, user)
+                    if answer and (user, door) == self.online and answer["way"] == "offline":
+                        # A lock waits for a second; on a machine with much to do the server may take longer.
+                        self.counters["online verdicts that came too late"] += 1
+                        continue
                     if not answer or answer["allowed"] != ((user, door) in self.rights):
                         self.findings.add(f"User {user} at {door}: {answer}, though the rights say "
                                           f"{(user, door) in self.rights}")
