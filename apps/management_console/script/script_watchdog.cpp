@@ -1,7 +1,8 @@
 #include "script/script_watchdog.h"
 
-#include <QtCore/QDeadlineTimer>
+#include <QtCore/QtGlobal>
 
+#include <system_error>
 #include <utility>
 
 ScriptWatchdog::ScriptWatchdog(int seconds, std::function<void()> late, std::function<void()> stuck)
@@ -9,33 +10,35 @@ ScriptWatchdog::ScriptWatchdog(int seconds, std::function<void()> late, std::fun
     , m_late(std::move(late))
     , m_stuck(std::move(stuck))
 {
-    start();
+    try {
+        m_thread = std::thread(&ScriptWatchdog::run, this);
+    } catch (const std::system_error& fault) {
+        qWarning("Script: nothing watches how long it takes: %s", fault.what());
+    }
 }
 
 ScriptWatchdog::~ScriptWatchdog()
 {
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         m_isStopped = true;
-        m_stopped.wakeAll();
     }
-    wait();
+    m_stopped.notify_all();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 void ScriptWatchdog::run()
 {
-    if (sleepsUntilStopped(ulong(m_seconds) * 1000))
+    if (sleepsUntilStopped(std::chrono::seconds(m_seconds)))
         return;
     m_late();
-    if (!sleepsUntilStopped(grace))
+    if (!sleepsUntilStopped(std::chrono::milliseconds(grace)))
         m_stuck();
 }
 
-bool ScriptWatchdog::sleepsUntilStopped(unsigned long ms)
+bool ScriptWatchdog::sleepsUntilStopped(std::chrono::milliseconds time)
 {
-    const QDeadlineTimer end(qint64(ms), Qt::PreciseTimer);
-    const QMutexLocker lock(&m_mutex);
-    while (!m_isStopped && m_stopped.wait(&m_mutex, end)) {
-    }
-    return m_isStopped;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_stopped.wait_for(lock, time, [this] { return m_isStopped; });
 }

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QtCore/QMutex>
-#include <QtCore/QThread>
-#include <QtCore/QWaitCondition>
-
+#include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
+#include <thread>
 
 /// Ends a script that takes too long, also one that never returns to the event loop.
-class ScriptWatchdog : public QThread
+class ScriptWatchdog
 {
 public:
     /// Between `late` and `stuck`; ms.
@@ -16,17 +16,20 @@ public:
     /// After `seconds` `late` is called, and `stuck` when this is still there after the grace: from a thread of its
     /// own, both.
     ScriptWatchdog(int seconds, std::function<void()> late, std::function<void()> stuck);
-    ~ScriptWatchdog() override;
+    ~ScriptWatchdog();
+    ScriptWatchdog(const ScriptWatchdog&) = delete;
+    ScriptWatchdog& operator=(const ScriptWatchdog&) = delete;
 
 private:
-    void run() override;
+    void run();
     /// True when it was stopped before that time had passed.
-    bool sleepsUntilStopped(unsigned long ms);
+    bool sleepsUntilStopped(std::chrono::milliseconds time);
 
     const int m_seconds;
     const std::function<void()> m_late;
     const std::function<void()> m_stuck;
-    QMutex m_mutex;
-    QWaitCondition m_stopped;
+    std::mutex m_mutex;
+    std::condition_variable m_stopped;
     bool m_isStopped = false;
+    std::thread m_thread;
 };
