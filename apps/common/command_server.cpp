@@ -19,8 +19,8 @@
 
 namespace {
 
-constexpr int mostColumns = 100000;       // of a terminal, or rows
-constexpr qint64 readAhead = 1024 * 1024; // bytes
+constexpr int mostColumns = 100000;               // of a terminal, or rows
+constexpr qint64 readAhead = qint64(1024) * 1024; // bytes
 constexpr int probeMs = 1000;
 constexpr int drainMs = 2000;
 constexpr int drainStepMs = 10;

@@ -109,7 +109,7 @@ private:
     {
         CLockCredential credential;
         CLockDecision decision;
-        qint64 until;
+        qint64 until = 0;
     };
 
     QString take(const CLockTime& time, qint64 now, CLockEffects* effects);

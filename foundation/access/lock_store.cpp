@@ -15,7 +15,7 @@ namespace {
 
 constexpr QFile::Permissions ownersOnly = QFile::ReadOwner | QFile::WriteOwner;
 // A journal grows by so much more than what is left of it before it is rewritten.
-constexpr qint64 roomForRecords = 2 * 1024 * 1024;
+constexpr qint64 roomForRecords = qint64(2) * 1024 * 1024;
 
 bool syncFile(QFile& file)
 {

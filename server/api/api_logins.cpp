@@ -121,6 +121,7 @@ void ApiLogins::finish(const Attempt& attempt, bool isRight)
     const QVariantMap login = m_model->getLogin(attempt.name);
     // Meanwhile somebody may have taken the login away, or given it another password.
     const bool isGood = isRight && !login.isEmpty() && m_model->getPasswordHash(attempt.name).hash == attempt.hash.hash;
+    const bool hasCode = login.value(QStringLiteral("otp")).toBool();
     const CItemId user = login.value(QStringLiteral("userId")).toLongLong();
     if (login.isEmpty())
         refuse(attempt, false, QStringLiteral("there is no such login"));
@@ -128,14 +129,12 @@ void ApiLogins::finish(const Attempt& attempt, bool isRight)
         refuse(attempt, true, QStringLiteral("the password is wrong"));
     else if (m_model->getUserProperty(QStringLiteral("enabled"), user).toString() == QLatin1String("false"))
         refuse(attempt, true, QStringLiteral("the user is out of service"));
-    else if (!login.value(QStringLiteral("otp")).toBool())
-        admit(attempt);
-    else if (attempt.code.isEmpty())
+    else if (hasCode && attempt.code.isEmpty())
         attempt.call->fail(ApiError::CodeNeeded, QStringLiteral("a one-time password is needed"));
-    else if (m_model->checkOneTimePassword(attempt.name, attempt.code))
-        admit(attempt);
-    else
+    else if (hasCode && !m_model->checkOneTimePassword(attempt.name, attempt.code))
         refuse(attempt, true, QStringLiteral("the one-time password is wrong"));
+    else
+        admit(attempt);
     if (self)
         startNext();
 }

@@ -54,7 +54,7 @@ void ApiMessage::handle(const QByteArray& request)
 {
     if (request.size() > (m_caller->session.isEmpty() ? CApi::longestOfStrangers : CApi::longestRequest))
         return fail(ApiError::NoRequest, QStringLiteral("the request is too large"));
-    QJsonParseError error;
+    QJsonParseError error{};
     const QJsonDocument document = CJsonText::read(request, &error);
     if (document.isNull()) {
         // A number alone is JSON, though no request.

@@ -27,7 +27,7 @@ enum class ApiUse
 /// One line of the table of permissions: nothing else says who may call what. A method that has no line is not offered.
 struct ApiRule
 {
-    const char* method;
+    const char* method = nullptr;
     ApiGate gate = ApiGate::Nobody;
     Permission permission = PermissionNone;
     ApiUse use = ApiUse::Reads;

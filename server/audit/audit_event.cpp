@@ -43,16 +43,16 @@ void addNumber(QByteArray& bytes, Number number)
 // Random numbers of many salts at a time: to ask for each takes longer than all else that is done for an event.
 QByteArray newSalt()
 {
-    constexpr int size = 16; // bytes
-    constexpr int ahead = 64;
+    constexpr std::size_t size = 16; // bytes
+    constexpr std::size_t ahead = 64;
     static thread_local std::array<char, size * ahead> salts;
-    static thread_local int used = ahead;
+    static thread_local std::size_t used = ahead;
     if (used == ahead) {
         if (RAND_bytes(reinterpret_cast<unsigned char*>(salts.data()), int(salts.size())) != 1)
             qFatal("AuditRecord: there are no random numbers");
         used = 0;
     }
-    return QByteArray(salts.data() + size * used++, size).toHex();
+    return QByteArray(salts.data() + size * used++, int(size)).toHex();
 }
 
 const EVP_MD* sha256Method()

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int lookMs = 1000;
 constexpr int headMs = 3600 * 1000;
-constexpr qint64 minuteMs = 60 * 1000;
+constexpr qint64 minuteMs = 60000;
 // Kept for a database that takes nothing.
 constexpr int mostUnstored = 1000;
 

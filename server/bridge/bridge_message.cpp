@@ -63,7 +63,7 @@ std::optional<BridgeTopics::Place> BridgeTopics::parse(const QString& topic) con
 QString BridgeTopics::sourceOf(const QString& rest)
 {
     for (const char* source : {"Model", "Access", "Devices"}) {
-        const QString name = QLatin1String(source);
+        QString name = QLatin1String(source);
         if (rest == restOf(name))
             return name;
     }

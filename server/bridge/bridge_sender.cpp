@@ -167,11 +167,9 @@ int BridgeSender::room() const
 
 void BridgeSender::published(qint64 id, const QString& fault)
 {
-    const auto found = m_inFlight.constFind(id);
-    if (found == m_inFlight.cend())
+    if (!m_inFlight.contains(id))
         return;
-    const InFlight what = *found;
-    m_inFlight.erase(found);
+    const InFlight what = m_inFlight.take(id);
     const bool isTaken = fault.isEmpty();
     const bool isFirstRefusal = !isTaken && m_refusal.isEmpty();
     if (isFirstRefusal) {

@@ -70,7 +70,7 @@ public:
     static constexpr int longestMessage = 256 * 1024;
     /// Messages that came in and were not taken yet; more are dropped and counted.
     static constexpr int mostWaiting = 1000;
-    static constexpr qint64 mostWaitingBytes = 8 * 1024 * 1024;
+    static constexpr qint64 mostWaitingBytes = qint64(8) * 1024 * 1024;
     /// Until a stop in good order is given up; in milliseconds.
     static constexpr int stopMs = 1000;
 

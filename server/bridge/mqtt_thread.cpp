@@ -333,7 +333,7 @@ QString CMqttClient::Thread::serve()
             // Handed over before the end of an earlier connection was known: it would overtake what is sent again.
             if (order.connection != connection)
                 continue;
-            const QString fault = publish(order);
+            QString fault = publish(order);
             if (!fault.isEmpty())
                 return fault;
         }

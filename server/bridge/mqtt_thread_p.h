@@ -17,9 +17,9 @@ class CMqttClient::Shared
 public:
     struct Order
     {
-        qint64 id;
-        MqttMessage message;
-        int connection; ///< for which it is meant
+        qint64 id = 0;
+        MqttMessage message{};
+        int connection = 0; ///< for which it is meant
     };
     struct News
     {

@@ -10,14 +10,14 @@ VolatileRing::VolatileRing()
     m_epoch = QString::fromLatin1(CRandom::getArray(epochSize).toHex());
 }
 
-void VolatileRing::insert(std::deque<Entry>::iterator before, const QString& source, const QVariantMap& data)
+void VolatileRing::insert(const std::deque<Entry>::const_iterator& before, const QString& source,
+                          const QVariantMap& data)
 {
     Entry entry;
     entry.notification.source = source;
     entry.notification.data = data;
     entry.notification.epoch = m_epoch;
     entry.bytes = int(entry.notification.toPayload().size());
-    entry.isAcknowledged = false;
     m_bytes += entry.bytes;
     m_entries.insert(before, std::move(entry));
 }

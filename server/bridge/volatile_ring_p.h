@@ -40,11 +40,11 @@ public:
 private:
     struct Entry
     {
-        BridgeNotification notification;
-        int bytes;
-        bool isAcknowledged;
+        BridgeNotification notification{};
+        int bytes = 0;
+        bool isAcknowledged = false;
     };
-    void insert(std::deque<Entry>::iterator before, const QString& source, const QVariantMap& data);
+    void insert(const std::deque<Entry>::const_iterator& before, const QString& source, const QVariantMap& data);
 
     std::deque<Entry> m_entries;
     qint64 m_first = 0; ///< place of the first entry

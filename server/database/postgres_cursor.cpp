@@ -21,7 +21,7 @@ constexpr int binary = 1;
 // fraction.
 qint64 wholeNumeric(const char* at)
 {
-    const auto word = [at](int index) { return qFromBigEndian<qint16>(at + 2 * index); };
+    const auto word = [at](int index) { return qFromBigEndian<qint16>(at + std::ptrdiff_t(2) * index); };
     constexpr int base = 10000;
     qint64 number = 0;
     for (int i = 0; i <= word(1); ++i)
@@ -112,7 +112,7 @@ bool PostgresCursor::isNumber(int column, qint64* number) const
         *number = qFromBigEndian<qint16>(at);
         return true;
     case boolType:
-        *number = *at;
+        *number = *at != 0;
         return true;
     case numericType:
         *number = wholeNumeric(at);

@@ -38,8 +38,8 @@ private:
     struct Value
     {
         QByteArray bytes;
-        bool isNull;
-        bool isBinary;
+        bool isNull = false;
+        bool isBinary = false;
     };
 
     // As the server wrote it, without an end mark.

@@ -37,7 +37,7 @@ class SqliteCursor : public SqlCursor
 {
 public:
     SqliteCursor(QSqlQuery&& query, const QString& location)
-        : m_query(std::move(query))
+        : m_query(std::move(query)) // NOLINT(performance-move-const-arg): only Qt 6 has the constructor for it
         , m_location(location)
     {
     }

@@ -22,7 +22,7 @@ namespace {
 // Between two looks at what was to be answered, sent or stored by now.
 constexpr int tickMs = 200;
 // How often it is looked whether a door needs new rules of local time.
-constexpr qint64 zoneCheckMs = 3600 * 1000;
+constexpr qint64 zoneCheckMs = qint64(3600) * 1000;
 // Events that wait for the database, of one device; what is more is sent again by the device.
 constexpr int mostWaitingMessages = 100;
 

@@ -68,7 +68,7 @@ private:
     struct Doubtful
     {
         QByteArray epoch;
-        qint64 upTo;
+        qint64 upTo = 0;
         QList<AuditEvent> events;
     };
 

@@ -25,8 +25,7 @@ QString firstName(int number)
 QString lastName(int number)
 {
     return pick({"Berger", "Costa", "Dubois", "Ekstr\xc3\xb6m", "Fischer",
-                 "Garc\xc3\xad"
-                 "a",
+                 "Garc\303\255a", // octal: an "a" behind \xad would belong to it
                  "Huber", "Ivanova", "Jansen", "Keller", "Lindqvist", "Moser", "Nov\xc3\xa1k", "Olsen", "Petit"},
                 number / 16);
 }

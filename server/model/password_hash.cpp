@@ -11,7 +11,7 @@ namespace {
 constexpr int saltLength = 16;
 constexpr int hashLength = 32;
 // Bounds for what a file may ask for.
-constexpr quint64 mostMemory = 256 * 1024 * 1024;
+constexpr quint64 mostMemory = quint64(256) * 1024 * 1024;
 const QString scryptName = QStringLiteral("scrypt");
 const QString scryptParameters = QStringLiteral("N=32768,r=8,p=1");
 

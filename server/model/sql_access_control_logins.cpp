@@ -207,7 +207,7 @@ QString CSqlAccessControl::startSession(const QString& login, const QString& cli
 QString CSqlAccessControl::Private::startSession(const QString& name, unsigned int flags, const QString& client,
                                                  const QString& address, int* secondsToLive)
 {
-    const QString id = QString::fromLatin1(randomBytes(sessionIdLength).toHex());
+    QString id = QString::fromLatin1(randomBytes(sessionIdLength).toHex());
     const int length = sessionLength;
     const bool done = change([&] {
         LoginStore store(&database);

@@ -11,7 +11,7 @@
 namespace {
 
 // Heads are signed each thousand events: these are those of many years.
-constexpr qint64 longestHeadFile = 64 * 1024 * 1024;
+constexpr qint64 longestHeadFile = qint64(64) * 1024 * 1024;
 
 class AuditCommand : public ModelCommand
 {

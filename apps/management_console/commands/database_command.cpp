@@ -11,7 +11,7 @@ namespace {
 constexpr int mostUsers = 1000000;
 constexpr int mostDoors = 100000;
 constexpr int mostGroups = 10000;
-constexpr qint64 pieceSize = 1024 * 1024;
+constexpr qint64 pieceSize = qint64(1024) * 1024;
 
 class DatabaseCommand : public ModelCommand
 {

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr qint64 longestFile = 0x7FFFFFFE;
-constexpr qint64 longestKey = 1024 * 1024; // and signature
+constexpr qint64 longestKey = qint64(1024) * 1024; // and signature
 
 class FirmwareCommand : public Command
 {

@@ -10,7 +10,7 @@
 namespace {
 
 // Of a password's file, which may hold notes below its first line.
-constexpr qint64 longestFile = 1024 * 1024;
+constexpr qint64 longestFile = qint64(1024) * 1024;
 
 class LoginsCommand : public ModelCommand
 {

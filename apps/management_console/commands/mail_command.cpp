@@ -87,7 +87,7 @@ public:
     }
 
 private:
-    static constexpr qint64 longestText = 1024 * 1024;
+    static constexpr qint64 longestText = qint64(1024) * 1024;
 
     void attachNext()
     {

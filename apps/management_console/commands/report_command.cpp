@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr qint64 longestTemplate = 16 * 1024 * 1024;
+constexpr qint64 longestTemplate = qint64(16) * 1024 * 1024;
 
 class ReportCommand : public Command
 {

@@ -21,9 +21,9 @@
 
 namespace {
 
-constexpr qint64 longestFile = 1024 * 1024;    // of a certificate or key
-constexpr int servingWaitMs = 250;             // for an answer of the database, or another program's change
-constexpr int longestSession = 31 * 24 * 3600; // seconds
+constexpr qint64 longestFile = qint64(1024) * 1024; // of a certificate or key
+constexpr int servingWaitMs = 250;                  // for an answer of the database, or another program's change
+constexpr int longestSession = 31 * 24 * 3600;      // seconds
 
 class ServeCommand : public Command
 {

@@ -34,7 +34,7 @@ public:
         bool mayEndProcess = false;
     };
 
-    static constexpr qint64 longestFile = 64 * 1024 * 1024; ///< that a script is, or reads; bytes
+    static constexpr qint64 longestFile = qint64(64) * 1024 * 1024; ///< that a script is, or reads; bytes
 
     /// Does not own the target, which outlives it.
     explicit ScriptRun(ScriptTarget* target);

@@ -153,9 +153,9 @@ void startVerb(Command& command, AppOptions& options)
 /// How a command is found and made.
 struct CommandEntry
 {
-    const char* name;
-    const char* summary;
-    Command* (*create)(Session& session, Output& output);
+    const char* name = nullptr;
+    const char* summary = nullptr;
+    Command* (*create)(Session& session, Output& output) = nullptr;
     /// Works on what its user has here (files, the network, a server of its own): given on the command line, it is
     /// never handed to a console that runs already.
     bool isOfThisProcess = false;

@@ -62,7 +62,7 @@ private:
 
 QString Files::tooLarge(const QString& name, qint64 most)
 {
-    constexpr qint64 mebi = 1024 * 1024;
+    constexpr qint64 mebi = qint64(1024) * 1024;
     return most < mebi ? QStringLiteral("\"%1\" is larger than %2 bytes").arg(name).arg(most)
                        : QStringLiteral("\"%1\" is larger than %2 MiB").arg(name).arg(most / mebi);
 }
