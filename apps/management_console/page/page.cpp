@@ -22,9 +22,10 @@ constexpr PageFile files[] = {{"/", "index.html", "text/html; charset=utf-8"},
 // What a browser lets the page do: its own files, its own server, nothing written into the text, no frame around it.
 QList<QByteArray> headers()
 {
-    return {"Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
-            "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'",
-            "Cross-Origin-Opener-Policy: same-origin", "Cross-Origin-Resource-Policy: same-origin",
+    const char* const policy = "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; "
+                               "img-src 'self'; connect-src 'self'; base-uri 'none'; form-action 'none'; "
+                               "frame-ancestors 'none'";
+    return {policy, "Cross-Origin-Opener-Policy: same-origin", "Cross-Origin-Resource-Policy: same-origin",
             "Referrer-Policy: no-referrer", "Cache-Control: no-cache"};
 }
 

@@ -341,7 +341,7 @@ QByteArray ScriptRun::contentOf(const QString& name, bool* ok)
         fail(QStringLiteral("cannot read \"%1\": %2").arg(name, file.errorString()));
         return {};
     }
-    const QByteArray bytes = file.read(longestFile + 1);
+    QByteArray bytes = file.read(longestFile + 1);
     *ok = bytes.size() <= longestFile;
     if (!*ok)
         fail(QStringLiteral("\"%1\" is larger than %2 MiB").arg(name).arg(longestFile >> 20), QJSValue::RangeError);

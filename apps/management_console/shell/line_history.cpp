@@ -92,10 +92,11 @@ void LineHistory::load()
         return;
     m_lines = m_lines.mid(m_lines.size() - mostLines);
     // Written anew only when it has grown well above that, not by each console.
+    const QByteArray rest = m_lines.join(QLatin1Char('\n')).toUtf8() + '\n';
     QSaveFile shorter(m_file);
-    if (file.size() > 2 * m_lines.join(QLatin1Char('\n')).toUtf8().size() && shorter.open(QIODevice::WriteOnly)) {
+    if (file.size() > 2 * qint64(rest.size()) && shorter.open(QIODevice::WriteOnly)) {
         shorter.setPermissions(ownerOnly);
-        shorter.write(m_lines.join(QLatin1Char('\n')).toUtf8() + '\n');
+        shorter.write(rest);
         shorter.commit();
     }
 }

@@ -74,7 +74,7 @@ bool LineKeys::isControl(char byte)
 QByteArray LineKeys::take(QByteArray& bytes)
 {
     const int length = bytes.isEmpty() ? 0 : keyLength(bytes);
-    const QByteArray key = bytes.left(length);
+    QByteArray key = bytes.left(length);
     bytes.remove(0, length);
     return key;
 }
