@@ -180,7 +180,7 @@ private Q_SLOTS:
         const QString name = QStringLiteral("kyr-cli-end-%1").arg(QCoreApplication::applicationPid());
         QByteArray answer;
         for (int i = 0; i < 100000; ++i)
-            answer += QByteArray::number(i) + '\n';
+            answer.append(QByteArray::number(i)).append('\n');
         for (const char* noGlib : {"", "1"}) {
             QProcess process;
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
