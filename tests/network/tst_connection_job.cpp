@@ -445,7 +445,7 @@ private Q_SLOTS:
     void longLists()
     {
         QStringList labels, nothing, twice, addresses, names;
-        for (int i = 1; i <= 100000; ++i) {
+        for (int i = 1; i <= 50000; ++i) {
             labels += CDeviceId(quint32(i)).toLabel();
             nothing += QString();
             twice += QStringLiteral("10.0.0.1");
