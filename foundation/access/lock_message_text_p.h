@@ -54,7 +54,7 @@ public:
     QString text(const char* key, int longestText)
     {
         const QJsonValue read = value(key);
-        const QString text = read.toString();
+        QString text = read.toString();
         if (!read.isString() || text.size() > longestText)
             fail();
         return text;
@@ -62,7 +62,7 @@ public:
     QString textOr(const char* key, int longestText) { return has(key) ? text(key, longestText) : QString(); }
     QByteArray hex(const char* key, int size, bool mayBeEmpty)
     {
-        const QByteArray read = text(key, size).toLatin1();
+        QByteArray read = text(key, size).toLatin1();
         if (!isHex(read, size) && !(mayBeEmpty && read.isEmpty()))
             fail();
         return read;

@@ -128,7 +128,7 @@ bool CLockStore::replaceJournal(const CLockJournal& journal, QString* error)
     if (!m_journal.open(QIODevice::Append | QIODevice::Unbuffered))
         return fault(error,
                      QStringLiteral("cannot write \"%1\": %2").arg(m_journal.fileName(), m_journal.errorString()));
-    m_rewriteAt = 2 * text.size() + roomForRecords;
+    m_rewriteAt = 2 * qint64(text.size()) + roomForRecords;
     m_isJournalDue = false;
     return true;
 }
