@@ -155,7 +155,12 @@ BENCHMARK(quotedPrintableOurs)->Name("quoted_printable/ours")->Arg(1 << 20)->Arg
 BENCHMARK(quotedPrintableGMime)->Name("quoted_printable/GMime")->Arg(1 << 20);
 BENCHMARK(quotedPrintableKCodecs)->Name("quoted_printable/KCodecs")->Arg(1 << 20);
 BENCHMARK(csvOurs)->Name("csv_write/ours")->Arg(25000)->Arg(100000)->Arg(400000)->Unit(benchmark::kMillisecond);
-BENCHMARK(csvPlainLoop)->Name("csv_write/plain loop")->Arg(25000)->Arg(100000)->Arg(400000)->Unit(benchmark::kMillisecond);
+BENCHMARK(csvPlainLoop)
+    ->Name("csv_write/plain loop")
+    ->Arg(25000)
+    ->Arg(100000)
+    ->Arg(400000)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(templateOurs)->Name("template/ours")->Arg(10 << 10)->Arg(40 << 10)->Arg(160 << 10);
 BENCHMARK(templateReplace)->Name("template/QString::replace")->Arg(10 << 10);
 BENCHMARK(templateMacroExpander)->Name("template/KMacroExpander")->Arg(10 << 10);

@@ -6,8 +6,8 @@
 #include <foundation/core/system_id.h>
 
 #include <QtCore/QDataStream>
-#include <QtCore/QIODevice>
 #include <QtCore/QDateTime>
+#include <QtCore/QIODevice>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>

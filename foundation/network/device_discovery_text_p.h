@@ -56,6 +56,6 @@ private:
 
     // The longest message has 100 bytes and the longest line 150. Whoever invents a longer name for the scope of an
     // address reads its beginning.
-    std::array<char, 384> m_text;
+    std::array<char, 384> m_text{};
     char* m_end = m_text.data();
 };

@@ -3,7 +3,6 @@
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/device_connector_app_side.h>
 #include <foundation/network/device_discovery_app_side.h>
-#include <foundation/network/device_discovery_app_side.h>
 
 #include <kyr_crypto/crypto_service.h>
 
