@@ -34,7 +34,7 @@ QList<QDir> CPluginHelper::findPluginsDirectories(const QString& basePath)
 
 QString CPluginHelper::trustedFile(const QString& path)
 {
-    const QString file = QFileInfo(path).canonicalFilePath();
+    QString file = QFileInfo(path).canonicalFilePath();
     if (!file.isEmpty() && isProtectedFile(QFile::encodeName(file).constData()))
         return file;
     qWarning("PluginHelper: %s is passed over: others than the user and root may write it or a folder above",
