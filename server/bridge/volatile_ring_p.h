@@ -22,7 +22,7 @@ public:
     /// The next one to be sent, and its place by which it is acknowledged; nothing when all were sent.
     struct Sending
     {
-        qint64 place;
+        qint64 place = 0;
         BridgeNotification notification;
     };
     std::optional<Sending> next();
