@@ -7,6 +7,7 @@
 #include <QtNetwork/QTcpServer>
 
 #include <functional>
+#include <utility>
 
 /// Tells that a server has no file descriptor left for the next one who has come, before it tries to accept. By itself
 /// a server that has ever accepted somebody takes that failure for "nobody is there", and tries again at once, for as
@@ -14,10 +15,9 @@
 class AcceptGuard : public QObject
 {
 public:
-    /// A child of the server. `onScarcity` is to pause it.
+    /// The server outlives it; `onScarcity` is to pause it.
     AcceptGuard(QTcpServer* server, std::function<void()> onScarcity)
-        : QObject(server)
-        , m_server(server)
+        : m_server(server)
         , m_onScarcity(std::move(onScarcity))
     {
     }

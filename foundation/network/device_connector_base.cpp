@@ -22,7 +22,7 @@ struct CDeviceConnectorBase::Private
     bool connectSucceeded = false;
     QList<ConnectionJob*> jobs = {};
     int aborts = 0;
-    AcceptGuard* acceptGuard = nullptr;
+    std::unique_ptr<AcceptGuard> acceptGuard = {};
 };
 
 CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* networkAccessManager, QObject* parent)
@@ -42,7 +42,7 @@ CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* n
         });
     };
     connect(this, &QTcpServer::acceptError, this, [this, pause] { pause(errorString()); });
-    d->acceptGuard = new AcceptGuard(this, [pause] { pause(QStringLiteral("out of file descriptors")); });
+    d->acceptGuard = std::make_unique<AcceptGuard>(this, [pause] { pause(QStringLiteral("out of file descriptors")); });
 }
 
 CDeviceConnectorBase::~CDeviceConnectorBase() = default;

@@ -90,7 +90,7 @@ struct CTlsDoor::Private
     QList<QPair<QHostAddress, int>> proxies;
     QTimer pause; // for want of descriptors
     QDeadlineTimer scarcityTold{0};
-    AcceptGuard* guard = nullptr;
+    std::unique_ptr<AcceptGuard> guard;
     bool finiteFieldDh = false;
 
     void release(QSslSocket* socket)
@@ -119,7 +119,7 @@ CTlsDoor::CTlsDoor(QObject* parent)
 {
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
     connect(this, &QTcpServer::acceptError, this, &CTlsDoor::pauseForDescriptors);
-    d->guard = new AcceptGuard(this, [this] { pauseForDescriptors(); });
+    d->guard = std::make_unique<AcceptGuard>(this, [this] { pauseForDescriptors(); });
     d->pause.setSingleShot(true);
     connect(&d->pause, &QTimer::timeout, this, [this] {
         if (isListening())
