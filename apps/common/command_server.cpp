@@ -84,19 +84,22 @@ void CommandClient::onReadable()
         m_socket->readAll();
         return;
     }
-    if (m_paused)
-        return;
-    const QByteArray data = m_socket->readAll();
-    if (!m_known && !data.isEmpty()) {
-        m_known = true;
-        m_plain = !data.startsWith('[');
-    }
-    m_received.add(data);
     QByteArray line;
-    while (!m_left && !m_paused && m_received.take(line))
-        take(line);
-    if (m_paused)
-        return;
+    for (;;) {
+        // What was read before goes first: a client that is let go on for one command gets no more read than that.
+        while (!m_left && !m_paused && m_received.take(line))
+            take(line);
+        if (m_paused)
+            return;
+        const QByteArray data = m_socket->readAll();
+        if (m_left || data.isEmpty())
+            break;
+        if (!m_known) {
+            m_known = true;
+            m_plain = !data.startsWith('[');
+        }
+        m_received.add(data);
+    }
     if (m_plain && !m_left && m_received.pending() > 0)
         take(m_received.takeRest());
     if (!m_left && m_received.pending() > CommandProtocol::longestMessage) {

@@ -367,7 +367,7 @@ quint8 CLockListBuilder::schedule(const CTimeProfile& profile)
         m_error = QStringLiteral("more than %1 holidays in a schedule").arg(CLockList::mostHolidays);
     const auto number = quint8(m_numbers.size() + 1);
     m_numbers.insert(text, number);
-    m_lines.append("s;" + QByteArray::number(number) + ';' + text);
+    add("s;" + QByteArray::number(number) + ';' + text);
     return number;
 }
 
@@ -381,6 +381,15 @@ void CLockListBuilder::append(const CLockEntry& entry)
         return;
     }
     ++m_entryCount;
+    add(line);
+}
+
+void CLockListBuilder::add(const QByteArray& line)
+{
+    constexpr qint64 header = 100;
+    m_size += line.size() + 1;
+    if (m_size > CLockList::largestText - header)
+        m_error = QStringLiteral("more than %1 MiB of text").arg(CLockList::largestText >> 20);
     m_lines.append(line);
 }
 

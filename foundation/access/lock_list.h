@@ -124,15 +124,18 @@ public:
     /// credential is passed over.
     void append(const CLockEntry& entry);
 
-    /// Why the lock cannot have this list: too many schedules, entries, holidays;
-    /// empty when it can.
+    /// Why the lock cannot have this list: too many schedules, entries, holidays,
+    /// too much text; empty when it can.
     QString error() const { return m_error; }
     QByteArray text() const;
 
 private:
+    void add(const QByteArray& line);
+
     QHash<QByteArray, quint8> m_numbers;
     QVector<QByteArray> m_lines;
     QString m_error;
+    qint64 m_size = 0; // of the text
     int m_entryCount = 0;
     bool m_asksOnline = false;
 };

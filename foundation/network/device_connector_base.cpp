@@ -1,3 +1,4 @@
+#include <foundation/network/accept_guard_p.h>
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>
@@ -21,6 +22,7 @@ struct CDeviceConnectorBase::Private
     bool connectSucceeded = false;
     QList<ConnectionJob*> jobs = {};
     int aborts = 0;
+    std::unique_ptr<AcceptGuard> acceptGuard = {};
 };
 
 CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* networkAccessManager, QObject* parent)
@@ -31,13 +33,16 @@ CDeviceConnectorBase::CDeviceConnectorBase(bool useSsl, QNetworkAccessManager* n
     qRegisterMetaType<QHostAddress>("QHostAddress");
     qRegisterMetaType<QWebSocket*>("QWebSocket*");
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
-    connect(this, &QTcpServer::acceptError, this, [this] {
-        qWarning("CDeviceConnector: cannot accept a connection: %s", qUtf8Printable(errorString()));
+    const auto pause = [this](const QString& reason) {
+        qWarning("CDeviceConnector: cannot accept a connection: %s", qUtf8Printable(reason));
+        pauseAccepting();
         QTimer::singleShot(ConnectionTiming::current().acceptPause, this, [this] {
             if (isListening())
                 resumeAccepting();
         });
-    });
+    };
+    connect(this, &QTcpServer::acceptError, this, [this, pause] { pause(errorString()); });
+    d->acceptGuard = std::make_unique<AcceptGuard>(this, [pause] { pause(QStringLiteral("out of file descriptors")); });
 }
 
 CDeviceConnectorBase::~CDeviceConnectorBase() = default;
@@ -75,6 +80,7 @@ void CDeviceConnectorBase::applyTcpListeningPort()
         return;
     }
     setListenBacklog(socketDescriptor(), ConnectionLimits::listenBacklog);
+    d->acceptGuard->watch();
     qInfo("CDeviceConnector: started TCP listening on port %u", serverPort());
 }
 

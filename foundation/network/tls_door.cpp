@@ -1,4 +1,5 @@
 #include <foundation/core/string_utils.h>
+#include <foundation/network/accept_guard_p.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/descriptors_p.h>
 #include <foundation/network/door_certificate_p.h>
@@ -89,6 +90,7 @@ struct CTlsDoor::Private
     QList<QPair<QHostAddress, int>> proxies;
     QTimer pause; // for want of descriptors
     QDeadlineTimer scarcityTold{0};
+    std::unique_ptr<AcceptGuard> guard;
     bool finiteFieldDh = false;
 
     void release(QSslSocket* socket)
@@ -117,6 +119,7 @@ CTlsDoor::CTlsDoor(QObject* parent)
 {
     // Without a free descriptor the server stops accepting, and would never begin again by itself.
     connect(this, &QTcpServer::acceptError, this, &CTlsDoor::pauseForDescriptors);
+    d->guard = std::make_unique<AcceptGuard>(this, [this] { pauseForDescriptors(); });
     d->pause.setSingleShot(true);
     connect(&d->pause, &QTimer::timeout, this, [this] {
         if (isListening())
@@ -185,6 +188,7 @@ bool CTlsDoor::open(quint16 port)
         return false;
     // A whole installation may knock in one instant; those that find the queue full try again only after a second.
     setListenBacklog(socketDescriptor(), ConnectionLimits::listenBacklog);
+    d->guard->watch();
     return true;
 }
 

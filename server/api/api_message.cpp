@@ -136,8 +136,13 @@ void ApiMessage::start(int place)
     // What stands behind a log-in is meant for the session that it begins.
     m_isHeld = method.toString() == QLatin1String("login");
     m_held = place;
-    QTimer::singleShot(CApi::answerMs, m_context,
-                       [call] { call->fail(ApiError::Refused, QStringLiteral("no answer in time")); });
+    auto* patience = new QTimer(m_context);
+    QObject::connect(patience, &QTimer::timeout, patience, [call, patience] {
+        patience->deleteLater();
+        call->fail(ApiError::Refused, QStringLiteral("no answer in time"));
+    });
+    patience->setSingleShot(true);
+    patience->start(CApi::answerMs);
 }
 
 void ApiMessage::keep(int place, QJsonObject answer)

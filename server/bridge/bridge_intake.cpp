@@ -101,6 +101,12 @@ qint64 BridgeIntake::lastChange()
     return find.exec() && find.next() ? find.integer(0) : 0;
 }
 
+qint64 BridgeIntake::firstChange()
+{
+    SqlStatement find(m_database, QStringLiteral("SELECT min(seq) FROM change"));
+    return find.exec() && find.next() ? find.integer(0) : 0;
+}
+
 bool BridgeIntake::isKnown(const QString& stream)
 {
     SqlStatement find(m_database, QStringLiteral("SELECT 1 FROM bridge_position WHERE stream=?"));
@@ -167,6 +173,17 @@ BridgeIntake::Result BridgeIntake::takeChanges(bool isPublisher, QVector<BridgeN
     const qint64 others = isPublisher ? position(othersStream) : last;
     if (own >= last && others >= last)
         return Done;
+    const auto tell = [news](const QVariantMap& data, qint64 seq) {
+        news->append({modelSource,
+                      {BridgeTopics::restOf(modelSource)},
+                      {{QStringLiteral("event"), QStringLiteral("changed")},
+                       {QStringLiteral("data"), data},
+                       {QStringLiteral("seq"), seq}}});
+    };
+    // Away for longer than changes are kept.
+    const qint64 gone = firstChange() - 1;
+    if (gone > qMin(own, others))
+        tell(Model::everyCollection(), gone);
     QVector<Row> rows;
     {
         SqlStatement find(
@@ -180,10 +197,7 @@ BridgeIntake::Result BridgeIntake::takeChanges(bool isPublisher, QVector<BridgeN
     }
     for (const Row& row : qAsConst(rows)) {
         const QVariantList items = row.item == 0 ? QVariantList() : QVariantList{QVariantMap{{Model::idKey, row.item}}};
-        const QVariantMap data{{QStringLiteral("event"), QStringLiteral("changed")},
-                               {QStringLiteral("data"), QVariantMap{{Model::nameOf(Model::Kind(row.kind)), items}}},
-                               {QStringLiteral("seq"), row.seq}};
-        news->append({modelSource, {BridgeTopics::restOf(modelSource)}, data});
+        tell({{Model::nameOf(Model::Kind(row.kind)), items}}, row.seq);
     }
     const bool isAll = rows.size() < rowsPerStep;
     const qint64 reached = isAll ? last : rows.last().seq;

@@ -58,6 +58,7 @@ private:
     Result takeEvents(qint64 chain, QVector<BridgeNews>* news);
     Result takeHeads(qint64 chain, QVector<BridgeNews>* news);
     qint64 lastChange();
+    qint64 firstChange();
     bool isKnown(const QString& stream);
     qint64 position(const QString& stream);
     bool setPosition(const QString& stream, qint64 position);

@@ -7,6 +7,8 @@
 #include <QtCore/QUuid>
 #include <QtSql/QSqlError>
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace {
@@ -69,6 +71,16 @@ private:
     QString m_location;
     int m_place = 0;
 };
+
+// SQLite does not tell this from other reasons for which a file cannot be opened. It needs three for one.
+bool areDescriptorsUsedUp()
+{
+    std::array<QFile, 3> files;
+    return std::any_of(files.begin(), files.end(), [](QFile& file) {
+        file.setFileName(QStringLiteral("/dev/null"));
+        return !file.open(QIODevice::ReadOnly) && file.error() == QFile::ResourceError;
+    });
+}
 
 } // namespace
 
@@ -224,6 +236,8 @@ QString SqliteConnection::explain(const QString& location, const QSqlError& erro
     case 13:
         return location + QLatin1String(" cannot grow: there is no room on the disk");
     case 14:
+        if (areDescriptorsUsedUp())
+            return location + QLatin1String(" cannot be opened: no file descriptor is free");
         return location + QLatin1String(" cannot be opened: no permission, or its folder is missing");
     case 26:
         return location + QLatin1String(" is not a database of this system");

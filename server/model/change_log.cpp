@@ -59,6 +59,12 @@ qint64 ChangeLog::last() const
     return statement.exec() && statement.next() ? statement.integer(0) : 0;
 }
 
+qint64 ChangeLog::first() const
+{
+    SqlStatement statement(m_database, QStringLiteral("SELECT min(seq) FROM change"));
+    return statement.exec() && statement.next() ? statement.integer(0) : 0;
+}
+
 ChangeLog::News ChangeLog::takeNews()
 {
     News news{{}, m_told};
@@ -66,7 +72,9 @@ ChangeLog::News ChangeLog::takeNews()
     QHash<int, QSet<qint64>> told;
     QSet<int> many;
     QMap<int, QVariantList> named;
+    bool isGap = false;
     for (statement.bind(m_told).exec(); statement.next();) {
+        isGap = isGap || (news.seq == m_told && statement.integer(0) > m_told + 1);
         news.seq = statement.integer(0);
         const int kind = int(statement.integer(1));
         const qint64 item = statement.integer(2);
@@ -80,6 +88,9 @@ ChangeLog::News ChangeLog::takeNews()
     for (auto entry = named.cbegin(); entry != named.cend(); ++entry)
         news.data.insert(nameOf(Kind(entry.key())),
                          many.contains(entry.key()) || entry->size() > mostNamedChanges ? QVariantList() : *entry);
+    // Away for longer than changes are kept. A gap alone says nothing: changes that were undone leave gaps, too.
+    if (isGap && first() > m_told + 1)
+        news.data = everyCollection();
     m_told = news.seq;
     return news;
 }

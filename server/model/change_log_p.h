@@ -40,7 +40,8 @@ public:
     void skip() { m_told = last(); }
     struct News
     {
-        /// By collection a list of {"id": …}; an empty list for many. Empty when there is none.
+        /// By collection a list of {"id": …}; an empty list for many, and for all that may have changed
+        /// when changes are gone that were not told. Empty when there is none.
         QVariantMap data;
         qint64 seq = 0; ///< number of the last change
     };
@@ -48,6 +49,7 @@ public:
     News takeNews();
 
 private:
+    qint64 first() const;
     qint64 last() const;
 
     CDatabase* m_database;

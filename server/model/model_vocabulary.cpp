@@ -63,6 +63,14 @@ QList<Model::Kind> Model::kinds()
     return result;
 }
 
+QVariantMap Model::everyCollection()
+{
+    QVariantMap all;
+    for (const KindEntry& entry : kindTable)
+        all.insert(QString::fromLatin1(entry.collection), QVariantList());
+    return all;
+}
+
 QString Model::wordOf(Kind kind, int itemClass)
 {
     if (kind == KindUserOrGroup && itemClass == UserClassGroup)

@@ -59,6 +59,8 @@ inline const QString timeZoneKey = QStringLiteral("timeZone");
 Kind kindOf(const QString& collection);
 QString nameOf(Kind kind);
 QList<Kind> kinds();
+/// What a notification says when any item of any collection may have changed.
+QVariantMap everyCollection();
 /// What an item is called in a message, and in its label when it was made without one.
 QString wordOf(Kind kind, int itemClass);
 /// The key under which an item of that kind names another one that it belongs to, "" for none, and that one's kind.

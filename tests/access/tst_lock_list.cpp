@@ -154,12 +154,27 @@ void TestLockList::tooMuchIsSaid()
     QCOMPARE(int(builder.schedule(CTimeProfile::always())), 0);
     QVERIFY(builder.error().contains(QLatin1String("255")));
 
+    CLockEntry full = entry(CLockCredential::fromUidLabel(QStringLiteral("00:00:00:04:A1:22:3B:5C")), 1, 1, 2);
+    full.rightPeriod.from = full.credentialPeriod.from = noon;
+    QVector<QDate> dates;
+    for (int i = 0; i < CLockList::mostHolidays; ++i)
+        dates.append(QDate(2026, 1, 1).addDays(i));
     CLockListBuilder crowd;
     for (int i = 0; i < CLockList::mostEntries; ++i)
-        crowd.append(entry(CLockCredential::fromCode(QStringLiteral("1")), 1, i + 1, 2));
+        crowd.append(full);
     QVERIFY(crowd.error().isEmpty());
+    for (int i = 0; crowd.error().isEmpty(); ++i)
+        crowd.schedule(CTimeProfile({{CDataType::TimeSlotDayMonday, 0, i + 1}}, dates));
+    QVERIFY(crowd.error().contains(QLatin1String("32 MiB")));
+    QVERIFY(crowd.text().size() < CLockList::largestText);
     crowd.append(entry(CLockCredential::fromCode(QStringLiteral("1")), 1, 1, 2));
     QVERIFY(crowd.error().contains(QLatin1String("100000")));
+    CLockListBuilder holidays;
+    holidays.schedule(CTimeProfile({}, dates));
+    QVERIFY(holidays.error().isEmpty());
+    dates.append(QDate(2026, 1, 1).addDays(-1));
+    holidays.schedule(CTimeProfile({}, dates));
+    QVERIFY(holidays.error().contains(QLatin1String("10000 holidays")));
 }
 
 void TestLockList::deltasLeadFromOneListToAnother()

@@ -105,6 +105,19 @@ class Attach(unittest.TestCase):
             self.assertEqual(last.recv(1), b"")
         self.eventually(lambda: self.ask("version")[0] == 0)
 
+    def test_who_sends_too_much_waits(self):
+        with socket.socket(socket.AF_UNIX) as hasty:
+            hasty.connect(self.socket)
+            hasty.settimeout(0.2)
+            sent, commands, full = 0, b"mapping DeviceType\n" * 1000, 0
+            # It is full; then a command comes to its end now and then, which makes room for one.
+            while full < 5:
+                try:
+                    sent += hasty.send(commands)
+                    self.assertLess(sent, 16 << 20)
+                except TimeoutError:
+                    full += 1
+
     def test_answers_go_to_who_asked(self):
         # Two clients in one conversation each, both busy: neither sees a line of the other's.
         def talk(word):

@@ -182,6 +182,29 @@ class Link(Installation):
             for part in ("no HTTP request", "request too long", 'no WebSocket at "/else"', "TLS failed"):
                 self.assertIn(part, reasons)
 
+    def test_news_are_for_those_who_read(self):
+        def refuse():
+            known = len(server.refusals())
+            with socket.create_connection(("127.0.0.1", server.port), timeout=WAIT) as visitor:
+                visitor.sendall(b"no TLS at all\r\n\r\n")
+            server.eventually(lambda: len(server.refusals()) > known)
+
+        with Server(self.dir) as server, socket.socket(socket.AF_UNIX) as lazy:
+            lazy.connect(server.socket)
+            lazy.settimeout(WAIT)
+            lazy.sendall(b"mapping DeviceType\n" * 1000)
+            stream = lazy.makefile("r")
+            self.assertNotEqual(stream.readline(), "")
+            refuse()
+            codes = news = 0
+            while codes < 1000:
+                line = stream.readline()
+                codes, news = codes + (line == "= 0\n"), news + line.startswith("! ")
+            self.assertEqual(news, 0)
+            refuse()
+            self.assertIn("TLS failed", stream.readline())
+            stream.close()
+
     def test_notification_clients_see_devices_come_and_go(self):
         with Server(self.dir, env={"KYR_CONSOLE_SERVE_TOKEN": "let me in"}) as server:
             url = f"wss://127.0.0.1:{server.port}/notifications"

@@ -2,6 +2,7 @@
 serving whoever does it right."""
 
 import glob
+import json
 import os
 import resource
 import socket
@@ -12,6 +13,8 @@ import time
 import unittest
 import warnings
 
+from api_client import Post, Refusal
+from test_door import ANNA, BEN, Doors
 from test_link import BUILD, LABELS, Installation, Server, certificate
 from tools import BIN, WAIT, console, main
 
@@ -34,6 +37,24 @@ def own_space(set_up):
 def beside(server):
     """A prefix for programs that shall have a server's networks."""
     return ["nsenter", "-t", str(server.process.pid), "--net"]
+
+
+def own_clock(where):
+    """A prefix for a program that shall have a clock of its own, and what sets that: an offset such as "+1d"."""
+    library = glob.glob("/usr/lib/*/faketime/libfaketimeMT.so.1")
+    with open(f"{BIN}/kyr_console", "rb") as program:
+        if not library or b"san.so" in program.read():
+            raise unittest.SkipTest("no libfaketime, or a sanitizer that stands no other library before its own")
+    clock = f"{where}/clock"
+
+    def set_clock(offset):
+        with open(f"{clock}.new", "w") as file:
+            file.write(offset)
+        os.rename(f"{clock}.new", clock)
+
+    set_clock("+0")
+    return ["env", f"LD_PRELOAD={library[0]}", f"FAKETIME_TIMESTAMP_FILE={clock}", "FAKETIME_NO_CACHE=1",
+            "FAKETIME_DONT_FAKE_MONOTONIC=1"], set_clock
 
 
 class Scarcity(Installation):
@@ -71,21 +92,8 @@ class Scarcity(Installation):
                 self.assertEqual(server.table("devices")[0]["peer"], linked)
 
     def test_clock_set(self):
-        library = glob.glob("/usr/lib/*/faketime/libfaketimeMT.so.1")
-        with open(f"{BIN}/kyr_console", "rb") as program:
-            if not library or b"san.so" in program.read():
-                self.skipTest("no libfaketime, or a sanitizer that stands no other library before its own")
-        clock = f"{self.dir}/clock"
-
-        def set_clock(offset):
-            with open(f"{clock}.new", "w") as file:
-                file.write(offset)
-            os.rename(f"{clock}.new", clock)
-
-        set_clock("+0")
-        environment = {"LD_PRELOAD": library[0], "FAKETIME_TIMESTAMP_FILE": clock, "FAKETIME_NO_CACHE": "1",
-                       "FAKETIME_DONT_FAKE_MONOTONIC": "1"}
-        with Server(self.dir, "--ping", 1, env=environment) as server:
+        prefix, set_clock = own_clock(self.dir)
+        with Server(self.dir, "--ping", 1, prefix=prefix) as server:
             with self.device(server.port, LABELS[0]):
                 server.eventually(lambda: server.links() == LABELS[:1])
                 linked = server.table("devices")[0]["peer"]
@@ -189,6 +197,53 @@ class Scarcity(Installation):
                 client.settimeout(WAIT)
                 self.assertTrue(client.recv(1))
             self.gets_in(server)
+
+
+class ScarcityAtDoors(Doors):
+    def test_few_descriptors(self):
+        """With each number that is too small a command says so, and changes nothing."""
+        self.ask("users", "add", "0")
+        done = ["0"]
+        for most in range(5, 25):
+            code, _, error = console("users", "add", str(most), database=self.database, prefix=["prlimit", f"--nofile={most}"])
+            if code == 0:
+                done.append(str(most))
+            else:
+                self.assertRegex(error, "^users add: .*(Too many open files|no file descriptor is free)\n$")
+        self.assertGreater(len(done), 2)
+        self.assertEqual([row["label"] for row in self.table("users")], done)
+        self.assertTrue(self.table("audit", "verify")["ok"])
+
+    def test_clock_set_while_locks_are_linked(self):
+        prefix, set_clock = own_clock(self.dir)
+        self.furnish()
+        days = ",".join(time.strftime("%a", time.gmtime(time.time() + day * 86400)) for day in (-1, 0, 1))
+        self.ask("schedules", "add", "These days", f"{days} 00:00-24:00")
+        self.ask("grant", "Ben", "Side", "--schedule", "These days")
+        with open(f"{self.dir}/password", "w") as file:
+            file.write("correct horse")
+        self.ask("logins", "add", "anna", "Anna", "--password-file", f"{self.dir}/password")
+        clocks = lambda: len(json.loads(self.attached("events", "--kind", "clock", "--json")[1]))
+        with self.serve(prefix=prefix) as server, self.locks():
+            self.eventually(self.up_to_date)
+            session = None
+            for step, offset in enumerate(("+0", "+3d", "-3d", "+0")):
+                set_clock(offset)
+                self.eventually(lambda: clocks() == 3 * step)  # the server's and that of each lock
+                post = Post(server.port, session)
+                self.addCleanup(post.close)
+                with self.assertRaises(Refusal):  # there is none, it is over, or has not begun yet
+                    post.call("getLoggedInId")
+                session = post.call("login", "anna", "correct horse")["session"]
+                post.headers["Authorization"] = f"Bearer {session}"
+                self.assertEqual(post.call("getLoggedInId"), "1")
+                self.assertEqual([self.present(ANNA)[0], self.present(BEN, 1)[0]], [True, offset == "+0"])
+                self.assertEqual(self.attached("access", "why", "Ben", "Side")[0], 0 if offset == "+0" else 1)
+            self.attached("revoke", "Anna", "Main")
+            self.eventually(lambda: not self.present(ANNA)[0])
+        events = self.table("events")
+        self.assertEqual({event["seq"] for event in events}, set(range(1, len(events) + 1)))
+        self.assertTrue(self.table("audit", "verify")["ok"])
 
 
 if __name__ == "__main__":

@@ -75,6 +75,12 @@ class Watch(unittest.TestCase):
             if shutil.which("promtool"):
                 check = subprocess.run(["promtool", "check", "metrics"], input=text, capture_output=True, text=True)
                 self.assertEqual((check.returncode, check.stdout, check.stderr), (0, "", ""))
+            # Whoever asks all the time is told what was known a moment ago.
+            begin, looks = time.monotonic(), lambda: int(self.metrics(server)["kyr_database_seconds_count"])
+            before = looks()
+            for _ in range(20):
+                self.get(server, "/health")
+            self.assertLessEqual(looks() - before, time.monotonic() - begin + 1)
             address = own_address()
             if address:
                 self.assertEqual(self.get(server, "/metrics", address)[0], 403)

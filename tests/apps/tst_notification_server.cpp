@@ -1,9 +1,13 @@
+#include "server/api_server.h"
 #include "server/front_door.h"
 #include "server/notification_client.h"
 #include "server/notification_request.h"
 #include "server/notification_server.h"
 
 #include <foundation/services/notification_service.h>
+#include <server/api/api.h>
+#include <server/audit/audit_trail.h>
+#include <server/model/sql_access_control.h>
 
 #include <support/device_certificates.h>
 #include <support/raw_web_socket.h>
@@ -13,6 +17,8 @@
 #include <QtNetwork/QSslSocket>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -30,7 +36,8 @@ QByteArray request(const char* method, const QJsonArray& params, const QJsonValu
 class Peer
 {
 public:
-    explicit Peer(quint16 port, bool tls = false)
+    // A session is one at the API.
+    explicit Peer(quint16 port, bool tls = false, const QByteArray& before = {}, const QByteArray& session = {})
     {
         socket.setReadBufferSize(4096);
         socket.setPeerVerifyMode(QSslSocket::VerifyNone);
@@ -38,7 +45,8 @@ public:
             socket.connectToHostEncrypted("127.0.0.1", port);
         else
             socket.connectToHost("127.0.0.1", port);
-        socket.write(RawWebSocket::upgradeRequest("/notifications"));
+        socket.write(before + RawWebSocket::upgradeRequest(before.isEmpty() ? "/notifications" : "/api").chopped(2));
+        socket.write("Authorization: Bearer " + session + "\r\n\r\n");
     }
     void send(const QByteArray& text)
     {
@@ -84,6 +92,14 @@ class TestNotificationServer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        rlimit limit = {};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+
     void init()
     {
         m_service = std::make_unique<CNotificationService>();
@@ -175,10 +191,81 @@ private Q_SLOTS:
     {
         Peer peer(m_server->port());
         QTRY_COMPARE(m_server->others(), 1);
-        auto* client = m_server->findChild<NotificationClient*>();
+        auto* patience = m_server->findChild<NotificationClient*>()->findChild<QTimer*>();
+        QCOMPARE(patience->interval(), int(NotificationServer::loginMs));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no log-in in time"));
-        Q_EMIT client->overdue();
+        patience->start(1);
         QTRY_VERIFY(peer.ended());
+    }
+
+    void crowdOfClients()
+    {
+        std::vector<std::unique_ptr<Peer>> crowd;
+        while (crowd.size() < NotificationServer::mostClients) {
+            const size_t known = crowd.size();
+            for (int i = 0; i < 50; ++i)
+                crowd.push_back(std::make_unique<Peer>(m_server->port()));
+            QTRY_COMPARE(m_server->others(), 50);
+            std::for_each(crowd.begin() + qptrdiff(known), crowd.end(), [](const auto& peer) { peer->login(); });
+            QTRY_COMPARE(m_server->clients(), int(crowd.size()));
+        }
+        const auto forgotten = std::make_shared<int>(0);
+        m_server->setSessions([](const QString&, const QString&) { return true; },
+                              [forgotten](const QString&) { ++*forgotten; });
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("too many clients"));
+        Peer late(m_server->port());
+        late.send(request("login", {"a session"}, 1));
+        QVERIFY(late.messages(1).value(0).contains("error"));
+        QTRY_VERIFY(late.ended());
+        QCOMPARE(*forgotten, 1);
+        QCOMPARE(m_server->clients(), int(NotificationServer::mostClients));
+    }
+
+    // The same at the API; the connections are plain, as from a balancer.
+    void crowdsAtTheApi()
+    {
+        CSqlAccessControl model;
+        QVERIFY(model.open("memory") && model.addLogin("anna", CItemId(31), "correct horse"));
+        CAuditTrail trail(model.database());
+        CApi api(&model, &trail, nullptr);
+        FrontDoor door;
+        door.setProxies({QHostAddress::parseSubnet("127.0.0.0/8")});
+        QVERIFY(door.open(0));
+        const ApiServer server(api, *m_service, door);
+        const QByteArray header("\r\n\r\n\0\r\nQUIT\n\x20\0\0\0", 16);
+        const auto clients = [&server] { return server.findChildren<NotificationClient*>().size(); };
+        std::vector<std::unique_ptr<Peer>> crowd;
+        const auto come = [&](const QByteArray& session) {
+            crowd.push_back(std::make_unique<Peer>(door.serverPort(), false, header, session));
+        };
+        for (int i = 0; i < ApiServer::mostStrangers; ++i)
+            come({});
+        QTRY_COMPARE(clients(), int(ApiServer::mostStrangers));
+        auto* patience = server.findChildren<NotificationClient*>().last()->findChild<QTimer*>();
+        QCOMPARE(patience->interval(), 60000);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("too many connections without a log-in"));
+        come({});
+        QTRY_VERIFY(std::any_of(crowd.begin(), crowd.end(), [](const auto& peer) { return peer->ended(); }));
+        QCOMPARE(clients(), int(ApiServer::mostStrangers));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no log-in in time"));
+        patience->start(1);
+        QTRY_COMPARE(clients(), ApiServer::mostStrangers - 1);
+        crowd.clear();
+        QTRY_COMPARE(clients(), 0);
+
+        const QByteArray session = model.startSession("anna", {}, {}, nullptr).toLatin1();
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("too many clients"));
+        while (crowd.size() < ApiServer::mostClients + 1) {
+            const size_t known = crowd.size();
+            for (int i = 0; i < 143; ++i)
+                come(session);
+            QTRY_COMPARE(clients(), int(crowd.size()));
+            std::for_each(crowd.begin() + qptrdiff(known), crowd.end(),
+                          [](const auto& peer) { peer->send(request("getLoggedInId", {}, 1)); });
+        }
+        QTRY_COMPARE(clients(), int(ApiServer::mostClients));
+        QCOMPARE(crowd.front()->messages(1).value(0).value("result").toString(), "31");
+        QTRY_COMPARE(std::count_if(crowd.begin(), crowd.end(), [](const auto& peer) { return peer->ended(); }), 1);
     }
 
     // What a client registers is bounded, is nobody else's, and goes with it.

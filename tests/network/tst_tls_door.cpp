@@ -111,6 +111,29 @@ private Q_SLOTS:
         QVERIFY(waitUntil([&] { return m_reasons.contains(QStringLiteral("no whole request in time")); }));
     }
 
+    // Of those who send a body slowly the oldest goes; nor does anybody hold a place for ever who is not answered.
+    void placesAreFreed()
+    {
+        QCOMPARE(ConnectionTiming::current().answer, 60000);
+        ConnectionTiming::current().answer = 300;
+        m_door->setLongestBody(100);
+        disconnect(m_door.get(), &CTlsDoor::requested, this, nullptr);
+        const QByteArray begun("POST / HTTP/1.1\r\nContent-Length: 9\r\n\r\nhalf");
+        std::vector<std::unique_ptr<QSslSocket>> crowd;
+        for (int i = 0; i <= ConnectionLimits::bodies; ++i) {
+            QCOMPARE(m_reasons, QStringList());
+            crowd.push_back(visit(begun));
+            QVERIFY(
+                waitUntil([&] { return crowd.back()->isEncrypted() && crowd.back()->encryptedBytesToWrite() == 0; }));
+        }
+        QVERIFY(waitUntil([&] { return crowd.front()->state() == QAbstractSocket::UnconnectedState; }));
+        QCOMPARE(m_reasons.size(), 1);
+        QCOMPARE(m_door->visitors(), int(ConnectionLimits::bodies));
+        m_reasons.clear();
+        const auto visitor = visit("GET / HTTP/1.1\r\n\r\n");
+        QVERIFY(waitUntil([&] { return m_reasons == QStringList{QStringLiteral("no answer in time")}; }));
+    }
+
     void webSockets()
     {
         bool take = true;
@@ -196,6 +219,29 @@ private Q_SLOTS:
         QCOMPARE(m_door->visitors(), ConnectionLimits::talkingVisitors + 42);
         QVERIFY(m_reasons.filter(QStringLiteral("too many")).isEmpty());
         m_door.reset();
+    }
+
+    // Whoever comes while no descriptor is left waits, and the door does not spin. It is of account that somebody was
+    // accepted before.
+    void noDescriptors()
+    {
+        ConnectionTiming::current().acceptPause = 50;
+        const auto first = visit("GET / HTTP/1.1\r\n\r\n");
+        QCOMPARE(TcpPair::read(*first, 7), QByteArray("GET / \n"));
+        rlimit usual{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &usual), 0);
+        QTest::ignoreMessage(QtWarningMsg, "CTlsDoor: Cannot accept: out of file descriptors");
+        const auto late = visit("GET / HTTP/1.1\r\n\r\n"); // comes when the event loop goes on
+        const int next = dup(0);
+        close(next);
+        const rlimit few{rlim_t(next), usual.rlim_max};
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+        const clock_t begin = clock();
+        QTest::qWait(300);
+        const clock_t spent = clock() - begin;
+        setrlimit(RLIMIT_NOFILE, &usual);
+        QVERIFY2(spent < CLOCKS_PER_SEC / 5, qPrintable(QString::number(spent)));
+        QCOMPARE(TcpPair::read(*late, 7), QByteArray("GET / \n"));
     }
 
     // One network's crowd makes others wait for one turn, not for the crowd. Those who have gone meanwhile are no harm.

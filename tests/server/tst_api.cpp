@@ -4,6 +4,7 @@
 #include <server/api/login_limits_p.h>
 #include <server/audit/audit_trail.h>
 #include <server/audit/model_audit.h>
+#include <server/database/sql_statement_p.h>
 #include <server/model/permission_names.h>
 #include <server/model/sql_access_control.h>
 
@@ -16,6 +17,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QMetaMethod>
+#include <QtCore/QTimer>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
@@ -348,6 +350,54 @@ private Q_SLOTS:
         QVERIFY(stranger->session.isEmpty());
         const auto anna = caller("anna", 31, PermissionAdministrator);
         QVERIFY(handle(anna, rubbish).body.contains("-32700"));
+    }
+
+    // Strangers fill the trail no more than one who has a login.
+    void refusedLoginsAreCounted()
+    {
+        m_model->addLogin("anna", CItemId(31), password);
+        // A hash that takes no time.
+        SqlStatement(m_model->database(), "UPDATE login SET parameters='N=2,r=1,p=1'").exec();
+        constexpr int extra = 5;
+        int refusals = 0;
+        for (int i = 0; i < ApiLogins::mostTold + extra;) {
+            const auto stranger = std::make_shared<CApiCaller>();
+            stranger->address = QString("192.0.2.%1").arg(i / LoginLimits::wrongPerName);
+            send(stranger, request("login", QJsonArray{"anna", "wrong"}), [&](const QJsonObject& answer) {
+                refusals += answer.value("error").toObject().value("code").toInt() == -32002 ? 1 : 0;
+            });
+            if (++i % ApiLogins::mostQueued == 0 || i == ApiLogins::mostTold + extra)
+                QTRY_COMPARE_WITH_TIMEOUT(refusals, i, patience);
+        }
+        const CAuditTrail::Filter refused{{}, {}, {AuditKind::LoginRefused}, 0, 0};
+        QCOMPARE(m_trail->events(refused).size(), int(ApiLogins::mostTold));
+        m_api.reset(); // as the minute's end does
+        QCOMPARE(m_trail->events(refused).last().details().value("leftOut").toInt(), extra);
+    }
+
+    // Too much of an answer, and too long without one.
+    void answers()
+    {
+        const auto anna = caller("anna", 31, PermissionAdministrator);
+        for (int i = 0; i < 4; ++i)
+            m_model->createUser({{"label", "Long"}, {"Note", QString(990000, QChar(0xe4))}});
+        const QJsonArray long7{"UsersGroups", QJsonObject{{"label", "Long"}}};
+        QCOMPARE(result(anna, "getModel", long7).toArray().size(), 4);
+        const QJsonArray twice{request("getModel", long7), request("getModel", long7)};
+        const QByteArray both = handle(anna, QJsonDocument(twice).toJson()).body;
+        QVERIFY(both.contains("the answer is too large") && both.size() < CApi::longestAnswer);
+        m_model->createUser({{"label", "Long"}, {"Note", QString(990000, QChar(0xe4))}});
+        QCOMPARE(error(anna, "getModel", long7), -32000);
+
+        QJsonObject late;
+        send(anna, request("deviceAction", QJsonArray{"open", QJsonObject()}),
+             [&](const QJsonObject& answer) { late = answer; });
+        const QList<QTimer*> timers = m_api->findChildren<QTimer*>();
+        QCOMPARE(timers.size(), 1);
+        QCOMPARE(timers.first()->interval(), 75000);
+        timers.first()->start(1);
+        QTRY_COMPARE(late.value("error").toObject().value("message").toString(), QString("no answer in time"));
+        Q_EMIT m_devices->actions.first()->finished();
     }
 
     void limits()

@@ -87,6 +87,7 @@ private Q_SLOTS:
     void exportIsCheckedByOthers();
     void changesOfTheModelAreNoted();
     void serversTellOfThemselves();
+    void eventsWaitForTheDatabase();
     void aClockThatIsSetIsSeen();
 };
 
@@ -133,6 +134,32 @@ void TestAuditTrail::serversTellOfThemselves()
     const int hours = t.trail->heads().size();
     QTest::qWait(50); // nothing new: no other head
     QCOMPARE(t.trail->heads().size(), hours);
+}
+
+void TestAuditTrail::eventsWaitForTheDatabase()
+{
+    constexpr int most = 1000;
+    Trail t;
+    t.database->setWriteWait(0);
+    CTrailKeeper keeper(t.trail.get(), "Ada");
+    CDatabase other;
+    QVERIFY(other.open(t.database->location()) && other.begin());
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("events cannot be stored and wait"));
+    for (int i = 0; i < most + 5; ++i)
+        keeper.noteLogin({}, QString::number(i), "api");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("takes events again; 5 were lost"));
+    QVERIFY(other.end(true));
+    QTRY_COMPARE(t.trail->ends().value(1), qint64(1 + most));
+    QCOMPARE(t.trail->events({}).last().details().value("peer").toString(), QString::number(most - 1));
+    QCOMPARE(t.faults(), QStringList());
+
+    // Not each of many faults is listed.
+    t.tamper("UPDATE event SET at=at+1");
+    keeper.noteLogin({}, "::1", "api");
+    t.tamper("UPDATE event SET at=at+1");
+    const CAuditTrail::Report report = t.trail->verify();
+    QCOMPARE(report.faults.size(), int(CAuditTrail::mostFaults));
+    QCOMPARE(report.moreFaults, report.events - CAuditTrail::mostFaults);
 }
 
 void TestAuditTrail::aClockThatIsSetIsSeen()

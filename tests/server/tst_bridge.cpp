@@ -1,12 +1,17 @@
-// What a bridge keeps and sends, without a broker; tests/apps/test_broker.py has a real one.
+// What a bridge keeps and sends, without a broker, or with one that says and hears what no real one would;
+// tests/apps/test_broker.py has a real one.
+#include <foundation/services/notification_service.h>
 #include <server/audit/audit_trail.h>
 #include <server/bridge/bridge_store_p.h>
+#include <server/bridge/notification_bridge.h>
 #include <server/bridge/volatile_ring_p.h>
 #include <server/database/sql_statement_p.h>
 #include <server/model/sql_access_control.h>
 #include <tests/support/database_places.h>
 
 #include <QtCore/QJsonDocument>
+#include <QtNetwork/QTcpServer>
+#include <QtNetwork/QTcpSocket>
 
 namespace {
 
@@ -40,6 +45,80 @@ struct Server
     CSqlAccessControl model;
     BridgeTopics topics;
     BridgeStore store;
+};
+
+// A broker of MQTT 5 for one client, who is let in with so many topics.
+class FakeBroker : public QTcpServer
+{
+public:
+    explicit FakeBroker(int topics)
+    {
+        listen(QHostAddress::LocalHost);
+        settings.setUrl(QStringLiteral("mqtt://127.0.0.1:%1").arg(serverPort()), nullptr);
+        connect(this, &QTcpServer::newConnection, this, [this, topics] {
+            peer = nextPendingConnection();
+            connect(peer, &QTcpSocket::readyRead, peer, [this, topics, peer = peer] {
+                m_bytes += peer->readAll();
+                for (QByteArray body; takePacket(&body);)
+                    take(body, topics);
+            });
+        });
+    }
+    void say(const QString& topic, const QByteArray& payload)
+    {
+        const QByteArray name = topic.toUtf8();
+        const QByteArray body = QByteArray(1, '\0') + char(name.size()) + name + '\0' + payload;
+        QByteArray head(1, 0x30);
+        for (int left = body.size(); left > 0 || head.size() == 1; left >>= 7)
+            head += char((left & 0x7F) | (left > 0x7F ? 0x80 : 0));
+        peer->write(head + body);
+    }
+    void acknowledge()
+    {
+        while (!m_numbers.isEmpty())
+            peer->write("\x40\x02" + m_numbers.takeFirst());
+    }
+    int count(const QByteArray& part) const
+    {
+        return int(
+            std::count_if(heard.begin(), heard.end(), [&](const QByteArray& one) { return one.contains(part); }));
+    }
+
+    MqttSettings settings;
+    QPointer<QTcpSocket> peer;
+    QList<QByteArray> heard;
+
+private:
+    bool takePacket(QByteArray* body)
+    {
+        int size = 0;
+        int at = 1;
+        do {
+            if (at >= m_bytes.size())
+                return false;
+            size |= (m_bytes.at(at) & 0x7F) << (7 * (at - 1));
+        } while (m_bytes.at(at++) & 0x80);
+        if (m_bytes.size() < at + size)
+            return false;
+        *body = m_bytes.at(0) + m_bytes.mid(at, size);
+        m_bytes.remove(0, at + size);
+        return true;
+    }
+    void take(const QByteArray& body, int topics)
+    {
+        const int kind = quint8(body.at(0)) >> 4;
+        if (kind == 1)
+            peer->write(QByteArray("\x20\x03\0\0\0", 5));
+        else if (kind == 8)
+            peer->write("\x90" + QByteArray(1, char(3 + topics)) + body.mid(1, 2) + '\0' + QByteArray(topics, '\1'));
+        else if (kind == 3) {
+            m_numbers.append(body.mid(3 + body.at(2), 2));
+            heard.append(body);
+        }
+    }
+
+    QByteArray m_bytes;
+    QList<QByteArray> m_numbers;
 };
 
 } // namespace
@@ -226,6 +305,84 @@ private Q_SLOTS:
         QCOMPARE(heads.size(), 1);
         AuditHead head;
         QVERIFY(heads.first().isRetained && AuditHead::fromLine(heads.first().payload, head) && head.seq == 2);
+    }
+
+    // What comes faster than it is taken is dropped and counted; what is longer than was agreed is left out.
+    void messagesWaitInTheClient()
+    {
+        FakeBroker broker(1);
+        broker.settings.clientId = "a";
+        broker.settings.topics = QStringList{"a"};
+        CMqttClient client(broker.settings);
+        int received = 0;
+        connect(&client, &CMqttClient::received, this, [&received] { ++received; });
+        client.start();
+        QTRY_VERIFY(client.isConnected());
+        const auto sayAll = [&](int count, int size, int dropped) {
+            for (int i = 0; i < count; ++i)
+                broker.say("a", QByteArray(size, 'x'));
+            while (broker.peer->bytesToWrite() > 0 && broker.peer->waitForBytesWritten(6000)) {
+            }
+            // Nobody takes anything until all of it has come.
+            const qint64 before = client.dropped();
+            for (int i = 0; i < 1000 && client.dropped() < before + dropped; ++i)
+                QThread::msleep(5);
+        };
+        sayAll(CMqttClient::mostWaiting + 50, 10, 50);
+        QTRY_COMPARE(received, int(CMqttClient::mostWaiting));
+        const int fit = int(CMqttClient::mostWaitingBytes / 200000);
+        sayAll(fit + 5, 200000, 5);
+        QTRY_COMPARE(received, CMqttClient::mostWaiting + fit);
+        QCOMPARE(client.dropped(), qint64(55));
+        broker.say("a", QByteArray(CMqttClient::longestMessage + 1, 'x'));
+        broker.say("a", QByteArray(CMqttClient::longestMessage, 'x'));
+        QTRY_COMPARE(received, CMqttClient::mostWaiting + fit + 1);
+    }
+
+    void aBrokerIsNotToldAllAtOnce()
+    {
+        FakeBroker broker(2);
+        CSqlAccessControl model;
+        DatabasePlaces places;
+        QVERIFY(model.open(places.location("a.db")));
+        model.setServerName("north");
+        QVERIFY(model.createUser({}) > CItemId());
+        CNotificationService hub;
+        CNotificationBridge bridge({broker.settings, "0012.3457", "north"}, &hub, model.database(), nullptr);
+        QTRY_COMPARE(broker.count("\"up\""), 1);
+        constexpr int most = CNotificationBridge::mostInFlight;
+        for (int i = 0; i < 5 * most; ++i)
+            QVERIFY(model.createUser({}) > CItemId());
+        bridge.wake();
+        QTRY_COMPARE(broker.heard.size(), most);
+        QTRY_COMPARE(bridge.status().waiting, qint64(5 * most));
+        // News do not wait behind all the others.
+        hub.notifyObservers("Devices", {{"event", "came"}});
+        broker.acknowledge();
+        QTRY_COMPARE(broker.heard.size(), 2 * most);
+        QCOMPARE(broker.count("\"came\""), 1);
+        broker.acknowledge();
+
+        // Of servers that nobody knows so many are heard, and so many messages of one are requested again.
+        constexpr int servers = 1000;
+        hub.registerObserver("watcher", {"Devices"}, 0);
+        int told = 0;
+        connect(&hub, &CNotificationService::messageTransmissionRequested, this,
+                [&told](const QString& address) { told += address == "watcher"; });
+        const auto say = [&](int server, qint64 seq) {
+            const BridgeNotification news{"Devices", {{"n", server}}, seq, "e", "i"};
+            broker.say(QString("kyr/1/0012.3457/s%1/notify/devices").arg(server), news.toPayload());
+        };
+        for (int server = 0; server < servers; ++server) {
+            say(server, 1);
+            if (server % 500 == 499)
+                QTRY_COMPARE(told, server + 1);
+        }
+        say(servers, 1);
+        say(0, 5000);
+        QTRY_COMPARE(told, servers + 1);
+        const QByteArray again = R"("from":4000,"source":"Devices","to":4999)";
+        QTRY_VERIFY2((broker.acknowledge(), broker.count(again) == 1), broker.heard.last());
     }
 
     void aBrokerHasAHostAndAPort_data()

@@ -156,6 +156,7 @@ private Q_SLOTS:
     void aTransferThatBreaksOffAnywhere();
     void eventsOverRestartsOfEitherSide();
     void aRingThatOverflowsOnALink();
+    void reportsWaitForTheDatabase();
     void operationsOfTheModel();
     void operationsAndActions();
 };
@@ -347,6 +348,32 @@ void DoorControllerTest::aRingThatOverflowsOnALink()
     QCOMPARE(b.wire.lock.memory().journal.count(), 0);
     QCOMPARE(b.wire.lock.memory().journal.lost(), qint64(2 * capacity));
     QCOMPARE(b.kinds().count("denied"), capacity);
+}
+
+void DoorControllerTest::reportsWaitForTheDatabase()
+{
+    constexpr int most = 100;
+    Building b;
+    b.wire.link();
+    b.wire.settle();
+    b.model.database()->setWriteWait(0);
+    CDatabase other;
+    QVERIFY(other.open(b.model.database()->location()) && other.begin());
+    const int before = b.kinds().size();
+    const auto report = [&](qint64 number) {
+        CLockEvent event;
+        event.kind = CLockEventKind::Forced;
+        event.number = number;
+        Q_EMIT b.wire.messageReceived(front, CLockMessage::toBytes(CLockEvents{QByteArray(32, 'e'), {event}}));
+    };
+    for (int number = 1; number <= most + 20; ++number)
+        report(number);
+    QVERIFY(other.end(true));
+    QTRY_COMPARE(b.kinds().size(), before + most);
+    // The others come again, and are no more than that.
+    for (int number = most; number <= most + 20; ++number)
+        report(number);
+    QCOMPARE(b.kinds().size(), before + most + 20);
 }
 
 void DoorControllerTest::operationsOfTheModel()

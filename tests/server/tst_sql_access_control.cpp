@@ -254,6 +254,34 @@ private Q_SLOTS:
         QVERIFY(told[0][1].toMap().value("seq").toLongLong() > 0);
     }
 
+    // Whoever was away for longer than changes are kept reads everything again.
+    void changesAreKeptForAWhile()
+    {
+        QVERIFY(m_model->createUser({{"label", "Ada"}}) > CItemId());
+        const auto late = opened();
+        const QSignalSpy told(late.get(), &CSqlAccessControl::notify);
+        m_model->beginTransaction("two");
+        // Only SQLite counts on from a number that was given by hand.
+        const qint64 last = DatabasePlaces::onPostgres() ? 101001 : 100999;
+        for (const qint64 seq : {qint64(1001), qint64(1002), last}) {
+            SqlStatement change(m_model->database(),
+                                "INSERT INTO change(seq,at,server,kind,item,what) VALUES(?,0,'other',1,7,2)");
+            QVERIFY(change.bind(seq).exec());
+        }
+        QVERIFY(m_model->createUser({{"label", "Bo"}}) > CItemId());
+        QVERIFY(m_model->createUser({{"label", "Cy"}}) > CItemId());
+        m_model->endTransaction();
+        {
+            SqlStatement first(m_model->database(), "SELECT min(seq) FROM change");
+            QVERIFY(first.exec() && first.next());
+            QCOMPARE(first.integer(0), qint64(1002));
+        }
+        QTRY_COMPARE(told.size(), 1);
+        const QVariantMap data = told.first().at(1).toMap().value("data").toMap();
+        QCOMPARE(data.value("TimeProfiles"), QVariant(QVariantList()));
+        QCOMPARE(data.value("UsersGroups"), QVariant(QVariantList()));
+    }
+
     void memoryIsTheDemonstration()
     {
         CSqlAccessControl model;

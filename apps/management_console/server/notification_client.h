@@ -80,7 +80,7 @@ private:
     Limits m_limits;
     QString m_address;
     Stage m_stage = Stage::Stranger;
-    QTimer m_timer; // of the stages that end by themselves
+    QTimer m_timer{this}; // of the stages that end by themselves
     QQueue<NotificationMessage> m_queue;
     qint64 m_queuedCharacters = 0;
     quint64 m_sequence = 0;

@@ -188,6 +188,8 @@ void NotificationServer::login(NotificationClient* client, const NotificationReq
     m_strangers.removeOne(client);
     if (refusal != nullptr) {
         qWarning("NotificationServer: %s: %s", qUtf8Printable(client->address()), refusal);
+        if (m_forget)
+            m_forget(client->address()); // it may have been admitted before there was no room
         client->answer(request.id, toJson(NotificationFault::NotLoggedIn));
         client->part(QLatin1String(refusal));
         if (request.isLogin())
