@@ -14,16 +14,6 @@ namespace {
 // Items that are read together.
 constexpr int chunkSize = 1000;
 
-const QString ofProperty = QStringLiteral("property=(SELECT id FROM property WHERE kind=? AND name=?)");
-
-// Whether a text is the decimal form of the number, and nothing else.
-bool isNumber(const QString& text, qint64* number)
-{
-    bool good = false;
-    *number = text.toLongLong(&good);
-    return good && QString::number(*number) == text;
-}
-
 } // namespace
 
 ItemStore::ItemStore(CDatabase* database)
@@ -38,84 +28,6 @@ void ItemStore::forget()
 
 // --- Finding
 
-// The part behind FROM. `exact` becomes false when the rows that it finds are to be looked at once more.
-QString ItemStore::condition(const ItemQuery& query, QVariantList* values, bool* exact) const
-{
-    *exact = true;
-    const QString key = parentKey(query.kind);
-    QString from = QStringLiteral("item i WHERE i.kind=?");
-    QString byItem;
-    QString byValue;
-    QVariantList itemValues;
-    QVariantList valueValues;
-    QString driving;
-    QVariantList drivingValues;
-    // Few items have the same label or belong to the same one: then these lead. A "+" keeps other columns from leading.
-    const bool isLedByItem = query.filter.contains(idKey) || query.filter.contains(labelKey)
-                             || (!key.isEmpty() && toId(query.filter.value(key)) != 0);
-    const QLatin1String plus(isLedByItem ? "+" : "");
-    for (auto entry = query.filter.cbegin(); entry != query.filter.cend(); ++entry) {
-        const QString& name = entry.key();
-        const QString text = canonicalText(entry.value());
-        qint64 number = 0;
-        if (name == idKey || name == classKey || (!key.isEmpty() && name == key)) {
-            const bool isNumeric = isNumber(text, &number);
-            if (name == idKey)
-                byItem += QLatin1String(" AND i.id=?");
-            else if (name == classKey)
-                byItem += QLatin1String(" AND ") + plus + QLatin1String("i.class=?");
-            else
-                byItem += number != 0 ? QLatin1String(" AND i.parent=?") : QLatin1String(" AND COALESCE(i.parent,0)=?");
-            if (!isNumeric)
-                byItem += QLatin1String(" AND 1=0");
-            itemValues.append(number);
-        } else if (name == labelKey) {
-            byItem += QLatin1String(" AND i.label=?");
-            itemValues.append(StoredValues::lookUpText(text));
-        } else if (name == locationKey || isRelation(name)) {
-            *exact = false;
-        } else if (text.isEmpty()) {
-            byValue += QStringLiteral(" AND NOT EXISTS(SELECT 1 FROM property_value v WHERE v.item=i.id AND v.%1 AND "
-                                      "v.value<>'')")
-                           .arg(ofProperty);
-            valueValues << int(query.kind) << name;
-        } else if (driving.isEmpty() && !isLedByItem) {
-            // The index of values leads; it has the ids in their order.
-            driving = QStringLiteral("property_value w %2 item i ON i.id=w.item WHERE w.%1 AND w.value=? AND "
-                                     "w.item>? AND i.kind=?")
-                          .arg(ofProperty, dialectOf(m_database).leadingJoin);
-            drivingValues << int(query.kind) << name << StoredValues::lookUpText(text) << query.after;
-        } else {
-            byValue += QStringLiteral(" AND EXISTS(SELECT 1 FROM property_value v WHERE v.item=i.id AND v.%1 AND "
-                                      "v.value=?)")
-                           .arg(ofProperty);
-            valueValues << int(query.kind) << name << StoredValues::lookUpText(text);
-        }
-    }
-    for (auto entry = query.unlike.cbegin(); entry != query.unlike.cend(); ++entry) {
-        byValue +=
-            QStringLiteral(" AND NOT EXISTS(SELECT 1 FROM property_value v WHERE v.item=i.id AND v.%1 AND v.value=?)")
-                .arg(ofProperty);
-        valueValues << int(query.kind) << entry.key() << StoredValues::lookUpText(canonicalText(*entry));
-    }
-    if (!driving.isEmpty())
-        from = driving;
-    *values << drivingValues << int(query.kind);
-    if (query.itemClass != anyClass) {
-        from += QLatin1String(" AND ") + plus + QLatin1String("i.class=?");
-        *values << query.itemClass;
-    }
-    from += QLatin1String(" AND ") + plus + QLatin1String("i.id>?");
-    *values << query.after;
-    if (!query.among.isEmpty()) {
-        const IdList among(m_database, query.among);
-        from += QLatin1String(" AND i.id IN ") + among.sql();
-        *values << among.value();
-    }
-    *values << itemValues << valueValues;
-    return from + byItem + byValue;
-}
-
 bool ItemStore::matches(const QVariantMap& item, const QVariantMap& filter) const
 {
     for (auto entry = filter.cbegin(); entry != filter.cend(); ++entry) {
@@ -127,27 +39,25 @@ bool ItemStore::matches(const QVariantMap& item, const QVariantMap& filter) cons
 
 QList<qint64> ItemStore::find(const ItemQuery& query)
 {
-    QVariantList values;
-    bool exact = true;
-    const QString from = condition(query, &values, &exact);
     QList<qint64> ids;
     if (query.limit == 0)
         return ids;
+    const ItemCondition condition(m_database, query);
     {
-        const bool byValue = from.startsWith(QLatin1String("property_value"));
-        QString sql = (byValue ? QLatin1String("SELECT w.item FROM ") : QLatin1String("SELECT i.id FROM ")) + from
-                      + (byValue ? QLatin1String(" ORDER BY w.item") : QLatin1String(" ORDER BY i.id"));
-        if (exact && query.limit > 0) {
+        QString sql = QLatin1String("SELECT ") + condition.id + QLatin1String(" FROM ") + condition.from
+                      + QLatin1String(" ORDER BY ") + condition.id;
+        const bool isLimited = condition.isExact && query.limit > 0;
+        if (isLimited)
             sql += QLatin1String(" LIMIT ?");
-            values << query.limit;
-        }
         SqlStatement statement(m_database, sql);
-        for (const QVariant& value : qAsConst(values))
+        for (const QVariant& value : condition.values)
             statement.bind(value);
+        if (isLimited)
+            statement.bind(query.limit);
         for (statement.exec(); statement.next();)
             ids.append(statement.integer(0));
     }
-    if (exact)
+    if (condition.isExact)
         return ids;
     QList<qint64> matching;
     const auto items = load(query.kind, ids);
@@ -162,15 +72,13 @@ QList<qint64> ItemStore::find(const ItemQuery& query)
 
 qint64 ItemStore::count(const ItemQuery& query)
 {
-    QVariantList values;
-    bool exact = true;
     ItemQuery all = query;
     all.limit = -1;
-    const QString from = condition(all, &values, &exact);
-    if (!exact)
+    const ItemCondition condition(m_database, all);
+    if (!condition.isExact)
         return find(all).size();
-    SqlStatement statement(m_database, QLatin1String("SELECT count(*) FROM ") + from);
-    for (const QVariant& value : qAsConst(values))
+    SqlStatement statement(m_database, QLatin1String("SELECT count(*) FROM ") + condition.from);
+    for (const QVariant& value : condition.values)
         statement.bind(value);
     return statement.exec() && statement.next() ? statement.integer(0) : -1;
 }
@@ -258,7 +166,7 @@ QVariant ItemStore::property(Kind kind, int itemClass, const QString& name, qint
     SqlStatement statement(m_database,
                            QStringLiteral("SELECT v.type,v.value,v.data,i.class FROM property_value v JOIN item i ON "
                                           "i.id=v.item WHERE v.item=? AND v.%1")
-                               .arg(ofProperty));
+                               .arg(ItemCondition::ofProperty));
     if (!statement.bind(id).bind(int(kind)).bind(name).exec() || !statement.next()
         || (itemClass != anyClass && statement.integer(3) != itemClass))
         return QVariant();
@@ -437,7 +345,8 @@ bool ItemStore::setParent(qint64 id, qint64 parent)
 bool ItemStore::setValue(Kind kind, qint64 id, const QString& name, const QVariant& value)
 {
     if (!value.isValid()) {
-        SqlStatement statement(m_database, QStringLiteral("DELETE FROM property_value WHERE item=? AND ") + ofProperty);
+        SqlStatement statement(m_database, QStringLiteral("DELETE FROM property_value WHERE item=? AND ")
+                                               + ItemCondition::ofProperty);
         return statement.bind(id).bind(int(kind)).bind(name).exec();
     }
     StoredValue stored;
@@ -462,7 +371,7 @@ bool ItemStore::eraseProperty(Kind kind, int itemClass, const QString& name, QLi
     {
         SqlStatement statement(m_database, QStringLiteral("SELECT v.item FROM property_value v JOIN item i ON "
                                                           "i.id=v.item WHERE v.%1%2 ORDER BY v.item")
-                                               .arg(ofProperty, ofClass));
+                                               .arg(ItemCondition::ofProperty, ofClass));
         statement.bind(int(kind)).bind(name);
         if (itemClass != anyClass)
             statement.bind(itemClass);
@@ -471,8 +380,9 @@ bool ItemStore::eraseProperty(Kind kind, int itemClass, const QString& name, QLi
     }
     {
         const IdList list(m_database, *had);
-        SqlStatement statement(m_database, QLatin1String("DELETE FROM property_value WHERE ") + ofProperty
-                                               + QLatin1String(" AND item IN ") + list.sql());
+        SqlStatement statement(m_database, QLatin1String("DELETE FROM property_value WHERE ")
+                                               + ItemCondition::ofProperty + QLatin1String(" AND item IN ")
+                                               + list.sql());
         if (!statement.bind(int(kind)).bind(name).bind(list.value()).exec())
             return false;
     }

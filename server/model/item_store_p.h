@@ -1,26 +1,12 @@
 #pragma once
 
 #include <server/database/database.h>
-#include <server/model/model_vocabulary_p.h>
+#include <server/model/item_query_p.h>
 
 #include <QtCore/QHash>
 #include <QtCore/QVariantMap>
 
 class IdList;
-
-/// Which items are wanted.
-struct ItemQuery
-{
-    Model::Kind kind = Model::KindUnknown;
-    int itemClass = Model::anyClass;
-    /// All must match: by the canonical texts of the item's values, where what is not there is the empty text.
-    QVariantMap filter;
-    /// None of these may be there with that value.
-    QVariantMap unlike;
-    QList<qint64> among; ///< only these; empty: all
-    qint64 after = 0;    ///< ids above this one only
-    int limit = -1;      ///< -1: all
-};
 
 /// Items and their properties as rows. Knows nothing of who may change what, nor of transactions: the caller holds one
 /// around changes.
@@ -70,7 +56,6 @@ public:
 private:
     qint64 propertyId(Model::Kind kind, const QString& name);
     const QString& nameOf(qint64 property);
-    QString condition(const ItemQuery& query, QVariantList* values, bool* exact) const;
     void loadChunk(Model::Kind kind, const IdList& ids, QList<QVariantMap>* items);
     bool matches(const QVariantMap& item, const QVariantMap& filter) const;
 
