@@ -163,9 +163,11 @@ QString BridgeStore::installation()
     constexpr int digits = 16;
     if (m_installation.isEmpty()) {
         SqlStatement find(m_database, QStringLiteral("SELECT value FROM secret WHERE name='system hash'"));
-        if (find.exec() && find.next())
-            m_installation = QString::fromLatin1(
-                QCryptographicHash::hash("bridge" + find.bytes(0), QCryptographicHash::Sha256).toHex().left(digits));
+        if (find.exec() && find.next()) {
+            const QByteArray text = "bridge" + find.bytes(0);
+            m_installation =
+                QString::fromLatin1(QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex().left(digits));
+        }
     }
     return m_installation;
 }
