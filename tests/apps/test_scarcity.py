@@ -172,8 +172,16 @@ class Scarcity(Installation):
     def test_descriptors_exhausted(self):
         """Visitors leave some to operators."""
         with Server(self.dir) as server:
+            def numbers():
+                return {int(name) for name in os.listdir(f"/proc/{server.process.pid}/fd")}
+
             def used():
-                return len(os.listdir(f"/proc/{server.process.pid}/fd"))
+                return len(numbers())
+
+            def settled():
+                before = numbers()
+                time.sleep(0.2)
+                return numbers() == before
 
             self.gets_in(server)
             limit = used() + 40
@@ -186,7 +194,9 @@ class Scarcity(Installation):
             self.gets_in(server)
 
             # With none left at all who connects has to wait, and does not keep others from it for ever.
-            resource.prlimit(server.process.pid, resource.RLIMIT_NOFILE, (used(), limit))
+            server.eventually(settled)
+            lowest = min(set(range(limit)) - numbers())
+            resource.prlimit(server.process.pid, resource.RLIMIT_NOFILE, (lowest, limit))
             with socket.socket(socket.AF_UNIX) as client:
                 client.connect(server.socket)
                 client.sendall(b"status\n")
