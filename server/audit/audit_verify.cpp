@@ -18,7 +18,7 @@ bool surelyFits(const QByteArray& payload, const QByteArray& name, const QByteAr
         if (c < ' ' || c > '~' || c == '"' || c == '\\')
             return false;
     }
-    return payload.contains(key + '"' + value + '"');
+    return payload.contains(QByteArray(key + '"' + value + '"'));
 }
 
 // Whether the columns that queries use say what the payload says.

@@ -14,7 +14,7 @@ namespace {
 // A run takes at most ten seconds; who has been killed holds it no longer than that.
 constexpr int holdSeconds = 15;
 // How late a mail may be that another program has queued, or held when it was killed.
-constexpr int longestSleepMs = 15000;
+constexpr qint64 longestSleepMs = 15000;
 // Until a result is noted that the database did not take.
 constexpr int noteAgainMs = 1000;
 constexpr qint64 longestToken = 100000;
@@ -187,7 +187,7 @@ void CMailOutbox::sendNext()
     qint64 nextDue = 0;
     if (!hold(*held, nextDue)) {
         const qint64 wait = (nextDue - QDateTime::currentSecsSinceEpoch()) * 1000;
-        m_timer.start(nextDue == 0 ? longestSleepMs : int(qBound<qint64>(100, wait, longestSleepMs)));
+        m_timer.start(int(nextDue == 0 ? longestSleepMs : qBound(qint64(100), wait, longestSleepMs)));
         return;
     }
     m_held = std::move(held);
