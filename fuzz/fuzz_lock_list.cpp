@@ -14,7 +14,7 @@ FUZZ_TARGET(lock_list)
     if (list) {
         FUZZ_CHECK(list->entries().size() <= CLockList::mostEntries);
         for (const CLockEntry& entry : list->entries()) {
-            FUZZ_CHECK(text.contains(entry.toLine() + '\n'));
+            FUZZ_CHECK(text.contains(QByteArray(entry.toLine() + '\n')));
             const CLockDecision decision = list->decide(entry.credential, 1795348800, CAccessTimeZone());
             FUZZ_CHECK(decision.isKnown);
             if (list->entries().size() > 100)
