@@ -68,7 +68,8 @@ QString send(CLock& lock, const QByteArray& text, const QByteArray& base = QByte
     const QByteArray revision = CLockList::revisionOf(text);
     const QByteArray bytes = base.isEmpty() ? text : CLockList::delta(base, text);
     const QVector<QByteArray> parts = CLockMessage::cut(bytes);
-    say(lock, CLockBegin{revision, base.isEmpty() ? base : CLockList::revisionOf(base), parts.size(), bytes.size()});
+    say(lock, CLockBegin{revision, base.isEmpty() ? base : CLockList::revisionOf(base), int(parts.size()),
+                         int(bytes.size())});
     for (int i = 0; i < parts.size(); ++i)
         say(lock, CLockPart{revision, i, parts.at(i)});
     return errorOf(say(lock, CLockCommit{revision}));
