@@ -123,7 +123,7 @@ void TestLock::listsAreTakenWhole()
     // Whatever goes wrong on the way, the door keeps the list it has.
     const QByteArray revision = CLockList::revisionOf(large);
     const QVector<QByteArray> parts = CLockMessage::cut(large);
-    const CLockBegin begin{revision, QByteArray(), parts.size(), large.size()};
+    const CLockBegin begin{revision, QByteArray(), int(parts.size()), int(large.size())};
     QVERIFY(!errorOf(say(lock, CLockCommit{revision})).isEmpty());
     say(lock, begin);
     say(lock, CLockPart{revision, 0, parts.at(0)});
@@ -389,7 +389,7 @@ void TestLock::storeKeepsTheOldOrTheNew()
         QVERIFY(store.keep(lock, effects, &error));
         const QByteArray text = listText(5);
         const QByteArray revision = CLockList::revisionOf(text);
-        say(lock, CLockBegin{revision, QByteArray(), 1, text.size()});
+        say(lock, CLockBegin{revision, QByteArray(), 1, int(text.size())});
         say(lock, CLockPart{revision, 0, text});
         QVERIFY(store.keep(lock, say(lock, CLockCommit{revision}), &error));
         // Killed here: nothing is said to the store.
@@ -425,7 +425,7 @@ void TestLock::storeSetsDamagedFilesAside()
         epoch = lock.memory().journal.epoch();
         lock.linked(start);
         const QByteArray text = listText();
-        say(lock, CLockBegin{CLockList::revisionOf(text), QByteArray(), 1, text.size()});
+        say(lock, CLockBegin{CLockList::revisionOf(text), QByteArray(), 1, int(text.size())});
         say(lock, CLockPart{CLockList::revisionOf(text), 0, text});
         QVERIFY(store.keep(lock, say(lock, CLockCommit{CLockList::revisionOf(text)}), &error));
         QVERIFY(store.keep(lock, say(lock, CLockTime{start, CDeviceTimeZoneSettings(4)}), &error));
