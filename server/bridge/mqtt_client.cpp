@@ -7,9 +7,11 @@
 
 #include <QtCore/QFile>
 #include <QtCore/QPointer>
+#include <QtCore/QTimer>
 #include <QtCore/QUrl>
 #include <QtNetwork/QHostAddress>
 
+#include <system_error>
 #include <thread>
 
 namespace {
@@ -17,6 +19,7 @@ namespace {
 constexpr quint16 tlsPort = 8883;
 constexpr quint16 plainPort = 1883;
 constexpr int longestFault = 200;
+constexpr int startAgainMs = 1000;
 
 } // namespace
 
@@ -104,13 +107,29 @@ void CMqttClient::start()
 {
     if (m_shared->m_isStarted)
         return;
-    m_shared->m_isStarted = true;
-    if (!m_shared->waker.isValid()) {
-        setFault(QStringLiteral("no file descriptor is free"));
-        return;
+    if (!m_shared->waker.isValid())
+        return startLater(QStringLiteral("no file descriptor is free"));
+    try {
+        m_shared->m_hasEnded = false;
+        std::thread([settings = m_settings, shared = m_shared] { Thread(settings, shared).run(); }).detach();
+        m_shared->m_isStarted = true;
+    } catch (const std::system_error&) {
+        m_shared->m_hasEnded = true;
+        startLater(QStringLiteral("no thread can be started"));
     }
-    m_shared->m_hasEnded = false;
-    std::thread([settings = m_settings, shared = m_shared] { Thread(settings, shared).run(); }).detach();
+}
+
+// When the machine has too little at the moment.
+void CMqttClient::startLater(const QString& reason)
+{
+    QTimer::singleShot(startAgainMs, this, [this] {
+        if (m_shared->m_isStarted)
+            return;
+        m_shared = std::make_shared<Shared>();
+        m_shared->receiver = this;
+        start();
+    });
+    setFault(reason);
 }
 
 qint64 CMqttClient::dropped() const

@@ -104,6 +104,7 @@ private:
     class Shared;
     struct Thread;
     void drain();
+    void startLater(const QString& reason);
     void setFault(const QString& fault);
 
     MqttSettings m_settings;

@@ -13,6 +13,9 @@
 #include <QtNetwork/QTcpServer>
 #include <QtNetwork/QTcpSocket>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace {
 
 // A server on a database that it may share.
@@ -305,6 +308,24 @@ private Q_SLOTS:
         QCOMPARE(heads.size(), 1);
         AuditHead head;
         QVERIFY(heads.first().isRetained && AuditHead::fromLine(heads.first().payload, head) && head.seq == 2);
+    }
+
+    void startsWhenThereAreDescriptorsAgain()
+    {
+        FakeBroker broker(1);
+        broker.settings.clientId = "a";
+        broker.settings.topics = QStringList{"a"};
+        rlimit usual{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &usual), 0);
+        const int next = dup(0);
+        close(next);
+        const rlimit few{rlim_t(next), usual.rlim_max};
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &few), 0);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no file descriptor is free; trying again"));
+        CMqttClient client(broker.settings);
+        client.start();
+        setrlimit(RLIMIT_NOFILE, &usual);
+        QTRY_VERIFY(client.isConnected());
     }
 
     // What comes faster than it is taken is dropped and counted; what is longer than was agreed is left out.
