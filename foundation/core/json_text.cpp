@@ -185,6 +185,7 @@ private:
         const auto found =
             std::adjacent_find(begin, m_keys.end(), [](const Key& a, const Key& b) { return a.text == b.text; });
         if (found != m_keys.end())
+            // cppcheck-suppress derefInvalidIteratorRedundantCheck ; the second of a pair
             return static_cast<int>((found + 1)->position);
         m_keys.erase(begin, m_keys.end());
         m_open.pop_back();

@@ -110,7 +110,7 @@ bool isNamed(X509* certificate, const QString& name)
 Certificate firstOf(const QByteArray& pem)
 {
     static const QByteArray begin("-----BEGIN CERTIFICATE-----"), end("-----END CERTIFICATE-----");
-    const auto endsLine = [&pem](decltype(pem.size()) at) { return at < pem.size() && pem.at(at) == '\n'; };
+    const auto endsLine = [&pem](qint64 at) { return at < pem.size() && pem.constData()[at] == '\n'; };
     const auto from = pem.indexOf(begin);
     const auto to = from < 0 ? from : pem.indexOf(end, from);
     if (to < 0 || !endsLine(from + begin.size()) || !endsLine(to + end.size()))

@@ -124,6 +124,7 @@ void CDeviceConnectorAppSide::onDeviceInfoReceived(const QHostAddress& hostAddre
     const bool byTcp = socket;
     const int run = aborts();
     const auto report = [=] {
+        // cppcheck-suppress incorrectLogicOperator ; the socket may have gone meanwhile
         if (run != aborts() || (byTcp && !socket))
             return; // the run was aborted meanwhile
         // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): what is captured as `this` is never null

@@ -41,7 +41,7 @@ RedirectProbe::RedirectProbe(const QUrl& url, const QNetworkProxy& proxy, QObjec
     const bool secure = url.scheme() == QLatin1String("https");
     const quint16 usualPort = secure ? httpsPort : httpPort;
     auto* const sslSocket = secure ? new QSslSocket(this) : nullptr;
-    m_socket = secure ? sslSocket : new QTcpSocket(this);
+    m_socket = sslSocket ? sslSocket : new QTcpSocket(this);
     m_request = requestFor(url, usualPort);
     m_socket->setReadBufferSize(ConnectionLimits::readBuffer);
     m_socket->setProxy(proxy);

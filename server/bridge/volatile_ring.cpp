@@ -4,10 +4,15 @@
 
 #include <utility>
 
+namespace {
+
+constexpr int epochSize = 8; // bytes
+
+} // namespace
+
 VolatileRing::VolatileRing()
+    : m_epoch(QString::fromLatin1(CRandom::getArray(epochSize).toHex()))
 {
-    constexpr int epochSize = 8;
-    m_epoch = QString::fromLatin1(CRandom::getArray(epochSize).toHex());
 }
 
 void VolatileRing::insert(const std::deque<Entry>::const_iterator& before, const QString& source,

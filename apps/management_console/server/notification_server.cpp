@@ -43,7 +43,7 @@ void signOff(CNotificationService& registeredWith, const QString& address)
 {
     const QString leaving = address;
     const QPointer<CNotificationService> service(&registeredWith);
-    const QStringList names = service->extensionsOf(leaving);
+    const QStringList names = registeredWith.extensionsOf(leaving);
     for (const QString& name : names) {
         if (service && service->extensionHolder(name) == leaving)
             service->receiveMessage(leaving, QStringLiteral("unregisterExtension"), {name}, 0);
