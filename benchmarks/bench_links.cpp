@@ -229,9 +229,9 @@ void memory(benchmark::State& state)
                        QString::number(std::is_same_v<Kind, AuthenticatedServer>)});
         spinUntil([&] { return server.linked == count; });
         // Let what the last handshakes left behind go first: an idle link is one that rests for a while.
-        QElapsedTimer rest;
-        rest.start();
-        spinUntil([&] { return rest.hasExpired(2000); });
+        bool isAtRest = false;
+        QTimer::singleShot(2000, [&isAtRest] { isAtRest = true; });
+        spinUntil([&isAtRest] { return isAtRest; });
         const auto after = mallinfo2();
         const auto used = [](const struct mallinfo2& info) { return info.uordblks + info.hblkhd; };
         state.counters["value"] = static_cast<double>(used(after) - used(before)) / count;
