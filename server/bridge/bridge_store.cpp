@@ -234,11 +234,10 @@ BridgeStore::Result BridgeStore::collect()
         if (!note.bind(*given).bind(m_server).bind(given.key()).exec())
             result = BridgeIntake::Failed;
     }
-    if (!end(result != BridgeIntake::Failed))
-        return BridgeIntake::Failed;
+    // Also when it is not known whether they are stored: whoever looks for them in vain has lost little.
     for (auto given = m_given.cbegin(); given != m_given.cend(); ++given)
         m_last.insert(given.key(), *given);
-    return result;
+    return end(result != BridgeIntake::Failed) ? result : BridgeIntake::Failed;
 }
 
 qint64 BridgeStore::nextSeq(const QString& source)

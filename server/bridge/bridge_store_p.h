@@ -52,7 +52,7 @@ public:
     QString epoch(const QString& source) const { return m_epochs.value(source); }
     /// The last number that the broker is known to have.
     qint64 acknowledged(const QString& source) const { return m_acknowledged.value(source); }
-    /// Whether numbers were given behind that one.
+    /// Whether numbers may have been given behind that one.
     bool hasMore(const QString& source, qint64 seq) const { return m_last.value(source) > seq; }
     /// Messages behind `seq` up to `upTo`, in order.
     QList<BridgeMessage> messages(const QString& source, qint64 seq, int limit,
