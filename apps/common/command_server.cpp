@@ -1,6 +1,6 @@
 #include "command_server.h"
 
-#include <foundation/cli/local_server_guard_p.h>
+#include <foundation/core/accept_guard_p.h>
 #include <foundation/core/environment_variable.h>
 
 #include <QtCore/QDebug>
@@ -269,7 +269,7 @@ void CommandClient::leave(int code)
 CommandServer::CommandServer(QObject* parent)
     : QObject(parent)
     , m_server(new QLocalServer(this))
-    , m_guard(new LocalServerGuard(m_server))
+    , m_guard(new AcceptGuard(m_server, {}, m_server))
 {
     // Whoever reaches the socket commands the program.
     m_server->setSocketOptions(QLocalServer::UserAccessOption);

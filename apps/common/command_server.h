@@ -7,7 +7,7 @@
 
 #include <functional>
 
-class LocalServerGuard;
+class AcceptGuard;
 class QLocalServer;
 class QLocalSocket;
 
@@ -135,5 +135,5 @@ private:
     void onConnection();
 
     QLocalServer* m_server;
-    LocalServerGuard* m_guard;
+    AcceptGuard* m_guard;
 };

@@ -1,6 +1,6 @@
 #include <foundation/cli/local_socket_cli_io.h>
 
-#include <foundation/cli/local_server_guard_p.h>
+#include <foundation/core/accept_guard_p.h>
 
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QDebug>
@@ -19,7 +19,7 @@ constexpr int turnMs = 20;
 CLocalSocketCliIO::CLocalSocketCliIO(const QString& serverName)
     : CAbstractCliIO(nullptr)
     , m_server(new QLocalServer(this))
-    , m_guard(new LocalServerGuard(m_server))
+    , m_guard(new AcceptGuard(m_server, {}, m_server))
     , m_serverName(serverName)
 {
     // Whoever reaches the socket commands the program.

@@ -5,7 +5,7 @@
 
 #include <QtCore/QPointer>
 
-class LocalServerGuard;
+class AcceptGuard;
 class QLocalServer;
 class QLocalSocket;
 
@@ -44,7 +44,7 @@ private Q_SLOTS:
 private:
     QPointer<QLocalSocket> m_socket;
     QLocalServer* m_server;
-    LocalServerGuard* m_guard;
+    AcceptGuard* m_guard;
     QString m_serverName;
     bool m_stopped = false;
 };

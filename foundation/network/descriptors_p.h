@@ -26,8 +26,5 @@ bool hasLeft(std::intptr_t descriptor);
 /// quarter of all, are left.
 bool isAmongLast(std::intptr_t descriptor, int spare);
 
-/// Whether this process can open one more. Any that it has is needed to find out.
-bool isDescriptorFree(std::intptr_t descriptor);
-
 /// Ends the connection.
 void closeDescriptor(std::intptr_t descriptor);

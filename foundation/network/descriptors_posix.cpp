@@ -1,6 +1,5 @@
 #include <foundation/network/descriptors_p.h>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -40,14 +39,6 @@ bool isAmongLast(std::intptr_t descriptor, int spare)
         return false;
     const rlim_t kept = std::min(static_cast<rlim_t>(spare), limit.rlim_cur / 4);
     return static_cast<rlim_t>(descriptor) + kept >= limit.rlim_cur;
-}
-
-bool isDescriptorFree(std::intptr_t descriptor)
-{
-    const int copy = fcntl(static_cast<int>(descriptor), F_DUPFD_CLOEXEC, 0);
-    if (copy >= 0)
-        close(copy);
-    return copy >= 0;
 }
 
 void closeDescriptor(std::intptr_t descriptor)

@@ -26,11 +26,6 @@ bool isAmongLast(std::intptr_t, int)
     return false;
 }
 
-bool isDescriptorFree(std::intptr_t)
-{
-    return true;
-}
-
 void closeDescriptor(std::intptr_t descriptor)
 {
     closesocket(static_cast<SOCKET>(descriptor));

@@ -1,4 +1,4 @@
-#include <foundation/network/accept_guard_p.h>
+#include <foundation/core/accept_guard_p.h>
 #include <foundation/network/candidate_address_p.h>
 #include <foundation/network/connection_job.h>
 #include <foundation/network/connection_limits_p.h>

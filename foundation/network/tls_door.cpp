@@ -1,5 +1,5 @@
+#include <foundation/core/accept_guard_p.h>
 #include <foundation/core/string_utils.h>
-#include <foundation/network/accept_guard_p.h>
 #include <foundation/network/connection_limits_p.h>
 #include <foundation/network/descriptors_p.h>
 #include <foundation/network/door_certificate_p.h>
